@@ -1,0 +1,1 @@
+# Filled as products become installable.
