@@ -1,0 +1,136 @@
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+// What a test needs around itself: everything is private to the test and gone when its object is, so that tests run
+// side by side. Environment variables are not guarded: change them before threads start.
+
+namespace CIM
+{
+/// An environment variable that has a value, or has none, as long as the object lives.
+class TEnvironmentVariable
+{
+public:
+    TEnvironmentVariable(std::string name, const std::optional<std::string>& value) : m_name(std::move(name))
+    {
+        if (const char* old = std::getenv(m_name.c_str()))
+        {
+            m_old = old;
+        }
+        m_Apply(value);
+    }
+    ~TEnvironmentVariable() { m_Apply(m_old); }
+    TEnvironmentVariable(const TEnvironmentVariable&) = delete;
+    TEnvironmentVariable& operator=(const TEnvironmentVariable&) = delete;
+
+private:
+    void m_Apply(const std::optional<std::string>& value)
+    {
+        if (value)
+        {
+            setenv(m_name.c_str(), value->c_str(), 1);
+        }
+        else
+        {
+            unsetenv(m_name.c_str());
+        }
+    }
+
+    std::string m_name;
+    std::optional<std::string> m_old;
+};
+
+/// An empty folder of one's own, removed with everything in it.
+class TTempFolder
+{
+public:
+    TTempFolder()
+    {
+        std::string path = (std::filesystem::temp_directory_path() / "ciapi-test-XXXXXX").string();
+        if (mkdtemp(path.data()) == nullptr)
+        {
+            throw std::runtime_error("no temporary folder: " + path);
+        }
+        m_path = path;
+    }
+    ~TTempFolder()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    TTempFolder(const TTempFolder&) = delete;
+    TTempFolder& operator=(const TTempFolder&) = delete;
+
+    const std::filesystem::path& Path() const { return m_path; }
+    std::string File(const std::string& name) const { return (m_path / name).string(); }
+
+private:
+    std::filesystem::path m_path;
+};
+
+/// The daemon's readiness marker at a path of the test's own; absent until Create is called.
+class TTempMarker
+{
+public:
+    void Create() { std::ofstream(Path()).put('\n'); }
+    void Remove() { std::filesystem::remove(Path()); }
+    std::string Path() const { return m_folder.File("ready"); }
+
+private:
+    TTempFolder m_folder;
+    TEnvironmentVariable m_variable{"CIAPI_DAEMON_READY_FILE", Path()};
+};
+
+/// The set's feature keys, as a file that the system-information service reads, e.g.
+/// `TFeatureKeys keys{{"com.kelvora/featureconf/product.num_of_ci", "1"}};`
+class TFeatureKeys
+{
+public:
+    TFeatureKeys(std::initializer_list<std::pair<const std::string, std::string>> keys = {}) : m_keys(keys)
+    {
+        m_Write();
+    }
+    void Set(const std::string& key, const std::string& value)
+    {
+        m_keys[key] = value;
+        m_Write();
+    }
+    void Remove(const std::string& key)
+    {
+        m_keys.erase(key);
+        m_Write();
+    }
+    std::string Path() const { return m_folder.File("system-info.conf"); }
+
+private:
+    void m_Write()
+    {
+        std::map<std::string, std::string> groups;
+        for (const auto& [key, value] : m_keys)
+        {
+            const auto slash = key.rfind('/');
+            groups[key.substr(0, slash)] += key.substr(slash + 1) + "=" + value + "\n";
+        }
+        const std::string fresh = Path() + ".new";
+        {
+            std::ofstream file(fresh);
+            for (const auto& [group, lines] : groups)
+            {
+                file << '[' << group << "]\n" << lines;
+            }
+        }
+        std::filesystem::rename(fresh, Path()); // a reader in another process sees the old or the new file, never half
+    }
+
+    TTempFolder m_folder;
+    std::map<std::string, std::string> m_keys;
+    TEnvironmentVariable m_variable{"TVPLATFORM_SYSTEM_INFO", Path()};
+};
+} // namespace CIM
