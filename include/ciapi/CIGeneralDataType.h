@@ -1,0 +1,61 @@
+#pragma once
+
+#include <ciapi/Export.h>
+
+#include <tvplatform/Types.h>
+
+#include <map>
+#include <vector>
+
+class TCTreeFormatter;
+
+namespace CIM
+{
+/// A text of a CAM: of its menus and enquiries, or its application information.
+class CIAPI_EXPORT TCIText : public TCMarshalable
+{
+public:
+    bool ClassToTree(TCTreeBranch& branch) override;
+    bool TreeToClass(TCTreeBranch& branch) override;
+    /// The same code units.
+    virtual bool operator==(const TCIText& other) const;
+
+    /// 16-bit code units as the CAM sent them, not terminated.
+    std::vector<unsigned short> text;
+};
+
+/// The state of one CI slot. What its numbers mean is the daemon's; the library carries them.
+class CIAPI_EXPORT TCSlotInfo : public TCMarshalable
+{
+public:
+    bool ClassToTree(TCTreeBranch& branch) override;
+    bool TreeToClass(TCTreeBranch& branch) override;
+    /// All four members are equal.
+    virtual bool operator==(const TCSlotInfo& other) const;
+
+    unsigned char slotFlag = 0;
+    long long slotValue = -1;
+    /// The TV pipelines that belong to the slot.
+    std::vector<TVSHandle> handles;
+    std::vector<unsigned short> codes;
+
+protected:
+    void t_PushTree(TCTreeFormatter& formatter);
+};
+
+/// The state of all CI slots.
+class CIAPI_EXPORT TCCiStatus : public TCMarshalable
+{
+public:
+    bool ClassToTree(TCTreeBranch& branch) override;
+    bool TreeToClass(TCTreeBranch& branch) override;
+    /// The same slots in the same state.
+    bool operator==(const TCCiStatus& other) const;
+
+    /// Keyed by slot number.
+    std::map<int, TCSlotInfo> slots;
+
+protected:
+    void t_PushTree(TCTreeFormatter& formatter);
+};
+} // namespace CIM
