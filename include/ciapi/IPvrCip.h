@@ -77,7 +77,7 @@ public:
 
     /// Whether the viewer may skip forward.
     /// \param[in]     position  the current position; its unit is the daemon's
-    /// \param[in,out] allowed   where the viewer wants to go in, how far that is allowed out; -1 is no limit
+    /// \param[in,out] allowed   the wanted position in, the limit out; its unit is the daemon's
     /// \return what the daemon answered, false when its answer held no result; without CI or answer true, and \a
     /// allowed
     ///         is -1
@@ -91,7 +91,7 @@ public:
     /// \param[in,out] allowed      as for IsSkippingForwardAllowed
     /// \param[in,out] restriction  the wanted speed in, the allowed one out
     /// \return what the daemon answered, false when its answer held no result; without CI or answer true, \a allowed is
-    ///         -1 and \a restriction is the enumeration's value 7
+    ///         -1 and \a restriction is SPEED_RESTRICTION_NONE
     virtual bool IsFastForwardAllowed(int position, int& allowed, ESpeedRestriction& restriction) = 0;
 
     /// Whether the viewer may wind fast backwards. See IsFastForwardAllowed.

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <ciapi/CISignalDataType.h>
+#include <ciapi/Export.h>
+#include <ciapi/ICIAppMMI.h>
+#include <ciapi/ICIAuxiliaryFileSystem.h>
+#include <ciapi/ICICAMPlayer.h>
+#include <ciapi/ICIDebug.h>
+#include <ciapi/ICIGeneral.h>
+#include <ciapi/ICIOperatorProfile.h>
+#include <ciapi/ICISampleDecryption.h>
+#include <ciapi/ICISignalSubscriber.h>
+#include <ciapi/IPvrCip.h>
+
+namespace CIM
+{
+/// The way into the library: one instance of each interface for the whole process, created when it is first asked for.
+///
+/// On a set that can use CI the instance talks to the CI daemon; on any other set every operation answers at once, as
+/// its interface says for a set without CI. So an application calls without asking first:
+/// \code
+/// TCIText text;
+/// if (TCCIService::CIGeneralInstance()->GetMmiText(0, text)) { Show(text); }
+/// \endcode
+///
+/// Instances belong to the facade: never delete one, and use none after Destroy. A process that ends without Destroy
+/// ends cleanly: the instances go when the library is unloaded, after the application's own static objects.
+///
+/// Thread-safe. All operations take one lock, so a thread that asks for an instance waits for another's that is being
+/// created. What can take long, each once per process: reading the set's feature keys (30 seconds a key that is
+/// missing), connecting to the system bus (about a minute; when that fails for good the process ends), waiting for the
+/// daemon's interface (15 seconds an interface, and it is created nevertheless). Each may throw std::system_error when
+/// the lock cannot be taken, and std::bad_alloc.
+class CIAPI_EXPORT TCCIService
+{
+public:
+    TCCIService() = delete;
+
+    /// Whether the set has a CI slot, and CI is enabled and certified for its region. The first answer is kept for the
+    /// process's life, also beyond Destroy.
+    static bool IsCIOperable();
+
+    /// Slots, CAMs, menus, PIN, CA PMT, SAS, host control.
+    /// \return the process's instance, owned by the facade; null after Destroy. So with all that follow.
+    static ICIGeneral* CIGeneralInstance();
+    /// CI Plus application MMI.
+    static ICIAppMMI* CIAppMMIInstance();
+    /// CI Plus operator profiles.
+    static ICIOperatorProfile* CIOperatorProfileInstance();
+    /// Copy control of recordings.
+    static IPvrCip* PvrCipInstance();
+    /// Service and factory commands.
+    static ICIDebug* CIDebugInstance();
+    /// Signals of the daemon.
+    /// \param[in] callback  called for every signal that is subscribed to, on the thread that runs the default GLib
+    /// main
+    ///                      context. The first caller wins: when the instance exists, the callback is ignored.
+    static ICISignalSubscriber* CISignalSubscriberInstance(TCISignalCallback callback);
+    /// Auxiliary file systems of the CAMs.
+    static ICIAuxiliaryFileSystem* CIAuxiliaryFileSystemInstance();
+    /// Playback by a CAM.
+    static ICICAMPlayer* CICAMPlayerInstance();
+    /// Decryption of samples outside a transport stream.
+    static ICISampleDecryption* CISampleDecryptionInstance();
+
+    /// Deletes all instances, ending their subscriptions, and closes the connection to the bus. There is no way back:
+    /// from then on every instance operation returns null. No other thread may be inside an operation of an interface,
+    /// nor may a signal be on its way to the callback. May be called again, which does nothing.
+    static void Destroy();
+};
+} // namespace CIM
