@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <vector>
 
 /// The bytes of one message, in one direction: appended at the end, read from the front.
 /// Small messages live inside the object; large pieces can be referred to instead of copied.
@@ -17,10 +18,12 @@ public:
     TCMessageBuffer(const TCMessageBuffer&) = delete;
     TCMessageBuffer& operator=(const TCMessageBuffer&) = delete;
 
-    /// Makes room for at least that many bytes in one piece.
+    /// Says that about so many bytes will be appended, so that they need one allocation at most.
     void Reserve(std::size_t bytes);
     /// Appends a copy. A negative length counts as 0, and a null pointer as no bytes.
     void PushConcatenated(int length, const void* data);
+    /// Appends bytes that the caller writes. \return where they lie; valid until the next change of the buffer
+    char* Append(std::size_t length);
     /// Appends bytes without copying them. The caller keeps them alive and unchanged as long as this buffer lives.
     void PushBorrowed(std::size_t length, const void* data);
     /// Appends bytes without copying them and keeps their owner until this buffer ends.
@@ -43,6 +46,28 @@ public:
     const std::string& GetSender() const;
 
 private:
-    struct TState;
-    std::unique_ptr<TState> m_state; // layout is the implementation's choice; see MessageBuffer.cpp
+    // A run of bytes that is not part of one growing store: the buffer's own ones, or somebody else's.
+    struct TPiece
+    {
+        const char* foreign;   // null: own bytes
+        std::size_t ownOffset; // where own bytes begin
+        std::size_t length;
+        std::shared_ptr<const void> owner;
+    };
+    static constexpr std::size_t INLINE_BYTES = 1024;
+
+    const char* AddressOf(const TPiece& piece) const;
+    void PushPiece(std::size_t length, const void* data, std::shared_ptr<const void> owner);
+    void Grow(std::size_t capacity) const;
+    void Join() const;
+
+    // Joining changes how the bytes are kept, not which: it happens inside reading operations.
+    mutable char m_inline[INLINE_BYTES];
+    mutable std::unique_ptr<char[]> m_heap; // instead of m_inline once that is too small
+    mutable std::size_t m_capacity = INLINE_BYTES;
+    mutable std::size_t m_ownSize = 0;    // bytes in the store, read ones included
+    mutable std::size_t m_ownRead = 0;    // how many of them are read, when there are no pieces
+    mutable std::vector<TPiece> m_pieces; // all unread bytes; empty while every byte is in the store
+    std::size_t m_expected = 0;
+    std::string m_sender;
 };
