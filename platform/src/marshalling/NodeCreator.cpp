@@ -49,7 +49,8 @@ TCTreeNode* TCMarshalableNodeCreator::MakeNewNode(TCTreeBranch& owner, void* dat
         return nullptr;
     }
     TCTreeBranch* branch = owner.NewBranch(0);
-    return static_cast<TIMarshalable*>(data)->ClassToTree(*branch) ? branch : nullptr;
+    static_cast<TIMarshalable*>(data)->ClassToTree(*branch);
+    return branch; // even when the object failed: a missing node would put the pairs of a map out of step
 }
 
 bool TCMarshalableNodeCreator::PutNodeDataTo(void* data, unsigned long, unsigned long, TCTreeNode& node)

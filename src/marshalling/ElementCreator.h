@@ -1,0 +1,97 @@
+#pragma once
+
+#include <tvplatform/NodeCreator.h>
+
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+namespace CIM
+{
+
+/// Elements that travel as their bytes in memory.
+template <class T>
+inline constexpr bool IsPlainElement = std::is_trivially_copyable_v<T> && !std::is_base_of_v<TIMarshalable, T>;
+
+/// The node creator that an adapter makes for elements of a type when it is given none.
+template <class T, class = void>
+struct TDefaultCreator
+{
+    static_assert(sizeof(T) == 0,
+                  "include marshalling/MarshalableContainers.h, or add a default creator for this type");
+};
+template <class T>
+struct TDefaultCreator<T, std::enable_if_t<IsPlainElement<T>>>
+{
+    using type = DefaultNodeCreator;
+};
+template <class T>
+struct TDefaultCreator<T, std::enable_if_t<std::is_base_of_v<TIMarshalable, T>>>
+{
+    using type = TCMarshalableNodeCreator;
+};
+template <>
+struct TDefaultCreator<std::string>
+{
+    using type = STDStringNodeCreator;
+};
+template <>
+struct TDefaultCreator<std::basic_string<unsigned short>>
+{
+    using type = STDWStringNodeCreator;
+};
+
+/// The node creator of an adapter's elements: the one it was given and owns, or its own default, which needs no
+/// allocation.
+template <class T>
+class TElementCreator
+{
+public:
+    explicit TElementCreator(TCNodeCreatorProperty* given) : m_given(given) {}
+
+    TCNodeCreatorProperty& Get() { return m_given ? *m_given : m_default; }
+
+    bool IsPlain() { return Get().NodeCreatorType() == NODE_CREATOR_PLAIN; }
+    bool MakesContainers()
+    {
+        const int type = Get().NodeCreatorType();
+        return type == NODE_CREATOR_ONE_DIMENSION || type == NODE_CREATOR_TWO_DIMENSION;
+    }
+
+    /// Adds an element's node at the end of a branch; an element without a node is left out.
+    void Add(TCTreeBranch& branch, const T& element)
+    {
+        branch.AddNode(Get().MakeNewNode(branch, Address(element), sizeof(T), -1, MARSHALABLE_STORAGE_BRANCH));
+    }
+
+    /// Fills a fresh element. What does not fit leaves it as it is.
+    void Fill(T& element, TCTreeNode& node)
+    {
+        TCNodeCreatorProperty& creator = Get();
+        const unsigned long byteSize = creator.IsArrayData() ? node.GetElementCount(sizeof(T)) * sizeof(T) : sizeof(T);
+        creator.PutNodeDataTo(Address(element), sizeof(T), byteSize, node);
+    }
+
+    void ClearSubContainer(T& element) { Get().ClearSubContainers(Address(element)); }
+
+private:
+    // Writing does not change an element, but the interfaces of marshalable objects and node creators say no const.
+    static void* Address(const T& element)
+    {
+        auto* address = const_cast<T*>(&element);
+        if constexpr (std::is_base_of_v<TIMarshalable, T>)
+        {
+            return static_cast<TIMarshalable*>(address);
+        }
+        else
+        {
+            return address;
+        }
+    }
+
+    std::unique_ptr<TCNodeCreatorProperty> m_given;
+    typename TDefaultCreator<T>::type m_default;
+};
+
+} // namespace CIM
