@@ -33,6 +33,9 @@ struct CIAPI_EXPORT TSCICAMPlayerHandle : public TCMarshalable
     std::string ToString() const;
 
     unsigned short identifier = 0xFFFF;
+
+protected:
+    void t_PushTree(TCTreeFormatter& formatter);
 };
 
 /// The speed of a playback.
@@ -50,6 +53,9 @@ struct CIAPI_EXPORT TSPlaybackSpeed : public TCMarshalable
     unsigned short HundrethsOfNominal() const;
 
     short hundredths = 0;
+
+protected:
+    void t_PushTree(TCTreeFormatter& formatter);
 };
 
 /// Where a playback goes on.
@@ -76,6 +82,9 @@ struct CIAPI_EXPORT TSPlaybackPosition : public TCMarshalable
 
     ESeekMode seekMode = SEEK_MODE_RELATIVE;
     int position = -1;
+
+protected:
+    void t_PushTree(TCTreeFormatter& formatter);
 };
 
 /// What the player is to play: a service location as text.
@@ -97,6 +106,9 @@ struct CIAPI_EXPORT TSIPServiceLocationData : public TCMarshalable
     std::string ToString() const;
 
     std::string location;
+
+protected:
+    void t_PushTree(TCTreeFormatter& formatter);
 };
 
 /// The speed as unsigned hundredths and "(pause)" when it is 0. Reentrant.

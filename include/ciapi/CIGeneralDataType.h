@@ -22,6 +22,9 @@ public:
 
     /// 16-bit code units as the CAM sent them, not terminated.
     std::vector<unsigned short> text;
+
+protected:
+    void t_PushTree(TCTreeFormatter& formatter);
 };
 
 /// The state of one CI slot. What its numbers mean is the daemon's; the library carries them.

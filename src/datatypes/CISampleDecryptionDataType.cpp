@@ -1,0 +1,115 @@
+#include <ciapi/CISampleDecryptionDataType.h>
+
+#include "PushTree.h"
+
+#include <algorithm>
+
+namespace CIM
+{
+namespace
+{
+constexpr unsigned short kInvalidSystemId = 0xFFFF;
+}
+
+TSDRMSystemId::TSDRMSystemId(unsigned short systemId) : systemId(systemId) {}
+
+CIM_DEFINE_TREE_OPERATIONS(TSDRMSystemId)
+
+void TSDRMSystemId::t_PushTree(TCTreeFormatter& formatter) { PushPlain(formatter, 0, systemId); }
+
+bool TSDRMSystemId::IsValid() const { return systemId < kInvalidSystemId; }
+TSDRMSystemId::operator unsigned short const&() const { return systemId; }
+bool TSDRMSystemId::operator==(const TSDRMSystemId& other) const { return systemId == other.systemId; }
+bool TSDRMSystemId::operator!=(const TSDRMSystemId& other) const { return !(*this == other); }
+bool TSDRMSystemId::operator<(const TSDRMSystemId& other) const { return systemId < other.systemId; }
+
+TSDRMUuid::TSDRMUuid() : TSDRMUuid(UUID_INVALID) {}
+
+TSDRMUuid::TSDRMUuid(const std::vector<unsigned char>& bytes)
+    : uuid(bytes.size() == UUID_INVALID.size() ? bytes
+                                               : std::vector<unsigned char>(UUID_INVALID.begin(), UUID_INVALID.end()))
+{
+}
+
+TSDRMUuid::TSDRMUuid(const std::array<unsigned char, 16>& bytes) : uuid(bytes.begin(), bytes.end()) {}
+
+CIM_DEFINE_TREE_OPERATIONS(TSDRMUuid)
+
+void TSDRMUuid::t_PushTree(TCTreeFormatter& formatter) { PushSequence(formatter, 0, uuid); }
+
+bool TSDRMUuid::IsValid() const
+{
+    return uuid.size() == UUID_INVALID.size() && !std::equal(uuid.begin(), uuid.end(), UUID_INVALID.begin());
+}
+bool TSDRMUuid::operator==(const TSDRMUuid& other) const { return uuid == other.uuid; }
+bool TSDRMUuid::operator!=(const TSDRMUuid& other) const { return !(*this == other); }
+bool TSDRMUuid::operator<(const TSDRMUuid& other) const { return uuid < other.uuid; }
+
+TSDRMMetadataRecord::TSDRMMetadataRecord(EDRMMetadataSource source, const TSDRMSystemId& systemId,
+                                         const TSDRMUuid& uuid, const std::vector<unsigned char>& metadata)
+    : source(source), systemId(systemId), uuid(uuid), metadata(metadata)
+{
+}
+
+CIM_DEFINE_TREE_OPERATIONS(TSDRMMetadataRecord)
+
+void TSDRMMetadataRecord::t_PushTree(TCTreeFormatter& formatter)
+{
+    PushPlain(formatter, 0, source);
+    formatter.PushMarshalableClass(1, &systemId);
+    formatter.PushMarshalableClass(2, &uuid);
+    PushSequence(formatter, 3, metadata);
+}
+
+bool TSDRMMetadataRecord::operator==(const TSDRMMetadataRecord& other) const
+{
+    return source == other.source && systemId == other.systemId && uuid == other.uuid && metadata == other.metadata;
+}
+bool TSDRMMetadataRecord::operator!=(const TSDRMMetadataRecord& other) const { return !(*this == other); }
+
+TSSampleTrackNonTSFormat::TSSampleTrackNonTSFormat(unsigned short trackPid,
+                                                   const std::vector<TSDRMMetadataRecord>& drmRecords)
+    : trackPid(trackPid), drmRecords(drmRecords)
+{
+}
+
+CIM_DEFINE_TREE_OPERATIONS(TSSampleTrackNonTSFormat)
+
+void TSSampleTrackNonTSFormat::t_PushTree(TCTreeFormatter& formatter)
+{
+    PushPlain(formatter, 0, trackPid);
+    PushSequence(formatter, 1, drmRecords);
+}
+
+bool TSSampleTrackNonTSFormat::operator==(const TSSampleTrackNonTSFormat& other) const
+{
+    return trackPid == other.trackPid && drmRecords == other.drmRecords;
+}
+bool TSSampleTrackNonTSFormat::operator!=(const TSSampleTrackNonTSFormat& other) const { return !(*this == other); }
+
+TSDRMSystemsData::TSDRMSystemsData(const std::set<TSDRMSystemId>& drmSystemIds, const std::set<TSDRMUuid>& drmUuids)
+    : drmSystemIds(drmSystemIds), drmUuids(drmUuids)
+{
+}
+
+CIM_DEFINE_TREE_OPERATIONS(TSDRMSystemsData)
+
+void TSDRMSystemsData::t_PushTree(TCTreeFormatter& formatter)
+{
+    PushSet(formatter, 0, drmSystemIds);
+    PushSet(formatter, 1, drmUuids);
+}
+
+bool TSDRMSystemsData::operator==(const TSDRMSystemsData& other) const
+{
+    return drmSystemIds == other.drmSystemIds && drmUuids == other.drmUuids;
+}
+bool TSDRMSystemsData::operator!=(const TSDRMSystemsData& other) const { return !(*this == other); }
+
+bool TSSampleDecryptionStatus::operator==(const TSSampleDecryptionStatus& other) const
+{
+    return transmissionStatus == other.transmissionStatus && drmStatus == other.drmStatus &&
+           drmSystemId == other.drmSystemId && drmUuid == other.drmUuid && bufferSize == other.bufferSize;
+}
+bool TSSampleDecryptionStatus::operator!=(const TSSampleDecryptionStatus& other) const { return !(*this == other); }
+} // namespace CIM
