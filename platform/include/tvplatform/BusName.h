@@ -7,6 +7,7 @@
 /// \param[in]     length      its length in bytes
 /// \param[out]    buffer      receives the terminated name
 /// \param[in,out] size        room in the buffer without the terminator; then the length of the name
-/// \return 0, or a negative errno-style code: -EINVAL not a unique name, -ENOSPC the name does not fit
+/// \return 0, or a negative errno-style code: -EINVAL not a unique name, -ENOSPC the name does not fit;
+///         buffer and size are then untouched
 extern "C" TVPLATFORM_EXPORT int IPCUtility_GenerateSubConnectionName(const char* uniqueName, int length, char* buffer,
-                                                                     int* size);
+                                                                      int* size);

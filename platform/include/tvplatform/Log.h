@@ -2,7 +2,9 @@
 
 #include <tvplatform/Export.h>
 
-/// The platform's log service.
+/// The platform's log service. The portable implementation writes where TVPLATFORM_LOG says when the first line comes:
+/// off (also when unset), stderr, syslog, journal or file:PATH, each optionally followed by the least priority that is
+/// written: :debug, :info or :error.
 /// \param[in] log_id    the buffer: 0 main, 2 system
 /// \param[in] priority  3 debug, 4 information, 6 error
 /// \param[in] tag       who logs; not null
