@@ -5,7 +5,9 @@
 #include <tvplatform/MessageBuffer.h>
 #include <tvplatform/Types.h>
 
+#include "ci_connection/CallMessage.h"
 #include "ci_connection/CIMSendHelloCondition.h"
+#include "ci_connection/DBusHandles.h"
 
 #include <dbus/dbus.h>
 
@@ -54,6 +56,10 @@ public:
 /// The connection over two private connections to the system bus: one for calls, one that receives signals.
 /// Thread-safe. Everything that bus traffic may still touch after the object's end lives in two parts that are never
 /// freed, as the bus connections themselves: the call router and the signal receiver.
+///
+/// Lock order, outermost first: a signal type's mutex (held while its callback runs, so the callback may call and
+/// change match rules), the mutex of match rules, the locks inside libdbus and GLib. The router's mutex and that of the
+/// prepared messages come last: nothing is called with them held. No lock is held while a call waits for its reply.
 class TCCIMIPCConnection : public TICIMIPCConnection
 {
 public:
@@ -97,19 +103,22 @@ protected:
     DBusConnection* t_pMainLoopConnection = nullptr;
 
 private:
+    using TChangeMatch = void (*)(DBusConnection*, const char* rule, DBusError*);
+
     bool m_Connect(bool attachToMainLoop);
-    void m_AttachToMainLoop();
     bool m_CreatedHere(const char* operation) const;
-    bool m_ChangeMatchRule(bool add, EIPCMessageType type, int messageId, const TVSHandle& handle);
-    DBusMessage* m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
+    void m_ChangeMatchRule(TChangeMatch change, EIPCMessageType type, int messageId, const TVSHandle& handle,
+                           TCDBusError& error);
+    TCMessagePtr m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
                               TCMessageBuffer& input, unsigned short flags);
-    bool m_ReadReply(const std::string& interfaceName, short methodId, DBusMessage* reply, TCMessageBuffer& output);
+    bool m_ReadReply(DBusMessage* reply, TCMessageBuffer& output);
 
     const std::string m_interfaceName;
     const std::string m_objectPath;
     std::string m_receiverName;
     TCCIMSendHelloCondition m_helloCondition;
     pid_t m_creator;
+    TCPreparedMessages m_preparedMessages;
     TCCallRouter* m_router = nullptr;
     TCSignalReceiver* m_receiver = nullptr;
 };

@@ -1,0 +1,144 @@
+#include "ci_connection/CIMIPCConnection.h"
+
+#include "ci_connection/CallRouter.h"
+#include "ci_connection/DBusHandles.h"
+#include "ci_connection/Immortal.h"
+#include "ci_connection/SignalReceiver.h"
+#include "impl/CIAPIDebug.h"
+#include "utils/CIAPILog.h"
+
+#include <tvplatform/BusName.h>
+#include <tvplatform/Sleep.h>
+
+#include <array>
+#include <cstring>
+#include <unistd.h>
+#include <utility>
+
+namespace CIM
+{
+namespace
+{
+constexpr unsigned int CONNECT_RETRY_MS = 1000;
+constexpr std::size_t BUS_NAME_SIZE = 256;
+} // namespace
+
+TCCIMIPCConnection::TCCIMIPCConnection(std::string interfaceName, std::string objectPath, bool attachToMainLoop)
+    : m_interfaceName(std::move(interfaceName)), m_objectPath(std::move(objectPath)), m_creator(getpid())
+{
+    CIM_LOG_INFO("[TCCIMIPCConnection::%s]  (%s, %s)", __func__, m_interfaceName.c_str(), m_objectPath.c_str());
+    CIM_LOG_ERROR("TCCIMIPCConnection::TCCIMIPCConnection - open connection!");
+    gConnectionActive.store(true);
+    dbus_threads_init_default();
+
+    m_receiver = MakeImmortal<TCSignalReceiver>(m_interfaceName);
+    int attempts = 0;
+    while (!m_Connect(attachToMainLoop))
+    {
+        CIM_ASSERT(attempts != MAX_DBUS_CONNECTION_ATTEMPTS);
+        ++attempts;
+        tvplatform_sleep_ms(CONNECT_RETRY_MS);
+    }
+    CIM_ASSERT(attempts != MAX_DBUS_CONNECTION_ATTEMPTS); // also when the last attempt came through
+}
+
+TCCIMIPCConnection::~TCCIMIPCConnection()
+{
+    CIM_LOG_INFO("[TCCIMIPCConnection::%s]  Closing connection for receiver: %s", __func__, m_receiverName.c_str());
+    gConnectionActive.store(false);
+    m_receiver->Refuse();
+}
+
+DBusConnection* TCCIMIPCConnection::t_CreateConnection()
+{
+    TCDBusError error;
+    DBusConnection* const connection = dbus_bus_get_private(DBUS_BUS_SYSTEM, error.Get());
+    if (connection != nullptr)
+    {
+        dbus_connection_set_exit_on_disconnect(connection, FALSE); // the application outlives the bus
+    }
+    if (connection == nullptr || error.IsSet())
+    {
+        CIM_LOG_ERROR("[TCCIMIPCConnection::%s] Failed to connect to the D-BUS daemon: %s", __func__, error.Text());
+        return nullptr;
+    }
+    return connection;
+}
+
+bool TCCIMIPCConnection::m_Connect(bool attachToMainLoop)
+{
+    t_pAPIConnection = t_CreateConnection();
+    if (t_pAPIConnection == nullptr)
+    {
+        return false;
+    }
+    t_pMainLoopConnection = t_CreateConnection();
+    if (t_pMainLoopConnection == nullptr)
+    {
+        t_ReleaseAllConnections();
+        return false;
+    }
+    if (const char* const uniqueName = dbus_bus_get_unique_name(t_pAPIConnection))
+    {
+        std::array<char, BUS_NAME_SIZE> buffer{};
+        int size = BUS_NAME_SIZE - 1;
+        IPCUtility_GenerateSubConnectionName(uniqueName, static_cast<int>(std::strlen(uniqueName)), buffer.data(),
+                                             &size);
+        buffer.back() = '\0';
+        m_receiverName = buffer.data();
+    }
+
+    TCDBusError error;
+    if (dbus_validate_bus_name(m_receiverName.c_str(), error.Get()))
+    {
+        dbus_bus_request_name(t_pMainLoopConnection, m_receiverName.c_str(), DBUS_NAME_FLAG_REPLACE_EXISTING,
+                              error.Get());
+    }
+    if (!error.IsSet() &&
+        !dbus_connection_add_filter(t_pMainLoopConnection, t_MessageHandlerHelper, m_receiver, nullptr))
+    {
+        dbus_set_error_const(error.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory");
+    }
+    if (error.IsSet())
+    {
+        CIM_LOG_ERROR("[TCIPCManager::%s] Requesting name error (%s).", __func__, error.Text());
+        t_ReleaseAllConnections();
+        return false;
+    }
+
+    m_router = MakeImmortal<TCCallRouter>(t_pAPIConnection);
+    m_receiver->connection = t_pMainLoopConnection;
+    if (attachToMainLoop)
+    {
+        m_receiver->Attach();
+    }
+    return true;
+}
+
+void TCCIMIPCConnection::t_ReleaseAllConnections()
+{
+    for (DBusConnection** const connection : {&t_pAPIConnection, &t_pMainLoopConnection})
+    {
+        if (*connection != nullptr)
+        {
+            dbus_connection_close(*connection);
+            dbus_connection_unref(*connection);
+            *connection = nullptr;
+        }
+    }
+}
+
+std::string TCCIMIPCConnection::GetReceiverId() { return m_receiverName; }
+
+// After a fork both processes would write into the same stream: only the process that connected may use it.
+bool TCCIMIPCConnection::m_CreatedHere(const char* operation) const
+{
+    if (getpid() == m_creator)
+    {
+        return true;
+    }
+    CIM_LOG_ERROR_AT(operation, __LINE__, "[TCCIMIPCConnection::%s] The connection belongs to the parent process %ld",
+                     operation, static_cast<long>(m_creator));
+    return false;
+}
+} // namespace CIM

@@ -1,0 +1,297 @@
+#include "ci_connection/CallMessage.h"
+#include "ci_connection/CallRouter.h"
+#include "ci_connection/CIMIPCConnection.h"
+#include "ci_connection/CIMIPCUtility.h"
+#include "ci_connection/CIMResourcePriorityInheritanceWrapper.h"
+#include "impl/CIAPIDebug.h"
+#include "utils/CIAPILog.h"
+
+#include <ciapi/CINames.h>
+
+#include <tvplatform/Sleep.h>
+#include <tvplatform/SystemInfo.h>
+
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <unistd.h>
+
+// An error line in the name of an operation, which may be carried out by several functions.
+#define OPERATION_ERROR(operation, format, ...)                                                                        \
+    CIM_LOG_ERROR_AT(operation, __LINE__, "[TCCIMIPCConnection::%s] " format, operation __VA_OPT__(, ) __VA_ARGS__)
+
+namespace CIM
+{
+namespace
+{
+constexpr int INTERFACE_CHECKS = 150;
+constexpr unsigned int INTERFACE_CHECK_MS = 100;
+
+// A copy below, a reference to the reply above.
+constexpr std::size_t SMALLEST_SHARED_REPLY = 4096;
+
+// The methods, of any interface, during which the daemon runs at the caller's priority.
+bool LendsPriority(short methodId) { return methodId == 7 || methodId == 8; }
+
+bool IsTVSSupported()
+{
+    static std::atomic<int> cached{-1};
+    bool supported = false;
+    if (cached.load() == -1 && system_info_get_custom_bool(CI_FMS_TVS_SUPPORTED.c_str(), &supported) == 0)
+    {
+        cached.store(supported ? 1 : 0);
+    }
+    return cached.load() != 0;
+}
+
+bool CheckSize(const TCMessageBuffer& input)
+{
+    const std::size_t length = input.GetUnreadSize();
+    if (length <= CALL_PAYLOAD_LIMIT)
+    {
+        return true;
+    }
+    OPERATION_ERROR("t_PrepareMessage", "Message exceeds allowed limit for message size (size: %d, limit: %d)",
+                    static_cast<int>(std::min<std::size_t>(length, INT_MAX)), CALL_PAYLOAD_LIMIT);
+    return false;
+}
+
+SCallHeader MakeHeader(short methodId, const TCMessageBuffer& input, unsigned short flags)
+{
+    return {methodId, flags, static_cast<int>(input.GetUnreadSize()), getpid()};
+}
+
+void LogErrorReply(const std::string& interfaceName, short methodId, DBusMessage* reply)
+{
+    TCDBusError error;
+    const char* text = nullptr;
+    if (dbus_message_get_args(reply, error.Get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID))
+    {
+        const char* const name = dbus_message_get_error_name(reply);
+        CIM_LOG_ERROR_AT("Call", __LINE__, "[TCCIMIPCConnection::%s][%s:%d] Error answer received [Error name: %s]: %s",
+                         "Call", interfaceName.c_str(), methodId, name != nullptr ? name : "", text);
+    }
+    else
+    {
+        CIM_LOG_ERROR_AT("Call", __LINE__, "[TCCIMIPCConnection::%s][%s:%d] Problem with reading error answer: %s",
+                         "Call", interfaceName.c_str(), methodId, error.Text());
+    }
+}
+
+void AppendReplyPayload(DBusMessage* reply, std::size_t length, const char* bytes, TCMessageBuffer& output)
+{
+    if (length < SMALLEST_SHARED_REPLY)
+    {
+        output.PushConcatenated(static_cast<int>(length), bytes);
+        return;
+    }
+    std::shared_ptr<const void> owner(dbus_message_ref(reply), [](const void* message)
+                                      { dbus_message_unref(static_cast<DBusMessage*>(const_cast<void*>(message))); });
+    output.PushShared(length, bytes, std::move(owner));
+}
+
+enum class EOwner
+{
+    NONE,
+    PRESENT,
+    UNKNOWN, ///< the bus did not say; the error is set
+};
+
+EOwner FindOwner(TCCallRouter& router, const char* name, TCDBusError& error)
+{
+    TCMessagePtr question(
+        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "NameHasOwner"));
+    TCMessagePtr answer;
+    if (!question || !dbus_message_append_args(question.get(), DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID))
+    {
+        dbus_set_error_const(error.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory");
+        return EOwner::UNKNOWN;
+    }
+    if (router.Call(question.get(), answer) != TCCallRouter::EResult::ANSWERED || !answer)
+    {
+        dbus_set_error_const(error.Get(), DBUS_ERROR_DISCONNECTED, "Connection is closed");
+        return EOwner::UNKNOWN;
+    }
+    dbus_bool_t hasOwner = FALSE;
+    if (dbus_set_error_from_message(error.Get(), answer.get()) ||
+        !dbus_message_get_args(answer.get(), error.Get(), DBUS_TYPE_BOOLEAN, &hasOwner, DBUS_TYPE_INVALID))
+    {
+        return EOwner::UNKNOWN;
+    }
+    return hasOwner ? EOwner::PRESENT : EOwner::NONE;
+}
+} // namespace
+
+bool TCCIMIPCConnection::t_PrepareMessage(DBusMessage* message, short methodId, TCMessageBuffer& input,
+                                          unsigned short flags)
+{
+    return CheckSize(input) && AppendCallHeader(message, MakeHeader(methodId, input, flags)) &&
+           AppendCallPayload(message, input);
+}
+
+// What NewCallMessage and t_PrepareMessage give together, with the arguments in front of the payload ready-made.
+TCMessagePtr TCCIMIPCConnection::m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
+                                              TCMessageBuffer& input, unsigned short flags)
+{
+    if (!CheckSize(input))
+    {
+        return nullptr;
+    }
+    TCMessagePtr message = m_preparedMessages.Get(operation, interfaceName, MakeHeader(methodId, input, flags));
+    return message && AppendCallPayload(message.get(), input) ? std::move(message) : nullptr;
+}
+
+bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, TCMessageBuffer& input,
+                              TCMessageBuffer& output)
+{
+    if (!m_CreatedHere(__func__))
+    {
+        return false;
+    }
+    TCCIMResourcePriorityInheritanceWrapper priority;
+    if (LendsPriority(methodId))
+    {
+        priority.StrartPriorityInheritance();
+    }
+    const unsigned short flags = m_helloCondition.SendNow() ? CALL_FLAG_HELLO : 0;
+    const TCMessagePtr message = m_CreateCall(__func__, interfaceName, methodId, input, flags);
+    if (!message)
+    {
+        return false;
+    }
+    TCMessagePtr reply;
+    switch (m_router->Call(message.get(), reply))
+    {
+    case TCCallRouter::EResult::NO_MEMORY:
+        OPERATION_ERROR("Call", "Cannot send call message. Out of memory.");
+        return false;
+    case TCCallRouter::EResult::BROKEN:
+        OPERATION_ERROR("Call", "Pending call error. Probably connection is broken.");
+        return false;
+    case TCCallRouter::EResult::ANSWERED:
+        break;
+    }
+    if (!reply)
+    {
+        OPERATION_ERROR("Call", "Cannot create reply message. Out of memory.");
+        return false;
+    }
+    if (dbus_message_get_type(reply.get()) == DBUS_MESSAGE_TYPE_ERROR)
+    {
+        LogErrorReply(interfaceName, methodId, reply.get());
+        return false;
+    }
+    return m_ReadReply(reply.get(), output);
+}
+
+bool TCCIMIPCConnection::m_ReadReply(DBusMessage* reply, TCMessageBuffer& output)
+{
+    DBusMessageIter iter;
+    if (!dbus_message_iter_init(reply, &iter))
+    {
+        OPERATION_ERROR("Call", "Reply message has no arguments.(dbus_message_iter_init)");
+        return false;
+    }
+    unsigned char status = 0;
+    if (TCCIMIPCUtility::m_CheckArgumentType(iter, DBUS_TYPE_BYTE, false))
+    {
+        dbus_message_iter_get_basic(&iter, &status);
+    }
+    else
+    {
+        OPERATION_ERROR("Call", "Incorrect type of argument. Expected DBUS_TYPE_BYTE.");
+    }
+    if (!m_helloCondition.Update(status))
+    {
+        OPERATION_ERROR("Call", "Reply message is broken. Probably noone is listening to method calls. Reply value: %u",
+                        static_cast<unsigned int>(status));
+        return false;
+    }
+    dbus_int32_t statedLength = 0;
+    if (TCCIMIPCUtility::m_CheckArgumentType(iter, DBUS_TYPE_INT32, true))
+    {
+        dbus_message_iter_get_basic(&iter, &statedLength);
+    }
+    else
+    {
+        OPERATION_ERROR("Call", "Incorrect type of argument. Expected DBUS_TYPE_INT32.");
+    }
+    const char* bytes = nullptr;
+    int arrayLength = 0;
+    if (TCCIMIPCUtility::m_CheckArgumentType(iter, DBUS_TYPE_ARRAY, true) &&
+        TCCIMIPCUtility::m_ReadBytes(iter, bytes, arrayLength))
+    {
+        AppendReplyPayload(reply, TCCIMIPCUtility::m_CheckedLength("Call", statedLength, arrayLength), bytes, output);
+    }
+    else
+    {
+        OPERATION_ERROR("Call", "Incorrect type of argument. Expected DBUS_TYPE_ARRAY.");
+    }
+    m_helloCondition.ClearIfSentOk();
+    return true;
+}
+
+bool TCCIMIPCConnection::CallAsync(const std::string& interfaceName, short methodId, TCMessageBuffer& input)
+{
+    if (!m_CreatedHere(__func__))
+    {
+        return false;
+    }
+    const unsigned short flags = CALL_FLAG_ONE_WAY | (m_helloCondition.SendNow() ? CALL_FLAG_HELLO : 0);
+    const TCMessagePtr message = m_CreateCall(__func__, interfaceName, methodId, input, flags);
+    if (!message)
+    {
+        return false;
+    }
+    if (!m_router->Send(message.get()))
+    {
+        OPERATION_ERROR("CallAsync", "Cannot send call message. Out of memory. messageType[%d] serial[%u]",
+                        dbus_message_get_type(message.get()), dbus_message_get_serial(message.get()));
+        return false;
+    }
+    return true;
+}
+
+bool TCCIMIPCConnection::WaitForCreateInterface(const char* name)
+{
+    for (int attempt = 1;; ++attempt)
+    {
+        if (!IsTVSSupported())
+        {
+            OPERATION_ERROR("WaitForCreateInterface", "IsTVSSupported() is false, just return true");
+            return true;
+        }
+        CIM_ASSERT(t_pAPIConnection != nullptr);
+        if (!m_CreatedHere(__func__))
+        {
+            return false;
+        }
+        TCDBusError error;
+        EOwner owner = EOwner::UNKNOWN;
+        if (name == nullptr)
+        {
+            dbus_set_error_const(error.Get(), DBUS_ERROR_INVALID_ARGS, "No name was given");
+        }
+        else if (dbus_validate_bus_name(name, error.Get()))
+        {
+            owner = FindOwner(*m_router, name, error);
+        }
+        if (owner == EOwner::UNKNOWN)
+        {
+            OPERATION_ERROR("WaitForCreateInterface", "DBus Error while checking name owner: %s", error.Text());
+            return false;
+        }
+        if (owner == EOwner::PRESENT)
+        {
+            return true;
+        }
+        tvplatform_sleep_ms(INTERFACE_CHECK_MS);
+        CIM_LOG_INFO("[TCCIMIPCConnection::%s] DBus waiting for %s interface. Try: %d/150", __func__, name, attempt);
+        if (attempt == INTERFACE_CHECKS)
+        {
+            OPERATION_ERROR("WaitForCreateInterface", "TIMEOUT, Cannot connect to the %s interface", name);
+            return false;
+        }
+    }
+}
+} // namespace CIM

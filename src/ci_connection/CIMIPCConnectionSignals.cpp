@@ -1,0 +1,116 @@
+#include "ci_connection/CIMIPCConnection.h"
+#include "ci_connection/DBusHandles.h"
+#include "ci_connection/SignalReceiver.h"
+#include "impl/CIAPIDebug.h"
+#include "utils/CIAPILog.h"
+
+#include <array>
+#include <cstdio>
+#include <glib.h>
+#include <mutex>
+
+namespace CIM
+{
+namespace
+{
+constexpr std::size_t MATCH_RULE_SIZE = 256;
+
+unsigned int HandleValue(const TVSHandle& handle)
+{
+    return static_cast<unsigned int>(handle.profile) << 16 | handle.handle;
+}
+} // namespace
+
+void TCCIMIPCConnection::t_CreateMatchRule(EIPCMessageType type, int messageId, char* buffer)
+{
+    std::snprintf(buffer, MATCH_RULE_SIZE, "path='%s', type='signal', interface='%s', member='%s', arg0='%d'",
+                  m_objectPath.c_str(), m_interfaceName.c_str(), t_ConvertMsgTypeToString(type), messageId);
+}
+
+void TCCIMIPCConnection::t_CreateMatchRule(EIPCMessageType type, int messageId, const TVSHandle& handle, char* buffer)
+{
+    std::snprintf(buffer, MATCH_RULE_SIZE,
+                  "path='%s', type='signal', interface='%s', member='%s', arg0='%d', arg1='%u'", m_objectPath.c_str(),
+                  m_interfaceName.c_str(), t_ConvertMsgTypeToString(type), messageId, HandleValue(handle));
+}
+
+const char* TCCIMIPCConnection::t_ConvertMsgTypeToString(EIPCMessageType type)
+{
+    return TCSignalReceiver::Member(type);
+}
+
+bool TCCIMIPCConnection::AddMatchRule(EIPCMessageType type, int messageId, const TVSHandle& handle)
+{
+    CIM_ASSERT(t_pMainLoopConnection != nullptr);
+    TCDBusError error;
+    m_ChangeMatchRule(dbus_bus_add_match, type, messageId, handle, error);
+    if (error.IsSet())
+    {
+        CIM_LOG_ERROR("[TCCIMIPCConnection::%s] Cannot add match rule: %s", __func__, error.Text());
+        return false;
+    }
+    return true;
+}
+
+bool TCCIMIPCConnection::RemoveMatchRule(EIPCMessageType type, int messageId, const TVSHandle& handle)
+{
+    CIM_ASSERT(t_pMainLoopConnection != nullptr);
+    TCDBusError error;
+    m_ChangeMatchRule(dbus_bus_remove_match, type, messageId, handle, error);
+    if (error.IsSet())
+    {
+        CIM_LOG_ERROR("[TCCIMIPCConnection::%s] Cannot remove match rule: %s", __func__, error.Text());
+        return false;
+    }
+    return true;
+}
+
+void TCCIMIPCConnection::m_ChangeMatchRule(TChangeMatch change, EIPCMessageType type, int messageId,
+                                           const TVSHandle& handle, TCDBusError& error)
+{
+    std::array<char, MATCH_RULE_SIZE> rule{};
+    t_CreateMatchRule(type, messageId, handle, rule.data());
+    if (!m_CreatedHere("m_ChangeMatchRule"))
+    {
+        dbus_set_error_const(error.Get(), DBUS_ERROR_ACCESS_DENIED, "Not the process that connected");
+    }
+    else if (dbus_validate_utf8(rule.data(), error.Get()))
+    {
+        const std::lock_guard lock(m_receiver->matchRules);
+        change(t_pMainLoopConnection, rule.data(), error.Get());
+    }
+    // Waiting for the bus's answer may have read signals, and nothing more need come to wake the main loop for them.
+    if (dbus_connection_get_dispatch_status(t_pMainLoopConnection) == DBUS_DISPATCH_DATA_REMAINS)
+    {
+        g_main_context_wakeup(nullptr);
+    }
+}
+
+void TCCIMIPCConnection::SetCallbackFunction(EIPCMessageType type, void (*callback)(int, TCMessageBuffer&))
+{
+    CIM_ASSERT(type < IPC_MESSAGE_MAX);
+    CIM_LOG_INFO("[TCCIMIPCConnection::%s] Receiver: %s, MsgType: %s, callback: %p", __func__, m_receiverName.c_str(),
+                 t_ConvertMsgTypeToString(type), reinterpret_cast<void*>(callback));
+    m_receiver->Set(type, callback);
+}
+
+void TCCIMIPCConnection::UnsetCallbackFunction(EIPCMessageType type, void (*callback)(int, TCMessageBuffer&))
+{
+    CIM_ASSERT(type < IPC_MESSAGE_MAX);
+    const char* const member = t_ConvertMsgTypeToString(type);
+    if (m_receiver->Unset(type, callback))
+    {
+        CIM_LOG_INFO("[TCCIMIPCConnection::%s] Receiver: %s, MsgType: %s, callback: %p", __func__,
+                     m_receiverName.c_str(), member, reinterpret_cast<void*>(callback));
+    }
+}
+
+EIPCMessageType TCCIMIPCConnection::t_GetMessageType(DBusMessage* message) { return m_receiver->TypeOf(message); }
+
+DBusHandlerResult TCCIMIPCConnection::t_MessageHandler(DBusMessage* message) { return m_receiver->Handle(message); }
+
+DBusHandlerResult TCCIMIPCConnection::t_MessageHandlerHelper(DBusConnection*, DBusMessage* message, void* userData)
+{
+    return static_cast<TCSignalReceiver*>(userData)->Filter(message);
+}
+} // namespace CIM

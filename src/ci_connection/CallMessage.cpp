@@ -1,0 +1,164 @@
+#include "ci_connection/CallMessage.h"
+
+#include "utils/CIAPILog.h"
+
+#include <tvplatform/MessageBuffer.h>
+
+#include <cstring>
+#include <functional>
+
+namespace CIM
+{
+namespace
+{
+constexpr const char* CALL_OBJECT_PATH = "/com/kelvora/Object";
+constexpr const char* CALL_MEMBER = "MethodCall";
+
+// Above this the copy of the payload is what costs, and the same length hardly comes again.
+constexpr int LARGEST_PREPARED_LENGTH = 4096;
+} // namespace
+
+bool IsCallableName(const std::string& interfaceName)
+{
+    return std::strlen(interfaceName.c_str()) == interfaceName.size() &&
+           dbus_validate_interface(interfaceName.c_str(), nullptr) &&
+           dbus_validate_bus_name(interfaceName.c_str(), nullptr);
+}
+
+TCMessagePtr NewCallMessage(const std::string& interfaceName)
+{
+    return TCMessagePtr(
+        dbus_message_new_method_call(interfaceName.c_str(), CALL_OBJECT_PATH, interfaceName.c_str(), CALL_MEMBER));
+}
+
+bool AppendCallHeader(DBusMessage* message, const SCallHeader& header)
+{
+    const dbus_int32_t word = static_cast<dbus_int32_t>(static_cast<unsigned int>(header.flags) << 16 |
+                                                        static_cast<unsigned short>(header.methodId));
+    const dbus_int32_t length = header.length;
+    const dbus_int32_t pid = header.pid;
+    if ((header.flags & CALL_FLAG_ONE_WAY) != 0)
+    {
+        dbus_message_set_no_reply(message, TRUE);
+    }
+    bool appended = dbus_message_append_args(message, DBUS_TYPE_INT32, &word, DBUS_TYPE_INT32, &length, DBUS_TYPE_INT32,
+                                             &pid, DBUS_TYPE_INVALID);
+    if (appended && (header.flags & CALL_FLAG_HELLO) != 0)
+    {
+        const char* const programName = GetProgName();
+        if (!dbus_validate_utf8(programName, nullptr))
+        {
+            CIM_LOG_ERROR_AT("t_PrepareMessage", __LINE__,
+                             "[TCCIMIPCConnection::%s] The program name is not UTF-8: the bus cannot carry it",
+                             "t_PrepareMessage");
+            return false;
+        }
+        appended = dbus_message_append_args(message, DBUS_TYPE_STRING, &programName, DBUS_TYPE_INVALID);
+    }
+    if (!appended)
+    {
+        CIM_LOG_ERROR_AT("t_PrepareMessage", __LINE__,
+                         "[TCCIMIPCConnection::%s] Cannot add arguments to call message. Out of memory.",
+                         "t_PrepareMessage");
+    }
+    return appended;
+}
+
+bool AppendCallPayload(DBusMessage* message, const TCMessageBuffer& input)
+{
+    if (input.GetUnreadSize() < 1)
+    {
+        return true;
+    }
+    DBusMessageIter arguments;
+    DBusMessageIter array;
+    dbus_message_iter_init_append(message, &arguments);
+    if (!dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE_AS_STRING, &array))
+    {
+        CIM_LOG_ERROR_AT("t_PrepareMessage", __LINE__,
+                         "[TCCIMIPCConnection::%s] Cannot create container for call mesage data. Out of memory.",
+                         "t_PrepareMessage");
+        return false;
+    }
+    const std::size_t pieces = input.GetPieceCount();
+    for (std::size_t index = 0; index < pieces; ++index)
+    {
+        std::size_t length = 0;
+        const char* const piece = input.GetPiece(index, length);
+        if (length > 0 &&
+            !dbus_message_iter_append_fixed_array(&array, DBUS_TYPE_BYTE, &piece, static_cast<int>(length)))
+        {
+            dbus_message_iter_abandon_container(&arguments, &array);
+            CIM_LOG_ERROR_AT("t_PrepareMessage", __LINE__,
+                             "[TCCIMIPCConnection::%s] Cannot add data to call message. Out of memory.",
+                             "t_PrepareMessage");
+            return false;
+        }
+    }
+    return dbus_message_iter_close_container(&arguments, &array);
+}
+
+TCPreparedMessages::SEntry& TCPreparedMessages::m_Place(const std::string& interfaceName, const SCallHeader& header)
+{
+    const std::size_t hash = std::hash<std::string>()(interfaceName) + static_cast<std::size_t>(header.methodId) * 31 +
+                             static_cast<std::size_t>(header.length) * 7 + header.flags;
+    return m_entries[hash % m_entries.size()];
+}
+
+TCMessagePtr TCPreparedMessages::Get(const char* operation, const std::string& interfaceName, const SCallHeader& header)
+{
+    if (header.length > LARGEST_PREPARED_LENGTH)
+    {
+        return m_Build(operation, interfaceName, header);
+    }
+    TCMessagePtr prepared;
+    {
+        const std::lock_guard lock(m_mutex);
+        const SEntry& entry = m_Place(interfaceName, header);
+        if (entry.message && entry.header == header && entry.interfaceName == interfaceName)
+        {
+            prepared.reset(dbus_message_ref(entry.message.get()));
+        }
+    }
+    if (!prepared)
+    {
+        prepared = m_Build(operation, interfaceName, header);
+        if (!prepared)
+        {
+            return nullptr;
+        }
+        const std::lock_guard lock(m_mutex);
+        SEntry& entry = m_Place(interfaceName, header);
+        entry.interfaceName = interfaceName;
+        entry.header = header;
+        entry.message.reset(dbus_message_ref(prepared.get()));
+    }
+    TCMessagePtr copy(dbus_message_copy(prepared.get()));
+    if (!copy)
+    {
+        CIM_LOG_ERROR_AT(operation, __LINE__, "[TCCIMIPCConnection::%s] Cannot create call message. Out of memory.",
+                         operation);
+    }
+    return copy;
+}
+
+TCMessagePtr TCPreparedMessages::m_Build(const char* operation, const std::string& interfaceName,
+                                         const SCallHeader& header)
+{
+    if (!IsCallableName(interfaceName))
+    {
+        CIM_LOG_ERROR_AT(operation, __LINE__,
+                         "[TCCIMIPCConnection::%s] Cannot create call message. Not a valid interface name: %s",
+                         operation, interfaceName.c_str());
+        return nullptr;
+    }
+    TCMessagePtr message = NewCallMessage(interfaceName);
+    if (!message)
+    {
+        CIM_LOG_ERROR_AT(operation, __LINE__, "[TCCIMIPCConnection::%s] Cannot create call message. Out of memory.",
+                         operation);
+        return nullptr;
+    }
+    return AppendCallHeader(message.get(), header) ? std::move(message) : nullptr;
+}
+} // namespace CIM

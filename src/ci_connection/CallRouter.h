@@ -1,0 +1,73 @@
+#pragma once
+
+#include "ci_connection/DBusHandles.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <list>
+#include <mutex>
+
+namespace CIM
+{
+/// Lets many threads call through one bus connection at a time. Thread-safe.
+///
+/// Nobody blocks inside libdbus, which would keep other senders from the socket. Of the threads that wait for an
+/// answer one leads: it waits for the socket, reads whatever comes and hands each answer to the thread that waits for
+/// its serial. When its own answer has come it passes the lead on.
+///
+/// Lock order: m_mutex comes last; no call into libdbus is made with it held.
+class TCCallRouter
+{
+public:
+    enum class EResult
+    {
+        ANSWERED,  ///< there is a reply; a missing one is an error message as libdbus would make it
+        NO_MEMORY, ///< not sent
+        BROKEN,    ///< not sent: the bus connection was lost before
+    };
+
+    /// The connection must have nobody else who reads it, and must stay open.
+    explicit TCCallRouter(DBusConnection* connection);
+    ~TCCallRouter();
+    TCCallRouter(const TCCallRouter&) = delete;
+    TCCallRouter& operator=(const TCCallRouter&) = delete;
+
+    /// Sends a method call and blocks until its reply, up to libdbus's default of 25 seconds.
+    EResult Call(DBusMessage* call, TCMessagePtr& reply);
+
+    /// Sends a message that has no reply; blocks as long as the bus takes no more bytes. \return false: no memory
+    bool Send(DBusMessage* message);
+
+private:
+    using TTime = std::chrono::steady_clock::time_point;
+
+    struct SWaiter
+    {
+        dbus_uint32_t serial = 0; ///< 0: waits until everything is sent
+        bool done = false;
+        TCMessagePtr reply;
+        std::condition_variable wake;
+    };
+
+    dbus_uint32_t m_NextSerial();
+    void m_Enter(SWaiter& waiter);
+    void m_Wait(SWaiter& waiter);
+    void m_Leave(SWaiter& waiter);
+    void m_Lead(const SWaiter& leader, TTime deadline);
+    void m_WaitForSocket(TTime deadline);
+    bool m_Deliver();
+    void m_Complete(TCMessagePtr reply);
+    void m_CompleteAll(bool onlySenders);
+    void m_WakeLeader();
+
+    DBusConnection* const m_connection;
+    int m_socket = -1;
+    int m_wakeUp = -1; // an eventfd
+    std::atomic<dbus_uint32_t> m_lastSerial;
+
+    std::mutex m_mutex;
+    std::list<SWaiter*> m_waiters;
+    bool m_leading = false;
+};
+} // namespace CIM

@@ -1,0 +1,206 @@
+#include "ci_connection/SignalReceiver.h"
+
+#include "ci_connection/CIMIPCUtility.h"
+#include "impl/CIAPIDebug.h"
+#include "utils/CIAPILog.h"
+
+#include <tvplatform/MessageBuffer.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <dbus/dbus-glib-lowlevel.h>
+#include <exception>
+
+namespace CIM
+{
+std::atomic<bool> gConnectionActive{false};
+
+namespace
+{
+constexpr std::array<const char*, IPC_MESSAGE_MAX> MEMBERS = {
+    "Signal",  "PipelineSignal", "Data", "Program",         "Section",  "TextData",    "Dsm", "CopyProtectionInfo",
+    "PESData", "ExPESData",      "Ht",   "ATSC3Signalling", "ATSC3Mpd", "ATSC3Linkage"};
+
+// Below this a copy costs less than keeping the message.
+constexpr std::size_t SMALLEST_LENT_PAYLOAD = 1024;
+
+// These carry the handle behind the identifier, for the bus to compare in match rules.
+bool CarriesHandle(EIPCMessageType type)
+{
+    return type == IPC_MESSAGE_SIGNAL || type == IPC_MESSAGE_PIPELINE_EVENT || type == IPC_MESSAGE_HT;
+}
+
+// Reads the arguments; returns null, or what is wrong with them.
+const char* Unpack(DBusMessage* message, EIPCMessageType type, int& messageId, TCMessageBuffer& payload)
+{
+    DBusMessageIter iter;
+    if (!dbus_message_iter_init(message, &iter))
+    {
+        return "Message has no arguments.";
+    }
+    if (!TCCIMIPCUtility::m_CheckArgumentType(iter, DBUS_TYPE_STRING, false))
+    {
+        return "Incorrect type of argument. Expected DBUS_TYPE_STRING.";
+    }
+    const char* identifier = nullptr;
+    dbus_message_iter_get_basic(&iter, &identifier);
+    messageId = static_cast<int>(std::strtol(identifier, nullptr, 10));
+    if (CarriesHandle(type))
+    {
+        dbus_message_iter_next(&iter);
+    }
+    if (!TCCIMIPCUtility::m_CheckArgumentType(iter, DBUS_TYPE_INT32, true))
+    {
+        return "Incorrect type of argument. Expected DBUS_TYPE_INT32.";
+    }
+    dbus_int32_t statedLength = 0;
+    dbus_message_iter_get_basic(&iter, &statedLength);
+    const char* bytes = nullptr;
+    int arrayLength = 0;
+    if (!TCCIMIPCUtility::m_CheckArgumentType(iter, DBUS_TYPE_ARRAY, true) ||
+        !TCCIMIPCUtility::m_ReadBytes(iter, bytes, arrayLength))
+    {
+        return "Incorrect type of argument. Expected DBUS_TYPE_ARRAY.";
+    }
+    const std::size_t length = TCCIMIPCUtility::m_CheckedLength("t_MessageHandler", statedLength, arrayLength);
+    if (const char* const sender = dbus_message_get_sender(message))
+    {
+        payload.SetSender(sender);
+    }
+    if (length < SMALLEST_LENT_PAYLOAD)
+    {
+        payload.PushConcatenated(static_cast<int>(length), bytes);
+    }
+    else
+    {
+        payload.PushBorrowed(length, bytes); // the message outlives the callback
+    }
+    return nullptr;
+}
+} // namespace
+
+TCSignalReceiver::TCSignalReceiver(const std::string& interfaceName) : m_interfaceName(interfaceName) {}
+
+const char* TCSignalReceiver::Member(EIPCMessageType type)
+{
+    if (type < 0 || type >= IPC_MESSAGE_MAX)
+    {
+        CIM_ASSERT(false);
+    }
+    return MEMBERS[static_cast<std::size_t>(type)];
+}
+
+void TCSignalReceiver::Attach()
+{
+    if (!m_attached.exchange(true))
+    {
+        dbus_connection_setup_with_g_main(connection, nullptr);
+    }
+}
+
+void TCSignalReceiver::Set(EIPCMessageType type, TCallback callback)
+{
+    const std::lock_guard lock(m_mutexes[type]);
+    Attach(); // with the mutex held: what is dispatched at once finds the callback
+    m_callbacks[type] = callback;
+}
+
+bool TCSignalReceiver::Unset(EIPCMessageType type, TCallback callback)
+{
+    const std::lock_guard lock(m_mutexes[type]);
+    if (m_callbacks[type] == nullptr || m_callbacks[type] != callback)
+    {
+        return false;
+    }
+    m_callbacks[type] = nullptr;
+    return true;
+}
+
+DBusHandlerResult TCSignalReceiver::Filter(DBusMessage* message) noexcept
+{
+    if (!m_Active())
+    {
+        CIM_LOG_ERROR_AT("t_MessageHandlerHelper", __LINE__,
+                         "TCCIMIPCConnection::t_MessageHandlerHelper - is not active!");
+        return DBUS_HANDLER_RESULT_HANDLED;
+    }
+    if (dbus_message_is_error(message, DBUS_ERROR_LIMITS_EXCEEDED))
+    {
+        CIM_LOG_ERROR_AT("t_MessageHandlerHelper", __LINE__,
+                         "[TCCIMIPCConnection::%s] Cannot send call message. Receiver queue overflow - "
+                         "DBUS_ERROR_LIMITS_EXCEEDED. messageType[%d]",
+                         "t_MessageHandlerHelper", dbus_message_get_type(message));
+        return DBUS_HANDLER_RESULT_HANDLED;
+    }
+    try
+    {
+        return Handle(message);
+    }
+    catch (const std::exception& exception)
+    {
+        CIM_LOG_ERROR_AT("t_MessageHandlerHelper", __LINE__,
+                         "[TCCIMIPCConnection::%s] Exception in signal callback: %s", "t_MessageHandlerHelper",
+                         exception.what());
+    }
+    catch (...)
+    {
+        CIM_LOG_ERROR_AT("t_MessageHandlerHelper", __LINE__,
+                         "[TCCIMIPCConnection::%s] Exception in signal callback: %s", "t_MessageHandlerHelper",
+                         "of unknown type");
+    }
+    return DBUS_HANDLER_RESULT_HANDLED;
+}
+
+DBusHandlerResult TCSignalReceiver::Handle(DBusMessage* message)
+{
+    if (!m_Active())
+    {
+        CIM_LOG_ERROR_AT("t_MessageHandler", __LINE__,
+                         "TCCIMIPCConnection::t_MessageHandler - Connection is not active!");
+        return DBUS_HANDLER_RESULT_HANDLED;
+    }
+    if (dbus_message_is_signal(message, DBUS_INTERFACE_LOCAL, "Disconnected"))
+    {
+        return DBUS_HANDLER_RESULT_HANDLED;
+    }
+    const EIPCMessageType type = TypeOf(message);
+    if (type == IPC_MESSAGE_MAX)
+    {
+        return DBUS_HANDLER_RESULT_NOT_YET_HANDLED;
+    }
+    int messageId = 0;
+    TCMessageBuffer payload;
+    if (const char* const fault = Unpack(message, type, messageId, payload))
+    {
+        CIM_LOG_ERROR_AT("t_MessageHandler", __LINE__, "[TCCIMIPCConnection::%s] %s", "t_MessageHandler", fault);
+        CIM_ASSERT(false);
+    }
+    const std::lock_guard lock(m_mutexes[type]);
+    if (const TCallback callback = m_callbacks[type])
+    {
+        CIM_LOG_INFO_AT("t_MessageHandler", __LINE__, "[TCCIMIPCConnection::%s]  msgType: %s, msgId: %d",
+                        "t_MessageHandler", Member(type), messageId);
+        callback(messageId, payload);
+    }
+    return DBUS_HANDLER_RESULT_HANDLED;
+}
+
+EIPCMessageType TCSignalReceiver::TypeOf(DBusMessage* message) const
+{
+    const char* const interfaceName = dbus_message_get_interface(message);
+    const char* const member = dbus_message_get_member(message);
+    if (dbus_message_get_type(message) != DBUS_MESSAGE_TYPE_SIGNAL || interfaceName == nullptr || member == nullptr ||
+        m_interfaceName != interfaceName)
+    {
+        return IPC_MESSAGE_MAX;
+    }
+    int type = 0;
+    while (type < IPC_MESSAGE_MAX && std::strcmp(member, MEMBERS[static_cast<std::size_t>(type)]) != 0)
+    {
+        ++type;
+    }
+    return static_cast<EIPCMessageType>(type);
+}
+
+bool TCSignalReceiver::m_Active() const { return gConnectionActive.load() && !m_refusing.load(); }
+} // namespace CIM

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <ciapi/IPCConnection.h>
+
+#include <array>
+#include <atomic>
+#include <dbus/dbus.h>
+#include <mutex>
+#include <string>
+
+class TCMessageBuffer;
+
+namespace CIM
+{
+/// True while a connection object lives; signals are refused otherwise.
+extern std::atomic<bool> gConnectionActive;
+
+/// The receiving side of one connection object: classifies each signal, unpacks it and calls its type's callback.
+/// The bus connection, which is never closed, may call it after its connection object ended: it is never freed either.
+/// Thread-safe; signals are handled on the thread that runs the default GLib main context.
+class TCSignalReceiver
+{
+public:
+    using TCallback = void (*)(int messageId, TCMessageBuffer& payload);
+
+    /// \param interfaceName  D-Bus interface of the signals to receive
+    explicit TCSignalReceiver(const std::string& interfaceName);
+
+    /// The member name of a type. Any other value ends the process.
+    static const char* Member(EIPCMessageType type);
+
+    /// Starts receiving on the default GLib main context, once.
+    void Attach();
+    /// Replaces a type's callback, and starts receiving.
+    void Set(EIPCMessageType type, TCallback callback);
+    /// Removes a type's callback if it is that one; it is not running when this returns. \return whether it was
+    bool Unset(EIPCMessageType type, TCallback callback);
+
+    /// Refuses every signal from now on.
+    void Refuse() { m_refusing.store(true); }
+
+    /// Looks at everything that arrives; never throws.
+    DBusHandlerResult Filter(DBusMessage* message) noexcept;
+    /// Handles what may be a signal. What the callback throws comes through, with the type's mutex released.
+    DBusHandlerResult Handle(DBusMessage* message);
+    EIPCMessageType TypeOf(DBusMessage* message) const;
+
+    /// Set once, before anything arrives. Kept here so that the open connection stays reachable.
+    DBusConnection* connection = nullptr;
+    /// One change of match rules at a time: each waits inside libdbus, whose bookkeeping for an attached connection
+    /// does not bear two of them. Comes after a type's mutex in the lock order.
+    std::mutex matchRules;
+
+private:
+    bool m_Active() const;
+
+    const std::string m_interfaceName;
+    std::array<std::mutex, IPC_MESSAGE_MAX> m_mutexes;
+    std::array<TCallback, IPC_MESSAGE_MAX> m_callbacks{}; // each guarded by its mutex
+    std::atomic<bool> m_attached{false};
+    std::atomic<bool> m_refusing{false};
+};
+} // namespace CIM
