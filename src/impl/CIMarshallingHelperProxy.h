@@ -1,0 +1,57 @@
+#pragma once
+
+#include "ci_connection/CIMIPCConnection.h"
+
+#include <tvplatform/MarshallingHelper.h>
+
+#include <boost/shared_ptr.hpp>
+
+#include <string>
+
+namespace CIM
+{
+/// Gives the proxies the one connection to the daemon.
+class TIIPCHelper
+{
+public:
+    virtual ~TIIPCHelper() = default;
+    /// \return the connection, shared with the caller
+    virtual boost::shared_ptr<TICIMIPCConnection> GetIPCConnection() const = 0;
+};
+
+/// Owns the library's connection. One for all proxies of the process; connecting happens in its constructor, which
+/// blocks while there is no bus.
+class TCIPCHelper : public TIIPCHelper
+{
+public:
+    TCIPCHelper();
+    boost::shared_ptr<TICIMIPCConnection> GetIPCConnection() const override;
+
+private:
+    boost::shared_ptr<TICIMIPCConnection> m_connection;
+};
+
+/// The frame of one call: lives on the caller's stack, gets the arguments pushed in order (the result slot first), and
+/// Run sends them and fills what the reply brings. Bound to its thread.
+class TCCIMarshallingHelperProxy : public TCMarshallingHelperProxy
+{
+public:
+    /// \param[in] helper  null is a programming error, which Run ends the process for
+    explicit TCCIMarshallingHelperProxy(boost::shared_ptr<TIIPCHelper> helper);
+    ~TCCIMarshallingHelperProxy() override;
+
+    /// Makes the call; to be used once.
+    /// \param[in] interfaceName  the D-Bus interface and bus name of the daemon's interface
+    /// \param[in] methodName     for the log only: the daemon goes by the identifier
+    /// \param[in] methodId       the method's identifier
+    /// \param[in] async          do not wait for an answer; nothing is then written to the arguments
+    /// \return false, after an error line, when the call could not be made or was not answered; no argument is then
+    ///         written. Blocks up to the connection's time-out.
+    virtual bool Run(std::string& interfaceName, const std::string& methodName, short methodId, bool async);
+
+private:
+    bool m_MayCallNow(short methodId) const;
+
+    boost::shared_ptr<TIIPCHelper> m_IPCHelper;
+};
+} // namespace CIM

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "protocol/Operation.h"
+
+namespace CIM::protocol
+{
+constexpr EMarshallingDirection DirectionOf(EWord word)
+{
+    switch (word)
+    {
+    case EWord::OUT:
+    case EWord::OUT_MEMBERS:
+        return MARSHALLING_DIRECTION_OUT;
+    case EWord::IN_OUT:
+        return MARSHALLING_DIRECTION_IN_OUT;
+    default:
+        return MARSHALLING_DIRECTION_IN;
+    }
+}
+
+/// One parameter of a row as both sides push it. It refers to the value, which has to outlive it; a value that only
+/// goes out is never changed, although the frame's interface takes no const.
+template <EWord Word, class T>
+class TPushed
+{
+public:
+    explicit TPushed(const T& value) : m_form(const_cast<T&>(value)) {}
+    void Push(TCMarshallingHelper& frame) { m_form.Push(frame, DirectionOf(Word)); }
+    void Load() { m_form.Load(); }
+    void Store() { m_form.Store(); }
+
+private:
+    TForm<T> m_form;
+};
+
+/// A pipeline handle as two values.
+template <EWord Word>
+requires(Word == EWord::IN_MEMBERS || Word == EWord::OUT_MEMBERS) class TPushed<Word, TVSHandle> : TFormInPlace
+{
+public:
+    explicit TPushed(const TVSHandle& value) : m_handle(const_cast<TVSHandle&>(value)) {}
+    void Push(TCMarshallingHelper& frame)
+    {
+        frame.PushValue(DirectionOf(Word), sizeof(m_handle.profile), &m_handle.profile);
+        frame.PushValue(DirectionOf(Word), sizeof(m_handle.handle), &m_handle.handle);
+    }
+    using TFormInPlace::Load;
+    using TFormInPlace::Store;
+
+private:
+    TVSHandle& m_handle;
+};
+
+/// A parameter that does not travel.
+template <EWord Word, class T>
+requires(!IsSent(Word)) class TPushed<Word, T> : public TFormInPlace
+{
+public:
+    explicit TPushed(const T&) {}
+    void Push(TCMarshallingHelper&) {}
+};
+
+/// The result, which is pushed first, as an output: a slot of four bytes or one, or an object in its place.
+template <class Result>
+using TPushedResult = TPushed<EWord::OUT, Result>;
+
+/// The sent parameters of a row over a tuple of its values, in order.
+template <class Row, std::size_t... Indices>
+auto PushedParameters(std::index_sequence<Indices...>)
+    -> std::tuple<TPushed<Row::WORDS[Indices], std::tuple_element_t<Indices, typename Row::Values>>...>;
+template <class Row>
+using TPushedParameters = decltype(PushedParameters<Row>(std::make_index_sequence<Row::COUNT>{}));
+
+/// Calls visitor(pushed) for the parameters of a row whose word passes a test.
+template <class Row, class Test, class Visitor>
+void ForEachPushed(TPushedParameters<Row>& parameters, Test test, Visitor&& visitor)
+{
+    [&]<std::size_t... Indices>(std::index_sequence<Indices...>)
+    {
+        ((test(Row::WORDS[Indices]) ? visitor(std::get<Indices>(parameters)) : void()), ...);
+    }
+    (std::make_index_sequence<Row::COUNT>{});
+}
+} // namespace CIM::protocol

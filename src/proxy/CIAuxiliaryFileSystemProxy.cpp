@@ -1,0 +1,69 @@
+#include "proxy/CIAuxiliaryFileSystemProxy.h"
+
+#include "protocol/AuxiliaryFileSystem.h"
+#include "utils/CIAPILog.h"
+
+#include <utility>
+
+namespace CIM
+{
+TCCIAuxiliaryFileSystemProxy::TCCIAuxiliaryFileSystemProxy(boost::shared_ptr<TIIPCHelper> helper)
+    : m_call(protocol::TTable<ICIAuxiliaryFileSystem>::ConnectionName(), std::move(helper))
+{
+    CIM_LOG_INFO_AT("TCCIAuxiliaryFileSystemProxy", 45, "");
+    m_call.WaitForInterface();
+}
+
+TCCIAuxiliaryFileSystemProxy::~TCCIAuxiliaryFileSystemProxy()
+{
+    CIM_LOG_INFO_AT("~TCCIAuxiliaryFileSystemProxy", 53, "");
+}
+
+int TCCIAuxiliaryFileSystemProxy::GetAllAvailableFileSystems(std::vector<TCCiAuxiliaryFileSystemDTO>& fileSystems)
+{
+    if (const auto answer = m_call(protocol::auxiliaryFileSystem::GetAllAvailableFileSystems, fileSystems))
+    {
+        return *answer;
+    }
+    return TCCIAuxiliaryFileSystemProxyNO_CI::GetAllAvailableFileSystems(fileSystems);
+}
+
+int TCCIAuxiliaryFileSystemProxy::RegisterApplication(unsigned short fileSystemId, unsigned char& applicationId)
+{
+    if (const auto answer = m_call(protocol::auxiliaryFileSystem::RegisterApplication, fileSystemId, applicationId))
+    {
+        return *answer;
+    }
+    return TCCIAuxiliaryFileSystemProxyNO_CI::RegisterApplication(fileSystemId, applicationId);
+}
+
+int TCCIAuxiliaryFileSystemProxy::UnregisterApplication(unsigned char applicationId, unsigned short fileSystemId)
+{
+    if (const auto answer = m_call(protocol::auxiliaryFileSystem::UnregisterApplication, applicationId, fileSystemId))
+    {
+        return *answer;
+    }
+    return TCCIAuxiliaryFileSystemProxyNO_CI::UnregisterApplication(applicationId, fileSystemId);
+}
+
+int TCCIAuxiliaryFileSystemProxy::RequestFile(unsigned short fileSystemId, unsigned char applicationId,
+                                              EFileRequestType requestType, std::vector<unsigned char> const& request)
+{
+    if (const auto answer =
+            m_call(protocol::auxiliaryFileSystem::RequestFile, fileSystemId, applicationId, requestType, request))
+    {
+        return *answer;
+    }
+    // A file request does not fail: it is repeated until it gets through.
+    return TCCIAuxiliaryFileSystemProxy::RequestFile(fileSystemId, applicationId, requestType, request);
+}
+
+int TCCIAuxiliaryFileSystemProxy::GetFileAcknowledge(unsigned short fileSystemId, TCCiFileAckDTO& acknowledgement)
+{
+    if (const auto answer = m_call(protocol::auxiliaryFileSystem::GetFileAcknowledge, fileSystemId, acknowledgement))
+    {
+        return *answer;
+    }
+    return TCCIAuxiliaryFileSystemProxyNO_CI::GetFileAcknowledge(fileSystemId, acknowledgement);
+}
+} // namespace CIM

@@ -1,0 +1,138 @@
+#include "proxy/CISignalSubscriberProxy.h"
+
+#include "protocol/SignalSubscriber.h"
+#include "proxy/SignalData.h"
+#include "utils/CIAPILog.h"
+
+#include <utility>
+
+namespace CIM
+{
+TCCISignalSubscriberProxy::TCCISignalSubscriberProxy(boost::shared_ptr<TIIPCHelper> ipcHelper)
+    : m_call(protocol::TTable<ICISignalSubscriber>::ConnectionName(), std::move(ipcHelper))
+{
+    m_call.WaitForInterface();
+    // The earlier receptor goes first: both register the same function, and its end would unregister the new one.
+    ReplaceSignalReceptor(nullptr);
+    auto receptor = std::make_shared<TCSignalReceptor>(
+        std::bind(&TCCISignalSubscriberProxy::m_OnSignalCallback, this, std::placeholders::_1, std::placeholders::_2),
+        m_call.Helper());
+    m_receptor = receptor;
+    ReplaceSignalReceptor(std::move(receptor));
+    CIM_LOG_INFO("");
+}
+
+TCCISignalSubscriberProxy::~TCCISignalSubscriberProxy()
+{
+    CIM_LOG_INFO("");
+    // Before the mutex: the receptor's end waits for a signal that is being delivered, which takes the mutex.
+    if (auto own = m_receptor.lock())
+    {
+        own.reset();
+        ReplaceSignalReceptor(nullptr);
+    }
+    const std::lock_guard lock(m_mutex);
+    const std::map<TSSignalKey, void*> subscriptions = m_userDataMap;
+    for (const auto& [key, userData] : subscriptions)
+    {
+        TCCISignalSubscriberProxy::Unsubscribe(key.signalType, key.profile, key.handle, 0);
+    }
+    if (!m_userDataMap.empty())
+    {
+        CIM_LOG_ERROR("Failed to unsubscribe all signals");
+    }
+}
+
+void TCCISignalSubscriberProxy::SetCallback(int (*callback)(ECISignalType, EProfile, unsigned short, TSSignalData,
+                                                            void*))
+{
+    CIM_LOG_INFO("");
+    const std::lock_guard lock(m_mutex);
+    if (m_callback != nullptr)
+    {
+        CIM_LOG_INFO("m_callback was already set, don't overwrite it.");
+        return;
+    }
+    CIM_LOG_INFO("");
+    m_callback = callback;
+}
+
+int TCCISignalSubscriberProxy::Subscribe(ECISignalType signalType, void* userData, EProfile profile,
+                                         unsigned short handle, long)
+{
+    const std::lock_guard lock(m_mutex);
+    const std::string signalText = ToString(signalType);
+    const TSSignalKey key{signalType, profile, handle};
+    if (m_userDataMap.count(key) != 0)
+    {
+        CIM_LOG_ERROR("Signal was already subscribed %s", signalText.c_str());
+        return 0;
+    }
+    const TVSHandle pipeline(profile, handle);
+    const std::string pipelineText = ToString(pipeline);
+    CIM_LOG_ERROR("Signal subscribed %s %s pUserData[%p].", signalText.c_str(), pipelineText.c_str(), userData);
+    m_userDataMap.emplace(key, userData);
+    if (!m_call.Connection()->AddMatchRule(IPC_MESSAGE_SIGNAL, signalType, pipeline))
+    {
+        // The entry stays: the key counts as subscribed until it is unsubscribed.
+        CIM_LOG_ERROR("AddMatchRule FALSE ");
+        return 0;
+    }
+    if (const auto answer =
+            m_call(protocol::signalSubscriber::Subscribe, signalType, userData, profile, handle, GetPid()))
+    {
+        return *answer;
+    }
+    return TCCISignalSubscriberProxyNO_CI::Subscribe(signalType, userData, profile, handle, 0);
+}
+
+int TCCISignalSubscriberProxy::Unsubscribe(ECISignalType signalType, EProfile profile, unsigned short handle, long)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_userDataMap.erase({signalType, profile, handle}) == 0)
+    {
+        CIM_LOG_ERROR("Signal not exists in subscribtion list.");
+        return 0;
+    }
+    if (!m_call.Connection()->RemoveMatchRule(IPC_MESSAGE_SIGNAL, signalType, TVSHandle(profile, handle)))
+    {
+        CIM_LOG_ERROR("RemoveMatchRule FALSE!");
+        return 0;
+    }
+    if (const auto answer = m_call(protocol::signalSubscriber::Unsubscribe, signalType, profile, handle, GetPid()))
+    {
+        return *answer;
+    }
+    return TCCISignalSubscriberProxyNO_CI::Unsubscribe(signalType, profile, handle, 0);
+}
+
+void TCCISignalSubscriberProxy::m_OnSignalCallback(int signalType, TCMessageBuffer& payload)
+{
+    const boost::optional<SignalData> signal = ParseSignal(signalType, payload);
+    if (!signal)
+    {
+        return;
+    }
+    const std::string signalText = ToString(signal->signalType);
+    const std::string pipelineText = ToString(signal->handle);
+    CIM_LOG_ERROR("Received: %s %s", signalText.c_str(), pipelineText.c_str());
+
+    const std::lock_guard lock(m_mutex);
+    void* userData = nullptr;
+    const auto subscription = m_userDataMap.find(signal->key);
+    if (subscription == m_userDataMap.end())
+    {
+        CIM_LOG_ERROR("User data map is NULL.");
+    }
+    else
+    {
+        CIM_LOG_ERROR("User data map not NULL.");
+        userData = subscription->second;
+    }
+    // The match rules have decided which signals arrive: one without a subscription is delivered, too.
+    if (m_callback != nullptr)
+    {
+        m_callback(signal->signalType, signal->handle.profile, signal->handle.handle, signal->data, userData);
+    }
+}
+} // namespace CIM
