@@ -19,63 +19,63 @@ TCCIAppMMIProxy::~TCCIAppMMIProxy() { CIM_LOG_INFO_AT("~TCCIAppMMIProxy", 59, ""
 int TCCIAppMMIProxy::SetApplicationState(TVSHandle const& handle, EAppMmiName application, EAppMmiState state,
                                          unsigned long long value)
 {
-    if (const auto answer = m_call(protocol::appMmi::SetApplicationState, handle, application, state, value))
+    if (const auto reply = m_call(protocol::appMmi::SetApplicationState, handle, application, state, value))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIAppMMIProxyNO_CI::SetApplicationState(handle, application, state, value);
 }
 
 int TCCIAppMMIProxy::SendAppAbortRequest(unsigned short id, std::vector<unsigned char> const& data)
 {
-    if (const auto answer = m_call(protocol::appMmi::SendAppAbortRequest, id, data))
+    if (const auto reply = m_call(protocol::appMmi::SendAppAbortRequest, id, data))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIAppMMIProxyNO_CI::SendAppAbortRequest(id, data);
 }
 
 int TCCIAppMMIProxy::SendAppAbortAck(unsigned short id, std::vector<unsigned char> const& data)
 {
-    if (const auto answer = m_call(protocol::appMmi::SendAppAbortAck, id, data))
+    if (const auto reply = m_call(protocol::appMmi::SendAppAbortAck, id, data))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIAppMMIProxyNO_CI::SendAppAbortAck(id, data);
 }
 
 int TCCIAppMMIProxy::SendFileRequest(unsigned short id, std::vector<unsigned char> const& data, int value)
 {
-    if (const auto answer = m_call(protocol::appMmi::SendFileRequest, id, data, value))
+    if (const auto reply = m_call(protocol::appMmi::SendFileRequest, id, data, value))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIAppMMIProxyNO_CI::SendFileRequest(id, data, value);
 }
 
 int TCCIAppMMIProxy::SendRequestStartAck(unsigned short id, unsigned char ackCode)
 {
-    if (const auto answer = m_call(protocol::appMmi::SendRequestStartAck, id, ackCode))
+    if (const auto reply = m_call(protocol::appMmi::SendRequestStartAck, id, ackCode))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIAppMMIProxyNO_CI::SendRequestStartAck(id, ackCode);
 }
 
 int TCCIAppMMIProxy::GetAbortAckData(int dataId, std::vector<unsigned char>& data)
 {
-    if (const auto answer = m_call(protocol::appMmi::GetAbortAckData, dataId, data))
+    if (const auto reply = m_call(protocol::appMmi::GetAbortAckData, dataId, data))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIAppMMIProxyNO_CI::GetAbortAckData(dataId, data);
 }
 
 int TCCIAppMMIProxy::GetAbortRequestData(int dataId, std::vector<unsigned char>& data)
 {
-    if (const auto answer = m_call(protocol::appMmi::GetAbortRequestData, dataId, data))
+    if (const auto reply = m_call(protocol::appMmi::GetAbortRequestData, dataId, data))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIAppMMIProxyNO_CI::GetAbortRequestData(dataId, data);
 }
@@ -83,10 +83,10 @@ int TCCIAppMMIProxy::GetAbortRequestData(int dataId, std::vector<unsigned char>&
 int TCCIAppMMIProxy::GetFileAckData(int dataId, bool& firstFlag, bool& secondFlag, int& value,
                                     std::vector<unsigned char>& firstData, std::vector<unsigned char>& secondData)
 {
-    if (const auto answer =
+    if (const auto reply =
             m_call(protocol::appMmi::GetFileAckData, dataId, firstFlag, secondFlag, value, firstData, secondData))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIAppMMIProxyNO_CI::GetFileAckData(dataId, firstFlag, secondFlag, value, firstData, secondData);
 }
@@ -94,9 +94,9 @@ int TCCIAppMMIProxy::GetFileAckData(int dataId, bool& firstFlag, bool& secondFla
 int TCCIAppMMIProxy::GetStartAppData(unsigned short id, int dataId, std::vector<unsigned char>& firstData,
                                      std::vector<unsigned char>& secondData, TVSHandle& handle, bool& flag)
 {
-    if (const auto answer = m_call(protocol::appMmi::GetStartAppData, id, dataId, firstData, secondData, handle, flag))
+    if (const auto reply = m_call(protocol::appMmi::GetStartAppData, id, dataId, firstData, secondData, handle, flag))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIAppMMIProxyNO_CI::GetStartAppData(id, dataId, firstData, secondData, handle, flag);
 }

@@ -21,27 +21,27 @@ TCCIAuxiliaryFileSystemProxy::~TCCIAuxiliaryFileSystemProxy()
 
 int TCCIAuxiliaryFileSystemProxy::GetAllAvailableFileSystems(std::vector<TCCiAuxiliaryFileSystemDTO>& fileSystems)
 {
-    if (const auto answer = m_call(protocol::auxiliaryFileSystem::GetAllAvailableFileSystems, fileSystems))
+    if (const auto reply = m_call(protocol::auxiliaryFileSystem::GetAllAvailableFileSystems, fileSystems))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIAuxiliaryFileSystemProxyNO_CI::GetAllAvailableFileSystems(fileSystems);
 }
 
 int TCCIAuxiliaryFileSystemProxy::RegisterApplication(unsigned short fileSystemId, unsigned char& applicationId)
 {
-    if (const auto answer = m_call(protocol::auxiliaryFileSystem::RegisterApplication, fileSystemId, applicationId))
+    if (const auto reply = m_call(protocol::auxiliaryFileSystem::RegisterApplication, fileSystemId, applicationId))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIAuxiliaryFileSystemProxyNO_CI::RegisterApplication(fileSystemId, applicationId);
 }
 
 int TCCIAuxiliaryFileSystemProxy::UnregisterApplication(unsigned char applicationId, unsigned short fileSystemId)
 {
-    if (const auto answer = m_call(protocol::auxiliaryFileSystem::UnregisterApplication, applicationId, fileSystemId))
+    if (const auto reply = m_call(protocol::auxiliaryFileSystem::UnregisterApplication, applicationId, fileSystemId))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIAuxiliaryFileSystemProxyNO_CI::UnregisterApplication(applicationId, fileSystemId);
 }
@@ -49,10 +49,10 @@ int TCCIAuxiliaryFileSystemProxy::UnregisterApplication(unsigned char applicatio
 int TCCIAuxiliaryFileSystemProxy::RequestFile(unsigned short fileSystemId, unsigned char applicationId,
                                               EFileRequestType requestType, std::vector<unsigned char> const& request)
 {
-    if (const auto answer =
+    if (const auto reply =
             m_call(protocol::auxiliaryFileSystem::RequestFile, fileSystemId, applicationId, requestType, request))
     {
-        return *answer;
+        return *reply;
     }
     // A file request does not fail: it is repeated until it gets through.
     return TCCIAuxiliaryFileSystemProxy::RequestFile(fileSystemId, applicationId, requestType, request);
@@ -60,9 +60,9 @@ int TCCIAuxiliaryFileSystemProxy::RequestFile(unsigned short fileSystemId, unsig
 
 int TCCIAuxiliaryFileSystemProxy::GetFileAcknowledge(unsigned short fileSystemId, TCCiFileAckDTO& acknowledgement)
 {
-    if (const auto answer = m_call(protocol::auxiliaryFileSystem::GetFileAcknowledge, fileSystemId, acknowledgement))
+    if (const auto reply = m_call(protocol::auxiliaryFileSystem::GetFileAcknowledge, fileSystemId, acknowledgement))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIAuxiliaryFileSystemProxyNO_CI::GetFileAcknowledge(fileSystemId, acknowledgement);
 }

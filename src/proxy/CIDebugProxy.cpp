@@ -18,180 +18,180 @@ TCCIDebugProxy::~TCCIDebugProxy() { CIM_LOG_INFO_AT("~TCCIDebugProxy", __LINE__,
 
 int TCCIDebugProxy::PrintStatus()
 {
-    if (const auto answer = m_call(protocol::debug::PrintStatus))
+    if (const auto reply = m_call(protocol::debug::PrintStatus))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::PrintStatus();
 }
 
 int TCCIDebugProxy::ClearDescramblingHistory()
 {
-    if (const auto answer = m_call(protocol::debug::ClearDescramblingHistory))
+    if (const auto reply = m_call(protocol::debug::ClearDescramblingHistory))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::ClearDescramblingHistory();
 }
 
 int TCCIDebugProxy::ResetPcmcia(unsigned char slot)
 {
-    if (const auto answer = m_call(protocol::debug::ResetPcmcia, slot))
+    if (const auto reply = m_call(protocol::debug::ResetPcmcia, slot))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::ResetPcmcia(slot);
 }
 
 int TCCIDebugProxy::ResetCertificateDataInEeprom()
 {
-    if (const auto answer = m_call(protocol::debug::ResetCertificateDataInEeprom))
+    if (const auto reply = m_call(protocol::debug::ResetCertificateDataInEeprom))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::ResetCertificateDataInEeprom();
 }
 
 int TCCIDebugProxy::ResetCertificateDataInSecureStorage()
 {
-    if (const auto answer = m_call(protocol::debug::ResetCertificateDataInSecureStorage))
+    if (const auto reply = m_call(protocol::debug::ResetCertificateDataInSecureStorage))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::ResetCertificateDataInSecureStorage();
 }
 
 int TCCIDebugProxy::SetTransportStreamRouteMode(unsigned char slot, bool through)
 {
-    if (const auto answer = m_call(protocol::debug::SetTransportStreamRouteMode, slot, through))
+    if (const auto reply = m_call(protocol::debug::SetTransportStreamRouteMode, slot, through))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::SetTransportStreamRouteMode(slot, through);
 }
 
 int TCCIDebugProxy::GetTransportStreamRouteMode(unsigned char slot, bool& through)
 {
-    if (const auto answer = m_call(protocol::debug::GetTransportStreamRouteMode, slot, through))
+    if (const auto reply = m_call(protocol::debug::GetTransportStreamRouteMode, slot, through))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::GetTransportStreamRouteMode(slot, through);
 }
 
 int TCCIDebugProxy::RestartCIMManager()
 {
-    if (const auto answer = m_call(protocol::debug::RestartCIMManager))
+    if (const auto reply = m_call(protocol::debug::RestartCIMManager))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::RestartCIMManager();
 }
 
 int TCCIDebugProxy::FactoryReset()
 {
-    if (const auto answer = m_call(protocol::debug::FactoryReset))
+    if (const auto reply = m_call(protocol::debug::FactoryReset))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::FactoryReset();
 }
 
 int TCCIDebugProxy::DebugTunePreparation(bool enable)
 {
-    if (const auto answer = m_call(protocol::debug::DebugTunePreparation, enable))
+    if (const auto reply = m_call(protocol::debug::DebugTunePreparation, enable))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::DebugTunePreparation(enable);
 }
 
 int TCCIDebugProxy::DebugTunePreparationAck(bool ack)
 {
-    if (const auto answer = m_call(protocol::debug::DebugTunePreparationAck, ack))
+    if (const auto reply = m_call(protocol::debug::DebugTunePreparationAck, ack))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::DebugTunePreparationAck(ack);
 }
 
 int TCCIDebugProxy::IsTunerLockedByCI(bool& locked)
 {
-    if (const auto answer = m_call(protocol::debug::IsTunerLockedByCI, locked))
+    if (const auto reply = m_call(protocol::debug::IsTunerLockedByCI, locked))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::IsTunerLockedByCI(locked);
 }
 
 int TCCIDebugProxy::OPClearSchedule()
 {
-    if (const auto answer = m_call(protocol::debug::OPClearSchedule))
+    if (const auto reply = m_call(protocol::debug::OPClearSchedule))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::OPClearSchedule();
 }
 
 int TCCIDebugProxy::OPRegisterSchedule(unsigned int schedule)
 {
-    if (const auto answer = m_call(protocol::debug::OPRegisterSchedule, schedule))
+    if (const auto reply = m_call(protocol::debug::OPRegisterSchedule, schedule))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::OPRegisterSchedule(schedule);
 }
 
 int TCCIDebugProxy::OPPrintBootupReason()
 {
-    if (const auto answer = m_call(protocol::debug::OPPrintBootupReason))
+    if (const auto reply = m_call(protocol::debug::OPPrintBootupReason))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::OPPrintBootupReason();
 }
 
 int TCCIDebugProxy::StartOperatorProfileInstallation()
 {
-    if (const auto answer = m_call(protocol::debug::StartOperatorProfileInstallation))
+    if (const auto reply = m_call(protocol::debug::StartOperatorProfileInstallation))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::StartOperatorProfileInstallation();
 }
 
 int TCCIDebugProxy::RemoveAllOperatorProfiles()
 {
-    if (const auto answer = m_call(protocol::debug::RemoveAllOperatorProfiles))
+    if (const auto reply = m_call(protocol::debug::RemoveAllOperatorProfiles))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::RemoveAllOperatorProfiles();
 }
 
 int TCCIDebugProxy::PrintCIServiceProtectionDatabase()
 {
-    if (const auto answer = m_call(protocol::debug::PrintCIServiceProtectionDatabase))
+    if (const auto reply = m_call(protocol::debug::PrintCIServiceProtectionDatabase))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::PrintCIServiceProtectionDatabase();
 }
 
 int TCCIDebugProxy::ClearCIServiceProtectionDatabase()
 {
-    if (const auto answer = m_call(protocol::debug::ClearCIServiceProtectionDatabase))
+    if (const auto reply = m_call(protocol::debug::ClearCIServiceProtectionDatabase))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::ClearCIServiceProtectionDatabase();
 }
 
 int TCCIDebugProxy::GetSlotsCount(unsigned char& count)
 {
-    if (const auto answer = m_call(protocol::debug::GetSlotsCount, count))
+    if (const auto reply = m_call(protocol::debug::GetSlotsCount, count))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::GetSlotsCount(count);
 }
@@ -199,36 +199,36 @@ int TCCIDebugProxy::GetSlotsCount(unsigned char& count)
 int TCCIDebugProxy::RunMSPUCommand(unsigned char slot, ECIDebugMSPUCommand command, unsigned char param,
                                    unsigned short ltsId)
 {
-    if (const auto answer = m_call(protocol::debug::RunMSPUCommand, slot, command, param, ltsId))
+    if (const auto reply = m_call(protocol::debug::RunMSPUCommand, slot, command, param, ltsId))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::RunMSPUCommand(slot, command, param, ltsId);
 }
 
 int TCCIDebugProxy::DisableCAM(bool disable)
 {
-    if (const auto answer = m_call(protocol::debug::DisableCAM, disable))
+    if (const auto reply = m_call(protocol::debug::DisableCAM, disable))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::DisableCAM(disable);
 }
 
 int TCCIDebugProxy::TransferCertifcateDataFromEepromToSecureStorage()
 {
-    if (const auto answer = m_call(protocol::debug::TransferCertifcateDataFromEepromToSecureStorage))
+    if (const auto reply = m_call(protocol::debug::TransferCertifcateDataFromEepromToSecureStorage))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::TransferCertifcateDataFromEepromToSecureStorage();
 }
 
 int TCCIDebugProxy::CILogToggle(bool& enabled)
 {
-    if (const auto answer = m_call(protocol::debug::CILogToggle, enabled))
+    if (const auto reply = m_call(protocol::debug::CILogToggle, enabled))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIDebugProxyNO_CI::CILogToggle(enabled);
 }

@@ -18,9 +18,9 @@ TCCIGeneralProxy::~TCCIGeneralProxy() { CIM_LOG_INFO_AT("~TCCIGeneralProxy", 55,
 
 int TCCIGeneralProxy::GetCiSlotStatus(std::map<unsigned char, ECamStatus>& statuses, unsigned int selection)
 {
-    if (const auto answer = m_call(protocol::general::GetCiSlotStatus, statuses, selection))
+    if (const auto reply = m_call(protocol::general::GetCiSlotStatus, statuses, selection))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetCiSlotStatus(statuses, selection);
 }
@@ -32,119 +32,119 @@ int TCCIGeneralProxy::IsCiSupported()
 
 int TCCIGeneralProxy::GetCamModes(std::map<unsigned char, ECamMode>& modes)
 {
-    if (const auto answer = m_call(protocol::general::GetCamModes, modes))
+    if (const auto reply = m_call(protocol::general::GetCamModes, modes))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetCamModes(modes);
 }
 
 int TCCIGeneralProxy::DisableDescrambling(std::vector<TVSHandle> const& handles)
 {
-    if (const auto answer = m_call(protocol::general::DisableDescrambling, handles))
+    if (const auto reply = m_call(protocol::general::DisableDescrambling, handles))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::DisableDescrambling(handles);
 }
 
 int TCCIGeneralProxy::EnableDescrambling(std::vector<TVSHandle> const& handles)
 {
-    if (const auto answer = m_call(protocol::general::EnableDescrambling, handles))
+    if (const auto reply = m_call(protocol::general::EnableDescrambling, handles))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::EnableDescrambling(handles);
 }
 
 int TCCIGeneralProxy::GetCurrentCiStatus(TCCiStatus& status)
 {
-    if (const auto answer = m_call(protocol::general::GetCurrentCiStatus, status))
+    if (const auto reply = m_call(protocol::general::GetCurrentCiStatus, status))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetCurrentCiStatus(status);
 }
 
 int TCCIGeneralProxy::CipTest(bool& passed)
 {
-    if (const auto answer = m_call(protocol::general::CipTest, passed))
+    if (const auto reply = m_call(protocol::general::CipTest, passed))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::CipTest(passed);
 }
 
 int TCCIGeneralProxy::CipTestStandard(bool& passed)
 {
-    if (const auto answer = m_call(protocol::general::CipTestStandard, passed))
+    if (const auto reply = m_call(protocol::general::CipTestStandard, passed))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::CipTestStandard(passed);
 }
 
 int TCCIGeneralProxy::CipTestECP(bool& passed)
 {
-    if (const auto answer = m_call(protocol::general::CipTestECP, passed))
+    if (const auto reply = m_call(protocol::general::CipTestECP, passed))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::CipTestECP(passed);
 }
 
 int TCCIGeneralProxy::WriteCipKey(ECICipCertificateType const& certificateType,
-                                  ECICipCertificateKind const& certificateKind, EWriteCipKeyResult& result)
+                                  ECICipCertificateKind const& certificateKind, EWriteCipKeyResult& outcome)
 {
-    if (const auto answer = m_call(protocol::general::WriteCipKey, certificateType, certificateKind, result))
+    if (const auto reply = m_call(protocol::general::WriteCipKey, certificateType, certificateKind, outcome))
     {
-        return *answer;
+        return *reply;
     }
-    return TCCIGeneralProxyNO_CI::WriteCipKey(certificateType, certificateKind, result);
+    return TCCIGeneralProxyNO_CI::WriteCipKey(certificateType, certificateKind, outcome);
 }
 
 int TCCIGeneralProxy::GetApplicationInfo(unsigned char slot, ECIApplicationType& applicationType, TCIText& firstText,
                                          TCIText& secondText)
 {
-    if (const auto answer = m_call(protocol::general::GetApplicationInfo, slot, applicationType, firstText, secondText))
+    if (const auto reply = m_call(protocol::general::GetApplicationInfo, slot, applicationType, firstText, secondText))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetApplicationInfo(slot, applicationType, firstText, secondText);
 }
 
 int TCCIGeneralProxy::EnterMenu(unsigned char slot, bool oneWay)
 {
-    if (const auto answer = m_call(protocol::general::EnterMenu, slot, oneWay))
+    if (const auto reply = m_call(protocol::general::EnterMenu, slot, oneWay))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::EnterMenu(slot, oneWay);
 }
 
 int TCCIGeneralProxy::HdsDisplayStatusChanged(unsigned char slot, bool status, bool oneWay)
 {
-    if (const auto answer = m_call(protocol::general::HdsDisplayStatusChanged, slot, status, oneWay))
+    if (const auto reply = m_call(protocol::general::HdsDisplayStatusChanged, slot, status, oneWay))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::HdsDisplayStatusChanged(slot, status, oneWay);
 }
 
 int TCCIGeneralProxy::GetMmiText(unsigned char slot, TCIText& text)
 {
-    if (const auto answer = m_call(protocol::general::GetMmiText, slot, text))
+    if (const auto reply = m_call(protocol::general::GetMmiText, slot, text))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetMmiText(slot, text);
 }
 
 int TCCIGeneralProxy::GetMmiEnquiry(unsigned char slot, bool& blindAnswer, unsigned char& answerLength, TCIText& text)
 {
-    if (const auto answer = m_call(protocol::general::GetMmiEnquiry, slot, blindAnswer, answerLength, text))
+    if (const auto reply = m_call(protocol::general::GetMmiEnquiry, slot, blindAnswer, answerLength, text))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetMmiEnquiry(slot, blindAnswer, answerLength, text);
 }
@@ -152,9 +152,9 @@ int TCCIGeneralProxy::GetMmiEnquiry(unsigned char slot, bool& blindAnswer, unsig
 int TCCIGeneralProxy::AnswerMmiEnquiry(unsigned char slot, EMmiAnswerId answerId, TCIText const& answer, bool flag,
                                        bool oneWay)
 {
-    if (const auto answer = m_call(protocol::general::AnswerMmiEnquiry, slot, answerId, answer, flag, oneWay))
+    if (const auto reply = m_call(protocol::general::AnswerMmiEnquiry, slot, answerId, answer, flag, oneWay))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::AnswerMmiEnquiry(slot, answerId, answer, flag, oneWay);
 }
@@ -162,18 +162,18 @@ int TCCIGeneralProxy::AnswerMmiEnquiry(unsigned char slot, EMmiAnswerId answerId
 int TCCIGeneralProxy::GetMmiMenu(unsigned char slot, TCIText& title, TCIText& subtitle, TCIText& bottomLine,
                                  std::vector<TCIText>& choices)
 {
-    if (const auto answer = m_call(protocol::general::GetMmiMenu, slot, title, subtitle, bottomLine, choices))
+    if (const auto reply = m_call(protocol::general::GetMmiMenu, slot, title, subtitle, bottomLine, choices))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetMmiMenu(slot, title, subtitle, bottomLine, choices);
 }
 
 int TCCIGeneralProxy::AnswerMmiMenu(unsigned char slot, unsigned char choice, bool flag, bool oneWay)
 {
-    if (const auto answer = m_call(protocol::general::AnswerMmiMenu, slot, choice, flag, oneWay))
+    if (const auto reply = m_call(protocol::general::AnswerMmiMenu, slot, choice, flag, oneWay))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::AnswerMmiMenu(slot, choice, flag, oneWay);
 }
@@ -181,81 +181,81 @@ int TCCIGeneralProxy::AnswerMmiMenu(unsigned char slot, unsigned char choice, bo
 int TCCIGeneralProxy::GetMmiList(unsigned char slot, TCIText& title, TCIText& subtitle, TCIText& bottomLine,
                                  std::vector<TCIText>& lines)
 {
-    if (const auto answer = m_call(protocol::general::GetMmiList, slot, title, subtitle, bottomLine, lines))
+    if (const auto reply = m_call(protocol::general::GetMmiList, slot, title, subtitle, bottomLine, lines))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetMmiList(slot, title, subtitle, bottomLine, lines);
 }
 
 int TCCIGeneralProxy::CloseMmi(unsigned char slot, bool flag, bool oneWay)
 {
-    if (const auto answer = m_call(protocol::general::CloseMmi, slot, flag, oneWay))
+    if (const auto reply = m_call(protocol::general::CloseMmi, slot, flag, oneWay))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::CloseMmi(slot, flag, oneWay);
 }
 
 int TCCIGeneralProxy::GetPinWindowShowHandler(TVSHandle const& handle, EPinWindowShowHandler& handler)
 {
-    if (const auto answer = m_call(protocol::general::GetPinWindowShowHandler, handle, handler))
+    if (const auto reply = m_call(protocol::general::GetPinWindowShowHandler, handle, handler))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetPinWindowShowHandler(handle, handler);
 }
 
 int TCCIGeneralProxy::IsCamPinNeeded()
 {
-    if (const auto answer = m_call(protocol::general::IsCamPinNeeded))
+    if (const auto reply = m_call(protocol::general::IsCamPinNeeded))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::IsCamPinNeeded();
 }
 
 int TCCIGeneralProxy::SendAskRelease()
 {
-    if (const auto answer = m_call(protocol::general::SendAskRelease))
+    if (const auto reply = m_call(protocol::general::SendAskRelease))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::SendAskRelease();
 }
 
 int TCCIGeneralProxy::ShowCamPinWindow(TVSHandle const& handle)
 {
-    if (const auto answer = m_call(protocol::general::ShowCamPinWindow, handle))
+    if (const auto reply = m_call(protocol::general::ShowCamPinWindow, handle))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::ShowCamPinWindow(handle);
 }
 
 int TCCIGeneralProxy::VerifyCamPin(unsigned char slot, std::vector<unsigned char> const& pin, bool oneWay)
 {
-    if (const auto answer = m_call(protocol::general::VerifyCamPin, slot, pin, oneWay))
+    if (const auto reply = m_call(protocol::general::VerifyCamPin, slot, pin, oneWay))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::VerifyCamPin(slot, pin, oneWay);
 }
 
 int TCCIGeneralProxy::SetCamPin(unsigned char slot, std::vector<unsigned char> const& pin, bool oneWay)
 {
-    if (const auto answer = m_call(protocol::general::SetCamPin, slot, pin, oneWay))
+    if (const auto reply = m_call(protocol::general::SetCamPin, slot, pin, oneWay))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::SetCamPin(slot, pin, oneWay);
 }
 
 int TCCIGeneralProxy::SendCamUpgradeReply(unsigned char slot, ECamUpgradeAnswer answer, bool oneWay)
 {
-    if (const auto answer = m_call(protocol::general::SendCamUpgradeReply, slot, answer, oneWay))
+    if (const auto reply = m_call(protocol::general::SendCamUpgradeReply, slot, answer, oneWay))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::SendCamUpgradeReply(slot, answer, oneWay);
 }
@@ -263,54 +263,54 @@ int TCCIGeneralProxy::SendCamUpgradeReply(unsigned char slot, ECamUpgradeAnswer 
 int TCCIGeneralProxy::SendCaPmt(unsigned char slot, TVSHandle const& handle, std::list<unsigned short> const& values,
                                 ECaPmtCmd command, bool oneWay)
 {
-    if (const auto answer = m_call(protocol::general::SendCaPmt, slot, handle, values, command, oneWay))
+    if (const auto reply = m_call(protocol::general::SendCaPmt, slot, handle, values, command, oneWay))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::SendCaPmt(slot, handle, values, command, oneWay);
 }
 
 int TCCIGeneralProxy::GetCaSystemIds(std::map<unsigned char, std::list<unsigned short>>& caSystemIds)
 {
-    if (const auto answer = m_call(protocol::general::GetCaSystemIds, caSystemIds))
+    if (const auto reply = m_call(protocol::general::GetCaSystemIds, caSystemIds))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetCaSystemIds(caSystemIds);
 }
 
 int TCCIGeneralProxy::ConnectToSasApplication(unsigned long long applicationId, unsigned short& sessionId)
 {
-    if (const auto answer = m_call(protocol::general::ConnectToSasApplication, applicationId, sessionId))
+    if (const auto reply = m_call(protocol::general::ConnectToSasApplication, applicationId, sessionId))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::ConnectToSasApplication(applicationId, sessionId);
 }
 
 int TCCIGeneralProxy::SendSasData(unsigned short sessionId, std::vector<unsigned char> const& data)
 {
-    if (const auto answer = m_call(protocol::general::SendSasData, sessionId, data))
+    if (const auto reply = m_call(protocol::general::SendSasData, sessionId, data))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::SendSasData(sessionId, data);
 }
 
 int TCCIGeneralProxy::GetSasData(unsigned short sessionId, unsigned short dataId, std::vector<unsigned char>& data)
 {
-    if (const auto answer = m_call(protocol::general::GetSasData, sessionId, dataId, data))
+    if (const auto reply = m_call(protocol::general::GetSasData, sessionId, dataId, data))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetSasData(sessionId, dataId, data);
 }
 
 int TCCIGeneralProxy::GetDiffHellMsb(unsigned short sessionId, std::vector<unsigned char>& bytes)
 {
-    if (const auto answer = m_call(protocol::general::GetDiffHellMsb, sessionId, bytes))
+    if (const auto reply = m_call(protocol::general::GetDiffHellMsb, sessionId, bytes))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetDiffHellMsb(sessionId, bytes);
 }
@@ -318,9 +318,9 @@ int TCCIGeneralProxy::GetDiffHellMsb(unsigned short sessionId, std::vector<unsig
 int TCCIGeneralProxy::EncryptUsingAesCbcWithSAK(unsigned short sessionId, std::vector<unsigned char> const& input,
                                                 std::vector<unsigned char>& output)
 {
-    if (const auto answer = m_call(protocol::general::EncryptUsingAesCbcWithSAK, sessionId, input, output))
+    if (const auto reply = m_call(protocol::general::EncryptUsingAesCbcWithSAK, sessionId, input, output))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::EncryptUsingAesCbcWithSAK(sessionId, input, output);
 }
@@ -328,9 +328,9 @@ int TCCIGeneralProxy::EncryptUsingAesCbcWithSAK(unsigned short sessionId, std::v
 int TCCIGeneralProxy::DecryptUsingAesEcbWithSEK(unsigned short sessionId, std::vector<unsigned char> const& input,
                                                 std::vector<unsigned char>& output)
 {
-    if (const auto answer = m_call(protocol::general::DecryptUsingAesEcbWithSEK, sessionId, input, output))
+    if (const auto reply = m_call(protocol::general::DecryptUsingAesEcbWithSEK, sessionId, input, output))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::DecryptUsingAesEcbWithSEK(sessionId, input, output);
 }
@@ -339,9 +339,9 @@ int TCCIGeneralProxy::EncryptUsingAesCbcWithSAKConcatDHSK(unsigned short session
                                                           std::vector<unsigned char> const& input,
                                                           std::vector<unsigned char>& output)
 {
-    if (const auto answer = m_call(protocol::general::EncryptUsingAesCbcWithSAKConcatDHSK, sessionId, input, output))
+    if (const auto reply = m_call(protocol::general::EncryptUsingAesCbcWithSAKConcatDHSK, sessionId, input, output))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::EncryptUsingAesCbcWithSAKConcatDHSK(sessionId, input, output);
 }
@@ -349,18 +349,18 @@ int TCCIGeneralProxy::EncryptUsingAesCbcWithSAKConcatDHSK(unsigned short session
 int TCCIGeneralProxy::ComputeSHA256ConcatDHSK(unsigned short sessionId, std::vector<unsigned char> const& input,
                                               std::vector<unsigned char>& output)
 {
-    if (const auto answer = m_call(protocol::general::ComputeSHA256ConcatDHSK, sessionId, input, output))
+    if (const auto reply = m_call(protocol::general::ComputeSHA256ConcatDHSK, sessionId, input, output))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::ComputeSHA256ConcatDHSK(sessionId, input, output);
 }
 
 int TCCIGeneralProxy::CiSlotTest(unsigned char slot)
 {
-    if (const auto answer = m_call(protocol::general::CiSlotTest, slot))
+    if (const auto reply = m_call(protocol::general::CiSlotTest, slot))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::CiSlotTest(slot);
 }
@@ -368,63 +368,63 @@ int TCCIGeneralProxy::CiSlotTest(unsigned char slot)
 int TCCIGeneralProxy::GetTuneBlockedByCi(TVSHandle const& handle, EStateChange const& stateChange,
                                          long long const& value, bool& blocked)
 {
-    if (const auto answer = m_call(protocol::general::GetTuneBlockedByCi, handle, stateChange, value, blocked))
+    if (const auto reply = m_call(protocol::general::GetTuneBlockedByCi, handle, stateChange, value, blocked))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetTuneBlockedByCi(handle, stateChange, value, blocked);
 }
 
 int TCCIGeneralProxy::IsHostControlActive(bool& active)
 {
-    if (const auto answer = m_call(protocol::general::IsHostControlActive, active))
+    if (const auto reply = m_call(protocol::general::IsHostControlActive, active))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::IsHostControlActive(active);
 }
 
 int TCCIGeneralProxy::GetKeepAppRunning(bool& keepRunning)
 {
-    if (const auto answer = m_call(protocol::general::GetKeepAppRunning, keepRunning))
+    if (const auto reply = m_call(protocol::general::GetKeepAppRunning, keepRunning))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetKeepAppRunning(keepRunning);
 }
 
 int TCCIGeneralProxy::IsCamVideoTranscodingAuto(bool& automatic)
 {
-    if (const auto answer = m_call(protocol::general::IsCamVideoTranscodingAuto, automatic))
+    if (const auto reply = m_call(protocol::general::IsCamVideoTranscodingAuto, automatic))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::IsCamVideoTranscodingAuto(automatic);
 }
 
 int TCCIGeneralProxy::IsAnyNeotionNp4CamInserted(bool& inserted)
 {
-    if (const auto answer = m_call(protocol::general::IsAnyNeotionNp4CamInserted, inserted))
+    if (const auto reply = m_call(protocol::general::IsAnyNeotionNp4CamInserted, inserted))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::IsAnyNeotionNp4CamInserted(inserted);
 }
 
 int TCCIGeneralProxy::GetBackupFilePaths(std::list<std::string>& paths)
 {
-    if (const auto answer = m_call(protocol::general::GetBackupFilePaths, paths))
+    if (const auto reply = m_call(protocol::general::GetBackupFilePaths, paths))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::GetBackupFilePaths(paths);
 }
 
 int TCCIGeneralProxy::BackupFileDone(std::list<std::string> const& paths)
 {
-    if (const auto answer = m_call(protocol::general::BackupFileDone, paths))
+    if (const auto reply = m_call(protocol::general::BackupFileDone, paths))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIGeneralProxyNO_CI::BackupFileDone(paths);
 }

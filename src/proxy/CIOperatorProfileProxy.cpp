@@ -19,18 +19,18 @@ TCCIOperatorProfileProxy::~TCCIOperatorProfileProxy() { CIM_LOG_INFO_AT("~TCCIOp
 int TCCIOperatorProfileProxy::GetNotInstalledOperatorProfiles(
     std::map<unsigned char, std::map<EAntennaMode, std::basic_string<unsigned short>>>& profiles)
 {
-    if (const auto answer = m_call(protocol::operatorProfile::NotInstalledNames, profiles))
+    if (const auto reply = m_call(protocol::operatorProfile::NotInstalledNames, profiles))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::GetNotInstalledOperatorProfiles(profiles);
 }
 
 int TCCIOperatorProfileProxy::GetNotInstalledOperatorProfiles(std::list<TSCIOperatorProfileData>& profiles)
 {
-    if (const auto answer = m_call(protocol::operatorProfile::NotInstalledList, profiles))
+    if (const auto reply = m_call(protocol::operatorProfile::NotInstalledList, profiles))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::GetNotInstalledOperatorProfiles(profiles);
 }
@@ -38,10 +38,10 @@ int TCCIOperatorProfileProxy::GetNotInstalledOperatorProfiles(std::list<TSCIOper
 int TCCIOperatorProfileProxy::GetInstalledOperatorProfileModesPerServiceMode(
     EServiceMode serviceMode, std::map<TSTvMode, std::basic_string<unsigned short>>& modes)
 {
-    if (const auto answer =
+    if (const auto reply =
             m_call(protocol::operatorProfile::GetInstalledOperatorProfileModesPerServiceMode, serviceMode, modes))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::GetInstalledOperatorProfileModesPerServiceMode(serviceMode, modes);
 }
@@ -49,27 +49,27 @@ int TCCIOperatorProfileProxy::GetInstalledOperatorProfileModesPerServiceMode(
 int TCCIOperatorProfileProxy::GetInstalledOperatorProfiles(
     std::map<TSTvMode, std::basic_string<unsigned short>>& profiles)
 {
-    if (const auto answer = m_call(protocol::operatorProfile::InstalledNames, profiles))
+    if (const auto reply = m_call(protocol::operatorProfile::InstalledNames, profiles))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::GetInstalledOperatorProfiles(profiles);
 }
 
 int TCCIOperatorProfileProxy::GetInstalledOperatorProfileModesCiSlots(std::map<TSTvMode, unsigned char>& slots)
 {
-    if (const auto answer = m_call(protocol::operatorProfile::GetInstalledOperatorProfileModesCiSlots, slots))
+    if (const auto reply = m_call(protocol::operatorProfile::GetInstalledOperatorProfileModesCiSlots, slots))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::GetInstalledOperatorProfileModesCiSlots(slots);
 }
 
 int TCCIOperatorProfileProxy::GetInstalledOperatorProfiles(std::list<TSCIOperatorProfileData>& profiles)
 {
-    if (const auto answer = m_call(protocol::operatorProfile::InstalledList, profiles))
+    if (const auto reply = m_call(protocol::operatorProfile::InstalledList, profiles))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::GetInstalledOperatorProfiles(profiles);
 }
@@ -77,9 +77,9 @@ int TCCIOperatorProfileProxy::GetInstalledOperatorProfiles(std::list<TSCIOperato
 int TCCIOperatorProfileProxy::StartOperatorProfileInstallation(EProfile profile, int param, unsigned char slot,
                                                                TSTvMode const& tvMode)
 {
-    if (const auto answer = m_call(protocol::operatorProfile::StartInstallationOfMode, profile, param, slot, tvMode))
+    if (const auto reply = m_call(protocol::operatorProfile::StartInstallationOfMode, profile, param, slot, tvMode))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::StartOperatorProfileInstallation(profile, param, slot, tvMode);
 }
@@ -88,18 +88,18 @@ int TCCIOperatorProfileProxy::StartOperatorProfileInstallation(EOperatorProfileI
                                                                unsigned char slot,
                                                                EOperatorProfileStartInstallationStatus& status)
 {
-    if (const auto answer = m_call(protocol::operatorProfile::StartInstallationFromOrigin, origin, slot, status))
+    if (const auto reply = m_call(protocol::operatorProfile::StartInstallationFromOrigin, origin, slot, status))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::StartOperatorProfileInstallation(origin, slot, status);
 }
 
 int TCCIOperatorProfileProxy::UpdateOperatorProfile(unsigned char slot)
 {
-    if (const auto answer = m_call(protocol::operatorProfile::UpdateOperatorProfile, slot))
+    if (const auto reply = m_call(protocol::operatorProfile::UpdateOperatorProfile, slot))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::UpdateOperatorProfile(slot);
 }
@@ -108,10 +108,9 @@ int TCCIOperatorProfileProxy::SetOperatorProfileInstallationState(unsigned char 
                                                                   EOperatorProfileInstallationOrigin origin,
                                                                   bool oneWay)
 {
-    if (const auto answer =
-            m_call(protocol::operatorProfile::SetOperatorProfileInstallationState, slot, origin, oneWay))
+    if (const auto reply = m_call(protocol::operatorProfile::SetOperatorProfileInstallationState, slot, origin, oneWay))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::SetOperatorProfileInstallationState(slot, origin, oneWay);
 }
@@ -119,9 +118,9 @@ int TCCIOperatorProfileProxy::SetOperatorProfileInstallationState(unsigned char 
 int TCCIOperatorProfileProxy::GetOperatorProfileInstallationState(unsigned char slot,
                                                                   EOperatorProfileInstallationOrigin& origin)
 {
-    if (const auto answer = m_call(protocol::operatorProfile::GetOperatorProfileInstallationState, slot, origin))
+    if (const auto reply = m_call(protocol::operatorProfile::GetOperatorProfileInstallationState, slot, origin))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::GetOperatorProfileInstallationState(slot, origin);
 }
@@ -129,18 +128,18 @@ int TCCIOperatorProfileProxy::GetOperatorProfileInstallationState(unsigned char 
 int TCCIOperatorProfileProxy::GetOperatorProfileInstallationOrigin(unsigned char slot,
                                                                    EOperatorProfileInstallationOrigin& origin)
 {
-    if (const auto answer = m_call(protocol::operatorProfile::GetOperatorProfileInstallationOrigin, slot, origin))
+    if (const auto reply = m_call(protocol::operatorProfile::GetOperatorProfileInstallationOrigin, slot, origin))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::GetOperatorProfileInstallationOrigin(slot, origin);
 }
 
 int TCCIOperatorProfileProxy::RemoveOperatorProfile(TSTvMode const& tvMode, bool oneWay)
 {
-    if (const auto answer = m_call(protocol::operatorProfile::RemoveOperatorProfile, tvMode, oneWay))
+    if (const auto reply = m_call(protocol::operatorProfile::RemoveOperatorProfile, tvMode, oneWay))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::RemoveOperatorProfile(tvMode, oneWay);
 }
@@ -149,10 +148,10 @@ int TCCIOperatorProfileProxy::GetOperatorProfileContentLabel(TSTvMode const& tvM
                                                              unsigned char labelIndex,
                                                              std::basic_string<unsigned short>& label)
 {
-    if (const auto answer =
+    if (const auto reply =
             m_call(protocol::operatorProfile::GetOperatorProfileContentLabel, tvMode, slot, labelIndex, label))
     {
-        return *answer;
+        return *reply;
     }
     return TCCIOperatorProfileProxyNO_CI::GetOperatorProfileContentLabel(tvMode, slot, labelIndex, label);
 }

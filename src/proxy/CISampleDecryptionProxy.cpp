@@ -18,18 +18,18 @@ TCCISampleDecryptionProxy::~TCCISampleDecryptionProxy() { CIM_LOG_INFO_AT("~TCCI
 
 bool TCCISampleDecryptionProxy::IsDRMSupported(TSDRMSystemId const& systemId)
 {
-    if (const auto answer = m_call(protocol::sampleDecryption::IsDRMSystemIdSupported, systemId))
+    if (const auto reply = m_call(protocol::sampleDecryption::IsDRMSystemIdSupported, systemId))
     {
-        return *answer;
+        return *reply;
     }
     return TCCISampleDecryptionProxyNO_CI::IsDRMSupported(systemId);
 }
 
 bool TCCISampleDecryptionProxy::IsDRMSupported(TSDRMUuid const& uuid)
 {
-    if (const auto answer = m_call(protocol::sampleDecryption::IsDRMUuidSupported, uuid))
+    if (const auto reply = m_call(protocol::sampleDecryption::IsDRMUuidSupported, uuid))
     {
-        return *answer;
+        return *reply;
     }
     return TCCISampleDecryptionProxyNO_CI::IsDRMSupported(uuid);
 }
@@ -37,9 +37,9 @@ bool TCCISampleDecryptionProxy::IsDRMSupported(TSDRMUuid const& uuid)
 bool TCCISampleDecryptionProxy::StartSampleDecryption(TVSHandle const& handle,
                                                       std::vector<TSSampleTrackNonTSFormat> const& tracks)
 {
-    if (const auto answer = m_call(protocol::sampleDecryption::StartWithTracks, handle, tracks))
+    if (const auto reply = m_call(protocol::sampleDecryption::StartWithTracks, handle, tracks))
     {
-        return *answer;
+        return *reply;
     }
     return TCCISampleDecryptionProxyNO_CI::StartSampleDecryption(handle, tracks);
 }
@@ -47,9 +47,9 @@ bool TCCISampleDecryptionProxy::StartSampleDecryption(TVSHandle const& handle,
 bool TCCISampleDecryptionProxy::StartSampleDecryption(TVSHandle const& handle, unsigned short drmSystem,
                                                       std::vector<TSDRMMetadataRecord> const& records)
 {
-    if (const auto answer = m_call(protocol::sampleDecryption::StartWithRecords, handle, drmSystem, records))
+    if (const auto reply = m_call(protocol::sampleDecryption::StartWithRecords, handle, drmSystem, records))
     {
-        return *answer;
+        return *reply;
     }
     return TCCISampleDecryptionProxyNO_CI::StartSampleDecryption(handle, drmSystem, records);
 }
@@ -57,9 +57,9 @@ bool TCCISampleDecryptionProxy::StartSampleDecryption(TVSHandle const& handle, u
 bool TCCISampleDecryptionProxy::UpdateSampleDecryption(TVSHandle const& handle,
                                                        std::vector<TSSampleTrackNonTSFormat> const& tracks)
 {
-    if (const auto answer = m_call(protocol::sampleDecryption::UpdateWithTracks, handle, tracks))
+    if (const auto reply = m_call(protocol::sampleDecryption::UpdateWithTracks, handle, tracks))
     {
-        return *answer;
+        return *reply;
     }
     return TCCISampleDecryptionProxyNO_CI::UpdateSampleDecryption(handle, tracks);
 }
@@ -67,9 +67,9 @@ bool TCCISampleDecryptionProxy::UpdateSampleDecryption(TVSHandle const& handle,
 bool TCCISampleDecryptionProxy::UpdateSampleDecryption(TVSHandle const& handle,
                                                        std::vector<TSDRMMetadataRecord> const& records)
 {
-    if (const auto answer = m_call(protocol::sampleDecryption::UpdateWithRecords, handle, records))
+    if (const auto reply = m_call(protocol::sampleDecryption::UpdateWithRecords, handle, records))
     {
-        return *answer;
+        return *reply;
     }
     return TCCISampleDecryptionProxyNO_CI::UpdateSampleDecryption(handle, records);
 }

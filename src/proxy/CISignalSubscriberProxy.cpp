@@ -78,10 +78,10 @@ int TCCISignalSubscriberProxy::Subscribe(ECISignalType signalType, void* userDat
         CIM_LOG_ERROR("AddMatchRule FALSE ");
         return 0;
     }
-    if (const auto answer =
+    if (const auto reply =
             m_call(protocol::signalSubscriber::Subscribe, signalType, userData, profile, handle, GetPid()))
     {
-        return *answer;
+        return *reply;
     }
     return TCCISignalSubscriberProxyNO_CI::Subscribe(signalType, userData, profile, handle, 0);
 }
@@ -99,9 +99,9 @@ int TCCISignalSubscriberProxy::Unsubscribe(ECISignalType signalType, EProfile pr
         CIM_LOG_ERROR("RemoveMatchRule FALSE!");
         return 0;
     }
-    if (const auto answer = m_call(protocol::signalSubscriber::Unsubscribe, signalType, profile, handle, GetPid()))
+    if (const auto reply = m_call(protocol::signalSubscriber::Unsubscribe, signalType, profile, handle, GetPid()))
     {
-        return *answer;
+        return *reply;
     }
     return TCCISignalSubscriberProxyNO_CI::Unsubscribe(signalType, profile, handle, 0);
 }

@@ -18,108 +18,108 @@ TCPvrCipProxy::~TCPvrCipProxy() { CIM_LOG_INFO_AT("~TCPvrCipProxy", __LINE__, ""
 
 int TCPvrCipProxy::SetRecordingEsPids(TVSHandle const& handle, std::list<unsigned short> const& pids, bool oneWay)
 {
-    if (const auto answer = m_call(protocol::pvrCip::SetRecordingEsPids, handle, pids, oneWay))
+    if (const auto reply = m_call(protocol::pvrCip::SetRecordingEsPids, handle, pids, oneWay))
     {
-        return *answer;
+        return *reply;
     }
     return TCPvrCipProxyNO_CI::SetRecordingEsPids(handle, pids, oneWay);
 }
 
 int TCPvrCipProxy::IsFileExceededRetentionLimit(std::string const& file, bool& exceeded)
 {
-    if (const auto answer = m_call(protocol::pvrCip::IsFileExceededRetentionLimit, file, exceeded))
+    if (const auto reply = m_call(protocol::pvrCip::IsFileExceededRetentionLimit, file, exceeded))
     {
-        return *answer;
+        return *reply;
     }
     return TCPvrCipProxyNO_CI::IsFileExceededRetentionLimit(file, exceeded);
 }
 
 int TCPvrCipProxy::GetCIThumbType(std::string const& file, EThumbType& thumbType)
 {
-    if (const auto answer = m_call(protocol::pvrCip::GetCIThumbType, file, thumbType))
+    if (const auto reply = m_call(protocol::pvrCip::GetCIThumbType, file, thumbType))
     {
-        return *answer;
+        return *reply;
     }
     return TCPvrCipProxyNO_CI::GetCIThumbType(file, thumbType);
 }
 
 int TCPvrCipProxy::GetContentInfo(std::string const& file, EInfoType& infoType, unsigned char& value)
 {
-    if (const auto answer = m_call(protocol::pvrCip::GetContentInfo, file, infoType, value))
+    if (const auto reply = m_call(protocol::pvrCip::GetContentInfo, file, infoType, value))
     {
-        return *answer;
+        return *reply;
     }
     return TCPvrCipProxyNO_CI::GetContentInfo(file, infoType, value);
 }
 
 int TCPvrCipProxy::GetExpiredContentSections(std::string const& file, std::vector<SContentSection>& sections)
 {
-    if (const auto answer = m_call(protocol::pvrCip::GetExpiredContentSections, file, sections))
+    if (const auto reply = m_call(protocol::pvrCip::GetExpiredContentSections, file, sections))
     {
-        return *answer;
+        return *reply;
     }
     return TCPvrCipProxyNO_CI::GetExpiredContentSections(file, sections);
 }
 
 int TCPvrCipProxy::IsBlockedByParentalControl(std::string const& file, bool& blocked)
 {
-    if (const auto answer = m_call(protocol::pvrCip::IsBlockedByParentalControl, file, blocked))
+    if (const auto reply = m_call(protocol::pvrCip::IsBlockedByParentalControl, file, blocked))
     {
-        return *answer;
+        return *reply;
     }
     return TCPvrCipProxyNO_CI::IsBlockedByParentalControl(file, blocked);
 }
 
 int TCPvrCipProxy::CheckThumbnailValidation(std::string const& file, long const& time, bool& valid)
 {
-    if (const auto answer = m_call(protocol::pvrCip::CheckThumbnailValidation, file, time, valid))
+    if (const auto reply = m_call(protocol::pvrCip::CheckThumbnailValidation, file, time, valid))
     {
-        return *answer;
+        return *reply;
     }
     return TCPvrCipProxyNO_CI::CheckThumbnailValidation(file, time, valid);
 }
 
 int TCPvrCipProxy::IsThisStreamCopyProtected(TVSHandle const& handle, bool& isProtected)
 {
-    if (const auto answer = m_call(protocol::pvrCip::IsThisStreamCopyProtected, handle, isProtected))
+    if (const auto reply = m_call(protocol::pvrCip::IsThisStreamCopyProtected, handle, isProtected))
     {
-        return *answer;
+        return *reply;
     }
     return TCPvrCipProxyNO_CI::IsThisStreamCopyProtected(handle, isProtected);
 }
 
 bool TCPvrCipProxy::IsSkippingForwardAllowed(int position, int& allowed)
 {
-    if (const auto answer = m_call(protocol::pvrCip::IsSkippingForwardAllowed, position, allowed))
+    if (const auto reply = m_call(protocol::pvrCip::IsSkippingForwardAllowed, position, allowed))
     {
-        return *answer;
+        return *reply;
     }
     return TCPvrCipProxyNO_CI::IsSkippingForwardAllowed(position, allowed);
 }
 
 bool TCPvrCipProxy::IsSkippingBackwardsAllowed(int position, int& allowed)
 {
-    if (const auto answer = m_call(protocol::pvrCip::IsSkippingBackwardsAllowed, position, allowed))
+    if (const auto reply = m_call(protocol::pvrCip::IsSkippingBackwardsAllowed, position, allowed))
     {
-        return *answer;
+        return *reply;
     }
     return TCPvrCipProxyNO_CI::IsSkippingBackwardsAllowed(position, allowed);
 }
 
 bool TCPvrCipProxy::IsFastForwardAllowed(int position, int& allowed, ESpeedRestriction& restriction)
 {
-    if (const auto answer = m_call(protocol::pvrCip::IsFastForwardAllowed, position, allowed, restriction))
+    if (const auto reply = m_call(protocol::pvrCip::IsFastForwardAllowed, position, allowed, restriction))
     {
-        return *answer;
+        return *reply;
     }
     return TCPvrCipProxyNO_CI::IsFastForwardAllowed(position, allowed, restriction);
 }
 
 bool TCPvrCipProxy::IsFastRewindAllowed(int position, int& allowed, ESpeedRestriction& restriction)
 {
-    if (const auto answer = m_call(protocol::pvrCip::IsFastRewindAllowed, position, allowed, restriction))
+    if (const auto reply = m_call(protocol::pvrCip::IsFastRewindAllowed, position, allowed, restriction))
     {
-        return *answer;
+        return *reply;
     }
     return TCPvrCipProxyNO_CI::IsFastRewindAllowed(position, allowed, restriction);
 }
