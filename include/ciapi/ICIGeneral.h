@@ -71,9 +71,9 @@ public:
     /// Writes the CI Plus key of the set. For factory and service.
     /// \param[in]  certificateType  production or test certificates
     /// \param[in]  certificateKind  standard, ECP or both
-    /// \param[out] result           what became of it
+    /// \param[out] outcome          what became of it
     virtual int WriteCipKey(ECICipCertificateType const& certificateType, ECICipCertificateKind const& certificateKind,
-                            EWriteCipKeyResult& result) = 0;
+                            EWriteCipKeyResult& outcome) = 0;
 
     /// The application information of a CAM.
     /// \param[in]  slot             slot number

@@ -1,13 +1,3 @@
-#if __has_include("impl/CIMarshallingHelperProxy.h") && \
-    __has_include("proxy/CIAppMMIProxy.h") && \
-    __has_include("proxy/CIAuxiliaryFileSystemProxy.h") && \
-    __has_include("proxy/CICAMPlayerProxy.h") && \
-    __has_include("proxy/CIDebugProxy.h") && \
-    __has_include("proxy/CIGeneralProxy.h") && \
-    __has_include("proxy/CIOperatorProfileProxy.h") && \
-    __has_include("proxy/CISampleDecryptionProxy.h") && \
-    __has_include("proxy/CISignalSubscriberProxy.h") && \
-    __has_include("proxy/PvrCipProxy.h") // until they all exist
 #include <ciapi/CIService.h>
 
 #include "impl/CIMarshallingHelperProxy.h"
@@ -193,4 +183,3 @@ void TCCIService::Destroy()
     Close();
 }
 } // namespace CIM
-#endif

@@ -23,7 +23,7 @@ public:
     int CipTestStandard(bool& passed) override;
     int CipTestECP(bool& passed) override;
     int WriteCipKey(ECICipCertificateType const& certificateType, ECICipCertificateKind const& certificateKind,
-                    EWriteCipKeyResult& result) override;
+                    EWriteCipKeyResult& outcome) override;
     int GetApplicationInfo(unsigned char slot, ECIApplicationType& applicationType, TCIText& firstText,
                            TCIText& secondText) override;
     int EnterMenu(unsigned char slot, bool oneWay) override;
