@@ -40,27 +40,24 @@ TEST(Tree, BytesOfACall)
     TCTreeBranchList tree(0x0107);
     ASSERT_TRUE(frame.ClassToTree(tree));
 
-    const std::string expected = "\1\0\0\0"s               // version
-                                 "\2\0\x07\x01\x90\0\0\0"s // root: list, method 0x107, 144 bytes
-                                 "\1\0\1\0\1\0\0\0"
-                                 "\x2a"s // slot
-                                 "\1\0\2\0\4\0\0\0"
-                                 "\xfe\xff\xff\xff"s   // number
-                                 "\3\0\3\0\x18\0\0\0"s // mode: two fields
-                                 "\1\0\0\0\4\0\0\0"
-                                 "\1\0\0\0"s //
-                                 "\1\0\1\0\4\0\0\0"
-                                 "\1\0\0\0"s //
-                                 "\2\0\4\0\x0b\0\0\0"
-                                 "\1\0\0\0\3\0\0\0\xca\xfe\1"s // bytes: one leaf
-                                 "\2\0\5\0\0\0\0\0"s           // no bytes: no leaf
-                                 "\3\0\6\0\x0c\0\0\0"
-                                 "\1\0\0\0\4\0\0\0\x41\0\xac\x20"s // wide string
-                                 "\3\0\7\0\x16\0\0\0"s             // narrow string
-                                 "\1\0\0\0\4\0\0\0"
-                                 "\2\0\0\0"s //   its length
-                                 "\1\0\1\0\2\0\0\0"
-                                 "ci"s; //   its characters
+    // clang-format off
+    const std::string expected =
+        "\1\0\0\0"s                                             // version
+        "\2\0\x07\x01\x82\0\0\0"s                              // root: list, method 0x107, 130 bytes
+        "\1\0\1\0\1\0\0\0" "\x2a"s                            // slot
+        "\1\0\2\0\4\0\0\0" "\xfe\xff\xff\xff"s                // number
+        "\3\0\3\0\x18\0\0\0"s                                 // mode: a map of two fields
+            "\1\0\0\0\4\0\0\0" "\1\0\0\0"s
+            "\1\0\1\0\4\0\0\0" "\1\0\0\0"s
+        "\2\0\4\0\x0b\0\0\0"s                                 // bytes: a list of one leaf
+            "\1\0\0\0\3\0\0\0" "\xca\xfe\1"s
+        "\2\0\5\0\0\0\0\0"s                                   // no bytes: no leaf
+        "\3\0\6\0\x0c\0\0\0"s                                 // wide string
+            "\1\0\0\0\4\0\0\0" "\x41\0\xac\x20"s
+        "\3\0\7\0\x16\0\0\0"s                                 // narrow string: its length, its characters
+            "\1\0\0\0\4\0\0\0" "\2\0\0\0"s
+            "\1\0\1\0\2\0\0\0" "ci"s;
+    // clang-format on
     EXPECT_EQ(Stored(tree), expected);
     EXPECT_EQ(tree.GetNodeSize(), expected.size());
 
