@@ -1,0 +1,194 @@
+#include <tvplatform/Log.h>
+
+#include "LogDestination.h"
+#include "support/InChild.h"
+#include "support/TestEnvironment.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <regex>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+namespace
+{
+using CIM::TTempFolder;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using namespace std::string_literals;
+
+std::vector<std::string> LinesOf(const std::string& path)
+{
+    std::vector<std::string> lines;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);)
+    {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+TEST(Log, WritesToTheChosenDestinationFromTheLeastPriorityOn)
+{
+    const struct
+    {
+        const char* setting; // "file:" stands for a file in a folder of the test
+        const char* letters; // of the lines that arrive for one line each of debug, information and error
+        const char* complaint;
+    } cases[] = {
+        {nullptr, "", ""},
+        {"", "", ""},
+        {"off", "", ""},
+        {"off:debug", "", ""},
+        {"stderr", "DIE", ""},
+        {"stderr:debug", "DIE", ""},
+        {"stderr:info", "IE", ""},
+        {"stderr:error", "E", ""},
+        {"file:", "DIE", ""},
+        {"file::error", "E", ""},
+        {"printer", "", "unknown destination \"printer\""},
+        {"stderr:loud", "", "unknown destination \"stderr:loud\""},
+    };
+    for (const auto& row : cases)
+    {
+        SCOPED_TRACE(row.setting != nullptr ? row.setting : "unset");
+        const TTempFolder folder;
+        std::optional<std::string> setting;
+        if (row.setting != nullptr)
+        {
+            setting = row.setting;
+            if (setting->starts_with("file:"))
+            {
+                setting->insert(5, folder.File("log"));
+            }
+        }
+        CIM::InChild(
+            [&]
+            {
+                const CIM::TEnvironmentVariable variable("TVPLATFORM_LOG", setting);
+                const int fd = open(folder.File("stderr").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+                const int old = dup(STDERR_FILENO);
+                dup2(fd, STDERR_FILENO);
+                const std::string letters = row.letters;
+                int results[3];
+                for (int i = 0; i < 3; ++i)
+                {
+                    errno = E2BIG;
+                    const int priority[] = {3, 4, 6};
+                    results[i] = __dlog_print(2 * (i % 2), priority[i], "TAG", "text %d of\n%s", i, "many");
+                }
+                const int error = errno;
+                dup2(old, STDERR_FILENO);
+                EXPECT_EQ(error, E2BIG);
+                for (int i = 0; i < 3; ++i)
+                {
+                    EXPECT_EQ(results[i] > 0, letters.find("DIE"[i]) != std::string::npos) << i;
+                }
+            });
+        const bool toFile = setting && setting->starts_with("file:");
+        std::string letters;
+        std::string complaints;
+        for (const std::string& line : LinesOf(folder.File(toFile ? "log" : "stderr")))
+        {
+            static const std::regex shape(
+                R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z ([DIE]) (main|system) \d+/\d+ TAG: text (\d) of many)");
+            std::smatch match;
+            if (std::regex_match(line, match, shape))
+            {
+                letters += match[1];
+                EXPECT_EQ(match[2], match[3] == "1" ? "system" : "main");
+            }
+            else
+            {
+                complaints += line;
+            }
+        }
+        EXPECT_EQ(letters, row.letters);
+        EXPECT_THAT(complaints, HasSubstr(row.complaint));
+        EXPECT_EQ(complaints.empty(), row.complaint[0] == '\0') << complaints;
+    }
+}
+
+TEST(Log, AFileThatCannotBeOpenedIsReportedAndNothingIsLost)
+{
+    const TTempFolder folder;
+    SLogSetting setting = ReadLogSetting("file:" + folder.File("absent/log") + ":info");
+    EXPECT_THAT(setting.complaint, HasSubstr("No such file or directory"));
+    EXPECT_EQ(setting.leastPriority, LOG_PRIORITY_INFO);
+    ASSERT_NE(setting.destination, nullptr);
+    testing::internal::CaptureStderr();
+    setting.destination->Write({0, LOG_PRIORITY_ERROR, "TAG", "kept"});
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("TAG: kept\n"));
+}
+
+TEST(Log, LinesOfSeveralThreadsStayWhole)
+{
+    constexpr int THREADS = 4;
+    constexpr int LINES = 50;
+    const TTempFolder folder;
+    CIM::InChild(
+        [&]
+        {
+            const CIM::TEnvironmentVariable variable("TVPLATFORM_LOG", "file:" + folder.File("log"));
+            std::vector<std::thread> threads;
+            for (int i = 0; i < THREADS; ++i)
+            {
+                threads.emplace_back(
+                    [i]
+                    {
+                        const std::string text(1000 + 20 * i, static_cast<char>('a' + i)); // short and long of 1024
+                        for (int line = 0; line < LINES; ++line)
+                        {
+                            __dlog_print(0, 4, "TAG", "<%s>", text.c_str());
+                        }
+                    });
+            }
+            for (std::thread& thread : threads)
+            {
+                thread.join();
+            }
+        });
+    std::vector<int> counts(THREADS);
+    for (const std::string& line : LinesOf(folder.File("log")))
+    {
+        const auto start = line.find("TAG: <");
+        ASSERT_NE(start, std::string::npos) << line;
+        const int thread = line.at(start + 6) - 'a';
+        ++counts.at(thread);
+        EXPECT_EQ(line.substr(start + 5), "<" + std::string(1000 + 20 * thread, line[start + 6]) + ">");
+    }
+    EXPECT_THAT(counts, ElementsAre(LINES, LINES, LINES, LINES));
+}
+
+TEST(Log, TheJournalGetsItsOwnFormat)
+{
+    const TTempFolder folder;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    folder.File("socket").copy(address.sun_path, sizeof address.sun_path - 1);
+    const int journal = socket(AF_UNIX, SOCK_DGRAM, 0);
+    ASSERT_EQ(bind(journal, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+
+    const auto destination = MakeJournalDestination(folder.File("socket"));
+    EXPECT_GT(destination->Write({2, LOG_PRIORITY_ERROR, "TAG", "two\nlines"}), 0);
+    char data[1024];
+    const ssize_t size = recv(journal, data, sizeof data, MSG_DONTWAIT);
+    ASSERT_GT(size, 0);
+    close(journal);
+    const std::string tid = std::to_string(gettid());
+    EXPECT_EQ(std::string(data, size), "MESSAGE\n\x09\0\0\0\0\0\0\0two\nlines\n"s
+                                       "PRIORITY\n\x01\0\0\0\0\0\0\0"
+                                       "3\n"
+                                       "SYSLOG_IDENTIFIER\n\x03\0\0\0\0\0\0\0TAG\n"
+                                       "TID\n"s +
+                                           static_cast<char>(tid.size()) + "\0\0\0\0\0\0\0"s + tid +
+                                           "\nTVPLATFORM_BUFFER\n\x06\0\0\0\0\0\0\0system\n"s);
+    EXPECT_EQ(destination->Write({0, LOG_PRIORITY_INFO, "TAG", "to syslog"}), 9) << "without journal syslog takes it";
+}
+} // namespace

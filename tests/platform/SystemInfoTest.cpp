@@ -1,0 +1,110 @@
+#include <tvplatform/SystemInfo.h>
+
+#include "support/TestEnvironment.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <climits>
+
+namespace
+{
+using CIM::TEnvironmentVariable;
+using CIM::TFeatureKeys;
+using CIM::TTempFolder;
+
+constexpr int UNTOUCHED = 4711;
+
+TEST(SystemInfo, ReadsValuesOfTheirType)
+{
+    TFeatureKeys keys{{"com.kelvora/featureconf/number", "2"},
+                      {"com.kelvora/featureconf/negative", "-7"},
+                      {"com.kelvora/featureconf/most", "2147483647"},
+                      {"com.kelvora/featureconf/more", "2147483648"},
+                      {"com.kelvora/featureconf/text", "two"},
+                      {"com.kelvora/featureconf/nothing", ""},
+                      {"com.kelvora/featureconf/yes", "true"},
+                      {"com.kelvora/featureconf/no", "false"},
+                      {"plain/key", "5"}};
+    const struct
+    {
+        const char* key;
+        int intResult, intValue, boolResult, boolValue;
+    } cases[] = {
+        {"com.kelvora/featureconf/number", 0, 2, -EINVAL, 0},
+        {"com.kelvora/featureconf/negative", 0, -7, -EINVAL, 0},
+        {"com.kelvora/featureconf/most", 0, INT_MAX, -EINVAL, 0},
+        {"com.kelvora/featureconf/more", -EINVAL, UNTOUCHED, -EINVAL, 0},
+        {"com.kelvora/featureconf/text", -EINVAL, UNTOUCHED, -EINVAL, 0},
+        {"com.kelvora/featureconf/nothing", -EINVAL, UNTOUCHED, -EINVAL, 0},
+        {"com.kelvora/featureconf/yes", -EINVAL, UNTOUCHED, 0, true},
+        {"com.kelvora/featureconf/no", -EINVAL, UNTOUCHED, 0, false},
+        {"plain/key", 0, 5, -EINVAL, 0},
+        {"com.kelvora/featureconf/absent", -ENOENT, UNTOUCHED, -ENOENT, 0},
+        {"other/group/number", -ENOENT, UNTOUCHED, -ENOENT, 0},
+        {"no-group", -ENOENT, UNTOUCHED, -ENOENT, 0},
+        {"", -ENOENT, UNTOUCHED, -ENOENT, 0},
+        {"/number", -ENOENT, UNTOUCHED, -ENOENT, 0},
+        {"com.kelvora/featureconf/", -ENOENT, UNTOUCHED, -ENOENT, 0},
+        {nullptr, -EINVAL, UNTOUCHED, -EINVAL, 0},
+    };
+    for (const auto& row : cases)
+    {
+        SCOPED_TRACE(row.key != nullptr ? row.key : "null");
+        int number = UNTOUCHED;
+        EXPECT_EQ(system_info_get_custom_int(row.key, &number), row.intResult);
+        EXPECT_EQ(number, row.intValue);
+        for (const bool before : {false, true})
+        {
+            bool truth = before;
+            EXPECT_EQ(system_info_get_custom_bool(row.key, &truth), row.boolResult);
+            EXPECT_EQ(truth, row.boolResult == 0 ? row.boolValue != 0 : before);
+        }
+    }
+    EXPECT_EQ(system_info_get_custom_int("plain/key", nullptr), -EINVAL);
+}
+
+TEST(SystemInfo, TheFirstPlaceThatHasTheKeyCounts)
+{
+    const TTempFolder config;
+    const TEnvironmentVariable variable("XDG_CONFIG_HOME", config.Path().string());
+    std::filesystem::create_directory(config.Path() / "tvplatform");
+    std::ofstream(config.File("tvplatform/system-info.conf")) << "[g]\nboth=1\nonly_there=2\nwrong_here=3\n";
+    TFeatureKeys keys{{"g/both", "10"}, {"g/wrong_here", "x"}};
+
+    int value = 0;
+    EXPECT_EQ(system_info_get_custom_int("g/both", &value), 0);
+    EXPECT_EQ(value, 10);
+    EXPECT_EQ(system_info_get_custom_int("g/only_there", &value), 0);
+    EXPECT_EQ(value, 2);
+    EXPECT_EQ(system_info_get_custom_int("g/wrong_here", &value), -EINVAL) << "a wrong value must not be passed over";
+
+    keys.Remove("g/both");
+    EXPECT_EQ(system_info_get_custom_int("g/both", &value), 0);
+    EXPECT_EQ(value, 1) << "a change of the file counts at once";
+}
+
+TEST(SystemInfo, AFileThatIsThereMustBeReadable)
+{
+    const TTempFolder folder;
+    std::ofstream(folder.File("broken")) << "[g\nkey=1\n";
+    const struct
+    {
+        std::string place;
+        int result;
+    } cases[] = {
+        {folder.File("broken"), -EIO},
+        {folder.Path().string(), -EIO},
+        {folder.File("absent"), -ENOENT},
+        {folder.File("broken/below-a-file"), -ENOENT},
+    };
+    const TEnvironmentVariable config("XDG_CONFIG_HOME", folder.Path().string());
+    for (const auto& row : cases)
+    {
+        const TEnvironmentVariable variable("TVPLATFORM_SYSTEM_INFO", row.place);
+        int value = UNTOUCHED;
+        EXPECT_EQ(system_info_get_custom_int("g/key", &value), row.result) << row.place;
+        EXPECT_EQ(value, UNTOUCHED);
+    }
+}
+} // namespace
