@@ -129,7 +129,6 @@ bool TCCIMIPCConnection::t_PrepareMessage(DBusMessage* message, short methodId, 
            AppendCallPayload(message, input);
 }
 
-// What NewCallMessage and t_PrepareMessage give together, with the arguments in front of the payload ready-made.
 TCMessagePtr TCCIMIPCConnection::m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
                                               TCMessageBuffer& input, unsigned short flags)
 {
@@ -137,8 +136,7 @@ TCMessagePtr TCCIMIPCConnection::m_CreateCall(const char* operation, const std::
     {
         return nullptr;
     }
-    TCMessagePtr message = m_preparedMessages.Get(operation, interfaceName, MakeHeader(methodId, input, flags));
-    return message && AppendCallPayload(message.get(), input) ? std::move(message) : nullptr;
+    return m_preparedMessages.Make(operation, interfaceName, MakeHeader(methodId, input, flags), input);
 }
 
 bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, TCMessageBuffer& input,

@@ -1,9 +1,11 @@
 #include "ci_connection/CallMessage.h"
 
+#include "ci_connection/CIMIPCUtility.h"
 #include "utils/CIAPILog.h"
 
 #include <tvplatform/MessageBuffer.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 
@@ -16,8 +18,9 @@ constexpr const char* CALL_MEMBER = "MethodCall";
 
 // Above this the copy of the payload is what costs, and the same length hardly comes again.
 constexpr int LARGEST_PREPARED_LENGTH = 4096;
-} // namespace
+constexpr std::array<char, LARGEST_PREPARED_LENGTH> ZEROS{};
 
+// libdbus ends the process when it is given a name that it does not take.
 bool IsCallableName(const std::string& interfaceName)
 {
     return std::strlen(interfaceName.c_str()) == interfaceName.size() &&
@@ -25,11 +28,59 @@ bool IsCallableName(const std::string& interfaceName)
            dbus_validate_bus_name(interfaceName.c_str(), nullptr);
 }
 
-TCMessagePtr NewCallMessage(const std::string& interfaceName)
+void LogNoMemory(const char* operation)
 {
-    return TCMessagePtr(
-        dbus_message_new_method_call(interfaceName.c_str(), CALL_OBJECT_PATH, interfaceName.c_str(), CALL_MEMBER));
+    CIM_LOG_ERROR_AT(operation, __LINE__, "[TCCIMIPCConnection::%s] Cannot create call message. Out of memory.",
+                     operation);
 }
+
+// A call message as it is sent, built argument by argument; null with an error line.
+TCMessagePtr Build(const char* operation, const std::string& interfaceName, const SCallHeader& header,
+                   const TCMessageBuffer& input)
+{
+    if (!IsCallableName(interfaceName))
+    {
+        CIM_LOG_ERROR_AT(operation, __LINE__,
+                         "[TCCIMIPCConnection::%s] Cannot create call message. Not a valid interface name: %s",
+                         operation, interfaceName.c_str());
+        return nullptr;
+    }
+    TCMessagePtr message(
+        dbus_message_new_method_call(interfaceName.c_str(), CALL_OBJECT_PATH, interfaceName.c_str(), CALL_MEMBER));
+    if (!message)
+    {
+        LogNoMemory(operation);
+        return nullptr;
+    }
+    const bool appended = AppendCallHeader(message.get(), header) && AppendCallPayload(message.get(), input);
+    return appended ? std::move(message) : nullptr;
+}
+
+// Overwrites the payload of an unsent message that nobody else has. libdbus lends the array read-only, for messages may
+// be shared; this one is the caller's own copy.
+void FillPayload(DBusMessage* message, const TCMessageBuffer& input)
+{
+    DBusMessageIter iter;
+    dbus_message_iter_init(message, &iter);
+    const char* bytes = nullptr;
+    int room = 0;
+    while (!TCCIMIPCUtility::m_ReadBytes(iter, bytes, room))
+    {
+        if (!dbus_message_iter_next(&iter))
+        {
+            return; // a call without payload
+        }
+    }
+    char* target = const_cast<char*>(bytes);
+    const std::size_t pieces = input.GetPieceCount();
+    for (std::size_t index = 0; index < pieces; ++index)
+    {
+        std::size_t length = 0;
+        const char* const piece = input.GetPiece(index, length);
+        target = std::copy_n(piece, length, target);
+    }
+}
+} // namespace
 
 bool AppendCallHeader(DBusMessage* message, const SCallHeader& header)
 {
@@ -98,6 +149,36 @@ bool AppendCallPayload(DBusMessage* message, const TCMessageBuffer& input)
     return dbus_message_iter_close_container(&arguments, &array);
 }
 
+TCMessagePtr TCPreparedMessages::Make(const char* operation, const std::string& interfaceName,
+                                      const SCallHeader& header, const TCMessageBuffer& input)
+{
+    if (header.length > LARGEST_PREPARED_LENGTH)
+    {
+        return Build(operation, interfaceName, header, input);
+    }
+    TCMessagePtr prepared = m_Find(interfaceName, header);
+    if (!prepared)
+    {
+        // Of zeros: what one caller sent, a PIN perhaps, is not kept here.
+        TCMessageBuffer zeros;
+        zeros.PushBorrowed(static_cast<std::size_t>(header.length), ZEROS.data());
+        prepared = Build(operation, interfaceName, header, zeros);
+        if (!prepared)
+        {
+            return nullptr;
+        }
+        m_Keep(interfaceName, header, prepared.get());
+    }
+    TCMessagePtr message(dbus_message_copy(prepared.get()));
+    if (!message)
+    {
+        LogNoMemory(operation);
+        return nullptr;
+    }
+    FillPayload(message.get(), input);
+    return message;
+}
+
 TCPreparedMessages::SEntry& TCPreparedMessages::m_Place(const std::string& interfaceName, const SCallHeader& header)
 {
     const std::size_t hash = std::hash<std::string>()(interfaceName) + static_cast<std::size_t>(header.methodId) * 31 +
@@ -105,60 +186,20 @@ TCPreparedMessages::SEntry& TCPreparedMessages::m_Place(const std::string& inter
     return m_entries[hash % m_entries.size()];
 }
 
-TCMessagePtr TCPreparedMessages::Get(const char* operation, const std::string& interfaceName, const SCallHeader& header)
+TCMessagePtr TCPreparedMessages::m_Find(const std::string& interfaceName, const SCallHeader& header)
 {
-    if (header.length > LARGEST_PREPARED_LENGTH)
-    {
-        return m_Build(operation, interfaceName, header);
-    }
-    TCMessagePtr prepared;
-    {
-        const std::lock_guard lock(m_mutex);
-        const SEntry& entry = m_Place(interfaceName, header);
-        if (entry.message && entry.header == header && entry.interfaceName == interfaceName)
-        {
-            prepared.reset(dbus_message_ref(entry.message.get()));
-        }
-    }
-    if (!prepared)
-    {
-        prepared = m_Build(operation, interfaceName, header);
-        if (!prepared)
-        {
-            return nullptr;
-        }
-        const std::lock_guard lock(m_mutex);
-        SEntry& entry = m_Place(interfaceName, header);
-        entry.interfaceName = interfaceName;
-        entry.header = header;
-        entry.message.reset(dbus_message_ref(prepared.get()));
-    }
-    TCMessagePtr copy(dbus_message_copy(prepared.get()));
-    if (!copy)
-    {
-        CIM_LOG_ERROR_AT(operation, __LINE__, "[TCCIMIPCConnection::%s] Cannot create call message. Out of memory.",
-                         operation);
-    }
-    return copy;
+    const std::lock_guard lock(m_mutex);
+    const SEntry& entry = m_Place(interfaceName, header);
+    const bool found = entry.message && entry.header == header && entry.interfaceName == interfaceName;
+    return TCMessagePtr(found ? dbus_message_ref(entry.message.get()) : nullptr);
 }
 
-TCMessagePtr TCPreparedMessages::m_Build(const char* operation, const std::string& interfaceName,
-                                         const SCallHeader& header)
+void TCPreparedMessages::m_Keep(const std::string& interfaceName, const SCallHeader& header, DBusMessage* message)
 {
-    if (!IsCallableName(interfaceName))
-    {
-        CIM_LOG_ERROR_AT(operation, __LINE__,
-                         "[TCCIMIPCConnection::%s] Cannot create call message. Not a valid interface name: %s",
-                         operation, interfaceName.c_str());
-        return nullptr;
-    }
-    TCMessagePtr message = NewCallMessage(interfaceName);
-    if (!message)
-    {
-        CIM_LOG_ERROR_AT(operation, __LINE__, "[TCCIMIPCConnection::%s] Cannot create call message. Out of memory.",
-                         operation);
-        return nullptr;
-    }
-    return AppendCallHeader(message.get(), header) ? std::move(message) : nullptr;
+    const std::lock_guard lock(m_mutex);
+    SEntry& entry = m_Place(interfaceName, header);
+    entry.interfaceName = interfaceName;
+    entry.header = header;
+    entry.message.reset(dbus_message_ref(message));
 }
 } // namespace CIM

@@ -26,40 +26,36 @@ struct SCallHeader
     friend bool operator==(const SCallHeader&, const SCallHeader&) = default;
 };
 
-/// Whether libdbus takes a text as interface and as bus name; it ends the process when it is given one that it does
-/// not.
-bool IsCallableName(const std::string& interfaceName);
-
-/// A call message without arguments. The name must be callable. \return null when there is no memory
-TCMessagePtr NewCallMessage(const std::string& interfaceName);
-
 /// Appends the arguments in front of the payload. \return false with an error line
 bool AppendCallHeader(DBusMessage* message, const SCallHeader& header);
 
 /// Appends the payload, if any, without joining its pieces. \return false with an error line
 bool AppendCallPayload(DBusMessage* message, const TCMessageBuffer& input);
 
-/// Call messages that lack only their payload, kept to be copied: libdbus writes the signature anew with each argument
-/// that is appended, which costs more than everything else in a small call. Thread-safe.
+/// Makes call messages from ready-made ones of the same header, which are copied and given their payload: libdbus
+/// writes the signature anew with each argument that is appended, which costs more than everything else in a small
+/// call. Thread-safe.
 class TCPreparedMessages
 {
 public:
-    /// A message with the header's arguments, from the store where it has one.
+    /// A whole call message. The header's length is that of the input.
     /// \return null with an error line in the name of the operation
-    TCMessagePtr Get(const char* operation, const std::string& interfaceName, const SCallHeader& header);
+    TCMessagePtr Make(const char* operation, const std::string& interfaceName, const SCallHeader& header,
+                      const TCMessageBuffer& input);
 
 private:
     struct SEntry
     {
         std::string interfaceName;
         SCallHeader header{};
-        TCMessagePtr message;
+        TCMessagePtr message; ///< with a payload of zeros
     };
 
-    static TCMessagePtr m_Build(const char* operation, const std::string& interfaceName, const SCallHeader& header);
     SEntry& m_Place(const std::string& interfaceName, const SCallHeader& header);
+    TCMessagePtr m_Find(const std::string& interfaceName, const SCallHeader& header);
+    void m_Keep(const std::string& interfaceName, const SCallHeader& header, DBusMessage* message);
 
     std::mutex m_mutex;
-    std::array<SEntry, 64> m_entries;
+    std::array<SEntry, 128> m_entries;
 };
 } // namespace CIM

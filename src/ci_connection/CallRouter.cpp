@@ -99,7 +99,7 @@ void TCCallRouter::m_Enter(SWaiter& waiter)
 void TCCallRouter::m_Leave(SWaiter& waiter)
 {
     const std::lock_guard lock(m_mutex);
-    m_waiters.remove(&waiter);
+    std::erase(m_waiters, &waiter);
 }
 
 void TCCallRouter::m_Wait(SWaiter& waiter)
@@ -135,7 +135,7 @@ void TCCallRouter::m_Wait(SWaiter& waiter)
     }
     if (!waiter.done)
     {
-        m_waiters.remove(&waiter);
+        std::erase(m_waiters, &waiter);
     }
     if (!m_leading && !m_waiters.empty())
     {
@@ -228,17 +228,17 @@ void TCCallRouter::m_Complete(TCMessagePtr reply)
 void TCCallRouter::m_CompleteAll(bool onlySenders)
 {
     const std::lock_guard lock(m_mutex);
-    m_waiters.remove_if(
-        [onlySenders](SWaiter* waiter)
-        {
-            if (onlySenders && waiter->serial != 0)
-            {
-                return false;
-            }
-            waiter->done = true;
-            waiter->wake.notify_one();
-            return true;
-        });
+    std::erase_if(m_waiters,
+                  [onlySenders](SWaiter* waiter)
+                  {
+                      if (onlySenders && waiter->serial != 0)
+                      {
+                          return false;
+                      }
+                      waiter->done = true;
+                      waiter->wake.notify_one();
+                      return true;
+                  });
 }
 
 void TCCallRouter::m_WakeLeader() { eventfd_write(m_wakeUp, 1); }

@@ -5,8 +5,8 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <list>
 #include <mutex>
+#include <vector>
 
 namespace CIM
 {
@@ -67,7 +67,7 @@ private:
     std::atomic<dbus_uint32_t> m_lastSerial;
 
     std::mutex m_mutex;
-    std::list<SWaiter*> m_waiters;
+    std::vector<SWaiter*> m_waiters; // in the order of their coming
     bool m_leading = false;
 };
 } // namespace CIM
