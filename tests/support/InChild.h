@@ -11,10 +11,8 @@
 namespace CIM
 {
 /// Runs a piece of a test in a process of its own, for what a process can do only once. Its failures fail the test.
-/// \param[in] body  the piece; failures are printed by the child
-/// \param[in] exit  how the child ends: std::_Exit at once, std::exit with everything that runs at exit
 template <class TBody>
-void InChild(TBody body, void (*exit)(int) = std::_Exit)
+void InChild(TBody body)
 {
     std::fflush(nullptr);
     const pid_t child = fork();
@@ -23,7 +21,7 @@ void InChild(TBody body, void (*exit)(int) = std::_Exit)
     {
         body();
         std::fflush(nullptr);
-        exit(testing::Test::HasFailure() ? 1 : 0);
+        std::_Exit(testing::Test::HasFailure() ? 1 : 0);
     }
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
