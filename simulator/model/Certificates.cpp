@@ -1,0 +1,54 @@
+#include "Certificates.h"
+
+#include <nlohmann/json.hpp>
+
+namespace CIM::sim
+{
+namespace
+{
+bool Holds(const TSCertificateStore& store, ECICipCertificateKind kind)
+{
+    // The kinds are bits: standard 1, ECP 2, both 3.
+    return store.type != CIP_CERTIFICATE_TYPE_INVALID &&
+           (kind == CIP_CERTIFICATE_KIND_NONE ? store.kind != CIP_CERTIFICATE_KIND_NONE : (store.kind & kind) == kind);
+}
+
+nlohmann::json ToJson(const TSCertificateStore& store)
+{
+    return {{"type", EnumName(store.type)}, {"kind", EnumName(store.kind)}};
+}
+} // namespace
+
+bool TCertificates::Has(ECICipCertificateKind kind) const { return Holds(m_storage, kind) || Holds(m_eeprom, kind); }
+
+EWriteCipKeyResult TCertificates::Write(ECICipCertificateType type, ECICipCertificateKind kind)
+{
+    if (!m_isWritable)
+    {
+        return WRITE_CIP_NA;
+    }
+    if (type <= CIP_CERTIFICATE_TYPE_INVALID || EnumName(type).empty() || kind <= CIP_CERTIFICATE_KIND_NONE ||
+        EnumName(kind).empty())
+    {
+        return WRITE_CIP_FAIL;
+    }
+    m_storage = {type, kind};
+    return WRITE_CIP_SUCCESS;
+}
+
+bool TCertificates::MoveToStorage()
+{
+    if (!Holds(m_eeprom, CIP_CERTIFICATE_KIND_NONE))
+    {
+        return false;
+    }
+    m_storage = m_eeprom;
+    m_eeprom = {};
+    return true;
+}
+
+nlohmann::json TCertificates::State() const
+{
+    return {{"secureStorage", ToJson(m_storage)}, {"eeprom", ToJson(m_eeprom)}, {"writable", m_isWritable}};
+}
+} // namespace CIM::sim

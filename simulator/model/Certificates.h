@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Definition.h"
+
+#include <nlohmann/json_fwd.hpp>
+
+namespace CIM::sim
+{
+/// The set's CI Plus certificates and key, in the EEPROM and in the secure storage.
+class TCertificates
+{
+public:
+    explicit TCertificates(const TSSetDefinition& definition)
+        : m_storage(definition.secureStorage), m_eeprom(definition.eeprom), m_isWritable(definition.isKeyWritable)
+    {
+    }
+
+    /// Whether certificates of a kind are there, in either place; NONE: of any kind.
+    bool Has(ECICipCertificateKind kind) const;
+    EWriteCipKeyResult Write(ECICipCertificateType type, ECICipCertificateKind kind);
+    void ResetEeprom() { m_eeprom = {}; }
+    void ResetStorage() { m_storage = {}; }
+    /// \return false when the EEPROM holds none
+    bool MoveToStorage();
+    nlohmann::json State() const;
+
+private:
+    TSCertificateStore m_storage;
+    TSCertificateStore m_eeprom;
+    bool m_isWritable;
+};
+} // namespace CIM::sim

@@ -1,0 +1,62 @@
+#include "Model.h"
+
+#include "Parts.h"
+
+#include <nlohmann/json.hpp>
+
+#include <stdexcept>
+
+namespace CIM::sim
+{
+TSParts::TSParts(TSWorld& world)
+    : crypto(world.definition.keys), certificates(world.definition), pin(world), mmi(world, pin), ca(world, mmi),
+      sas(world), host(world), lifecycle(world, *this),
+      upgrade(world, mmi, [this](unsigned char slot) { lifecycle.Reset(slot); }),
+      general({world, mmi, pin, ca, sas, upgrade, host, certificates, crypto})
+{
+}
+
+TModel::TModel(TSSetDefinition definition, std::uint64_t seed)
+    : m_world(std::make_unique<TSWorld>(std::move(definition), seed)), m_parts(std::make_unique<TSParts>(*m_world))
+{
+    for (const auto& [slot, cam] : m_world->definition.inserted)
+    {
+        if (const TSOutcome outcome = InsertCam(static_cast<unsigned>(slot), cam); !outcome)
+        {
+            throw std::invalid_argument(outcome.error);
+        }
+    }
+}
+
+TModel::~TModel() = default;
+
+ICIGeneral& TModel::General() { return m_parts->general; }
+ICISignalSubscriber& TModel::Subscriber() { return m_parts->subscriber; }
+TSubscriber& TModel::Subscriptions() { return m_parts->subscriber; }
+
+void TModel::SetSignalSink(std::function<void(const TSSignal&)> sink) { m_world->sink = std::move(sink); }
+
+TTime TModel::Now() const { return m_world->clock.Now(); }
+std::optional<TTime> TModel::NextEventAt() const { return m_world->clock.NextEventAt(); }
+void TModel::AdvanceTo(TTime time) { m_world->clock.AdvanceTo(time); }
+
+TSOutcome TModel::InsertCam(unsigned slot, const std::string& cam) { return m_parts->lifecycle.Insert(slot, cam); }
+TSOutcome TModel::RemoveCam(unsigned slot) { return m_parts->lifecycle.Remove(slot); }
+TSOutcome TModel::ResetCam(unsigned slot) { return m_parts->lifecycle.Reset(slot); }
+void TModel::RaiseSignal(const TSSignal& signal) { m_world->Raise(signal); }
+
+nlohmann::json TModel::State() const
+{
+    nlohmann::json state = m_parts->lifecycle.State();
+    state["now"] = Now();
+    state["mmi"] = m_parts->mmi.State();
+    state["pin"] = m_parts->pin.State();
+    state["ca"] = m_parts->ca.State();
+    state["sas"] = m_parts->sas.State();
+    state["upgrade"] = m_parts->upgrade.State();
+    state["host"] = m_parts->host.State();
+    state["certificates"] = m_parts->certificates.State();
+    state["subscriptions"] = m_parts->subscriber.State();
+    return state;
+}
+} // namespace CIM::sim

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "Clock.h"
+#include "Definition.h"
+#include "Outcome.h"
+
+#include <ciapi/ICIAppMMI.h>
+#include <ciapi/ICIAuxiliaryFileSystem.h>
+#include <ciapi/ICICAMPlayer.h>
+#include <ciapi/ICIDebug.h>
+#include <ciapi/ICIGeneral.h>
+#include <ciapi/ICIOperatorProfile.h>
+#include <ciapi/ICISampleDecryption.h>
+#include <ciapi/ICISignalSubscriber.h>
+#include <ciapi/IPvrCip.h>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <functional>
+#include <memory>
+
+namespace CIM::sim
+{
+struct TSParts;
+struct TSWorld;
+class TSubscriber;
+
+/// The set, its slots and its CAMs: one model behind the nine interfaces. It knows no bus and starts no thread; it is
+/// bound to the thread that uses it. Its clock is virtual and its randomness comes from the seed, so that the same
+/// definition, seed, calls and times give the same signals, byte for byte.
+///
+/// The interfaces answer 1 (true) for done and 0 (false) for refused, as a daemon does. Signals go to the sink while a
+/// call, a control or AdvanceTo runs; the sink must not call back into the model.
+class TModel
+{
+public:
+    /// \param[in] definition  CAMs, recordings and the rest; CAMs that are to be inserted begin at time 0
+    TModel(TSSetDefinition definition, std::uint64_t seed);
+    ~TModel();
+    TModel(const TModel&) = delete;
+    TModel& operator=(const TModel&) = delete;
+
+    ICIGeneral& General();
+    ICISignalSubscriber& Subscriber();
+    /// The same object, with what only the daemon asks: who has subscribed what.
+    TSubscriber& Subscriptions();
+
+    /// Replaces who receives the signals; an empty function lets them go.
+    void SetSignalSink(std::function<void(const TSSignal&)> sink);
+
+    TTime Now() const;
+    std::optional<TTime> NextEventAt() const;
+    /// Runs what is due up to and including a time. A time in the past changes nothing.
+    void AdvanceTo(TTime time);
+
+    // Controls: what people, scenarios and tests do to the set. Controls.h offers the same, and more, by name.
+    TSOutcome InsertCam(unsigned slot, const std::string& cam);
+    TSOutcome RemoveCam(unsigned slot);
+    TSOutcome ResetCam(unsigned slot);
+    /// Any signal, as it is, without anything having happened.
+    void RaiseSignal(const TSSignal& signal);
+
+    /// Everything that can be known about the set, but no PIN.
+    nlohmann::json State() const;
+
+    /// The parts, for Controls.cpp.
+    TSParts& Parts() { return *m_parts; }
+    TSWorld& World() { return *m_world; }
+
+private:
+    std::unique_ptr<TSWorld> m_world;
+    std::unique_ptr<TSParts> m_parts;
+};
+} // namespace CIM::sim

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Ca.h"
+#include "Certificates.h"
+#include "Crypto.h"
+#include "General.h"
+#include "Host.h"
+#include "Lifecycle.h"
+#include "Mmi.h"
+#include "Pin.h"
+#include "Sas.h"
+#include "Subscriber.h"
+#include "Upgrade.h"
+
+namespace CIM::sim
+{
+/// Every part of the model, each knowing only those it needs.
+struct TSParts
+{
+    explicit TSParts(TSWorld& world);
+
+    TCrypto crypto;
+    TCertificates certificates;
+    TPin pin;
+    TMmi mmi;
+    TCa ca;
+    TSas sas;
+    THost host;
+    TLifecycle lifecycle;
+    TUpgrade upgrade;
+    TGeneral general;
+    TSubscriber subscriber;
+};
+} // namespace CIM::sim
