@@ -1,5 +1,6 @@
 #pragma once
 
+#include <ciapi/CIEnumNames.h>
 #include <ciapi/Export.h>
 
 #include <tvplatform/Marshalable.h>
@@ -85,6 +86,17 @@ struct CIAPI_EXPORT TSPlaybackPosition : public TCMarshalable
 
 protected:
     void t_PushTree(TCTreeFormatter& formatter);
+};
+
+/// The names of the seek modes, for tools.
+template <>
+struct TSEnumNames<TSPlaybackPosition::ESeekMode>
+{
+    static constexpr std::string_view type = "ESeekMode";
+    static constexpr TSEnumName<TSPlaybackPosition::ESeekMode> entries[] = {
+        {TSPlaybackPosition::SEEK_MODE_ABSOLUTE, "SEEK_MODE_ABSOLUTE"},
+        {TSPlaybackPosition::SEEK_MODE_RELATIVE, "SEEK_MODE_RELATIVE"},
+    };
 };
 
 /// What the player is to play: a service location as text.
