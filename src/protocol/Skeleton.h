@@ -59,19 +59,20 @@ public:
     template <class Result, class... Arguments>
     bool On(Result (Interface::*member)(Arguments...), std::type_identity_t<std::function<Result(Arguments...)>> answer)
     {
+        using TMember = Result (Interface::*)(Arguments...);
         bool found = false;
         m_ForRow(
-            [&](const auto& row)
+            [&]<class Row>(const Row& row)
             {
-                if constexpr (std::is_same_v<decltype(row.member), decltype(member)>)
+                if constexpr (std::is_same_v<typename Row::Member, TMember>)
                 {
                     return row.member == member && !row.isLocal;
                 }
                 return false;
             },
-            [&](const auto& row, auto& function)
+            [&]<class Row>(const Row&, auto& function)
             {
-                if constexpr (std::is_same_v<decltype(row.member), decltype(member)>)
+                if constexpr (std::is_same_v<typename Row::Member, TMember>)
                 {
                     function = std::move(answer);
                     found = true;

@@ -46,15 +46,25 @@ int TCCIAuxiliaryFileSystemProxy::UnregisterApplication(unsigned char applicatio
     return TCCIAuxiliaryFileSystemProxyNO_CI::UnregisterApplication(applicationId, fileSystemId);
 }
 
-int TCCIAuxiliaryFileSystemProxy::RequestFile(unsigned short fileSystemId, unsigned char applicationId,
-                                              EFileRequestType requestType, std::vector<unsigned char> const& request)
+// Apart, so that nothing of a failed attempt is left on the stack when the next one begins.
+__attribute__((noinline)) std::optional<int>
+TCCIAuxiliaryFileSystemProxy::m_TryRequestFile(unsigned short fileSystemId, unsigned char applicationId,
+                                               EFileRequestType requestType, std::vector<unsigned char> const& request)
 {
-    if (const auto reply =
-            m_call(protocol::auxiliaryFileSystem::RequestFile, fileSystemId, applicationId, requestType, request))
+    return m_call(protocol::auxiliaryFileSystem::RequestFile, fileSystemId, applicationId, requestType, request);
+}
+
+// A file request does not fail: it repeats itself until it gets through. As a tail call, in every kind of build,
+// because a daemon that stays away must not use up the stack.
+__attribute__((optimize("O2"))) int TCCIAuxiliaryFileSystemProxy::RequestFile(unsigned short fileSystemId,
+                                                                              unsigned char applicationId,
+                                                                              EFileRequestType requestType,
+                                                                              std::vector<unsigned char> const& request)
+{
+    if (const auto reply = m_TryRequestFile(fileSystemId, applicationId, requestType, request))
     {
         return *reply;
     }
-    // A file request does not fail: it is repeated until it gets through.
     return TCCIAuxiliaryFileSystemProxy::RequestFile(fileSystemId, applicationId, requestType, request);
 }
 

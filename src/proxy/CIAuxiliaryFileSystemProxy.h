@@ -22,6 +22,9 @@ public:
     int GetFileAcknowledge(unsigned short fileSystemId, TCCiFileAckDTO& acknowledgement) override;
 
 private:
+    std::optional<int> m_TryRequestFile(unsigned short fileSystemId, unsigned char applicationId,
+                                        EFileRequestType requestType, std::vector<unsigned char> const& request);
+
     TCProxyCall m_call;
 };
 } // namespace CIM

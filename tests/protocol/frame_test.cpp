@@ -1,0 +1,263 @@
+#include "protocol/General.h"
+#include "protocol/Skeleton.h"
+#include "proxy/CIAuxiliaryFileSystemProxy.h"
+#include "proxy/CICAMPlayerProxy.h"
+#include "proxy/CIDebugProxy.h"
+#include "proxy/CIGeneralProxy.h"
+#include "support/FakeConnection.h"
+#include "support/LogCapture.h"
+#include "support/TestEnvironment.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+
+namespace CIM
+{
+namespace
+{
+std::string Bytes(std::initializer_list<int> values)
+{
+    std::string bytes;
+    for (const int value : values)
+    {
+        bytes.push_back(static_cast<char>(value));
+    }
+    return bytes;
+}
+
+/// What a daemon would answer that answers with this payload, whatever is asked.
+void AnswerWith(TFakeHelper& helper, std::string payload)
+{
+    helper.connection->answer = [payload](const TFakeConnection::TCall&, std::string& reply)
+    {
+        reply = payload;
+        return true;
+    };
+}
+} // namespace
+
+class FrameTest : public testing::Test
+{
+protected:
+    FrameTest()
+    {
+        MarkReady();
+        TLogCapture::Clear();
+    }
+
+    void MarkReady() { std::ofstream(m_folder.File("ready")).put('\n'); }
+    void SetKeys(const std::string& keys)
+    {
+        std::ofstream(m_folder.File("keys")) << "[com.kelvora/featureconf]\n" << keys;
+    }
+
+    TTempFolder m_folder;
+    TEnvironmentVariable m_marker{"CIAPI_DAEMON_READY_FILE", m_folder.File("ready")};
+    TEnvironmentVariable m_keys{"TVPLATFORM_SYSTEM_INFO", m_folder.File("keys")};
+    boost::shared_ptr<TFakeHelper> m_helper = boost::make_shared<TFakeHelper>();
+};
+
+// Whether a call may be made before the daemon is ready depends on the marker, the model type and the identifier.
+TEST_F(FrameTest, CallsWaitForTheDaemonOnSomeModels)
+{
+    struct TCase
+    {
+        const char* what;
+        bool marker;
+        const char* keys;
+        bool sent;
+        const char* error;
+    };
+    const TCase cases[] = {
+        {"ready", true, "tv_model_type=5\n", true, nullptr},
+        {"not ready, late model", false, "tv_model_type=5\n", false,
+         "Unable to handle IPC calls before CI_DAEMON creation for ZEP products! Return false"},
+        {"not ready, other model", false, "tv_model_type=4\n", true, nullptr},
+        {"not ready, unknown model", false, "", true,
+         "Failed to get fms: com.kelvora/featureconf/tv_model_type. Proceed with the call, because we dont know if it "
+         "is ZEP platform"},
+    };
+    TCCIGeneralProxy proxy(m_helper);
+    for (const TCase& test : cases)
+    {
+        SCOPED_TRACE(test.what);
+        std::filesystem::remove(m_folder.File("ready"));
+        if (test.marker)
+        {
+            MarkReady();
+        }
+        SetKeys(test.keys);
+        TLogCapture::Clear();
+        m_helper->connection->calls.clear();
+        EXPECT_EQ(proxy.EnterMenu(0, true), test.sent ? 1 : 0);
+        EXPECT_EQ(m_helper->connection->calls.size(), test.sent ? 1u : 0u);
+        if (test.error != nullptr)
+        {
+            EXPECT_EQ(TLogCapture::Count(test.error), 2u);
+        }
+        // Identifiers 7 and 8 are always sent.
+        bool passed = true;
+        m_helper->connection->calls.clear();
+        proxy.CipTestStandard(passed);
+        proxy.CipTestECP(passed);
+        EXPECT_EQ(m_helper->connection->calls.size(), 2u);
+    }
+}
+
+TEST_F(FrameTest, OutputsSurviveEveryKindOfBadAnswer)
+{
+    TCCIGeneralProxy proxy(m_helper);
+    const std::string version = Bytes({1, 0, 0, 0});
+    // A list of method 16 that holds one argument as a leaf of four bytes: the result alone.
+    const std::string resultOnly = version + Bytes({2, 0, 16, 0, 12, 0, 0, 0, 1, 0, 0, 0, 4, 0, 0, 0, 7, 0, 0, 0});
+    std::string deep = version;
+    for (int level = 100; level > 0; --level)
+    {
+        deep += Bytes({2, 0, 0, 0, level * 8, 0, 0, 0});
+    }
+    struct TCase
+    {
+        const char* what;
+        std::string payload;
+        int result;
+        std::size_t errors;
+    };
+    const TCase cases[] = {
+        {"nothing", "", -1, 0},
+        {"result only", resultOnly, 7, 0},
+        {"cut", resultOnly.substr(0, resultOnly.size() - 1), 0, 2},
+        {"another version", Bytes({2}) + resultOnly.substr(1), 0, 2},
+        {"bytes left over", resultOnly + "x", 0, 2},
+        {"deep", deep, 0, 2},
+        {"a size beyond the end", version + Bytes({2, 0, 16, 0, 255, 255, 255, 255}), 0, 2},
+        {"a result of two bytes", version + Bytes({2, 0, 16, 0, 10, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 7, 0}), -1, 2},
+    };
+    for (const TCase& test : cases)
+    {
+        SCOPED_TRACE(test.what);
+        AnswerWith(*m_helper, test.payload);
+        TLogCapture::Clear();
+        TCIText title;
+        title.text = {'t'};
+        TCIText subtitle = title;
+        TCIText bottomLine = title;
+        std::vector<TCIText> choices(3, title);
+        EXPECT_EQ(proxy.GetMmiMenu(0, title, subtitle, bottomLine, choices), test.result);
+        EXPECT_EQ(title.text, std::vector<unsigned short>{'t'});
+        EXPECT_EQ(choices.size(), 3u);
+        EXPECT_EQ(TLogCapture::Count("CIM_MAJOR"), test.errors);
+    }
+}
+
+TEST_F(FrameTest, FailedCallsGiveTheNullAnswer)
+{
+    TCCIGeneralProxy general(m_helper);
+    TCCICAMPlayerProxy player(m_helper);
+    TCCIDebugProxy debug(m_helper);
+    bool flag = true;
+    EXPECT_EQ(general.GetTuneBlockedByCi(TVSHandle(), STATE_CHANGE_SERVICE, 5, flag), 1);
+    EXPECT_FALSE(flag);
+    flag = true;
+    EXPECT_EQ(general.IsCamVideoTranscodingAuto(flag), 0);
+    EXPECT_TRUE(flag);
+    EXPECT_EQ(debug.CILogToggle(flag), 0);
+    EXPECT_FALSE(flag);
+    EXPECT_FALSE(player.PlayRequest(TSIPServiceLocationData("location")).IsValid());
+    EXPECT_EQ(TLogCapture::Count("m_IPCHelper->GetIPCConnection()->Call false"), 8u);
+    m_helper->connection->sendsOneWay = false;
+    EXPECT_EQ(general.EnterMenu(0, true), 0);
+    EXPECT_EQ(general.IsCiSupported(), 1);
+    EXPECT_EQ(m_helper->connection->calls.size(), 5u);
+}
+
+TEST_F(FrameTest, StopPlayerDoesNotSayWhich)
+{
+    TCCICAMPlayerProxy player(m_helper);
+    player.StopPlayer(TSCICAMPlayerHandle::Create());
+    player.StopPlayer(TSCICAMPlayerHandle::Create());
+    ASSERT_EQ(m_helper->connection->calls.size(), 2u);
+    EXPECT_EQ(m_helper->connection->calls[0].payload, m_helper->connection->calls[1].payload);
+}
+
+// A file request repeats itself until it gets through. However long that takes, it must not use up the stack.
+TEST_F(FrameTest, FileRequestsAreRepeatedUntilAnswered)
+{
+    TCCIAuxiliaryFileSystemProxy proxy(m_helper);
+    constexpr int FAILURES = 200000;
+    int attempts = 0;
+    m_helper->connection->answer = [&](const TFakeConnection::TCall& call, std::string& reply)
+    {
+        EXPECT_EQ(call.methodId, 3);
+        m_helper->connection->calls.clear();
+        TLogCapture::Clear();
+        if (++attempts <= FAILURES)
+        {
+            return false;
+        }
+        reply = Bytes({1, 0, 0, 0, 2, 0, 3, 0, 12, 0, 0, 0, 1, 0, 0, 0, 4, 0, 0, 0, 42, 0, 0, 0});
+        return true;
+    };
+    EXPECT_EQ(proxy.RequestFile(1, 2, APP_REQUEST_FILE, {}), 42);
+    EXPECT_EQ(attempts, FAILURES + 1);
+}
+
+// Whatever bytes a request is, the daemon side answers it or refuses it, and never calls with half of its arguments.
+TEST_F(FrameTest, SkeletonRefusesRequestsThatAreNotTheOperations)
+{
+    TCCIGeneralProxy proxy(m_helper);
+    TCCIGeneralProxyNO_CI object;
+    protocol::TSkeleton<ICIGeneral> skeleton(object);
+    int called = 0;
+    EXPECT_FALSE(skeleton.On(&ICIGeneral::IsCiSupported, [] { return 1; }));
+    ASSERT_TRUE(skeleton.On(&ICIGeneral::SendCaPmt,
+                            [&](unsigned char slot, const TVSHandle& handle, const std::list<unsigned short>& values,
+                                ECaPmtCmd command, bool oneWay)
+                            {
+                                ++called;
+                                EXPECT_EQ(slot, 3);
+                                EXPECT_EQ(handle, TVSHandle(PROFILE_SUB, 7));
+                                EXPECT_EQ(values, (std::list<unsigned short>{1, 2, 3}));
+                                EXPECT_EQ(command, ECAPMTCMD_QUERY);
+                                return oneWay ? 5 : 6;
+                            }));
+    m_helper->connection->answer = [&](const TFakeConnection::TCall& call, std::string& reply)
+    {
+        TCMessageBuffer request;
+        TCMessageBuffer answer;
+        request.PushConcatenated(static_cast<int>(call.payload.size()), call.payload.data());
+        const bool answered = skeleton.Handle(call.methodId, false, request, answer) == protocol::EHandled::ANSWERED;
+        if (answered)
+        {
+            reply.assign(answer.GetAsCStr(0), answer.GetUnreadSize());
+        }
+        return answered;
+    };
+    TVSHandle handle(PROFILE_SUB, 7);
+    handle.filler = 0xBEEF; // travels as zero
+    EXPECT_EQ(proxy.SendCaPmt(3, handle, {1, 2, 3}, ECAPMTCMD_QUERY, false), 6);
+    EXPECT_EQ(called, 1);
+    const std::string good = m_helper->connection->calls.at(0).payload;
+    EXPECT_EQ(good.find("\xEF\xBE"), std::string::npos);
+
+    const auto handle1 = [&](const std::string& bytes, short id)
+    {
+        TCMessageBuffer request;
+        TCMessageBuffer answer;
+        request.PushConcatenated(static_cast<int>(bytes.size()), bytes.data());
+        return skeleton.Handle(id, true, request, answer);
+    };
+    for (std::size_t length = 0; length < good.size(); ++length)
+    {
+        EXPECT_EQ(handle1(good.substr(0, length), 27), protocol::EHandled::MALFORMED) << length;
+    }
+    EXPECT_EQ(handle1(good, 28), protocol::EHandled::MALFORMED);
+    EXPECT_EQ(handle1(good, 1), protocol::EHandled::UNKNOWN_METHOD);
+    EXPECT_EQ(handle1(good, 45), protocol::EHandled::UNKNOWN_METHOD);
+    EXPECT_EQ(handle1(good, -1), protocol::EHandled::UNKNOWN_METHOD);
+    EXPECT_EQ(called, 1);
+    EXPECT_EQ(handle1(good, 27), protocol::EHandled::ANSWERED);
+    EXPECT_EQ(called, 2);
+}
+} // namespace CIM
