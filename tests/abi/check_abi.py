@@ -70,8 +70,12 @@ def vtables(library):
         elif len(field) > 4 and field[2].endswith(("_64", "_ABS64")):  # one found by its name
             slots[int(field[0], 16)] = {field[4].partition("@")[0]}
     result = {}
-    for owner, (address, size) in zip(demangle(tables), tables.values()):
-        names = [max(slots.get(place, set()), default="nothing", key=lambda name: bool(DESTRUCTOR.search(name)))
+    for owner, table in zip(demangle(tables), tables):
+        # Where the compiler merged equal functions, one place has several names: the class's own one counts.
+        own = table.removeprefix("_ZTV").removesuffix("E")
+        address, size = tables[table]
+        names = [max(sorted(slots.get(place, set())), default="nothing",
+                     key=lambda name: (bool(DESTRUCTOR.search(name)), own in name.replace("_ZNK", "_ZN")))
                  for place in range(address + 16, address + size, 8)]  # behind offset and type information
         operations = ["destructor" if DESTRUCTOR.search(name) else operation(text)
                       for name, text in zip(names, demangle(names))]
