@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds the products, and shows the main job: an application, the library, a real
+# dbus-daemon and the simulator in the daemon's place.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-packages.sh
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+cmake --preset release -DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCIAPI_BUILD_TESTS=OFF -DCIAPI_BUILD_BENCH=OFF >/dev/null
+cmake --build --preset release
+bin=build/release/bin
+"$bin/ci-daemon-sim" run -- "$bin/example-menu"

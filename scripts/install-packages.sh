@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Installs the Debian packages of packaging/debian-packages.txt that are missing. Needs root or sudo only when some are.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+mapfile -t wanted < <(grep -vE '^\s*(#|$)' packaging/debian-packages.txt)
+missing=()
+for package in "${wanted[@]}"; do
+  dpkg-query -W -f='${Status}\n' "$package" 2>/dev/null | grep -q '^install ok installed$' || missing+=("$package")
+done
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null || { echo "missing: ${missing[*]}: install them as root" >&2; exit 1; }
+  as_root=(sudo)
+fi
+echo "Installing: ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -q
+"${as_root[@]}" apt-get install -q -y --no-install-recommends "${missing[@]}"

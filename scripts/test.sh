@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds with warnings as errors, and runs all tests.
+#   scripts/test.sh                the tests
+#   scripts/test.sh --sanitizers   the tests, then again with address+undefined and with thread sanitizers
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+presets=(ci)
+if [ "${1:-}" = "--sanitizers" ]; then
+  presets=(ci asan tsan)
+elif [ $# -gt 0 ]; then
+  echo "usage: scripts/test.sh [--sanitizers]" >&2
+  exit 2
+fi
+
+scripts/install-packages.sh
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+for preset in "${presets[@]}"; do
+  echo "== $preset"
+  cmake --preset "$preset" -DCMAKE_CXX_COMPILER_LAUNCHER=ccache
+  cmake --build --preset "$preset"
+  ctest --test-dir "build/$preset" --output-on-failure --no-tests=error -j "$(nproc)"
+done
