@@ -7,4 +7,5 @@ if(CIAPI_SANITIZE)
   target_compile_options(ciapi_compiler_settings INTERFACE -fsanitize=${CIAPI_SANITIZE} -fno-sanitize-recover=all)
   target_link_options(ciapi_compiler_settings INTERFACE -fsanitize=${CIAPI_SANITIZE})
 endif()
-link_libraries(ciapi_compiler_settings)
+# Applies to everything built here and is no part of what is installed.
+link_libraries($<BUILD_INTERFACE:ciapi_compiler_settings>)

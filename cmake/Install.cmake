@@ -1,1 +1,26 @@
-# Filled as products become installable.
+# What an application developer gets: libraries, headers, a CMake package and pkg-config files; and the tools.
+include(CMakePackageConfigHelpers)
+
+set(ciapi_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ciapi)
+set(exported ciapi)
+install(DIRECTORY include/ciapi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(CIAPI_PLATFORM STREQUAL "portable")
+  list(APPEND exported tvplatform)
+  install(DIRECTORY platform/include/tvplatform DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+endif()
+install(TARGETS ${exported} EXPORT ciapi-targets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT ciapi-targets NAMESPACE ciapi:: DESTINATION ${ciapi_package_dir})
+configure_package_config_file(packaging/ciapi-config.cmake.in ${CMAKE_BINARY_DIR}/ciapi-config.cmake
+  INSTALL_DESTINATION ${ciapi_package_dir})
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/ciapi-config-version.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/ciapi-config.cmake ${CMAKE_BINARY_DIR}/ciapi-config-version.cmake
+  DESTINATION ${ciapi_package_dir})
+configure_file(packaging/ciapi.pc.in ${CMAKE_BINARY_DIR}/ciapi.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/ciapi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+foreach(program IN ITEMS ci-daemon-sim cictl)
+  if(TARGET ${program})
+    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  endif()
+endforeach()
