@@ -1,0 +1,290 @@
+// Calls that get no good answer: the caller is told false, the log says why, and nothing hangs.
+
+#include "Connection.h"
+#include "support/InChild.h"
+
+#include <csignal>
+#include <cstdio>
+#include <functional>
+#include <thread>
+#include <vector>
+
+namespace CIM
+{
+namespace
+{
+using TMessage = TScriptedDaemon::TMessage;
+
+constexpr const char* NO_INTERFACE = "com.kelvora.ciapi.Nobody";
+
+TMessage Empty(const TMessage& request) { return {dbus_message_new_method_return(request.get()), dbus_message_unref}; }
+
+// A reply with arguments given as to dbus_message_append_args.
+template <class... TArguments>
+TMessage With(const TMessage& request, TArguments... arguments)
+{
+    TMessage reply = Empty(request);
+    dbus_message_append_args(reply.get(), arguments..., DBUS_TYPE_INVALID);
+    return reply;
+}
+
+const unsigned char HANDLED = 1;
+const dbus_int32_t THREE = 3;
+const char* const BYTES = "abc";
+const char* const TEXTS[] = {"one", "two"};
+const char* const* const TEXT_LIST = TEXTS;
+
+class CallFaultTest : public TBusTest
+{
+};
+} // namespace
+
+TEST_F(CallFaultTest, RepliesThatAreNotWhatTheyShouldBe)
+{
+    const struct
+    {
+        std::function<TMessage(const TMessage&)> answer;
+        bool handled;
+        const char* payload;
+        const char* line;
+    } rows[] = {
+        {[](const TMessage& request) { return TScriptedDaemon::Error(request, "org.kelvora.Oops", "no card"); }, false,
+         "",
+         "[TCCIMIPCConnection::Call][com.kelvora.ciapi.ICIGeneral:12] Error answer received [Error name: "
+         "org.kelvora.Oops]: no card"},
+        {[](const TMessage& request)
+         { return TMessage(dbus_message_new_error(request.get(), "org.kelvora.Oops", nullptr), dbus_message_unref); },
+         false, "", "[TCCIMIPCConnection::Call][com.kelvora.ciapi.ICIGeneral:12] Problem with reading error answer: "},
+        {Empty, false, "", "[TCCIMIPCConnection::Call] Reply message has no arguments.(dbus_message_iter_init)"},
+        {[](const TMessage& request) { return TScriptedDaemon::Reply(request, 0, "abc"); }, false, "",
+         "Reply message is broken. Probably noone is listening to method calls. Reply value: 0"},
+        {[](const TMessage& request) { return TScriptedDaemon::Reply(request, 0x7e, "abc"); }, false, "",
+         "Reply message is broken. Probably noone is listening to method calls. Reply value: 126"},
+        {[](const TMessage& request)
+         { return With(request, DBUS_TYPE_INT32, &THREE, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &BYTES, 3); },
+         false, "", "[TCCIMIPCConnection::Call] Incorrect type of argument. Expected DBUS_TYPE_BYTE."},
+        {[](const TMessage& request)
+         { return With(request, DBUS_TYPE_BYTE, &HANDLED, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &BYTES, 3); },
+         true, "", "[TCCIMIPCConnection::Call] Incorrect type of argument. Expected DBUS_TYPE_INT32."},
+        {[](const TMessage& request) { return With(request, DBUS_TYPE_BYTE, &HANDLED, DBUS_TYPE_INT32, &THREE); }, true,
+         "", "[TCCIMIPCConnection::Call] Incorrect type of argument. Expected DBUS_TYPE_ARRAY."},
+        {[](const TMessage& request)
+         {
+             return With(request, DBUS_TYPE_BYTE, &HANDLED, DBUS_TYPE_INT32, &THREE, DBUS_TYPE_ARRAY, DBUS_TYPE_STRING,
+                         &TEXT_LIST, 2);
+         },
+         true, "", "[TCCIMIPCConnection::Call] Incorrect type of argument. Expected DBUS_TYPE_ARRAY."},
+        {[](const TMessage& request) { return TScriptedDaemon::Reply(request, 1, 1000000, "abc"); }, true, "abc",
+         "[TCCIMIPCConnection::Call] Payload length 1000000 does not match the 3 bytes received"},
+        {[](const TMessage& request) { return TScriptedDaemon::Reply(request, 1, 2, "abc"); }, true, "ab",
+         "Payload length 2 does not match the 3 bytes received"},
+        {[](const TMessage& request) { return TScriptedDaemon::Reply(request, 1, -1, "abc"); }, true, "",
+         "Payload length -1 does not match the 3 bytes received"},
+    };
+    std::function<TMessage(const TMessage&)> answer = Echo;
+    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME}, [&](const TMessage& request) { return answer(request); });
+    TConnection connection;
+    for (const auto& row : rows)
+    {
+        TLogCapture::Clear();
+        answer = row.answer;
+        const SAnswer result = Call(connection, 12, "x");
+        EXPECT_EQ(result.handled, row.handled) << row.line;
+        EXPECT_EQ(result.payload, row.payload) << row.line;
+        EXPECT_TRUE(IsErrorLine(row.line)) << row.line;
+        answer = Echo;
+        EXPECT_EQ(Call(connection, 1, "still well").payload, "still well") << row.line;
+    }
+}
+
+TEST_F(CallFaultTest, NamesThatLibdbusDoesNotTake)
+{
+    TConnection connection;
+    for (const std::string& name : {std::string("no dots"), std::string(), std::string("a.b\0c", 5),
+                                    std::string("a..b"), std::string("a.b-c"), "a." + std::string(255, 'b')})
+    {
+        TLogCapture::Clear();
+        TCMessageBuffer input;
+        TCMessageBuffer output;
+        EXPECT_FALSE(connection.Call(name, 1, input, output)) << name;
+        EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::Call] Cannot create call message.")) << name;
+        EXPECT_FALSE(connection.CallAsync(name, 1, input)) << name;
+        EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::CallAsync] Cannot create call message.")) << name;
+    }
+    for (const char* const name : {"no dots", "", static_cast<const char*>(nullptr)})
+    {
+        TLogCapture::Clear();
+        EXPECT_FALSE(connection.WaitForCreateInterface(name));
+        EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::WaitForCreateInterface] DBus Error while checking name owner: "));
+    }
+}
+
+TEST_F(CallFaultTest, ProgramNameThatIsNotUtf8)
+{
+    TConnection connection;
+    InChild(
+        []
+        {
+            char name[] = "t\xff";
+            program_invocation_short_name = name;
+            TConnection own;
+            EXPECT_FALSE(Call(own, 1, "x").handled);
+            EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::t_PrepareMessage] The program name is not UTF-8"));
+        });
+}
+
+TEST_F(CallFaultTest, DaemonThatIsAbsentOrGoesAway)
+{
+    TConnection connection;
+    EXPECT_FALSE(Call(connection, 1, "x").handled);
+    EXPECT_TRUE(IsErrorLine("Error answer received [Error name: org.freedesktop.DBus.Error.ServiceUnknown]"));
+
+    TScriptedDaemon* self = nullptr;
+    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
+                           [&](const TMessage&)
+                           {
+                               self->Vanish();
+                               return nullptr;
+                           });
+    self = &daemon;
+    EXPECT_FALSE(Call(connection, 1, "x").handled);
+    EXPECT_TRUE(IsErrorLine("Error answer received [Error name: org.freedesktop.DBus.Error.NoReply]"));
+}
+
+TEST_F(CallFaultTest, BusThatGoesAwayEndsEveryCallAtOnce)
+{
+    std::atomic<int> waiting{0};
+    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
+                           [&](const TMessage&) -> TMessage
+                           {
+                               ++waiting;
+                               waiting.notify_all();
+                               return nullptr;
+                           });
+    TConnection connection;
+    std::atomic<int> handled{0};
+    std::vector<std::thread> callers;
+    for (int caller = 0; caller < 3; ++caller)
+    {
+        callers.emplace_back([&] { handled += Call(connection, 1, "x").handled ? 1 : 0; });
+    }
+    for (int seen = 0; (seen = waiting.load()) < 3;)
+    {
+        waiting.wait(seen);
+    }
+    Bus().Stop();
+    for (std::thread& caller : callers)
+    {
+        caller.join();
+    }
+    EXPECT_EQ(handled, 0);
+    EXPECT_EQ(TLogCapture::Count("Error answer received [Error name: org.freedesktop.DBus.Error.NoReply]: Did not "
+                                 "receive a reply."),
+              6U);
+
+    TLogCapture::Clear();
+    EXPECT_FALSE(Call(connection, 1, "x").handled);
+    EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::Call] Pending call error. Probably connection is broken."));
+    CallAsync(connection, 1, std::string(1000000, 'x')); // returns, whatever it says
+    EXPECT_FALSE(connection.WaitForCreateInterface(CI_GENERAL_CONNECTION_NAME.c_str()));
+    EXPECT_FALSE(connection.AddMatchRule(IPC_MESSAGE_DATA, 1, TVSHandle()));
+    EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::AddMatchRule] Cannot add match rule: "));
+}
+
+TEST_F(CallFaultTest, CallNoticesThatTheBusLeftWhileNobodyLooked)
+{
+    TConnection connection;
+    Bus().Stop();
+    EXPECT_FALSE(Call(connection, 1, "x").handled);
+    EXPECT_FALSE(Call(connection, 1, std::string(1000000, 'x')).handled);
+}
+
+TEST_F(CallFaultTest, WaitingForAnInterface)
+{
+    TConnection connection;
+    EXPECT_FALSE(connection.WaitForCreateInterface(NO_INTERFACE));
+    EXPECT_EQ(TFakeClock::Sleeps(), 150U);
+    EXPECT_EQ(TFakeClock::Milliseconds(), 15000U);
+    EXPECT_EQ(TLogCapture::Count(
+                  "[TCCIMIPCConnection::WaitForCreateInterface] DBus waiting for com.kelvora.ciapi.Nobody interface. "
+                  "Try: 150/150"),
+              1U);
+    EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::WaitForCreateInterface] TIMEOUT, Cannot connect to the "
+                            "com.kelvora.ciapi.Nobody interface"));
+
+    TFakeClock::Clear();
+    std::unique_ptr<TScriptedDaemon> daemon;
+    TFakeClock::OnSleep(
+        [&](unsigned int)
+        {
+            if (TFakeClock::Sleeps() == 3)
+            {
+                daemon = std::make_unique<TScriptedDaemon>(std::vector<std::string>{NO_INTERFACE}, Echo);
+            }
+        });
+    EXPECT_TRUE(connection.WaitForCreateInterface(NO_INTERFACE));
+    EXPECT_EQ(TFakeClock::Sleeps(), 3U);
+}
+
+TEST_F(CallFaultTest, WithoutTvServicesNobodyIsWaitedFor)
+{
+    InChild( // what the set supports is read once per process
+        []
+        {
+            TFeatureKeys keys;
+            TConnection connection;
+            EXPECT_FALSE(connection.WaitForCreateInterface(NO_INTERFACE)); // no such key: supported, and asked again
+            keys.Set(CI_FMS_TVS_SUPPORTED, "false");
+            TFakeClock::Clear();
+            EXPECT_TRUE(connection.WaitForCreateInterface(NO_INTERFACE));
+            EXPECT_EQ(TFakeClock::Sleeps(), 0U);
+            EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::WaitForCreateInterface] IsTVSSupported() is false, just "
+                                    "return true"));
+        });
+}
+
+TEST_F(CallFaultTest, BusThatComesLate)
+{
+    Bus().Stop();
+    TFakeClock::OnSleep(
+        [&](unsigned int)
+        {
+            if (TFakeClock::Sleeps() == 60 - 1)
+            {
+                Bus().Restart();
+            }
+        });
+    TConnection connection;
+    EXPECT_EQ(TFakeClock::Milliseconds(), 59000U);
+    EXPECT_EQ(TLogCapture::Count("[TCCIMIPCConnection::t_CreateConnection] Failed to connect to the D-BUS daemon: "),
+              2U * 59);
+    EXPECT_TRUE(IsErrorLine("TCCIMIPCConnection::TCCIMIPCConnection - open connection!"));
+}
+
+TEST_F(CallFaultTest, BusThatComesTooLateOrNever)
+{
+    Bus().Stop();
+    for (const bool comes : {false, true}) // the last attempt is of no use even when it comes through
+    {
+        const auto connect = [&]
+        {
+            TLogCapture::EchoToStandardError(true);
+            TFakeClock::OnSleep(
+                [&](unsigned int)
+                {
+                    if (TFakeClock::Sleeps() == 60)
+                    {
+                        std::fprintf(stderr, "the last attempt\n");
+                        if (comes)
+                        {
+                            Bus().Restart();
+                        }
+                    }
+                });
+            const TConnection connection;
+        };
+        EXPECT_EXIT(connect(), testing::KilledBySignal(SIGSEGV),
+                    "the last attempt.*attempts != MAX_DBUS_CONNECTION_ATTEMPTS");
+    }
+}
+} // namespace CIM
