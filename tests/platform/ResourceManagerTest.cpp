@@ -96,7 +96,7 @@ public:
     void Expect(const SSeen& expected) const
     {
         const auto threads = Threads();
-        EXPECT_EQ(threads.size(), 2U);
+        EXPECT_GE(threads.size(), 2U); // a sanitizer may have one of its own
         for (const auto& [thread, seen] : threads)
         {
             EXPECT_EQ(seen, expected) << (thread == m_process ? "first" : "second") << " thread";
