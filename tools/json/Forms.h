@@ -1,0 +1,310 @@
+#pragma once
+
+#include "json/Scalars.h"
+
+#include <limits>
+#include <list>
+#include <map>
+#include <set>
+#include <type_traits>
+
+// How a type decides its form in JSON. The forms of the value types are in ValueForms.h; include ToJson.h to use them.
+
+namespace CIM::json
+{
+/// What kind of JSON a type is written as: tells a command line what to do with a bare word.
+enum class EKind
+{
+    NUMBER,
+    BOOL,
+    ENUM,
+    TEXT,       ///< a word is the text itself
+    BYTES,      ///< a word is hexadecimal digits
+    STRUCTURED, ///< lists, maps, records
+};
+
+/// A type, described for help.
+struct TSType
+{
+    EKind kind;
+    std::string text;                               ///< "uint8", "list of TVSHandle", ...
+    std::vector<const TSEnumeration*> enumerations; ///< those that occur in it
+};
+
+/// The form of a type, specialised for each kind of type:
+///   static TSType Type();
+///   static TJson To(const T& value);
+///   static void From(const TJson& json, T& value, const TJsonPath& path);   replaces the value; throws TJsonError
+template <class T, class = void>
+struct TJsonForm;
+
+/// A value to read into. Specialised where a type's own beginning is not a value.
+template <class T>
+T NewValue()
+{
+    return T{};
+}
+
+template <>
+struct TJsonForm<bool>
+{
+    static TSType Type() { return {EKind::BOOL, "bool", {}}; }
+    static TJson To(bool value) { return value; }
+    static void From(const TJson& json, bool& value, const TJsonPath& path) { value = BoolFromJson(json, path); }
+};
+
+template <class T>
+struct TJsonForm<T, std::enable_if_t<std::is_integral_v<T>>>
+{
+    static TSType Type()
+    {
+        return {EKind::NUMBER, (std::is_signed_v<T> ? "int" : "uint") + std::to_string(8 * sizeof(T)), {}};
+    }
+    static TJson To(T value) { return value; }
+    static void From(const TJson& json, T& value, const TJsonPath& path)
+    {
+        using TLimits = std::numeric_limits<T>;
+        if constexpr (std::is_signed_v<T>)
+        {
+            value = static_cast<T>(SignedFromJson(json, TLimits::min(), TLimits::max(), path));
+        }
+        else
+        {
+            value = static_cast<T>(UnsignedFromJson(json, TLimits::max(), path));
+        }
+    }
+};
+
+template <class E>
+struct TJsonForm<E, std::enable_if_t<std::is_enum_v<E>>>
+{
+    static TSType Type() { return {EKind::ENUM, std::string(TSEnumNames<E>::type), {&Enumeration<E>()}}; }
+    static TJson To(E value) { return EnumToJson(Enumeration<E>(), value); }
+    static void From(const TJson& json, E& value, const TJsonPath& path)
+    {
+        value = static_cast<E>(EnumFromJson(Enumeration<E>(), json, path));
+    }
+};
+
+template <>
+struct TJsonForm<std::string>
+{
+    static TSType Type() { return {EKind::TEXT, "text", {}}; }
+    static TJson To(const std::string& value) { return TextToJson(value); }
+    static void From(const TJson& json, std::string& value, const TJsonPath& path) { value = TextFromJson(json, path); }
+};
+
+template <>
+struct TJsonForm<std::basic_string<unsigned short>>
+{
+    using TWide = std::basic_string<unsigned short>;
+    static TSType Type() { return {EKind::TEXT, "text", {}}; }
+    static TJson To(const TWide& value) { return WideToJson({value.data(), value.size()}); }
+    static void From(const TJson& json, TWide& value, const TJsonPath& path)
+    {
+        const std::vector<unsigned short> units = WideFromJson(json, path);
+        value.assign(units.begin(), units.end());
+    }
+};
+
+template <>
+struct TJsonForm<std::vector<unsigned char>>
+{
+    static TSType Type() { return {EKind::BYTES, "bytes", {}}; }
+    static TJson To(const std::vector<unsigned char>& value) { return BytesToHex(value); }
+    static void From(const TJson& json, std::vector<unsigned char>& value, const TJsonPath& path)
+    {
+        value = BytesFromJson(json, path);
+    }
+};
+
+/// Lists and sets.
+template <class Container>
+struct TSequenceForm
+{
+    using TElement = typename Container::value_type;
+    static TSType Type()
+    {
+        TSType element = TJsonForm<TElement>::Type();
+        return {EKind::STRUCTURED, "list of " + element.text, std::move(element.enumerations)};
+    }
+    static TJson To(const Container& value)
+    {
+        TJson list = TJson::array();
+        for (const TElement& element : value)
+        {
+            list.push_back(TJsonForm<TElement>::To(element));
+        }
+        return list;
+    }
+    static void From(const TJson& json, Container& value, const TJsonPath& path)
+    {
+        if (!json.is_array())
+        {
+            throw TJsonError(path, std::string("a list is needed, not ") + KindOf(json));
+        }
+        Container fresh;
+        for (std::size_t index = 0; index < json.size(); ++index)
+        {
+            const TJsonPath place(path, index);
+            TElement element = NewValue<TElement>();
+            TJsonForm<TElement>::From(json[index], element, place);
+            fresh.insert(fresh.end(), std::move(element));
+            if (fresh.size() != index + 1)
+            {
+                throw TJsonError(place, "this element is in the list already");
+            }
+        }
+        value = std::move(fresh);
+    }
+};
+template <class E>
+struct TJsonForm<std::vector<E>> : TSequenceForm<std::vector<E>>
+{
+};
+template <class E>
+struct TJsonForm<std::list<E>> : TSequenceForm<std::list<E>>
+{
+};
+template <class E>
+struct TJsonForm<std::set<E>> : TSequenceForm<std::set<E>>
+{
+};
+
+/// Maps: an object whose member names are the keys' texts.
+template <class K, class V>
+struct TJsonForm<std::map<K, V>>
+{
+    static TSType Type()
+    {
+        TSType type = TJsonForm<K>::Type();
+        TSType value = TJsonForm<V>::Type();
+        type.text = "map of " + type.text + " to " + value.text;
+        type.kind = EKind::STRUCTURED;
+        type.enumerations.insert(type.enumerations.end(), value.enumerations.begin(), value.enumerations.end());
+        return type;
+    }
+    static TJson To(const std::map<K, V>& map)
+    {
+        TJson object = TJson::object();
+        for (const auto& [key, value] : map)
+        {
+            object[KeyText(key)] = TJsonForm<V>::To(value);
+        }
+        return object;
+    }
+    static void From(const TJson& json, std::map<K, V>& map, const TJsonPath& path)
+    {
+        if (!json.is_object())
+        {
+            throw TJsonError(path, std::string("an object is needed, not ") + KindOf(json));
+        }
+        std::map<K, V> fresh;
+        for (const auto& member : json.items())
+        {
+            const TJsonPath place(path, member.key());
+            K key{};
+            TJsonForm<K>::From(member.key(), key, place);
+            V value = NewValue<V>();
+            TJsonForm<V>::From(member.value(), value, place);
+            if (!fresh.emplace(std::move(key), std::move(value)).second)
+            {
+                throw TJsonError(place, "this key is in the map already");
+            }
+        }
+        map = std::move(fresh);
+    }
+
+private:
+    static std::string KeyText(const K& key)
+    {
+        if constexpr (requires { TJsonForm<K>::Text(key); })
+        {
+            return TJsonForm<K>::Text(key);
+        }
+        else
+        {
+            const TJson text = TJsonForm<K>::To(key);
+            return text.is_string() ? text.template get<std::string>() : text.dump();
+        }
+    }
+};
+
+/// The members of a record, specialised for each:
+///   static constexpr const char* NAME;
+///   template <class Record, class Visitor> static void Each(Record& record, Visitor&& visit);
+/// calls visit(member's name, member) for each.
+template <class T>
+struct TMembers;
+
+/// Records: an object. Members that are not given keep the value of a new record; unknown ones are refused.
+template <class T>
+struct TJsonForm<T, std::void_t<decltype(TMembers<T>::NAME)>>
+{
+    static TSType Type()
+    {
+        TSType type{EKind::STRUCTURED, TMembers<T>::NAME, {}};
+        T record = NewValue<T>();
+        const char* separator = " {";
+        TMembers<T>::Each(record,
+                          [&](const char* name, auto& member)
+                          {
+                              TSType inner = TJsonForm<std::remove_reference_t<decltype(member)>>::Type();
+                              type.text.append(separator).append(name).append(": ").append(inner.text);
+                              type.enumerations.insert(type.enumerations.end(), inner.enumerations.begin(),
+                                                       inner.enumerations.end());
+                              separator = ", ";
+                          });
+        type.text += "}";
+        return type;
+    }
+    static TJson To(const T& record)
+    {
+        TJson object = TJson::object();
+        TMembers<T>::Each(record, [&](const char* name, const auto& member)
+                          { object[name] = TJsonForm<std::remove_cvref_t<decltype(member)>>::To(member); });
+        return object;
+    }
+    static void From(const TJson& json, T& record, const TJsonPath& path)
+    {
+        if constexpr (requires { TMembers<T>::FromText(std::string_view(), record, path); })
+        {
+            if (json.is_string())
+            {
+                TMembers<T>::FromText(json.get_ref<const std::string&>(), record, path);
+                return;
+            }
+        }
+        if (!json.is_object())
+        {
+            throw TJsonError(path, std::string("an object is needed, not ") + KindOf(json));
+        }
+        T fresh = NewValue<T>();
+        std::set<std::string_view> known;
+        TMembers<T>::Each(fresh,
+                          [&](const char* name, auto& member)
+                          {
+                              known.insert(name);
+                              if (const auto found = json.find(name); found != json.end())
+                              {
+                                  TJsonForm<std::remove_reference_t<decltype(member)>>::From(*found, member,
+                                                                                             TJsonPath(path, name));
+                              }
+                          });
+        for (const auto& member : json.items())
+        {
+            if (known.count(member.key()) == 0)
+            {
+                throw TJsonError(TJsonPath(path, member.key()),
+                                 std::string("there is no such member in ") + TMembers<T>::NAME);
+            }
+        }
+        record = std::move(fresh);
+    }
+    /// For records that are keys of maps.
+    static std::string Text(const T& record) requires requires { TMembers<T>::Text(record); }
+    {
+        return TMembers<T>::Text(record);
+    }
+};
+} // namespace CIM::json

@@ -1,0 +1,160 @@
+#pragma once
+
+#include "json/Forms.h"
+
+#include "protocol/Operation.h"
+
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class TCMarshallingHelper;
+
+// The operations of all interfaces without their types: what the tables say, and calls as JSON. Compiled once; nothing
+// here knows the bus.
+
+namespace CIM::json
+{
+/// The JSON form of some type.
+class TITypeForm
+{
+public:
+    virtual ~TITypeForm() = default;
+    virtual const TSType& Type() const = 0;
+    /// \param[in] value  points to a value of the type
+    virtual TJson To(const void* value) const = 0;
+    virtual void From(const TJson& json, void* value, const TJsonPath& path) const = 0;
+};
+
+/// The values of one call of an operation: its result and its parameters, as objects.
+class TIValues
+{
+public:
+    virtual ~TIValues() = default;
+    virtual void* Parameter(std::size_t index) = 0;
+    virtual void* Result() = 0;
+    /// Pushes everything that is sent or answered, the result first.
+    virtual void Push(TCMarshallingHelper& frame) = 0;
+    /// Brings what a frame has read into the values; what was put into the values into what a frame will write.
+    virtual void Load() = 0;
+    virtual void Store() = 0;
+    /// Calls the operation. \param[in] object  implements the interface of the operation
+    virtual void Call(void* object) = 0;
+};
+
+struct TSParameter
+{
+    const char* name;
+    protocol::EWord word;
+    const TITypeForm* type;
+    unsigned position;  ///< of its node in the argument tree; of the first one of two
+    unsigned nodeCount; ///< 0 when it is not sent
+};
+
+/// A payload as JSON, and what is wrong with it.
+struct TSDecoded
+{
+    TJson json;
+    std::string error; ///< empty when nothing is wrong; otherwise json holds what could be read
+};
+
+/// One operation of an interface. Thread-safe.
+class TOperationForm
+{
+public:
+    virtual ~TOperationForm() = default;
+
+    const std::string& InterfaceName() const { return m_interfaceName; }
+    const char* Name() const { return m_name; }
+    /// Names the operation within its interface: its name, followed by '#' and a word where several operations have
+    /// that name: the last input that the others do not have, such as "StartSampleDecryption#records", or else what
+    /// its output is, "GetInstalledOperatorProfiles#map" and "#list".
+    const std::string& Key() const { return m_key; }
+    /// Interface and key, "ICIGeneral.EnterMenu".
+    std::string FullName() const { return m_interfaceName + "." + m_key; }
+    short Id() const { return m_id; }
+    /// Answered by the library itself, never sent.
+    bool IsLocal() const { return m_isLocal; }
+    const TITypeForm& ResultType() const { return *m_resultType; }
+    std::span<const TSParameter> Parameters() const { return m_parameters; }
+    const TSParameter* FindParameter(std::string_view name) const;
+
+    /// Everything that the table says.
+    TJson Describe() const;
+
+    /// A request's payload as {"<input>": value, ...}. The bytes may be anybody's.
+    TSDecoded RequestToJson(std::string_view payload) const;
+    /// A reply's payload as {"result": value, "outputs": {"<output>": value, ...}}. What the reply lacks is left out.
+    TSDecoded ReplyToJson(std::string_view payload) const;
+    /// The payload of a request. Every input must be given. \throws TJsonError
+    std::string RequestFromJson(const TJson& arguments) const;
+    /// The payload of a reply, from what ReplyToJson gives. What is not given is 0 or empty, the result success.
+    /// \throws TJsonError
+    std::string ReplyFromJson(const TJson& reply) const;
+
+    /// Calls the operation.
+    /// \param[in] object     points to the interface of the operation
+    /// \param[in] arguments  {"<input>": value, ...}; each must be given but "oneWay" and what is not sent
+    /// \return {"result": value, "outputs": {...}}
+    /// \throws TJsonError before the call, when the arguments are wrong
+    TJson Invoke(void* object, const TJson& arguments) const;
+    /// Like Invoke, but does not call: finds what is wrong with arguments. \throws TJsonError
+    void Check(const TJson& arguments) const;
+
+protected:
+    TOperationForm(std::string interfaceName, const char* name, short id, bool isLocal, const TITypeForm& resultType);
+    void t_AddParameter(const char* name, protocol::EWord word, const TITypeForm& type);
+
+private:
+    friend class TInterfaceForm;
+
+    virtual std::unique_ptr<TIValues> m_NewValues() const = 0;
+    void m_Take(const TJson& arguments, TIValues& values) const;
+    TJson m_Results(TIValues& values) const;
+    std::string m_ShapeWord() const;
+    std::string m_DistinctWord(const TOperationForm& other) const;
+
+    std::string m_interfaceName;
+    std::string m_key;
+    const char* m_name;
+    short m_id;
+    bool m_isLocal;
+    const TITypeForm* m_resultType;
+    std::vector<TSParameter> m_parameters;
+    unsigned m_nodeCount = 1; ///< of a request and its reply together: the result's and the parameters'
+};
+
+/// One interface with its operations in slot order. Thread-safe.
+class TInterfaceForm
+{
+public:
+    /// \param[in] instance  gets the process's instance from the facade
+    TInterfaceForm(std::string name, std::string connectionName, void* (*instance)(),
+                   std::vector<std::unique_ptr<TOperationForm>> operations);
+
+    const std::string& Name() const { return m_name; }
+    /// Bus name and D-Bus interface.
+    const std::string& ConnectionName() const { return m_connectionName; }
+    std::span<const std::unique_ptr<TOperationForm>> Operations() const { return m_operations; }
+    const TOperationForm* Find(short methodId) const;
+    const TOperationForm* Find(std::string_view key) const;
+    /// All operations of a name, usually one.
+    std::vector<const TOperationForm*> FindAll(std::string_view name) const;
+    /// The facade's instance, to be given to Invoke. Connects when it is the first; null after TCCIService::Destroy.
+    void* Instance() const { return m_instance(); }
+
+private:
+    std::string m_name;
+    std::string m_connectionName;
+    void* (*m_instance)();
+    std::vector<std::unique_ptr<TOperationForm>> m_operations;
+};
+
+/// The nine interfaces. Thread-safe.
+std::span<const TInterfaceForm* const> Interfaces();
+/// An interface by its name ("ICIGeneral", also without its prefix and in any case: "general") or by its bus name.
+/// \return null when there is none
+const TInterfaceForm* FindInterface(std::string_view name);
+} // namespace CIM::json

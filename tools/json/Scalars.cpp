@@ -1,0 +1,348 @@
+#include "json/Scalars.h"
+
+#include <charconv>
+#include <limits>
+
+namespace CIM::json
+{
+namespace
+{
+template <class T>
+std::optional<T> ParseInteger(std::string_view text)
+{
+    const bool isNegative = text.starts_with('-');
+    if (isNegative)
+    {
+        text.remove_prefix(1);
+    }
+    int base = 10;
+    if (text.starts_with("0x") || text.starts_with("0X"))
+    {
+        text.remove_prefix(2);
+        base = 16;
+    }
+    // The sign goes back to where from_chars wants it, so that the least number is read without overflow.
+    const std::string digits = (isNegative ? "-" : "") + std::string(text);
+    T value{};
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, base);
+    if (error != std::errc() || end != digits.data() + digits.size() || text.starts_with('-'))
+    {
+        return std::nullopt;
+    }
+    return value;
+}
+
+template <class T>
+T IntegerFromJson(const TJson& json, T least, T greatest, const TJsonPath& path)
+{
+    std::optional<T> value;
+    if (json.is_number_unsigned())
+    {
+        const auto number = json.get<std::uint64_t>();
+        if (number <= static_cast<std::uint64_t>(std::numeric_limits<T>::max()))
+        {
+            value = static_cast<T>(number);
+        }
+    }
+    else if (json.is_number_integer())
+    {
+        const auto number = json.get<std::int64_t>();
+        if (number >= 0 || std::numeric_limits<T>::is_signed)
+        {
+            value = static_cast<T>(number);
+        }
+    }
+    else if (json.is_string())
+    {
+        const std::string& text = json.get_ref<const std::string&>();
+        value = ParseInteger<T>(text);
+        if (!value && !ParseInteger<std::int64_t>(text) && !ParseInteger<std::uint64_t>(text))
+        {
+            throw TJsonError(path, "\"" + text + "\" is no integer");
+        }
+    }
+    else
+    {
+        throw TJsonError(path, std::string("an integer is needed, not ") + KindOf(json));
+    }
+    if (!value || *value < least || *value > greatest)
+    {
+        throw TJsonError(path, (json.is_string() ? json.get<std::string>() : json.dump()) + " is not within " +
+                                   std::to_string(least) + " to " + std::to_string(greatest));
+    }
+    return *value;
+}
+
+int HexDigit(char c)
+{
+    if (c >= '0' && c <= '9')
+    {
+        return c - '0';
+    }
+    c = static_cast<char>(c | 0x20);
+    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+}
+
+// One code point of UTF-8, at the front of the text. Returns its length, 0 when there is none.
+std::size_t DecodeUtf8(std::string_view text, char32_t& codePoint)
+{
+    const auto at = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    if (at(0) < 0x80)
+    {
+        codePoint = at(0);
+        return 1;
+    }
+    const std::size_t length = at(0) >= 0xF0 ? 4 : at(0) >= 0xE0 ? 3 : 2;
+    if (at(0) < 0xC2 || at(0) > 0xF4 || text.size() < length)
+    {
+        return 0;
+    }
+    codePoint = at(0) & (0xFFu >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i)
+    {
+        if ((at(i) & 0xC0) != 0x80)
+        {
+            return 0;
+        }
+        codePoint = codePoint << 6 | (at(i) & 0x3F);
+    }
+    const char32_t least = length == 2 ? 0x80 : length == 3 ? 0x800 : 0x10000;
+    const bool isSurrogate = codePoint >= 0xD800 && codePoint < 0xE000;
+    return codePoint < least || codePoint > 0x10FFFF || isSurrogate ? 0 : length;
+}
+
+void EncodeUtf8(char32_t codePoint, std::string& out)
+{
+    const auto put = [&](char32_t byte) { out.push_back(static_cast<char>(byte)); };
+    if (codePoint < 0x80)
+    {
+        put(codePoint);
+        return;
+    }
+    const int more = codePoint < 0x800 ? 1 : codePoint < 0x10000 ? 2 : 3;
+    put((0xFF00u >> (more + 1) & 0xFF) | codePoint >> 6 * more);
+    for (int shift = 6 * (more - 1); shift >= 0; shift -= 6)
+    {
+        put(0x80 | (codePoint >> shift & 0x3F));
+    }
+}
+} // namespace
+
+std::int64_t SignedFromJson(const TJson& json, std::int64_t least, std::int64_t greatest, const TJsonPath& path)
+{
+    return IntegerFromJson<std::int64_t>(json, least, greatest, path);
+}
+
+std::uint64_t UnsignedFromJson(const TJson& json, std::uint64_t greatest, const TJsonPath& path)
+{
+    return IntegerFromJson<std::uint64_t>(json, 0, greatest, path);
+}
+
+bool BoolFromJson(const TJson& json, const TJsonPath& path)
+{
+    if (json.is_boolean())
+    {
+        return json.get<bool>();
+    }
+    if (json == "true" || json == "false")
+    {
+        return json == "true";
+    }
+    if (json == 0 || json == 1)
+    {
+        return json == 1;
+    }
+    throw TJsonError(path, "true or false is needed, not " + json.dump(-1, ' ', true, TJson::error_handler_t::replace));
+}
+
+TJson EnumToJson(const TSEnumeration& enumeration, std::int64_t value)
+{
+    for (const auto& [number, name] : enumeration.enumerators)
+    {
+        if (number == value)
+        {
+            return name;
+        }
+    }
+    return value;
+}
+
+std::int64_t EnumFromJson(const TSEnumeration& enumeration, const TJson& json, const TJsonPath& path)
+{
+    if (json.is_string())
+    {
+        const std::string& text = json.get_ref<const std::string&>();
+        for (const auto& [number, name] : enumeration.enumerators)
+        {
+            if (name == text)
+            {
+                return number;
+            }
+        }
+        if (!ParseInteger<std::int64_t>(text))
+        {
+            throw TJsonError(path, "\"" + text + "\" is no value of " + std::string(enumeration.type));
+        }
+    }
+    return SignedFromJson(json, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max(),
+                          path);
+}
+
+std::string BytesToHex(std::span<const unsigned char> bytes)
+{
+    static constexpr char DIGITS[] = "0123456789abcdef";
+    std::string text;
+    text.reserve(bytes.size() * 2);
+    for (const unsigned char byte : bytes)
+    {
+        text += DIGITS[byte >> 4];
+        text += DIGITS[byte & 15];
+    }
+    return text;
+}
+
+std::vector<unsigned char> BytesFromJson(const TJson& json, const TJsonPath& path)
+{
+    if (!json.is_string())
+    {
+        throw TJsonError(path, std::string("bytes are needed as hexadecimal text, not ") + KindOf(json));
+    }
+    std::string_view text = json.get_ref<const std::string&>();
+    if (text.starts_with("0x") || text.starts_with("0X"))
+    {
+        text.remove_prefix(2);
+    }
+    std::vector<unsigned char> bytes;
+    bytes.reserve(text.size() / 2);
+    while (!text.empty())
+    {
+        if (text[0] == ' ' || text[0] == ':')
+        {
+            text.remove_prefix(1);
+            continue;
+        }
+        const int high = HexDigit(text[0]);
+        const int low = text.size() > 1 ? HexDigit(text[1]) : -1;
+        if (high < 0 || low < 0)
+        {
+            throw TJsonError(path, "two hexadecimal digits are needed for byte " + std::to_string(bytes.size()));
+        }
+        bytes.push_back(static_cast<unsigned char>(high << 4 | low));
+        text.remove_prefix(2);
+    }
+    return bytes;
+}
+
+bool IsUtf8(std::string_view text)
+{
+    while (!text.empty())
+    {
+        char32_t codePoint = 0;
+        const std::size_t length = DecodeUtf8(text, codePoint);
+        if (length == 0)
+        {
+            return false;
+        }
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+TJson TextToJson(std::string_view text)
+{
+    if (IsUtf8(text))
+    {
+        return text;
+    }
+    return TJson::object({{"bytes", BytesToHex({reinterpret_cast<const unsigned char*>(text.data()), text.size()})}});
+}
+
+std::string TextFromJson(const TJson& json, const TJsonPath& path)
+{
+    if (json.is_string())
+    {
+        return json.get<std::string>();
+    }
+    if (json.is_object() && json.size() == 1 && json.contains("bytes"))
+    {
+        const std::vector<unsigned char> bytes = BytesFromJson(json["bytes"], TJsonPath(path, "bytes"));
+        return {bytes.begin(), bytes.end()};
+    }
+    throw TJsonError(path, std::string("a text is needed, or {\"bytes\": \"<hex>\"}, not ") + KindOf(json));
+}
+
+std::optional<std::string> Utf8FromUnits(std::span<const unsigned short> units)
+{
+    std::string text;
+    text.reserve(units.size());
+    for (std::size_t i = 0; i < units.size(); ++i)
+    {
+        char32_t codePoint = units[i];
+        if (codePoint >= 0xD800 && codePoint < 0xE000)
+        {
+            const bool isPair =
+                codePoint < 0xDC00 && i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000;
+            if (!isPair)
+            {
+                return std::nullopt;
+            }
+            codePoint = 0x10000 + ((codePoint - 0xD800) << 10) + (units[++i] - 0xDC00u);
+        }
+        EncodeUtf8(codePoint, text);
+    }
+    return text;
+}
+
+std::vector<unsigned short> UnitsFromUtf8(std::string_view utf8)
+{
+    std::vector<unsigned short> units;
+    units.reserve(utf8.size());
+    while (!utf8.empty())
+    {
+        char32_t codePoint = 0;
+        std::size_t length = DecodeUtf8(utf8, codePoint);
+        if (length == 0)
+        {
+            codePoint = 0xFFFD; // JSON's parser lets none through; a terminal may
+            length = 1;
+        }
+        utf8.remove_prefix(length);
+        if (codePoint >= 0x10000)
+        {
+            units.push_back(static_cast<unsigned short>(0xD800 + ((codePoint - 0x10000) >> 10)));
+            codePoint = 0xDC00 + (codePoint & 0x3FF);
+        }
+        units.push_back(static_cast<unsigned short>(codePoint));
+    }
+    return units;
+}
+
+TJson WideToJson(std::span<const unsigned short> units)
+{
+    if (std::optional<std::string> text = Utf8FromUnits(units))
+    {
+        return *std::move(text);
+    }
+    return TJson::object({{"codeUnits", std::vector<unsigned short>(units.begin(), units.end())}});
+}
+
+std::vector<unsigned short> WideFromJson(const TJson& json, const TJsonPath& path)
+{
+    if (json.is_string())
+    {
+        return UnitsFromUtf8(json.get_ref<const std::string&>());
+    }
+    if (json.is_object() && json.size() == 1 && json.contains("codeUnits") && json["codeUnits"].is_array())
+    {
+        const TJsonPath inner(path, "codeUnits");
+        std::vector<unsigned short> units;
+        for (const TJson& unit : json["codeUnits"])
+        {
+            units.push_back(
+                static_cast<unsigned short>(UnsignedFromJson(unit, 0xFFFF, TJsonPath(inner, units.size()))));
+        }
+        return units;
+    }
+    throw TJsonError(path, std::string("a text is needed, or {\"codeUnits\": [numbers]}, not ") + KindOf(json));
+}
+} // namespace CIM::json
