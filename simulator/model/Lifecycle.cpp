@@ -162,6 +162,8 @@ void TLifecycle::m_BecomeReady(TSSlot& slot)
         m_world.Raise(SlotSignal(SIGNAL_CI_SAC_STATUS_CHANGE, slot.number, 1));
     }
     m_world.Raise(SlotSignal(SIGNAL_CI_CAM_READY_STATUS_CHANGED, slot.number, CAM_STATUS_READY));
+    m_parts.fileSystems.OnCamReady(slot);
+    m_parts.profiles.OnCamReady(slot);
     m_parts.host.OnCamReady(slot);
 }
 
@@ -173,7 +175,13 @@ void TLifecycle::m_End(TSSlot& slot, ECamPhase phase)
     slot.hasApplicationInfo = false;
     m_parts.mmi.OnCamGone(slot);
     m_parts.upgrade.OnCamGone(slot);
+    m_parts.appMmi.OnCamGone(slot);
     m_parts.sas.OnCamGone(slot);
+    m_parts.fileSystems.OnCamGone(slot);
+    m_parts.player.OnCamGone(slot);
+    m_parts.pvr.OnCamGone(slot);
+    m_parts.decryption.OnCamGone(slot);
+    m_parts.profiles.OnCamGone(slot);
     m_parts.pin.OnCamGone(slot);
     m_parts.host.OnCamGone(slot);
     m_parts.ca.OnCamGone(slot);

@@ -24,13 +24,15 @@ struct TSParts;
 ///   4. SIGNAL_CI_SAS_STATUS_CHANGE (session closed), for each session in ascending order
 ///   5. SIGNAL_CI_FILE_RETRIEVAL_MESSAGE (file system gone), for each file system in ascending order
 ///   6. SIGNAL_CI_CICAM_PLAYER_ERROR (CAM gone), SIGNAL_CI_CICAM_PLAYER_PLAYBACK_STATUS (stopped)
-///   7. SIGNAL_CI_SAMPLE_DECRYPTION_STATUS_CHANGED (error), for each session in the order of their pipelines
-///   8. SIGNAL_CI_OPERATOR_PROFILE_STATUS_CHANGE (installation or update failed)
-///   9. SIGNAL_CI_TUNER_RELEASE_REPLY_STATUS (released)
-///  10. SIGNAL_CI_CAM_CONNECTED_TO_PIPELINE (code 0), for each pipeline in the order in which they came
-///  11. SIGNAL_CI_CA_SYSTEMS_CHANGE (none)
-///  12. SIGNAL_CI_SAC_STATUS_CHANGE (code 0, CI Plus only)
-///  13. SIGNAL_CI_CAM_READY_STATUS_CHANGED (CAM_STATUS_NO_CAM)
+///   7. SIGNAL_CI_PLAYBACK_STOP_REQUEST for a recording that needs the CAM, SIGNAL_CI_RECORD_STOP_REQUEST for each
+///      protected recording of a pipeline that the CAM serves
+///   8. SIGNAL_CI_SAMPLE_DECRYPTION_STATUS_CHANGED (error), for each session in the order of their pipelines
+///   9. SIGNAL_CI_OPERATOR_PROFILE_STATUS_CHANGE (installation or update failed)
+///  10. SIGNAL_CI_TUNER_RELEASE_REPLY_STATUS (released)
+///  11. SIGNAL_CI_CAM_CONNECTED_TO_PIPELINE (code 0), for each pipeline in the order in which they came
+///  12. SIGNAL_CI_CA_SYSTEMS_CHANGE (none)
+///  13. SIGNAL_CI_SAC_STATUS_CHANGE (code 0, CI Plus only)
+///  14. SIGNAL_CI_CAM_READY_STATUS_CHANGED (CAM_STATUS_NO_CAM)
 /// What is asked from the first of these on is refused; what was scheduled for the CAM does not happen any more.
 class TLifecycle
 {

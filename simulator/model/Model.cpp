@@ -11,8 +11,9 @@ namespace CIM::sim
 TSParts::TSParts(TSWorld& world)
     : crypto(world.definition.keys), certificates(world.definition), pin(world), mmi(world, pin), ca(world, mmi),
       sas(world), host(world), lifecycle(world, *this),
-      upgrade(world, mmi, [this](unsigned char slot) { lifecycle.Reset(slot); }),
-      general({world, mmi, pin, ca, sas, upgrade, host, certificates, crypto})
+      upgrade(world, mmi, [this](unsigned char slot) { lifecycle.Reset(slot); }), appMmi(world), fileSystems(world),
+      player(world), decryption(world), profiles(world), pvr(world, ca),
+      general({world, mmi, pin, ca, sas, upgrade, host, certificates, crypto}), debug(world, *this)
 {
 }
 
@@ -31,6 +32,13 @@ TModel::TModel(TSSetDefinition definition, std::uint64_t seed)
 TModel::~TModel() = default;
 
 ICIGeneral& TModel::General() { return m_parts->general; }
+ICIAppMMI& TModel::AppMMI() { return m_parts->appMmi; }
+ICIAuxiliaryFileSystem& TModel::AuxiliaryFileSystem() { return m_parts->fileSystems; }
+ICICAMPlayer& TModel::CICAMPlayer() { return m_parts->player; }
+ICIDebug& TModel::Debug() { return m_parts->debug; }
+ICIOperatorProfile& TModel::OperatorProfile() { return m_parts->profiles; }
+ICISampleDecryption& TModel::SampleDecryption() { return m_parts->decryption; }
+IPvrCip& TModel::PvrCip() { return m_parts->pvr; }
 ICISignalSubscriber& TModel::Subscriber() { return m_parts->subscriber; }
 TSubscriber& TModel::Subscriptions() { return m_parts->subscriber; }
 
@@ -56,6 +64,13 @@ nlohmann::json TModel::State() const
     state["upgrade"] = m_parts->upgrade.State();
     state["host"] = m_parts->host.State();
     state["certificates"] = m_parts->certificates.State();
+    state["appMmi"] = m_parts->appMmi.State();
+    state["fileSystems"] = m_parts->fileSystems.State();
+    state["player"] = m_parts->player.State();
+    state["sampleDecryption"] = m_parts->decryption.State();
+    state["profiles"] = m_parts->profiles.State();
+    state["pvr"] = m_parts->pvr.State();
+    state["debug"] = m_parts->debug.State();
     state["subscriptions"] = m_parts->subscriber.State();
     return state;
 }

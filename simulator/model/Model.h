@@ -41,6 +41,14 @@ public:
     TModel& operator=(const TModel&) = delete;
 
     ICIGeneral& General();
+    ICIAppMMI& AppMMI();
+    ICIAuxiliaryFileSystem& AuxiliaryFileSystem();
+    ICICAMPlayer& CICAMPlayer();
+    ICIDebug& Debug();
+    ICIOperatorProfile& OperatorProfile();
+    ICISampleDecryption& SampleDecryption();
+    IPvrCip& PvrCip();
+    /// The reserved argument of its operations is the id of the process that subscribes.
     ICISignalSubscriber& Subscriber();
     /// The same object, with what only the daemon asks: who has subscribed what.
     TSubscriber& Subscriptions();

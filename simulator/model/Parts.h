@@ -1,13 +1,20 @@
 #pragma once
 
+#include "AppMmi.h"
 #include "Ca.h"
 #include "Certificates.h"
 #include "Crypto.h"
+#include "Debug.h"
+#include "Decryption.h"
+#include "FileSystems.h"
 #include "General.h"
 #include "Host.h"
 #include "Lifecycle.h"
 #include "Mmi.h"
 #include "Pin.h"
+#include "Player.h"
+#include "Profiles.h"
+#include "Pvr.h"
 #include "Sas.h"
 #include "Subscriber.h"
 #include "Upgrade.h"
@@ -28,7 +35,14 @@ struct TSParts
     THost host;
     TLifecycle lifecycle;
     TUpgrade upgrade;
+    TAppMmi appMmi;
+    TFileSystems fileSystems;
+    TPlayer player;
+    TDecryption decryption;
+    TProfiles profiles;
+    TPvr pvr;
     TGeneral general;
+    TDebug debug;
     TSubscriber subscriber;
 };
 } // namespace CIM::sim
