@@ -33,6 +33,9 @@ protected:
     TBusTest()
     {
         Bus().Restart();
+        while (g_main_context_iteration(nullptr, FALSE)) // connections of tests before notice that their bus is gone
+        {
+        }
         TLogCapture::Clear();
         TFakeClock::Clear();
     }
