@@ -1,0 +1,127 @@
+#include "BusPort.h"
+
+#include <dbus/dbus-glib-lowlevel.h>
+
+#include <exception>
+
+namespace CIM::sim
+{
+namespace
+{
+constexpr const char* GONE_RULE = "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
+                                  "member='NameOwnerChanged',arg2=''";
+} // namespace
+
+TBusPort::TBusPort(GMainContext* context, TSEvents events) : m_context(context), m_events(std::move(events)) {}
+
+bool TBusPort::Connect(std::string& error)
+{
+    TBusError busError;
+    DBusConnection* const connection = dbus_bus_get_private(DBUS_BUS_SYSTEM, busError.Out());
+    if (connection == nullptr)
+    {
+        error = "no system bus: " + busError.Text();
+        return false;
+    }
+    m_connection.reset(connection);
+    dbus_connection_set_exit_on_disconnect(connection, FALSE);
+    dbus_bus_add_match(connection, GONE_RULE, busError.Out());
+    if (busError.IsSet() || !dbus_connection_add_filter(connection, m_Filter, this, nullptr))
+    {
+        error = "the system bus refuses: " + busError.Text();
+        m_connection.reset();
+        return false;
+    }
+    dbus_connection_setup_with_g_main(connection, m_context);
+    return true;
+}
+
+void TBusPort::Disconnect()
+{
+    if (m_connection != nullptr)
+    {
+        dbus_connection_flush(m_connection.get());
+        dbus_connection_remove_filter(m_connection.get(), m_Filter, this);
+        m_connection.reset();
+    }
+}
+
+bool TBusPort::TakeName(const std::string& name, std::string& error)
+{
+    if (m_connection == nullptr)
+    {
+        error = "not on the bus";
+        return false;
+    }
+    TBusError busError;
+    switch (dbus_bus_request_name(m_connection.get(), name.c_str(), DBUS_NAME_FLAG_DO_NOT_QUEUE, busError.Out()))
+    {
+    case DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER:
+    case DBUS_REQUEST_NAME_REPLY_ALREADY_OWNER:
+        return true;
+    case DBUS_REQUEST_NAME_REPLY_EXISTS:
+        error = "somebody else owns the bus name " + name;
+        return false;
+    default:
+        error = "the bus refuses the name " + name + ": " + busError.Text();
+        return false;
+    }
+}
+
+void TBusPort::LeaveName(const std::string& name)
+{
+    if (m_connection != nullptr)
+    {
+        TBusError busError;
+        dbus_bus_release_name(m_connection.get(), name.c_str(), busError.Out());
+    }
+}
+
+void TBusPort::Send(DBusMessage* message)
+{
+    if (m_connection != nullptr)
+    {
+        dbus_connection_send(m_connection.get(), message, nullptr);
+    }
+}
+
+long TBusPort::OutgoingBytes() const
+{
+    return m_connection != nullptr ? dbus_connection_get_outgoing_size(m_connection.get()) : 0;
+}
+
+DBusHandlerResult TBusPort::m_Filter(DBusConnection*, DBusMessage* message, void* self)
+{
+    auto& port = *static_cast<TBusPort*>(self);
+    const TMessage kept(dbus_message_ref(message)); // a handler may close the connection that holds it
+    try
+    {
+        if (dbus_message_get_type(message) == DBUS_MESSAGE_TYPE_METHOD_CALL)
+        {
+            if (dbus_message_has_interface(message, DBUS_INTERFACE_PEER))
+            {
+                return DBUS_HANDLER_RESULT_NOT_YET_HANDLED; // libdbus's own
+            }
+            port.m_events.onCall(message);
+            return DBUS_HANDLER_RESULT_HANDLED;
+        }
+        if (dbus_message_is_signal(message, DBUS_INTERFACE_LOCAL, "Disconnected"))
+        {
+            port.m_events.onLost();
+            return DBUS_HANDLER_RESULT_HANDLED;
+        }
+        const char* name = nullptr;
+        if (dbus_message_is_signal(message, DBUS_INTERFACE_DBUS, "NameOwnerChanged") &&
+            dbus_message_has_sender(message, DBUS_SERVICE_DBUS) &&
+            dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID) && name[0] == ':')
+        {
+            port.m_events.onClientGone(name);
+        }
+    }
+    catch (const std::exception& error)
+    {
+        g_printerr("ci-daemon-sim: %s\n", error.what());
+    }
+    return DBUS_HANDLER_RESULT_NOT_YET_HANDLED;
+}
+} // namespace CIM::sim

@@ -1,0 +1,110 @@
+#include "Clients.h"
+
+#include "WireForm.h"
+
+#include <nlohmann/json.hpp>
+
+namespace CIM::sim
+{
+void TClients::OnCall(const TSCall& call)
+{
+    m_caller = call.sender;
+    TSClient& client = m_clients[call.sender];
+    client.processId = call.processId;
+    if (call.saysHello)
+    {
+        client.program = call.program;
+    }
+}
+
+bool TClients::IsHelloWanted() const
+{
+    const auto found = m_clients.find(m_caller);
+    return found == m_clients.end() || found->second.program.empty();
+}
+
+void TClients::OnGone(const std::string& uniqueName)
+{
+    const auto found = m_clients.find(uniqueName);
+    if (found != m_clients.end())
+    {
+        m_Withdraw(found->second);
+        m_clients.erase(found);
+    }
+}
+
+void TClients::ForgetAll()
+{
+    for (auto& [name, client] : m_clients)
+    {
+        m_Withdraw(client);
+    }
+    m_clients.clear();
+}
+
+int TClients::Subscribe(ECISignalType signalType, void* userData, EProfile profile, unsigned short handle,
+                        long processId)
+{
+    if (m_clients[m_caller].subscriptions.emplace(TKey(signalType, profile, handle), processId).second)
+    {
+        m_model.Subscribe(signalType, userData, profile, handle, processId);
+    }
+    return 1;
+}
+
+int TClients::Unsubscribe(ECISignalType signalType, EProfile profile, unsigned short handle, long)
+{
+    auto& subscriptions = m_clients[m_caller].subscriptions;
+    const auto found = subscriptions.find(TKey(signalType, profile, handle));
+    if (found == subscriptions.end())
+    {
+        return 0;
+    }
+    m_model.Unsubscribe(signalType, profile, handle, found->second);
+    subscriptions.erase(found);
+    return 1;
+}
+
+std::vector<std::string> TClients::Subscribers() const
+{
+    std::vector<std::string> names;
+    for (const auto& [name, client] : m_clients)
+    {
+        if (!client.subscriptions.empty())
+        {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
+nlohmann::json TClients::Subscriptions() const
+{
+    nlohmann::json result = nlohmann::json::array();
+    for (const auto& [name, client] : m_clients)
+    {
+        for (const auto& [key, processId] : client.subscriptions)
+        {
+            const auto& [type, profile, handle] = key;
+            result.push_back({{"type", EnumName(type)},
+                              {"number", static_cast<int>(type)},
+                              {"profile", static_cast<int>(profile)},
+                              {"handle", handle},
+                              {"processId", processId},
+                              {"program", client.program},
+                              {"client", name}});
+        }
+    }
+    return result;
+}
+
+void TClients::m_Withdraw(TSClient& client)
+{
+    for (const auto& [key, processId] : client.subscriptions)
+    {
+        const auto& [type, profile, handle] = key;
+        m_model.Unsubscribe(type, profile, handle, processId);
+    }
+    client.subscriptions.clear();
+}
+} // namespace CIM::sim

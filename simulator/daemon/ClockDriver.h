@@ -1,0 +1,35 @@
+#pragma once
+
+#include "simulator/model/Clock.h"
+#include "Timers.h"
+
+#include <functional>
+
+namespace CIM::sim
+{
+class TModel;
+
+/// Drives a model's virtual clock: from real time, or only when told to. Bound to its context's thread.
+class TClockDriver
+{
+public:
+    /// \param[in] isManual  the clock stands still between calls of Advance
+    TClockDriver(TModel& model, GMainContext* context, bool isManual);
+
+    /// Brings the clock up to real time and runs what is due. To be called before the model is used.
+    void CatchUp();
+    /// Runs what has become due at once, and sees to it that the next event is not missed. To be called after the
+    /// model was used.
+    void Settle();
+    /// Moves the clock on, however it is driven, and runs what is due on the way.
+    void Advance(TTime milliseconds);
+
+private:
+    TModel& m_model;
+    TTimers m_timers;
+    bool m_isManual;
+    gint64 m_startUs;     ///< the monotonic time at which the virtual clock, but for what Advance added, was 0
+    TTime m_advanced = 0; ///< what Advance added
+    TTimers::TId m_timer = 0;
+};
+} // namespace CIM::sim

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace CIM::sim
+{
+/// Exit statuses of our own, as other commands that run commands have them.
+inline constexpr int EXIT_SANDBOX_FAILED = 125;
+inline constexpr int EXIT_NOT_EXECUTABLE = 126;
+inline constexpr int EXIT_NOT_FOUND = 127;
+
+struct TSSandboxOptions
+{
+    /// Feature keys of the set, with their whole names.
+    std::map<std::string, std::string> featureKeys;
+    /// Plays the daemon, in a process of its own that is on the private bus already; calls ready once it can be used.
+    /// \return its exit status
+    std::function<int(const std::function<void()>& ready)> simulator;
+    std::vector<std::string> command;
+};
+
+/// Runs a command beside a simulator on a private system bus with its own feature keys and readiness marker. All of it
+/// lies in a temporary folder and ends with this process, in whatever way this process ends. To be called by a process
+/// with a single thread.
+/// \return the command's exit status, or 128 and the signal that ended it; when that is 0, the simulator's; or one of
+///         the statuses above, with a line on standard error
+int RunInSandbox(const TSSandboxOptions& options);
+
+/// The feature keys of a set with CI, for RunInSandbox.
+std::map<std::string, std::string> DefaultFeatureKeys(int slots);
+} // namespace CIM::sim

@@ -1,0 +1,93 @@
+#include "Serve.h"
+
+#include "simulator/model/Model.h"
+
+#include <glib-unix.h>
+
+#include <csignal>
+
+namespace CIM::sim
+{
+namespace
+{
+/// The loop of a simulator that has a process of its own.
+class TLoop
+{
+public:
+    TLoop() : m_loop(g_main_loop_new(nullptr, FALSE))
+    {
+        for (const int number : {SIGTERM, SIGINT, SIGHUP})
+        {
+            m_signals.push_back(g_unix_signal_add(
+                number,
+                [](void* self) -> gboolean
+                {
+                    static_cast<TLoop*>(self)->Quit(0);
+                    return G_SOURCE_CONTINUE;
+                },
+                this));
+        }
+    }
+    ~TLoop()
+    {
+        for (const guint source : m_signals)
+        {
+            g_source_remove(source);
+        }
+        g_main_loop_unref(m_loop);
+    }
+    TLoop(const TLoop&) = delete;
+    TLoop& operator=(const TLoop&) = delete;
+
+    /// The first status counts.
+    void Quit(int status)
+    {
+        if (!m_isQuitting)
+        {
+            m_isQuitting = true;
+            m_status = status;
+        }
+        g_main_loop_quit(m_loop);
+    }
+    int Run()
+    {
+        if (!m_isQuitting)
+        {
+            g_main_loop_run(m_loop);
+        }
+        return m_status;
+    }
+
+private:
+    GMainLoop* m_loop;
+    std::vector<guint> m_signals;
+    bool m_isQuitting = false;
+    int m_status = 0;
+};
+} // namespace
+
+int Serve(const TSServeOptions& options)
+{
+    TLoop loop;
+    TModel model(options.set, options.seed);
+    TDaemon daemon(model, options.daemon);
+    daemon.onReady = options.onReady;
+    daemon.onLost = [&]
+    {
+        g_printerr("ci-daemon-sim: the system bus is gone\n");
+        loop.Quit(1);
+    };
+    std::shared_ptr<void> company;
+    if (options.company)
+    {
+        company = options.company(daemon, [&](int status) { loop.Quit(status); });
+    }
+    std::string error;
+    if (!daemon.Start(error))
+    {
+        g_printerr("ci-daemon-sim: %s\n", error.c_str());
+        return 1;
+    }
+    return loop.Run();
+}
+} // namespace CIM::sim

@@ -1,0 +1,57 @@
+#include "Timers.h"
+
+namespace CIM::sim
+{
+namespace
+{
+struct TSTask
+{
+    std::function<void()> action;
+    std::unordered_map<TTimers::TId, GSource*>* sources;
+    TTimers::TId id;
+};
+} // namespace
+
+TTimers::TId TTimers::After(unsigned milliseconds, std::function<void()> action)
+{
+    const TId id = ++m_lastId;
+    GSource* const source = milliseconds == 0 ? g_idle_source_new() : g_timeout_source_new(milliseconds);
+    g_source_set_priority(source, G_PRIORITY_DEFAULT); // idle sources would starve while messages pour in
+    g_source_set_callback(
+        source,
+        [](void* data) -> gboolean
+        {
+            auto* const task = static_cast<TSTask*>(data);
+            const auto found = task->sources->find(task->id);
+            GSource* const own = found->second;
+            task->sources->erase(found);
+            task->action(); // may end the timers: nothing of theirs is touched behind this
+            g_source_unref(own);
+            return G_SOURCE_REMOVE;
+        },
+        new TSTask{std::move(action), &m_sources, id}, [](void* data) { delete static_cast<TSTask*>(data); });
+    g_source_attach(source, m_context);
+    m_sources.emplace(id, source);
+    return id;
+}
+
+void TTimers::Cancel(TId id)
+{
+    const auto found = m_sources.find(id);
+    if (found != m_sources.end())
+    {
+        GSource* const source = found->second;
+        m_sources.erase(found);
+        g_source_destroy(source);
+        g_source_unref(source);
+    }
+}
+
+void TTimers::CancelAll()
+{
+    while (!m_sources.empty())
+    {
+        Cancel(m_sources.begin()->first);
+    }
+}
+} // namespace CIM::sim

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <glib.h>
+
+#include <cstdint>
+#include <functional>
+#include <unordered_map>
+
+namespace CIM::sim
+{
+/// One-shot timers on a GLib main context, all taken back when the object ends. Bound to the context's thread.
+class TTimers
+{
+public:
+    using TId = std::uint64_t;
+
+    /// \param[in] context  null: the default one
+    explicit TTimers(GMainContext* context) : m_context(context) {}
+    ~TTimers() { CancelAll(); }
+    TTimers(const TTimers&) = delete;
+    TTimers& operator=(const TTimers&) = delete;
+
+    /// Runs an action after so many real milliseconds, never before this returns. An action must not throw.
+    TId After(unsigned milliseconds, std::function<void()> action);
+    /// Takes an action back; nothing happens when it has run already.
+    void Cancel(TId id);
+    void CancelAll();
+
+private:
+    GMainContext* m_context;
+    TId m_lastId = 0;
+    std::unordered_map<TId, GSource*> m_sources;
+};
+} // namespace CIM::sim

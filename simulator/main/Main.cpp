@@ -1,0 +1,35 @@
+#include "Commands.h"
+
+#include <cstdio>
+#include <exception>
+
+int main(int argc, char** argv)
+{
+    using namespace CIM::sim;
+    CLI::App app("A CI daemon and its CAMs without a TV: owns the daemon's bus names and answers every call.");
+    app.name("ci-daemon-sim");
+    app.require_subcommand(0, 1);
+    std::function<int()> run = Commands().front().prepare(app);
+    for (const TSCommand& command : Commands())
+    {
+        CLI::App* const sub = app.add_subcommand(command.name, command.help);
+        sub->callback([&run, prepared = command.prepare(*sub)] { run = prepared; });
+    }
+    try
+    {
+        app.parse(argc, argv);
+    }
+    catch (const CLI::ParseError& error)
+    {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
+    try
+    {
+        return run();
+    }
+    catch (const std::exception& error)
+    {
+        std::fprintf(stderr, "ci-daemon-sim: %s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,63 @@
+#include "Commands.h"
+#include "ServeOptions.h"
+#include "simulator/daemon/Sandbox.h"
+
+#include <cstdio>
+#include <memory>
+
+namespace CIM::sim
+{
+namespace
+{
+constexpr const char* KEY_PREFIX = "com.kelvora/featureconf/";
+
+struct TSRunOptions
+{
+    TSServeOptions serve;
+    std::vector<std::string> keys;
+    std::vector<std::string> command;
+};
+
+int Run(const TSRunOptions& options)
+{
+    if (options.command.empty())
+    {
+        std::fprintf(stderr, "ci-daemon-sim: run needs a command: ci-daemon-sim run -- COMMAND [ARGUMENT ...]\n");
+        return 2;
+    }
+    TSSandboxOptions sandbox;
+    sandbox.command = options.command;
+    sandbox.featureKeys = DefaultFeatureKeys(options.serve.set.slots);
+    for (const std::string& key : options.keys)
+    {
+        const auto equals = key.find('=');
+        if (equals == std::string::npos || equals == 0)
+        {
+            std::fprintf(stderr, "ci-daemon-sim: a feature key is given as NAME=VALUE, not as %s\n", key.c_str());
+            return 2;
+        }
+        const std::string name = key.substr(0, equals);
+        sandbox.featureKeys[name.find('/') == std::string::npos ? KEY_PREFIX + name : name] = key.substr(equals + 1);
+    }
+    sandbox.simulator = [&](const std::function<void()>& ready)
+    {
+        TSServeOptions serve = options.serve;
+        serve.daemon.markerPath = TMarker::DefaultPath(); // of the sandbox
+        serve.onReady = ready;
+        return Serve(serve);
+    };
+    return RunInSandbox(sandbox);
+}
+} // namespace
+
+std::function<int()> PrepareRun(CLI::App& app)
+{
+    auto options = std::make_shared<TSRunOptions>();
+    AddServeOptions(app, options->serve);
+    app.add_option("--key", options->keys,
+                   "a feature key of the set, as NAME=VALUE; names without '/' lie under com.kelvora/featureconf/");
+    app.add_option("command", options->command, "the command and its arguments");
+    app.positionals_at_end(); // everything behind the command's name is the command's
+    return [options] { return Run(*options); };
+}
+} // namespace CIM::sim
