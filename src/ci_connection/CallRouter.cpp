@@ -10,8 +10,6 @@ namespace CIM
 {
 namespace
 {
-constexpr std::chrono::seconds REPLY_TIMEOUT{25};
-
 // libdbus reads a few KiB at a time: while a large message arrives, so often before the socket is polled again.
 constexpr int READS_PER_POLL = 8;
 
@@ -35,8 +33,9 @@ TCMessagePtr MakeNoReply()
 }
 } // namespace
 
-TCCallRouter::TCCallRouter(DBusConnection* connection)
-    : m_connection(connection), m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), m_lastSerial(FIRST_SERIAL)
+TCCallRouter::TCCallRouter(DBusConnection* connection, std::chrono::milliseconds timeout)
+    : m_connection(connection), m_timeout(timeout), m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      m_lastSerial(FIRST_SERIAL)
 {
     dbus_connection_get_unix_fd(connection, &m_socket);
     dbus_connection_set_max_received_size(connection, LIVE_BYTES);
@@ -104,7 +103,7 @@ void TCCallRouter::m_Leave(SWaiter& waiter)
 
 void TCCallRouter::m_Wait(SWaiter& waiter)
 {
-    const TTime deadline = std::chrono::steady_clock::now() + REPLY_TIMEOUT;
+    const TTime deadline = std::chrono::steady_clock::now() + m_timeout;
     const bool leaderMustLook =
         dbus_connection_has_messages_to_send(m_connection) || !dbus_connection_get_is_connected(m_connection);
 

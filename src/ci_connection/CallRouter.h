@@ -27,13 +27,16 @@ public:
         BROKEN,    ///< not sent: the bus connection was lost before
     };
 
+    /// What libdbus itself grants a call by default.
+    static constexpr std::chrono::seconds DEFAULT_TIMEOUT{25};
+
     /// The connection must have nobody else who reads it, and must stay open.
-    explicit TCCallRouter(DBusConnection* connection);
+    explicit TCCallRouter(DBusConnection* connection, std::chrono::milliseconds timeout = DEFAULT_TIMEOUT);
     ~TCCallRouter();
     TCCallRouter(const TCCallRouter&) = delete;
     TCCallRouter& operator=(const TCCallRouter&) = delete;
 
-    /// Sends a method call and blocks until its reply, up to libdbus's default of 25 seconds.
+    /// Sends a method call and blocks until its reply or the time-out.
     EResult Call(DBusMessage* call, TCMessagePtr& reply);
 
     /// Sends a message that has no reply; blocks as long as the bus takes no more bytes. \return false: no memory
@@ -62,6 +65,7 @@ private:
     void m_WakeLeader();
 
     DBusConnection* const m_connection;
+    const std::chrono::milliseconds m_timeout;
     int m_socket = -1;
     int m_wakeUp = -1; // an eventfd
     std::atomic<dbus_uint32_t> m_lastSerial;

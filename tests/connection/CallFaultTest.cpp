@@ -1,5 +1,6 @@
 // Calls that get no good answer: the caller is told false, the log says why, and nothing hangs.
 
+#include "ci_connection/CallRouter.h"
 #include "Connection.h"
 #include "support/InChild.h"
 
@@ -150,6 +151,48 @@ TEST_F(CallFaultTest, DaemonThatIsAbsentOrGoesAway)
     self = &daemon;
     EXPECT_FALSE(Call(connection, 1, "x").handled);
     EXPECT_TRUE(IsErrorLine("Error answer received [Error name: org.freedesktop.DBus.Error.NoReply]"));
+}
+
+TEST_F(CallFaultTest, TimeIsOverForEachCallAndLateRepliesAreDropped)
+{
+    std::vector<TMessage> requests;
+    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
+                           [&](const TMessage& request) -> TMessage
+                           {
+                               requests.push_back(request);
+                               return requests.size() <= 3 ? nullptr : Echo(request);
+                           });
+    DBusConnection* const connection = dbus_bus_get_private(DBUS_BUS_SYSTEM, nullptr);
+    dbus_connection_set_exit_on_disconnect(connection, FALSE);
+    {
+        TCCallRouter router(connection, std::chrono::milliseconds(150));
+        const auto call = [&router]
+        {
+            const TMessage request(
+                dbus_message_new_method_call(CI_GENERAL_CONNECTION_NAME.c_str(), "/a", "a.b", "MethodCall"),
+                dbus_message_unref);
+            TCMessagePtr reply;
+            EXPECT_EQ(router.Call(request.get(), reply), TCCallRouter::EResult::ANSWERED);
+            const char* const error = dbus_message_get_error_name(reply.get());
+            return std::string(error != nullptr ? error : "reply");
+        };
+        std::vector<std::thread> callers;
+        for (int caller = 0; caller < 3; ++caller)
+        {
+            callers.emplace_back([&] { EXPECT_EQ(call(), "org.freedesktop.DBus.Error.NoReply"); });
+        }
+        for (std::thread& caller : callers)
+        {
+            caller.join();
+        }
+        for (int late = 0; late < 3; ++late)
+        {
+            daemon.Send(Echo(requests[static_cast<std::size_t>(late)]));
+        }
+        EXPECT_EQ(call(), "reply");
+    }
+    dbus_connection_close(connection);
+    dbus_connection_unref(connection);
 }
 
 TEST_F(CallFaultTest, BusThatGoesAwayEndsEveryCallAtOnce)

@@ -221,7 +221,7 @@ TEST_F(CallTest, ThreadsGetTheirOwnAnswersWhateverTheOrder)
                 for (int number = 0; number < 500; ++number)
                 {
                     const std::string payload =
-                        std::string(number % 50 == 0 ? 20000 : 0, 'x') + std::to_string(caller * 10000 + number);
+                        std::string(number % 50 == 0 ? 700000 : 0, 'x') + std::to_string(caller * 10000 + number);
                     const SAnswer answer = Call(connection, static_cast<short>(number), payload);
                     wrong += answer.handled && answer.payload == payload ? 0 : 1;
                     CallAsync(connection, 1, payload);
