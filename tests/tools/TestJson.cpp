@@ -1,0 +1,273 @@
+#include "json/OperationForm.h"
+#include "json/ToJson.h"
+
+#include "protocol/AuxiliaryFileSystem.h"
+#include "protocol/Skeleton.h"
+
+#include <tvplatform/MessageBuffer.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <set>
+
+namespace CIM::json
+{
+namespace
+{
+// Values of each type that occurs in a table, as JSON written by hand. Types are looked up by the first of their words
+// that is here, so that a record needs not be spelled out.
+const std::vector<std::pair<std::string, std::vector<const char*>>>& Samples()
+{
+    static const std::vector<std::pair<std::string, std::vector<const char*>>> samples = {
+        {"bool", {"true", "false"}},
+        {"int16", {"-32768", "32767"}},
+        {"int32", {"-2147483648", "2147483647"}},
+        {"int64", {"-9223372036854775808", "9223372036854775807"}},
+        {"uint8", {"255", "0"}},
+        {"uint16", {"65535"}},
+        {"uint32", {"4294967295"}},
+        {"uint64", {"18446744073709551615"}},
+        {"bytes", {R"("00ff7f80")", R"("")"}},
+        {"text", {R"("Grüße 🎬 \u0000 end")"}},
+        {"TVSHandle", {R"({"profile": "PROFILE_RECORD", "handle": 65535})", R"({"profile": -77, "handle": 0})"}},
+        {"TSTvMode", {R"({"antennaMode": "ANTENNA_MODE_CABLE", "serviceMode": 9})"}},
+        {"TSPlaybackPosition", {R"({"seekMode": "SEEK_MODE_ABSOLUTE", "position": -30})"}},
+        {"TCCiStatus", {R"({"slots": {"-1": {"slotFlag": 1, "slotValue": -1,
+                        "handles": [{"profile": "PROFILE_MAIN", "handle": 1}], "codes": [1280, 0]},
+                        "4": {"slotFlag": 0, "slotValue": 5, "handles": [], "codes": []}}})"}},
+        {"TCCiFileAckDTO", {R"({"firstFlag": true, "secondFlag": false, "requestType": "APP_REQUEST_FILEHASH",
+                            "firstData": "0102", "secondData": ""})"}},
+        {"list of SContentSection", {R"([{"firstValue": -1, "secondValue": 4611686018427387904}])"}},
+        {"list of TCCiAuxiliaryFileSystemDTO",
+         {R"([{"shortValue": 3, "intValue": -4, "domainId": "DOMAIN_IDS_CIMHEGP1"},
+              {"shortValue": 0, "intValue": 0, "domainId": 4}])"}},
+        {"list of TSCIOperatorProfileData",
+         {R"([{"antennaMode": "ANTENNA_MODE_SATELLITE", "serviceMode": "SERVICE_MODE_OPERATOR", "slotId": 1,
+               "profileName": {"codeUnits": [65, 55357]}, "supportedAntennaModes": ["ANTENNA_MODE_NONE", 77],
+               "profileType": "OP_PROFILE_TYPE_PROFILED_TYPE_2"}])"}},
+        {"list of TSDRMMetadataRecord",
+         {R"([{"source": 5, "systemId": 65535, "uuid": "ffffffffffffffffffffffffffffffff", "metadata": "07"}])"}},
+        {"list of TSSampleTrackNonTSFormat",
+         {R"([{"trackPid": 8191, "drmRecords": [{"source": "CENC_PSSH_BOX", "systemId": 1, "uuid": "0a",
+               "metadata": ""}]}, {"trackPid": 0, "drmRecords": []}])"}},
+        {"list of TVSHandle",
+         {R"([{"profile": "PROFILE_MAIN", "handle": 1}, {"profile": "PROFILE_NONE", "handle": 2}])"}},
+        {"list of text", {R"(["/etc/a", "", "\u0007ü"])"}},
+        {"list of uint16", {"[1, 65535]", "[]"}},
+        {"map of TSTvMode {antennaMode: EAntennaMode, serviceMode: EServiceMode} to text",
+         {R"({"ANTENNA_MODE_TERRESTRIAL/12": "A", "ANTENNA_MODE_CABLE/SERVICE_MODE_GENERIC": {"codeUnits": [56320]}})"}},
+        {"map of TSTvMode {antennaMode: EAntennaMode, serviceMode: EServiceMode} to uint8",
+         {R"({"ANTENNA_MODE_NONE/SERVICE_MODE_NONE": 255})"}},
+        {"map of uint8 to ECamMode", {R"({"0": "CAM_MODE_CI_PLUS", "255": 9})"}},
+        {"map of uint8 to ECamStatus", {R"({"1": "CAM_STATUS_READY"})"}},
+        {"map of uint8 to list of uint16", {R"({"0": [1536, 2352], "1": []})"}},
+        {"map of uint8 to map of EAntennaMode to text", {R"({"0": {"ANTENNA_MODE_CABLE": "Operator"}, "2": {}})"}},
+    };
+    return samples;
+}
+
+std::vector<TJson> SamplesOf(const TSType& type)
+{
+    std::vector<TJson> values;
+    if (type.kind == EKind::ENUM)
+    {
+        for (const auto& [value, name] : type.enumerations.front()->enumerators)
+        {
+            values.emplace_back(name);
+        }
+        values.emplace_back(1234567);
+        return values;
+    }
+    for (const auto& [text, samples] : Samples())
+    {
+        if (type.text == text || type.text.starts_with(text + " {"))
+        {
+            for (const char* sample : samples)
+            {
+                values.push_back(TJson::parse(sample));
+            }
+        }
+    }
+    EXPECT_FALSE(values.empty()) << "no sample of " << type.text;
+    return values;
+}
+
+// The n-th sample of every parameter whose direction passes.
+TJson SampleArguments(const TOperationForm& operation, bool (*passes)(protocol::EWord), std::size_t n)
+{
+    TJson arguments = TJson::object();
+    for (const TSParameter& parameter : operation.Parameters())
+    {
+        if (passes(parameter.word))
+        {
+            const std::vector<TJson> samples = SamplesOf(parameter.type->Type());
+            arguments[parameter.name] = samples.empty() ? TJson() : samples[n % samples.size()];
+        }
+    }
+    return arguments;
+}
+
+template <class Body>
+void ForEveryOperation(Body body)
+{
+    for (const TInterfaceForm* interface : Interfaces())
+    {
+        for (const auto& operation : interface->Operations())
+        {
+            SCOPED_TRACE(operation->FullName());
+            body(*interface, *operation);
+        }
+    }
+}
+
+std::string ErrorOf(const std::function<void()>& action)
+{
+    try
+    {
+        action();
+    }
+    catch (const TJsonError& error)
+    {
+        return error.what();
+    }
+    return "no error";
+}
+} // namespace
+
+TEST(Json, CarriesEveryOperationsRequestsAndReplies)
+{
+    std::size_t operations = 0;
+    std::set<std::string> names;
+    ForEveryOperation(
+        [&](const TInterfaceForm& interface, const TOperationForm& operation)
+        {
+            ++operations;
+            EXPECT_TRUE(names.insert(operation.FullName()).second);
+            EXPECT_EQ(interface.Find(operation.Key()), &operation);
+            EXPECT_EQ(interface.Find(operation.Id()), &operation);
+            for (std::size_t n = 0; n < 14; ++n)
+            {
+                const TJson inputs = SampleArguments(operation, protocol::IsInput, n);
+                const std::string request = operation.RequestFromJson(inputs);
+                const TSDecoded decoded = operation.RequestToJson(request);
+                EXPECT_EQ(decoded.error, "");
+                EXPECT_EQ(decoded.json, inputs);
+
+                const std::vector<TJson> results = SamplesOf(operation.ResultType().Type());
+                const TJson outcome = {{"result", results[n % results.size()]},
+                                       {"outputs", SampleArguments(operation, protocol::IsOutput, n)}};
+                const std::string reply = operation.ReplyFromJson(outcome);
+                const TSDecoded answer = operation.ReplyToJson(reply);
+                EXPECT_EQ(answer.error, "");
+                EXPECT_EQ(answer.json, outcome);
+
+                // Whatever is cut off or turned over is reported or decoded, and never read past.
+                for (std::size_t size = 1; size < reply.size(); ++size)
+                {
+                    EXPECT_NE(operation.ReplyToJson(reply.substr(0, size)).error, "");
+                }
+                std::string damaged = request;
+                for (char& byte : damaged)
+                {
+                    byte = static_cast<char>(~byte);
+                    EXPECT_NO_THROW(operation.RequestToJson(damaged).json.dump());
+                    byte = static_cast<char>(~byte);
+                }
+            }
+        });
+    EXPECT_EQ(operations, 123u) << "the rows of the nine tables (SetCallback has none)";
+}
+
+TEST(Json, RequestsAndRepliesAreThoseOfTheDaemonsSide)
+{
+    struct TObject : ICIAuxiliaryFileSystem
+    {
+        int GetAllAvailableFileSystems(std::vector<TCCiAuxiliaryFileSystemDTO>&) override { return 0; }
+        int RegisterApplication(unsigned short fileSystemId, unsigned char& applicationId) override
+        {
+            applicationId = static_cast<unsigned char>(fileSystemId >> 8);
+            return 7;
+        }
+        int UnregisterApplication(unsigned char, unsigned short) override { return 0; }
+        int RequestFile(unsigned short, unsigned char, EFileRequestType, std::vector<unsigned char> const&) override
+        {
+            return 0;
+        }
+        int GetFileAcknowledge(unsigned short, TCCiFileAckDTO&) override { return 0; }
+    } object;
+    const TInterfaceForm& interface = *FindInterface("auxiliaryfilesystem");
+    const TOperationForm& operation = *interface.Find("RegisterApplication");
+    const TJson expected = TJson::parse(R"({"result": 7, "outputs": {"applicationId": 254}})");
+    const TJson arguments = {{"fileSystemId", 0xFE01}};
+    EXPECT_EQ(operation.Invoke(static_cast<ICIAuxiliaryFileSystem*>(&object), arguments), expected);
+
+    protocol::TSkeleton<ICIAuxiliaryFileSystem> skeleton(object);
+    const std::string payload = operation.RequestFromJson(arguments);
+    TCMessageBuffer request;
+    request.PushConcatenated(static_cast<int>(payload.size()), payload.data());
+    TCMessageBuffer reply;
+    ASSERT_EQ(skeleton.Handle(operation.Id(), false, request, reply), protocol::EHandled::ANSWERED);
+    const std::string answer(reply.GetAsCStr(0), reply.GetUnreadSize());
+    EXPECT_EQ(operation.ReplyToJson(answer).error, "");
+    EXPECT_EQ(operation.ReplyToJson(answer).json, expected);
+    EXPECT_NE(interface.Find("RequestFile")->ReplyToJson(answer).error, "") << "another operation's reply";
+}
+
+TEST(Json, ReadsOtherSpellings)
+{
+    EXPECT_EQ(FromJson<TVSHandle>("PROFILE_SUB:0x10"), TVSHandle(PROFILE_SUB, 16));
+    EXPECT_EQ(FromJson<TVSHandle>("-1:65535"), TVSHandle(PROFILE_NONE, 65535));
+    EXPECT_EQ(FromJson<TSTvMode>("2/SERVICE_MODE_OPERATOR"), TSTvMode(ANTENNA_MODE_SATELLITE, SERVICE_MODE_OPERATOR));
+    EXPECT_EQ(FromJson<ECamMode>("1"), CAM_MODE_CI_PLUS);
+    EXPECT_EQ(FromJson<unsigned long long>("0xFFFFFFFFFFFFFFFF"), ~0ull);
+    EXPECT_EQ(FromJson<long long>("-9223372036854775808"), std::numeric_limits<long long>::min());
+    EXPECT_EQ(FromJson<std::vector<unsigned char>>("0x0A 0b:0C"), (std::vector<unsigned char>{10, 11, 12}));
+    EXPECT_EQ(FromJson<TSPlaybackPosition>(TJson::object()).position, -1) << "what is not given is as in a new record";
+    const TJson notUtf8 = TJson::parse(R"({"bytes": "2fff"})");
+    EXPECT_EQ(ToJson(std::string("/\xff")), notUtf8);
+    EXPECT_EQ(FromJson<std::string>(notUtf8), "/\xff");
+    EXPECT_EQ(ToJson(TCIText()), "");
+}
+
+TEST(Json, SaysWhatIsWrongAndWhere)
+{
+    using TProfiles = std::list<TSCIOperatorProfileData>;
+    using TModes = std::map<unsigned char, ECamMode>;
+    const auto read = [](auto value, const char* text)
+    {
+        const auto before = ToJson(value);
+        const std::string error = ErrorOf([&] { FromJson(TJson::parse(text), value, TJsonPath("argument")); });
+        EXPECT_EQ(ToJson(value), before) << "changed in spite of an error";
+        return error;
+    };
+    EXPECT_EQ(read(TProfiles(), R"([{}, {"slotId": 256}])"), "argument[1].slotId: 256 is not within 0 to 255");
+    EXPECT_EQ(read(TProfiles(), R"([{"slot": 1}])"),
+              "argument[0].slot: there is no such member in TSCIOperatorProfileData");
+    EXPECT_EQ(read(TProfiles(), R"([{"supportedAntennaModes": [1, "ANTENNA_MODE_CABLE"]}])"),
+              "argument[0].supportedAntennaModes[1]: this element is in the list already");
+    EXPECT_EQ(read(TModes{{1, CAM_MODE_CI}}, R"({"1": 0, "0x1": 1})"), "argument.0x1: this key is in the map already");
+    EXPECT_EQ(read(TModes(), R"({"1": "CAM_MODE"})"), "argument.1: \"CAM_MODE\" is no value of ECamMode");
+    EXPECT_EQ(read(TModes(), "[]"), "argument: an object is needed, not a list");
+    EXPECT_EQ(read(-5, "2147483648"), "argument: 2147483648 is not within -2147483648 to 2147483647");
+    EXPECT_EQ(read(5u, "-1"), "argument: -1 is not within 0 to 4294967295");
+    EXPECT_EQ(read(5ull, "18446744073709551616"), "argument: an integer is needed, not a fraction");
+    EXPECT_EQ(read(5, R"("5 ")"), "argument: \"5 \" is no integer");
+    EXPECT_EQ(read(true, "2"), "argument: true or false is needed, not 2");
+    EXPECT_EQ(read(TVSHandle(PROFILE_SUB, 3), R"("0:70000")"), "argument: 70000 is not within 0 to 65535");
+    EXPECT_EQ(read(std::vector<unsigned char>{1}, R"("012")"),
+              "argument: two hexadecimal digits are needed for byte 1");
+    EXPECT_EQ(read(TCIText(), R"({"codeUnits": [65536]})"), "argument.codeUnits[0]: 65536 is not within 0 to 65535");
+    EXPECT_EQ(read(TSSignalData(), R"("00")"), "argument: 8 bytes are needed, not 1");
+
+    const TOperationForm& answer = *FindInterface("ICIGeneral")->Find("GetMmiText");
+    EXPECT_EQ(ErrorOf([&] { answer.Check(TJson::object()); }),
+              "slot: this argument of ICIGeneral.GetMmiText is missing (uint8)");
+    EXPECT_EQ(ErrorOf(
+                  [&] {
+                      answer.Check({{"slot", 0}, {"text", "x"}});
+                  }),
+              "text: this is an output of ICIGeneral.GetMmiText");
+    EXPECT_EQ(ErrorOf([&] { answer.Check({{"slots", 0}}); }), "slots: ICIGeneral.GetMmiText has no such argument");
+}
+} // namespace CIM::json
