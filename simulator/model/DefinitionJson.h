@@ -1,0 +1,15 @@
+#pragma once
+
+#include "Definition.h"
+#include "Json.h"
+
+namespace CIM::sim
+{
+/// Reads what docs/simulator-model.md describes.
+/// \throws TJsonError
+TSSetDefinition ReadSet(const TSJsonAt& at);
+
+void Read(const TSJsonAt& at, TSCamDefinition& cam);
+void Read(const TSJsonAt& at, TSRecordingDefinition& recording);
+void Read(const TSJsonAt& at, TSMmiPage& page);
+} // namespace CIM::sim
