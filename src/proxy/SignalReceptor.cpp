@@ -4,7 +4,7 @@
 
 namespace CIM
 {
-std::shared_ptr<TCSignalReceptor> g_signalReceptor;
+std::shared_ptr<TCSignalReceptor>& g_signalReceptor = *new std::shared_ptr<TCSignalReceptor>;
 
 namespace
 {
