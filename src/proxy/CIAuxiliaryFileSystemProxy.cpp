@@ -5,6 +5,15 @@
 
 #include <utility>
 
+// A call in tail position that takes no stack, whatever the build's optimisation.
+#if defined(__clang__)
+#define CIM_TAIL_CALLING
+#define CIM_TAIL_CALL [[clang::musttail]]
+#else
+#define CIM_TAIL_CALLING __attribute__((optimize("O2")))
+#define CIM_TAIL_CALL
+#endif
+
 namespace CIM
 {
 TCCIAuxiliaryFileSystemProxy::TCCIAuxiliaryFileSystemProxy(boost::shared_ptr<TIIPCHelper> helper)
@@ -56,16 +65,15 @@ TCCIAuxiliaryFileSystemProxy::m_TryRequestFile(unsigned short fileSystemId, unsi
 
 // A file request does not fail: it repeats itself until it gets through. As a tail call, in every kind of build,
 // because a daemon that stays away must not use up the stack.
-__attribute__((optimize("O2"))) int TCCIAuxiliaryFileSystemProxy::RequestFile(unsigned short fileSystemId,
-                                                                              unsigned char applicationId,
-                                                                              EFileRequestType requestType,
-                                                                              std::vector<unsigned char> const& request)
+CIM_TAIL_CALLING int TCCIAuxiliaryFileSystemProxy::RequestFile(unsigned short fileSystemId, unsigned char applicationId,
+                                                               EFileRequestType requestType,
+                                                               std::vector<unsigned char> const& request)
 {
     if (const auto reply = m_TryRequestFile(fileSystemId, applicationId, requestType, request))
     {
         return *reply;
     }
-    return TCCIAuxiliaryFileSystemProxy::RequestFile(fileSystemId, applicationId, requestType, request);
+    CIM_TAIL_CALL return TCCIAuxiliaryFileSystemProxy::RequestFile(fileSystemId, applicationId, requestType, request);
 }
 
 int TCCIAuxiliaryFileSystemProxy::GetFileAcknowledge(unsigned short fileSystemId, TCCiFileAckDTO& acknowledgement)
