@@ -160,7 +160,8 @@ std::int64_t ReadInteger(const TSJsonAt& at, std::int64_t least, std::int64_t mo
 void Read(const TSJsonAt& at, std::uint64_t& out)
 {
     std::uint64_t number = 0;
-    bool isNumber = at.value.is_number_unsigned();
+    // Parsed JSON says of itself that it is unsigned; what a program put together need not.
+    bool isNumber = at.value.is_number_unsigned() || (at.value.is_number_integer() && at.value >= 0);
     if (isNumber)
     {
         number = at.value.get<std::uint64_t>();

@@ -1,0 +1,124 @@
+#include "Recorder.h"
+
+#include "model/DefinitionJson.h"
+
+#include <gtest/gtest.h>
+
+using testing::HasSubstr;
+
+namespace CIM::sim
+{
+TEST(SimDefinition, TextsArriveAsTheyWereWritten)
+{
+    const auto json = nlohmann::json::parse(R"({
+        "cams": [{"name": "texts", "readyMs": 0, "mmiMs": 0, "menu": {
+            "title": "", "subtitle": "a\u0000b\u200Fc\uD83D\uDE00", "bottom": [55357, 65, 0],
+            "entries": [{"text": {"text": "x", "times": 4096}}, {"text": "Entry {n}", "repeat": 249}]}}],
+        "inserted": {"0": "texts"}})");
+    TRecorder recorder(ReadSet({json, ""}));
+    recorder.Advance(0);
+    ICIGeneral& general = recorder.model.General();
+    ASSERT_EQ(general.EnterMenu(0, false), 1);
+    recorder.Advance(0);
+    TCIText title = MakeText(u"old");
+    TCIText subtitle;
+    TCIText bottom;
+    std::vector<TCIText> choices(3);
+    ASSERT_EQ(general.GetMmiMenu(0, title, subtitle, bottom, choices), 1);
+    EXPECT_TRUE(title.text.empty());
+    EXPECT_EQ(subtitle.text, (std::vector<unsigned short>{'a', 0, 'b', 0x200F, 'c', 0xD83D, 0xDE00}));
+    EXPECT_EQ(bottom.text, (std::vector<unsigned short>{0xD83D, 65, 0})) << "a lone surrogate is kept";
+    ASSERT_EQ(choices.size(), 250u);
+    EXPECT_EQ(choices[0].text, std::vector<unsigned short>(4'096, 'x'));
+    EXPECT_EQ(Utf8(choices[249]), "Entry 249");
+}
+
+TEST(SimDefinition, ErrorsSayWhereAndWhat)
+{
+    const struct
+    {
+        const char* json;
+        const char* path;
+        const char* expected;
+    } cases[] = {
+        {"[]", "", "expected an object"},
+        {R"({"slot": 2})", "/slot", "slots"},
+        {R"({"slots": 256})", "/slots", "0 to 255"},
+        {R"({"slots": 1e3})", "/slots", "expected an integer"},
+        {R"({"cams": [{}]})", "/cams/0", "\"name\" is missing"},
+        {R"({"cams": [{"name": "a", "base": "b"}]})", "/cams/0/base", "expected the name of a CAM"},
+        {R"({"cams": [{"name": "a", "mode": "CI"}]})", "/cams/0/mode", "CAM_MODE_CI_PLUS"},
+        {R"({"cams": [{"name": "a", "pin": {"digits": "12a4"}}]})", "/cams/0/pin/digits", "decimal digits"},
+        {R"({"cams": [{"name": "a", "caSystemIds": [65536]}]})", "/cams/0/caSystemIds/0", "65535"},
+        {R"({"cams": [{"name": "a", "menus": {"x/y": {"entries": 7}}}]})", "/cams/0/menus/x~1y/entries", "array"},
+        {R"({"cams": [{"name": "a", "menu": {"title": [70000]}}]})", "/cams/0/menu/title/0", "65535"},
+        {R"({"cams": [{"name": "a", "menu": {"entries": [{"text": "t", "repeat": 300}]}}]})",
+         "/cams/0/menu/entries/0/repeat", "255"},
+        {R"({"cams": [{"name": "a", "drmSystems": [{"uuid": "0011"}]}]})", "/cams/0/drmSystems/0/uuid", "16 bytes"},
+        {R"({"keys": {"sak": "xyz0"}})", "/keys/sak", "hexadecimal"},
+        {R"({"inserted": {"0": "plus"}})", "/inserted/0", "of this set"},
+        {R"({"base": "default", "inserted": {"2": "plus"}})", "/inserted/2", "from 0 to 1"},
+    };
+    for (const auto& wrong : cases)
+    {
+        const auto json = nlohmann::json::parse(wrong.json);
+        try
+        {
+            ReadSet({json, ""});
+            ADD_FAILURE() << "accepted: " << wrong.json;
+        }
+        catch (const TJsonError& error)
+        {
+            EXPECT_EQ(error.Path(), wrong.path) << wrong.json;
+            EXPECT_THAT(error.what(), HasSubstr(wrong.expected)) << wrong.json;
+        }
+    }
+    const auto deep = nlohmann::json::parse(
+        []
+        {
+            std::string text = "{\"title\": \"end\"}";
+            for (int i = 0; i < 5'000; ++i)
+            {
+                text = "{\"prompt\":\"\",\"whenRight\":" + text + "}";
+            }
+            return text;
+        }());
+    TSMmiPage page;
+    EXPECT_THROW(Read({deep, ""}, page), TJsonError) << "nested too deeply";
+}
+
+TEST(SimDefinition, ACamBuildsUponAnother)
+{
+    const auto json = nlohmann::json::parse(R"({"base": "default", "slots": 3,
+        "cams": [{"name": "mine", "base": "plus", "caSystemIds": ["0x1234"], "menuString": "Mine"},
+                 {"name": "plus", "base": "mine", "readyMs": 7}]})");
+    const TSSetDefinition set = ReadSet({json, ""});
+    ASSERT_TRUE(set.FindCam("plus"));
+    EXPECT_EQ(set.FindCam("plus")->caSystemIds, std::vector<unsigned short>{0x1234});
+    EXPECT_EQ(set.FindCam("plus")->readyMs, 7);
+    EXPECT_EQ(set.FindCam("mine")->pin.digits, "1234");
+    EXPECT_TRUE(set.FindCam("plain"));
+    EXPECT_EQ(set.slots, 3);
+}
+
+TEST(SimControls, RefuseWhatTheyDoNotUnderstandAndDoNothingThen)
+{
+    TRecorder recorder;
+    const nlohmann::json before = recorder.model.State();
+    const std::vector<TSControl> controls = Controls();
+    for (const TSControl& control : controls)
+    {
+        const TSOutcome outcome = recorder.Do(control.name, {{"no such argument", 1}});
+        EXPECT_FALSE(outcome) << control.name;
+        EXPECT_FALSE(recorder.Do(control.name, nlohmann::json::array())) << control.name;
+        EXPECT_FALSE(recorder.Do(control.name, {{"slot", "first"}})) << control.name;
+    }
+    EXPECT_FALSE(recorder.Do("no such control"));
+    EXPECT_EQ(recorder.Do("signal", {{"type", "SIGNAL_CI_CA_REPLY"}, {"data", "00"}}).error, "/data: expected 8 bytes");
+    EXPECT_TRUE(recorder.Take().empty());
+    EXPECT_EQ(recorder.model.State(), before);
+    EXPECT_TRUE(
+        recorder.Do("signal", {{"type", 99}, {"profile", -1}, {"handle", 65535}, {"data", "0102030405060708"}}));
+    EXPECT_EQ(recorder.bytes, "0:99:\x01\x02\x03\x04\x05\x06\x07\x08");
+}
+} // namespace CIM::sim
