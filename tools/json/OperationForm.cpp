@@ -357,6 +357,14 @@ std::string TOperationForm::m_ShapeWord() const
     return text.substr(0, text.find(' '));
 }
 
+std::optional<short> MethodOf(std::string_view payload)
+{
+    TCMessageBuffer buffer;
+    buffer.PushBorrowed(payload.size(), payload.data());
+    const TCTreeBranchList tree(&buffer);
+    return tree.IsValid() ? std::optional(static_cast<short>(tree.GetTag())) : std::nullopt;
+}
+
 TInterfaceForm::TInterfaceForm(std::string name, std::string connectionName, void* (*instance)(),
                                std::vector<std::unique_ptr<TOperationForm>> operations)
     : m_name(std::move(name)), m_connectionName(std::move(connectionName)), m_instance(instance),

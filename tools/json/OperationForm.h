@@ -5,6 +5,7 @@
 #include "protocol/Operation.h"
 
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -157,4 +158,6 @@ std::span<const TInterfaceForm* const> Interfaces();
 /// An interface by its name ("ICIGeneral", also without its prefix and in any case: "general") or by its bus name.
 /// \return null when there is none
 const TInterfaceForm* FindInterface(std::string_view name);
+/// The method identifier that a payload is tagged with. \return nothing when it is not an argument tree
+std::optional<short> MethodOf(std::string_view payload);
 } // namespace CIM::json

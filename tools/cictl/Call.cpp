@@ -1,0 +1,270 @@
+#include "cictl/Call.h"
+
+#include "cictl/Output.h"
+
+#include <ciapi/CISignalDataType.h>
+
+#include <algorithm>
+#include <iostream>
+#include <set>
+
+namespace CIM::cictl
+{
+namespace
+{
+constexpr TSField ANSWER_FIELDS[] = {
+    {"operation", "operation"},
+    {"result", "result"},
+    {"outputs", "outputs"},
+};
+
+// An operation by "INTERFACE.NAME"; several when the name alone does not tell.
+std::vector<const json::TOperationForm*> FindOperations(const std::string& text)
+{
+    const std::size_t dot = text.rfind('.');
+    const json::TInterfaceForm* const interface =
+        dot == text.npos ? nullptr : json::FindInterface(std::string_view(text).substr(0, dot));
+    if (!interface)
+    {
+        throw TFailure(EXIT_USAGE, "\"" + text + "\" is no INTERFACE.OPERATION (see cictl list)");
+    }
+    std::vector<const json::TOperationForm*> found = interface->FindAll(std::string_view(text).substr(dot + 1));
+    if (found.empty())
+    {
+        throw TFailure(EXIT_USAGE, interface->Name() + " has no operation " + text.substr(dot + 1) +
+                                       " (see cictl list " + interface->Name() + ")");
+    }
+    return found;
+}
+
+// Whether the given names are just the inputs of an operation.
+bool Fits(const json::TOperationForm& operation, const std::map<std::string, std::string>& given)
+{
+    std::size_t inputs = 0;
+    for (const json::TSParameter& parameter : operation.Parameters())
+    {
+        if (protocol::IsInput(parameter.word))
+        {
+            ++inputs;
+            if (given.count(parameter.name) == 0)
+            {
+                return false;
+            }
+        }
+    }
+    return inputs == given.size();
+}
+
+const json::TOperationForm& Choose(const std::vector<const json::TOperationForm*>& candidates,
+                                   const std::map<std::string, std::string>& given)
+{
+    std::vector<const json::TOperationForm*> fitting;
+    std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(fitting),
+                 [&](const auto* candidate) { return candidates.size() == 1 || Fits(*candidate, given); });
+    if (fitting.size() == 1)
+    {
+        return *fitting.front();
+    }
+    std::string names;
+    for (const auto* candidate : candidates)
+    {
+        names += (names.empty() ? "" : " or ") + candidate->FullName();
+    }
+    throw TFailure(EXIT_USAGE, "which is meant: " + names + "?");
+}
+
+bool HasOneWay(const json::TOperationForm& operation)
+{
+    const json::TSParameter* const flag = operation.FindParameter("oneWay");
+    return flag && flag->word == protocol::EWord::ONE_WAY;
+}
+// The lists that shell completion asks for, a word a line. Returns false when none is asked for.
+bool ListWords(const TArguments& arguments)
+{
+    for (const TSVerb& verb : Verbs())
+    {
+        if (arguments.IsSet("verbs"))
+        {
+            std::cout << verb.name << '\n';
+        }
+        for (const TSArgument& argument : verb.arguments)
+        {
+            const bool isByPosition = argument.kind == EArgument::NEEDED || argument.kind == EArgument::OPTIONAL ||
+                                      argument.kind == EArgument::MANY;
+            if (!isByPosition && arguments.Text("options") == verb.name)
+            {
+                std::cout << "--" << argument.name << '\n';
+            }
+        }
+    }
+    if (arguments.IsSet("signals"))
+    {
+        for (const auto& signal : json::Enumeration<ECISignalType>().enumerators)
+        {
+            std::cout << signal.name << '\n';
+        }
+    }
+    if (arguments.Has("inputs"))
+    {
+        std::set<std::string_view> names; // of several operations of one name, all inputs
+        for (const json::TOperationForm* operation : FindOperations(arguments.Text("inputs")))
+        {
+            for (const json::TSParameter& parameter : operation->Parameters())
+            {
+                if (protocol::IsInput(parameter.word) && names.insert(parameter.name).second)
+                {
+                    std::cout << parameter.name << '\n';
+                }
+            }
+        }
+    }
+    return arguments.IsSet("verbs") || arguments.Has("options") || arguments.IsSet("signals") ||
+           arguments.Has("inputs");
+}
+
+} // namespace
+
+TJson ValueFromWord(const json::TSType& type, const std::string& word)
+{
+    const bool isWord = type.kind == json::EKind::TEXT || type.kind == json::EKind::BYTES;
+    if (isWord && !word.starts_with('"') && !word.starts_with('{'))
+    {
+        return word;
+    }
+    TJson value = TJson::parse(word, nullptr, false);
+    return value.is_discarded() ? TJson(word) : value;
+}
+
+EExit CallAndPrint(TDaemon& daemon, const json::TOperationForm& operation, const TJson& arguments, bool asJson)
+{
+    TJson answer = daemon.Call(operation, arguments);
+    const bool isYes = IsYes(operation, answer);
+    TJson record = {{"operation", operation.FullName()}, {"result", std::move(answer["result"])}};
+    if (!answer["outputs"].empty())
+    {
+        record["outputs"] = std::move(answer["outputs"]);
+    }
+    PrintRecord(ANSWER_FIELDS, record, asJson);
+    return isYes ? EXIT_ANSWERED : EXIT_REFUSED;
+}
+
+TJson ArgumentsInOrder(const json::TOperationForm& operation, std::span<const std::string> words)
+{
+    TJson arguments = TJson::object();
+    std::string inputs;
+    std::size_t count = 0;
+    for (const json::TSParameter& parameter : operation.Parameters())
+    {
+        if (protocol::IsInput(parameter.word))
+        {
+            inputs += std::string(" ") + parameter.name;
+            if (count < words.size())
+            {
+                arguments[parameter.name] = ValueFromWord(parameter.type->Type(), words[count]);
+            }
+            ++count;
+        }
+    }
+    if (count != words.size())
+    {
+        throw TFailure(EXIT_USAGE, std::string(operation.Name()) + " takes " +
+                                       (inputs.empty() ? "no values" : "these values:" + inputs));
+    }
+    return arguments;
+}
+
+EExit CallVerb(const TArguments& arguments)
+{
+    std::map<std::string, std::string> given;
+    for (const std::string& argument : arguments.Many("argument"))
+    {
+        const std::size_t sign = argument.find('=');
+        if (sign == argument.npos || sign == 0)
+        {
+            throw TFailure(EXIT_USAGE, "an argument is given as NAME=VALUE, not as \"" + argument + "\"");
+        }
+        if (!given.emplace(argument.substr(0, sign), argument.substr(sign + 1)).second)
+        {
+            throw TFailure(EXIT_USAGE, argument.substr(0, sign) + " is given twice");
+        }
+    }
+    const json::TOperationForm& operation = Choose(FindOperations(arguments.Text("operation")), given);
+    TJson values = TJson::object();
+    for (const auto& [name, word] : given)
+    {
+        const json::TSParameter* const parameter = operation.FindParameter(name);
+        values[name] = parameter ? ValueFromWord(parameter->type->Type(), word) : TJson(word);
+    }
+    if (arguments.IsSet("one-way"))
+    {
+        if (!HasOneWay(operation))
+        {
+            throw TFailure(EXIT_USAGE, operation.FullName() + " has no one-way form");
+        }
+        values["oneWay"] = true;
+    }
+    operation.Check(values); // wrong arguments are told even where there is no daemon
+    TDaemon daemon;
+    return CallAndPrint(daemon, operation, values, arguments.IsJson());
+}
+
+EExit ListVerb(const TArguments& arguments)
+{
+    if (ListWords(arguments))
+    {
+        return EXIT_ANSWERED;
+    }
+    std::vector<const json::TOperationForm*> operations;
+    const std::string wanted = arguments.Text("interface");
+    const json::TInterfaceForm* const only = json::FindInterface(wanted);
+    if (!wanted.empty() && !only)
+    {
+        operations = FindOperations(wanted);
+    }
+    for (const json::TInterfaceForm* interface : json::Interfaces())
+    {
+        for (const auto& operation : interface->Operations())
+        {
+            if (interface == only || wanted.empty())
+            {
+                operations.push_back(operation.get());
+            }
+        }
+    }
+    TJson list = TJson::array();
+    for (const json::TOperationForm* operation : operations)
+    {
+        if (arguments.IsSet("names"))
+        {
+            std::cout << operation->FullName() << '\n';
+        }
+        else if (arguments.IsJson())
+        {
+            list.push_back(operation->Describe());
+        }
+        else
+        {
+            const TJson described = operation->Describe();
+            std::cout << operation->FullName() << "  (id " << operation->Id() << ") -> " << InWords(described["result"])
+                      << (operation->IsLocal() ? ", answered by the library itself" : "") << '\n';
+            for (const TJson& parameter : described["parameters"])
+            {
+                std::cout << "    " << InWords(parameter["direction"]) << "  " << InWords(parameter["name"]) << ": "
+                          << InWords(parameter["type"]) << '\n';
+                if (operations.size() == 1 && parameter.contains("enumerations"))
+                {
+                    for (const auto& enumeration : parameter["enumerations"].items())
+                    {
+                        std::cout << "        " << enumeration.key() << ": " << InWords(enumeration.value()) << '\n';
+                    }
+                }
+            }
+        }
+    }
+    if (arguments.IsJson() && !arguments.IsSet("names"))
+    {
+        PrintJson(list);
+    }
+    return EXIT_ANSWERED;
+}
+} // namespace CIM::cictl

@@ -1,0 +1,95 @@
+#include "cictl/Daemon.h"
+
+#include "cictl/FailedCalls.h"
+#include "cictl/Verb.h"
+
+#include <ciapi/CINames.h>
+#include <ciapi/CIService.h>
+
+#include <tvplatform/SystemInfo.h>
+
+namespace CIM::cictl
+{
+namespace
+{
+constexpr const char* HINT = " (to try without a TV: ci-daemon-sim run -- cictl ...)";
+
+// The library reads these keys patiently, because at the set's start they may come late; by hand nobody waits so long.
+void RequireFeatureKeys()
+{
+    int slots = 0;
+    bool flag = false;
+    const std::pair<const std::string&, int> readings[] = {
+        {CI_FMS_NUM_OF_CI, system_info_get_custom_int(CI_FMS_NUM_OF_CI.c_str(), &slots)},
+        {CI_FMS_SUPPORT, system_info_get_custom_bool(CI_FMS_SUPPORT.c_str(), &flag)},
+        {CI_FMS_SUPPORT_CERTIFICATION, system_info_get_custom_bool(CI_FMS_SUPPORT_CERTIFICATION.c_str(), &flag)},
+    };
+    for (const auto& [key, error] : readings)
+    {
+        if (error != 0)
+        {
+            throw TFailure(EXIT_NO_DAEMON, "the feature key " + key + " cannot be read, so it is not known whether " +
+                                               "this set has CI" + HINT);
+        }
+        if (slots <= 0)
+        {
+            break; // decided
+        }
+    }
+    if (!TCCIService::IsCIOperable())
+    {
+        throw TFailure(EXIT_NO_DAEMON, slots <= 0 ? "this set has no CI slot (" + CI_FMS_NUM_OF_CI + ")"
+                                                  : "CI is not enabled or not certified on this set (" +
+                                                        CI_FMS_SUPPORT + ", " + CI_FMS_SUPPORT_CERTIFICATION + ")");
+    }
+}
+} // namespace
+
+TDaemon::TDaemon() : m_bus((RequireFeatureKeys(), TBus())) {}
+
+TDaemon::~TDaemon() { TCCIService::Destroy(); }
+
+void TDaemon::Require(const json::TInterfaceForm& interface)
+{
+    if (m_bus.OwnerOf(interface.ConnectionName()).empty())
+    {
+        throw TFailure(EXIT_NO_DAEMON, "there is no CI daemon: nobody owns " + interface.ConnectionName() +
+                                           " on the system bus" + HINT);
+    }
+}
+
+TJson TDaemon::Call(const json::TOperationForm& operation, const TJson& arguments)
+{
+    operation.Check(arguments);
+    const json::TInterfaceForm& interface = *json::FindInterface(operation.InterfaceName());
+    if (!operation.IsLocal())
+    {
+        Require(interface);
+    }
+    void* const instance = interface.Instance();
+    const TFailedCalls failed;
+    TJson answer = operation.Invoke(instance, arguments);
+    if (!failed.Reason().empty())
+    {
+        throw TFailure(EXIT_NO_DAEMON, operation.FullName() + " did not get through: " + failed.Reason());
+    }
+    return answer;
+}
+
+TJson TDaemon::Call(const char* interface, const char* operation, const TJson& arguments)
+{
+    return Call(*json::FindInterface(interface)->Find(operation), arguments);
+}
+
+bool IsYes(const json::TOperationForm& operation, const TJson& answer)
+{
+    const bool isPlayerHandle = operation.ResultType().Type().text == "uint16";
+    return isPlayerHandle ? answer["result"] != 0xFFFF : IsYes(answer);
+}
+
+bool IsYes(const TJson& answer)
+{
+    const TJson& result = answer["result"];
+    return result.is_boolean() ? result.get<bool>() : result != 0 && result != -1;
+}
+} // namespace CIM::cictl

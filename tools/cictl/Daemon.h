@@ -1,0 +1,40 @@
+#pragma once
+
+#include "cictl/Bus.h"
+#include "json/OperationForm.h"
+
+#include <functional>
+
+namespace CIM::cictl
+{
+using json::TJson;
+
+/// The way to the daemon, checked: every call ends as an answer or as a TFailure that says why there is none. Bound to
+/// its thread; one at a time. Its end destroys the facade, and with it every subscription.
+class TDaemon
+{
+public:
+    /// \throws TFailure with EXIT_NO_DAEMON when this set has no CI or there is no bus
+    TDaemon();
+    ~TDaemon();
+    TDaemon(const TDaemon&) = delete;
+    TDaemon& operator=(const TDaemon&) = delete;
+
+    /// \throws TFailure with EXIT_NO_DAEMON when nobody owns the bus name of an interface
+    void Require(const json::TInterfaceForm& interface);
+    /// Calls an operation. \param[in] arguments  {"<input>": value}
+    /// \return {"result": value, "outputs": {...}}
+    /// \throws TFailure when the call does not get through, json::TJsonError when the arguments are wrong
+    TJson Call(const json::TOperationForm& operation, const TJson& arguments);
+    /// The same, by name ("ICIGeneral", "GetMmiText").
+    TJson Call(const char* interface, const char* operation, const TJson& arguments);
+    TBus& Bus() { return m_bus; }
+
+private:
+    TBus m_bus;
+};
+
+/// Whether an answer's result says yes: not 0, not false, not -1 (no result), not an invalid player handle.
+bool IsYes(const json::TOperationForm& operation, const TJson& answer);
+bool IsYes(const TJson& answer);
+} // namespace CIM::cictl

@@ -1,0 +1,307 @@
+#include "cictl/Output.h"
+#include "cictl/Signals.h"
+#include "cictl/Terminal.h"
+#include "cictl/Verb.h"
+
+#include <ciapi/CIEnumerations.h>
+
+#include <charconv>
+#include <cstdio>
+#include <glib-unix.h>
+#include <iostream>
+#include <memory>
+
+namespace CIM::cictl
+{
+namespace
+{
+constexpr unsigned PAGE_MS = 20'000; ///< how long a CAM may think about the next page
+
+/// A walk through the menu of one CAM: pages come as signals, answers as lines of standard input. Lines that come
+/// before their page are kept for it, so that answers can be piped in.
+class TWalk
+{
+public:
+    TWalk(TDaemon& daemon, unsigned char slot)
+        : m_daemon(daemon), m_slot(slot), m_signals(daemon, [this](const TSSignal& signal) { OnSignal(signal); })
+    {
+    }
+    ~TWalk()
+    {
+        StopTimer();
+        if (m_input != 0)
+        {
+            g_source_remove(m_input);
+        }
+    }
+
+    EExit Go()
+    {
+        m_signals.Subscribe(SIGNAL_CI_MMI_STATUS_CHANGED, PROFILE_MAIN, m_slot);
+        if (!IsYes(m_daemon.Call("ICIGeneral", "EnterMenu", {{"slot", m_slot}})))
+        {
+            throw TFailure(EXIT_REFUSED, "slot " + std::to_string(m_slot) + " has no menu to show");
+        }
+        m_isOpen = true;
+        StartTimer();
+        m_signals.WatchDaemon();
+        m_signals.Run();
+        m_hidden.reset();
+        if (m_isOpen)
+        {
+            Ask("CloseMmi", {{"flag", false}});
+        }
+        if (m_isLate)
+        {
+            throw TFailure(EXIT_REFUSED, "the CAM does not go on");
+        }
+        return EXIT_ANSWERED;
+    }
+
+private:
+    enum class EPage
+    {
+        NONE, ///< waiting for the CAM
+        MENU,
+        LIST,
+        TEXT,
+        ENQUIRY,
+    };
+
+    TJson Ask(const char* operation, TJson arguments)
+    {
+        arguments["slot"] = m_slot;
+        return m_daemon.Call("ICIGeneral", operation, arguments);
+    }
+
+    void OnSignal(const TSSignal& signal)
+    {
+        switch (static_cast<ECiMmiStatus>(signal.Code()))
+        {
+        case CI_MMI_STATUS_SESSION_CLOSED:
+            std::cout << "(the CAM has closed its menu)" << std::endl;
+            m_isOpen = false;
+            m_signals.Quit();
+            break;
+        case CI_MMI_STATUS_MENU_RECEIVED:
+            ShowChoices("GetMmiMenu", "choices", EPage::MENU, "number, 0 back, q quit> ");
+            break;
+        case CI_MMI_STATUS_LIST_RECEIVED:
+            ShowChoices("GetMmiList", "lines", EPage::LIST, "Enter back, q quit> ");
+            break;
+        case CI_MMI_STATUS_TEXT_RECEIVED:
+            ShowText();
+            break;
+        case CI_MMI_STATUS_ENQUIRY_RECEIVED:
+            ShowEnquiry();
+            break;
+        }
+    }
+
+    // A page that the CAM sends once more, unchanged, is not shown again.
+    bool IsNews(EPage page, const TJson& content)
+    {
+        if (m_page == page && m_content == content)
+        {
+            return false;
+        }
+        m_content = content;
+        return true;
+    }
+
+    void ShowChoices(const char* operation, const char* lines, EPage page, const char* prompt)
+    {
+        const TJson answer = Ask(operation, TJson::object());
+        const TJson& texts = answer["outputs"];
+        if (!IsYes(answer) || !IsNews(page, texts))
+        {
+            return;
+        }
+        std::cout << '\n';
+        for (const char* heading : {"title", "subtitle"})
+        {
+            PrintLine("", texts[heading]);
+        }
+        int number = 0;
+        for (const TJson& line : texts[lines])
+        {
+            ++number;
+            std::cout << (page == EPage::MENU ? "  " + std::to_string(number) + "  " : "  - ") << InWords(line) << '\n';
+        }
+        m_choices = number;
+        PrintLine("", texts["bottomLine"]);
+        Expect(page, prompt);
+    }
+
+    void ShowText()
+    {
+        const TJson answer = Ask("GetMmiText", TJson::object());
+        if (IsYes(answer) && IsNews(EPage::TEXT, answer["outputs"]))
+        {
+            std::cout << '\n';
+            PrintLine("", answer["outputs"]["text"]);
+            Expect(EPage::TEXT, "Enter back, q quit> ");
+        }
+    }
+
+    void ShowEnquiry()
+    {
+        const TJson answer = Ask("GetMmiEnquiry", TJson::object());
+        const TJson& enquiry = answer["outputs"];
+        // An enquiry that comes again is asked again: the answer to the one before was wrong.
+        if (!IsYes(answer) || (m_page == EPage::ENQUIRY && !IsNews(EPage::ENQUIRY, enquiry)))
+        {
+            return;
+        }
+        m_content = enquiry;
+        m_isBlind = enquiry["blindAnswer"].get<bool>();
+        std::cout << '\n';
+        PrintLine("", enquiry["text"]);
+        const int length = enquiry["answerLength"].get<int>();
+        Expect(EPage::ENQUIRY, (length == 255 ? std::string("answer") : "answer, up to " + std::to_string(length)) +
+                                   (m_isBlind ? ", not shown" : "") + ", empty cancels> ");
+    }
+
+    static void PrintLine(const char* margin, const TJson& text)
+    {
+        const std::string words = InWords(text);
+        if (!words.empty())
+        {
+            std::cout << margin << words << '\n';
+        }
+    }
+
+    void Expect(EPage page, const std::string& prompt)
+    {
+        StopTimer();
+        m_page = page;
+        m_hidden.reset();
+        m_hidden = std::make_unique<THiddenInput>(page == EPage::ENQUIRY && m_isBlind && IsTerminal());
+        std::cout << prompt << std::flush;
+        m_prompt = prompt;
+        UseInput();
+    }
+
+    // Answers the page with the line that came first; without a line, waits for input.
+    void UseInput()
+    {
+        while (m_page != EPage::NONE)
+        {
+            std::optional<std::string> line = m_lines.Take();
+            if (!line)
+            {
+                if (m_lines.IsAtEnd())
+                {
+                    std::cout << std::endl;
+                    m_signals.Quit();
+                    return;
+                }
+                if (m_input == 0)
+                {
+                    m_input =
+                        g_unix_fd_add(0, static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR), &s_OnInput, this);
+                }
+                return;
+            }
+            Answer(*line);
+            Wipe(*line);
+        }
+    }
+
+    void Answer(const std::string& line)
+    {
+        const EPage page = m_page;
+        if (page != EPage::ENQUIRY && line == "q")
+        {
+            m_page = EPage::NONE;
+            m_signals.Quit();
+            return;
+        }
+        int choice = 0;
+        if (page == EPage::MENU)
+        {
+            const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), choice);
+            if (error != std::errc() || end != line.data() + line.size() || choice < 0 || choice > m_choices)
+            {
+                std::cout << "a number from 0 to " << m_choices << " is needed\n" << m_prompt << std::flush;
+                return;
+            }
+        }
+        m_hidden.reset();
+        m_page = EPage::NONE;
+        StartTimer();
+        TJson answer;
+        if (page == EPage::ENQUIRY)
+        {
+            answer =
+                Ask("AnswerMmiEnquiry", {{"answerId", line.empty() ? "MMI_ANSWER_ID_CANCEL" : "MMI_ANSWER_ID_ANSWER"},
+                                         {"answer", line},
+                                         {"flag", false}});
+        }
+        else
+        {
+            answer = Ask("AnswerMmiMenu", {{"choice", choice}, {"flag", false}});
+        }
+        if (!IsYes(answer))
+        {
+            throw TFailure(EXIT_REFUSED, "the CAM does not take the answer");
+        }
+    }
+
+    static gboolean s_OnInput(gint, GIOCondition, gpointer self)
+    {
+        auto& walk = *static_cast<TWalk*>(self);
+        walk.m_input = 0;
+        walk.m_lines.Read();
+        walk.m_signals.Guarded([&] { walk.UseInput(); });
+        return G_SOURCE_REMOVE;
+    }
+
+    static gboolean s_OnLate(gpointer self)
+    {
+        auto& walk = *static_cast<TWalk*>(self);
+        walk.m_timer = 0;
+        walk.m_isLate = true;
+        walk.m_signals.Quit();
+        return G_SOURCE_REMOVE;
+    }
+
+    void StartTimer()
+    {
+        StopTimer();
+        m_timer = g_timeout_add(PAGE_MS, &s_OnLate, this);
+    }
+
+    void StopTimer()
+    {
+        if (m_timer != 0)
+        {
+            g_source_remove(m_timer);
+            m_timer = 0;
+        }
+    }
+
+    TDaemon& m_daemon;
+    unsigned char m_slot;
+    TSignals m_signals;
+    TInputLines m_lines;
+    std::unique_ptr<THiddenInput> m_hidden;
+    EPage m_page = EPage::NONE;
+    TJson m_content;
+    std::string m_prompt;
+    int m_choices = 0;
+    bool m_isBlind = false;
+    bool m_isOpen = false;
+    bool m_isLate = false;
+    guint m_input = 0;
+    guint m_timer = 0;
+};
+} // namespace
+
+EExit MenuVerb(const TArguments& arguments)
+{
+    const unsigned char slot = arguments.Slot();
+    TDaemon daemon;
+    return TWalk(daemon, slot).Go();
+}
+} // namespace CIM::cictl

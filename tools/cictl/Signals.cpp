@@ -1,0 +1,179 @@
+#include "cictl/Signals.h"
+
+#include "cictl/FailedCalls.h"
+#include "cictl/Verb.h"
+
+#include <ciapi/CIService.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <glib-unix.h>
+#include <utility>
+
+namespace CIM::cictl
+{
+namespace
+{
+ICISignalSubscriber* Subscriber() { return TCCIService::CISignalSubscriberInstance(nullptr); }
+const json::TInterfaceForm& SubscriberForm() { return *json::FindInterface("ICISignalSubscriber"); }
+} // namespace
+
+unsigned short TSSignal::Number() const
+{
+    unsigned short number = 0;
+    std::memcpy(&number, data.bytes + 2, sizeof number);
+    return number;
+}
+
+TSignals::TSignals(TDaemon& daemon, std::function<void(const TSSignal&)> handler)
+    : m_daemon(daemon), m_handler(std::move(handler)), m_loop(g_main_loop_new(nullptr, FALSE))
+{
+    m_daemon.Require(SubscriberForm());
+    m_owner = m_daemon.Bus().OwnerOf(SubscriberForm().ConnectionName());
+    TCCIService::CISignalSubscriberInstance(&s_OnSignal);
+    m_sources.push_back(g_unix_signal_add(SIGINT, &s_OnInterrupt, this));
+    m_sources.push_back(g_unix_signal_add(SIGTERM, &s_OnInterrupt, this));
+}
+
+TSignals::~TSignals()
+{
+    for (const TSSubscription& subscription : m_subscriptions)
+    {
+        Subscriber()->Unsubscribe(subscription.type, subscription.profile, subscription.handle, 0);
+    }
+    for (const guint source : m_sources)
+    {
+        g_source_remove(source);
+    }
+    g_main_loop_unref(m_loop);
+}
+
+void TSignals::Subscribe(ECISignalType type, EProfile profile, unsigned short handle)
+{
+    m_Subscribe({type, profile, handle});
+    m_subscriptions.push_back({type, profile, handle});
+}
+
+void TSignals::m_Subscribe(const TSSubscription& subscription)
+{
+    const TFailedCalls failed;
+    const int result = Subscriber()->Subscribe(subscription.type, this, subscription.profile, subscription.handle, 0);
+    if (!failed.Reason().empty())
+    {
+        throw TFailure(EXIT_NO_DAEMON, "the subscription did not get through: " + failed.Reason());
+    }
+    if (result == 0)
+    {
+        throw TFailure(EXIT_REFUSED, "the subscription to " + ToString(subscription.type) + " was refused");
+    }
+}
+
+void TSignals::Guarded(const std::function<void()>& action)
+{
+    // An exception must not unwind through the library and GLib: it waits for Run.
+    try
+    {
+        action();
+    }
+    catch (...)
+    {
+        m_thrown = std::current_exception();
+        Quit();
+    }
+}
+
+int TSignals::s_OnSignal(ECISignalType type, EProfile profile, unsigned short handle, TSSignalData data, void* self)
+{
+    if (self)
+    {
+        auto& signals = *static_cast<TSignals*>(self);
+        signals.Guarded([&] { signals.m_handler({type, profile, handle, data}); });
+    }
+    return 0;
+}
+
+gboolean TSignals::s_OnInterrupt(gpointer self)
+{
+    static_cast<TSignals*>(self)->m_isInterrupted = true;
+    static_cast<TSignals*>(self)->Quit();
+    return G_SOURCE_CONTINUE;
+}
+
+gboolean TSignals::s_OnTimeout(gpointer self)
+{
+    static_cast<TSignals*>(self)->m_isTimeOver = true;
+    static_cast<TSignals*>(self)->Quit();
+    return G_SOURCE_CONTINUE;
+}
+
+gboolean TSignals::s_OnTick(gpointer self)
+{
+    auto& signals = *static_cast<TSignals*>(self);
+    signals.Guarded([&] { signals.m_CheckDaemon(); });
+    return G_SOURCE_CONTINUE;
+}
+
+void TSignals::WatchDaemon() { m_sources.push_back(g_timeout_add(1000, &s_OnTick, this)); }
+
+void TSignals::m_CheckDaemon()
+{
+    std::string owner = m_daemon.Bus().OwnerOf(SubscriberForm().ConnectionName());
+    if (owner == m_owner)
+    {
+        return;
+    }
+    std::fprintf(stderr, "cictl: the CI daemon %s\n", owner.empty() ? "is gone" : "is back");
+    m_owner = std::move(owner);
+    if (!m_owner.empty())
+    {
+        for (const TSSubscription& subscription : m_subscriptions)
+        {
+            Subscriber()->Unsubscribe(subscription.type, subscription.profile, subscription.handle, 0);
+            m_Subscribe(subscription);
+        }
+    }
+}
+
+bool TSignals::Run(unsigned milliseconds)
+{
+    m_isTimeOver = false;
+    guint timeout = 0;
+    if (milliseconds != 0)
+    {
+        timeout = g_timeout_add(milliseconds, &s_OnTimeout, this);
+    }
+    if (!m_isInterrupted && !m_thrown)
+    {
+        g_main_loop_run(m_loop);
+    }
+    if (timeout != 0)
+    {
+        g_source_remove(timeout);
+    }
+    if (m_thrown)
+    {
+        std::rethrow_exception(std::exchange(m_thrown, nullptr));
+    }
+    return !m_isTimeOver;
+}
+
+void TSignals::Quit() { g_main_loop_quit(m_loop); }
+
+bool TSignals::Wait(unsigned milliseconds, std::function<bool(const TSSignal&)> isIt)
+{
+    bool hasCome = false;
+    const auto old = std::exchange(m_handler,
+                                   [&](const TSSignal& signal)
+                                   {
+                                       if (!hasCome && isIt(signal))
+                                       {
+                                           hasCome = true;
+                                           Quit();
+                                       }
+                                   });
+    Run(milliseconds);
+    m_handler = old;
+    return hasCome;
+}
+} // namespace CIM::cictl

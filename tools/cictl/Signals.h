@@ -1,0 +1,77 @@
+#pragma once
+
+#include "cictl/Daemon.h"
+
+#include <ciapi/CISignalDataType.h>
+
+#include <glib.h>
+
+#include <functional>
+#include <vector>
+
+namespace CIM::cictl
+{
+/// A signal of the daemon.
+struct TSSignal
+{
+    ECISignalType type;
+    EProfile profile;
+    unsigned short handle;
+    TSSignalData data;
+
+    /// In signals about a slot, their profile is the first and their handle is the slot; the data says what happened:
+    /// its second byte is the status, the third and fourth a number that goes with it.
+    unsigned char Code() const { return data.bytes[1]; }
+    unsigned short Number() const;
+};
+
+/// Subscriptions, and the main loop that they come by. Ends of itself on SIGINT and SIGTERM. Bound to its thread; one
+/// at a time, and not longer than its daemon.
+class TSignals
+{
+public:
+    TSignals(TDaemon& daemon, std::function<void(const TSSignal&)> handler);
+    ~TSignals();
+    TSignals(const TSignals&) = delete;
+    TSignals& operator=(const TSignals&) = delete;
+
+    /// \throws TFailure when the daemon or the bus refuses
+    void Subscribe(ECISignalType type, EProfile profile, unsigned short handle);
+    /// Calls back until Quit, or until the time is over. What a callback throws comes out here.
+    /// \return false when the time was over
+    bool Run(unsigned milliseconds = 0);
+    void Quit();
+    /// Runs a piece of a GLib callback: what it throws ends Run, which throws it.
+    void Guarded(const std::function<void()>& action);
+    bool IsInterrupted() const { return m_isInterrupted; }
+    /// Waits for one signal. \return false when the time was over, or when interrupted
+    bool Wait(unsigned milliseconds, std::function<bool(const TSSignal&)> isIt);
+    /// Tells on standard error, once, that the daemon or the bus went, and subscribes again when the daemon is back.
+    void WatchDaemon();
+
+private:
+    struct TSSubscription
+    {
+        ECISignalType type;
+        EProfile profile;
+        unsigned short handle;
+    };
+
+    static int s_OnSignal(ECISignalType type, EProfile profile, unsigned short handle, TSSignalData data, void* self);
+    static gboolean s_OnInterrupt(gpointer self);
+    static gboolean s_OnTick(gpointer self);
+    static gboolean s_OnTimeout(gpointer self);
+    void m_Subscribe(const TSSubscription& subscription);
+    void m_CheckDaemon();
+
+    TDaemon& m_daemon;
+    std::function<void(const TSSignal&)> m_handler;
+    std::vector<TSSubscription> m_subscriptions;
+    std::vector<guint> m_sources;
+    std::string m_owner;
+    std::exception_ptr m_thrown;
+    GMainLoop* m_loop;
+    bool m_isInterrupted = false;
+    bool m_isTimeOver = false;
+};
+} // namespace CIM::cictl

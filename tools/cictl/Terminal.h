@@ -1,0 +1,44 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <termios.h>
+
+namespace CIM::cictl
+{
+/// Overwrites a text that nobody may read later, and empties it.
+void Wipe(std::string& text);
+
+/// Keeps what is typed from being shown, when standard input is a terminal, as long as the object lives.
+class THiddenInput
+{
+public:
+    explicit THiddenInput(bool hide);
+    ~THiddenInput();
+    THiddenInput(const THiddenInput&) = delete;
+    THiddenInput& operator=(const THiddenInput&) = delete;
+
+private:
+    bool m_isHiding = false;
+    termios m_old{};
+};
+
+/// Standard input, line by line, without blocking and without keeping what was handed out. Overwrites what it held.
+class TInputLines
+{
+public:
+    ~TInputLines();
+    /// Reads what is there; blocks when nothing is. \return false at the end of the input
+    bool Read();
+    /// Takes the next whole line, without its end; at the end of the input what is left.
+    std::optional<std::string> Take();
+    bool IsAtEnd() const { return m_isAtEnd; }
+
+private:
+    std::string m_bytes;
+    bool m_isAtEnd = false;
+};
+
+bool IsTerminal();
+} // namespace CIM::cictl

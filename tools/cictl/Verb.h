@@ -1,0 +1,100 @@
+#pragma once
+
+#include "json/Json.h"
+
+#include <map>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace CIM::cictl
+{
+using json::TJson;
+
+/// What cictl exits with.
+enum EExit : int
+{
+    EXIT_ANSWERED = 0,
+    EXIT_REFUSED = 1, ///< the daemon answered no
+    EXIT_USAGE = 2,
+    EXIT_NO_DAEMON = 3, ///< no daemon, no bus, no CI on this set, or the call failed on its way
+};
+
+/// Ends a verb with a line on standard error.
+class TFailure : public std::runtime_error
+{
+public:
+    TFailure(EExit status, const std::string& message) : std::runtime_error(message), m_status(status) {}
+    EExit Status() const { return m_status; }
+
+private:
+    EExit m_status;
+};
+
+/// What an argument of a verb is.
+enum class EArgument
+{
+    NEEDED,   ///< by position
+    OPTIONAL, ///< by position
+    MANY,     ///< the rest of the line, also none
+    FLAG,     ///< --name
+    OPTION,   ///< --name VALUE
+    OPTIONS,  ///< --name VALUE, any number of times
+};
+
+struct TSArgument
+{
+    const char* name; ///< without dashes
+    EArgument kind;
+    const char* help;
+};
+
+/// The arguments of one run of a verb.
+class TArguments
+{
+public:
+    std::map<std::string, std::vector<std::string>> values;
+    std::map<std::string, bool> flags;
+
+    bool Has(const std::string& name) const;
+    bool IsSet(const std::string& flag) const;
+    bool IsJson() const { return IsSet("json"); }
+    /// The value of an argument. \param[in] otherwise  when it was not given
+    std::string Text(const std::string& name, const std::string& otherwise = {}) const;
+    /// An integer within limits. \throws TFailure
+    long Number(const std::string& name, long least, long greatest) const;
+    long Number(const std::string& name, long least, long greatest, long otherwise) const;
+    unsigned char Slot() const { return static_cast<unsigned char>(Number("slot", 0, 255)); }
+    std::vector<std::string> Many(const std::string& name) const;
+};
+
+/// A verb: cictl's help, parser and completion come from its row.
+struct TSVerb
+{
+    const char* name;
+    const char* help;
+    std::vector<TSArgument> arguments;
+    EExit (*handler)(const TArguments& arguments);
+};
+
+/// All verbs.
+std::span<const TSVerb> Verbs();
+
+// The handlers, one source for each group.
+EExit ListVerb(const TArguments& arguments);
+EExit CallVerb(const TArguments& arguments);
+EExit WatchVerb(const TArguments& arguments);
+EExit TraceVerb(const TArguments& arguments);
+EExit DecodeVerb(const TArguments& arguments);
+EExit SlotsVerb(const TArguments& arguments);
+EExit InfoVerb(const TArguments& arguments);
+EExit CaSystemsVerb(const TArguments& arguments);
+EExit ProfilesVerb(const TArguments& arguments);
+EExit RecordingVerb(const TArguments& arguments);
+EExit PlayerVerb(const TArguments& arguments);
+EExit DebugVerb(const TArguments& arguments);
+EExit MenuVerb(const TArguments& arguments);
+EExit PinVerb(const TArguments& arguments);
+} // namespace CIM::cictl

@@ -1,0 +1,131 @@
+#include "cictl/Verb.h"
+
+#include <charconv>
+
+namespace CIM::cictl
+{
+namespace
+{
+constexpr TSArgument JSON = {"json", EArgument::FLAG, "print JSON"};
+constexpr TSArgument SLOT = {"slot", EArgument::NEEDED, "slot number, from 0"};
+} // namespace
+
+std::span<const TSVerb> Verbs()
+{
+    static const std::vector<TSVerb> verbs = {
+        {"slots", "the slots and their CAMs", {JSON}, SlotsVerb},
+        {"info",
+         "everything about a slot, or about all",
+         {{"slot", EArgument::OPTIONAL, "slot number, from 0"}, JSON},
+         InfoVerb},
+        {"menu", "walk through a CAM's menu", {SLOT}, MenuVerb},
+        {"pin",
+         "have a CAM verify a PIN, or set a new one; the PIN is read from the terminal or standard input",
+         {SLOT, {"action", EArgument::NEEDED, "verify or set"}, JSON},
+         PinVerb},
+        {"ca-systems", "the CA systems that the CAMs descramble", {JSON}, CaSystemsVerb},
+        {"profiles", "the operator profiles, offered and installed", {JSON}, ProfilesVerb},
+        {"player",
+         "have a CAM play: verify LOCATION, play LOCATION, speed HANDLE HUNDREDTHS, "
+         "seek HANDLE POSITION [absolute|relative], monitor HANDLE VALUE, stop",
+         {{"action", EArgument::NEEDED, "what to do"}, {"value", EArgument::MANY, "its values"}, JSON},
+         PlayerVerb},
+        {"recording",
+         "what copy control says about a recording",
+         {{"file", EArgument::NEEDED, "path of the recording"}, JSON},
+         RecordingVerb},
+        {"debug",
+         "a service command of the daemon, such as print-status; without one, the list of them",
+         {{"command", EArgument::OPTIONAL, "an operation of ICIDebug, such as get-slots-count"},
+          {"value", EArgument::MANY, "its inputs, in order"},
+          {"yes", EArgument::FLAG, "go on with a command that deletes data for good"},
+          JSON},
+         DebugVerb},
+        {"watch",
+         "print the daemon's signals as they come",
+         {{"type", EArgument::MANY, "signal types, by name (SIGNAL_CI_ may be left out) or number; all when none"},
+          {"profile", EArgument::OPTION, "profile of the TV pipeline, by name or number; 0 when not given"},
+          {"handle", EArgument::OPTIONS,
+           "handle number of the TV pipeline, or slot; may be repeated; 0 when not given"},
+          {"count", EArgument::OPTION, "end after that many signals"},
+          {"timeout", EArgument::OPTION, "end after that many seconds; with --count, the exit status is then 1"},
+          JSON},
+         WatchVerb},
+        {"trace",
+         "print every call, reply and signal on the bus, by name; needs the bus's permission to monitor",
+         {{"count", EArgument::OPTION, "end after that many messages"},
+          {"timeout", EArgument::OPTION, "end after that many seconds"},
+          {"show-secrets", EArgument::FLAG, "print PINs and typed answers, too"},
+          JSON},
+         TraceVerb},
+        {"decode",
+         "print the payload of a request or reply by name",
+         {{"interface", EArgument::NEEDED, "such as ICIGeneral"},
+          {"payload", EArgument::NEEDED, "hexadecimal digits; - reads them from standard input"},
+          {"reply", EArgument::FLAG, "it is a reply's payload"},
+          JSON},
+         DecodeVerb},
+        {"list",
+         "the interfaces and their operations, with parameters and enumerations",
+         {{"interface", EArgument::OPTIONAL, "such as ICIGeneral, or ICIGeneral.EnterMenu"},
+          {"names", EArgument::FLAG, "only the operations' names, for shell completion"},
+          {"signals", EArgument::FLAG, "only the signals' names"},
+          {"verbs", EArgument::FLAG, "only the verbs of cictl"},
+          {"inputs", EArgument::OPTION, "only the names of an operation's inputs"},
+          {"options", EArgument::OPTION, "only the options of a verb"},
+          JSON},
+         ListVerb},
+        {"call",
+         "call any operation. Values: numbers, names of enumerators, true, texts as they are, bytes as "
+         "hexadecimal digits, a pipeline as PROFILE:HANDLE, JSON for everything else. Where several operations "
+         "have one name, the arguments tell which is meant, or its whole name does (see list)",
+         {{"operation", EArgument::NEEDED, "INTERFACE.OPERATION, such as ICIGeneral.GetMmiText"},
+          {"argument", EArgument::MANY, "NAME=VALUE for each input"},
+          {"one-way", EArgument::FLAG, "do not wait for the daemon, where the operation allows that"},
+          JSON},
+         CallVerb},
+    };
+    return verbs;
+}
+
+bool TArguments::Has(const std::string& name) const
+{
+    const auto found = values.find(name);
+    return found != values.end() && !found->second.empty();
+}
+
+bool TArguments::IsSet(const std::string& flag) const
+{
+    const auto found = flags.find(flag);
+    return found != flags.end() && found->second;
+}
+
+std::string TArguments::Text(const std::string& name, const std::string& otherwise) const
+{
+    return Has(name) ? values.at(name).front() : otherwise;
+}
+
+long TArguments::Number(const std::string& name, long least, long greatest) const
+{
+    const std::string text = Text(name);
+    long value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size() || value < least || value > greatest)
+    {
+        throw TFailure(EXIT_USAGE, name + ": a number from " + std::to_string(least) + " to " +
+                                       std::to_string(greatest) + " is needed, not \"" + text + "\"");
+    }
+    return value;
+}
+
+long TArguments::Number(const std::string& name, long least, long greatest, long otherwise) const
+{
+    return Has(name) ? Number(name, least, greatest) : otherwise;
+}
+
+std::vector<std::string> TArguments::Many(const std::string& name) const
+{
+    const auto found = values.find(name);
+    return found == values.end() ? std::vector<std::string>() : found->second;
+}
+} // namespace CIM::cictl
