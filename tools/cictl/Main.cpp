@@ -51,6 +51,7 @@ int Run(int argc, char** argv)
                  "Exit status: 0 answered, 1 refused, 2 wrong usage, 3 no daemon or no CI.",
                  "cictl");
     app.require_subcommand(1);
+    app.set_version_flag("--version", CICTL_VERSION);
     std::vector<TArguments> arguments(Verbs().size()); // CLI11 refers to them
     std::vector<CLI::App*> parsers;
     for (const TSVerb& verb : Verbs())
@@ -72,13 +73,9 @@ int Run(int argc, char** argv)
     {
         app.parse(argc, argv);
     }
-    catch (const CLI::CallForHelp& help)
+    catch (const CLI::Success& wish) // --help, --version
     {
-        return app.exit(help);
-    }
-    catch (const CLI::CallForAllHelp& help)
-    {
-        return app.exit(help);
+        return app.exit(wish);
     }
     catch (const CLI::ParseError& error)
     {

@@ -1,11 +1,41 @@
 #include "cictl/Terminal.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <unistd.h>
 
 namespace CIM::cictl
 {
+namespace
+{
+using THandler = void (*)(int);
+
+termios shown{}; // the terminal as it was
+
+void PutRightAndEnd(int number)
+{
+    tcsetattr(STDIN_FILENO, TCSANOW, &shown);
+    std::signal(number, SIG_DFL);
+    raise(number);
+}
+
+// Leaves alone what somebody else handles: a main loop ends by itself.
+void SetHandlers(THandler from, THandler to)
+{
+    for (const int number : {SIGINT, SIGTERM})
+    {
+        struct sigaction current
+        {
+        };
+        if (sigaction(number, nullptr, &current) == 0 && current.sa_handler == from)
+        {
+            std::signal(number, to);
+        }
+    }
+}
+} // namespace
+
 void Wipe(std::string& text)
 {
     explicit_bzero(text.data(), text.size());
@@ -16,20 +46,23 @@ bool IsTerminal() { return isatty(STDIN_FILENO) == 1; }
 
 THiddenInput::THiddenInput(bool hide)
 {
-    if (hide && tcgetattr(STDIN_FILENO, &m_old) == 0)
+    if (!hide || tcgetattr(STDIN_FILENO, &shown) != 0)
     {
-        termios hidden = m_old;
-        hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        hidden.c_lflag |= ECHONL;
-        m_isHiding = tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden) == 0;
+        return;
     }
+    SetHandlers(SIG_DFL, &PutRightAndEnd);
+    termios hidden = shown;
+    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    hidden.c_lflag |= ECHONL;
+    m_isHiding = tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden) == 0;
 }
 
 THiddenInput::~THiddenInput()
 {
     if (m_isHiding)
     {
-        tcsetattr(STDIN_FILENO, TCSANOW, &m_old);
+        tcsetattr(STDIN_FILENO, TCSANOW, &shown);
+        SetHandlers(&PutRightAndEnd, SIG_DFL);
     }
 }
 

@@ -10,7 +10,8 @@ namespace CIM::cictl
 /// Overwrites a text that nobody may read later, and empties it.
 void Wipe(std::string& text);
 
-/// Keeps what is typed from being shown, when standard input is a terminal, as long as the object lives.
+/// Keeps what is typed from being shown, when standard input is a terminal, as long as the object lives. The terminal
+/// is put right also when SIGINT or SIGTERM ends the process meanwhile. One at a time.
 class THiddenInput
 {
 public:
@@ -21,7 +22,6 @@ public:
 
 private:
     bool m_isHiding = false;
-    termios m_old{};
 };
 
 /// Standard input, line by line, without blocking and without keeping what was handed out. Overwrites what it held.

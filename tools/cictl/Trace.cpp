@@ -26,6 +26,7 @@ constexpr TSField TRACE_FIELDS[] = {
     {"outputs", ""},       {"handle", "handle"},   {"data", "data"},  {"after", "ms"},      {"error", "error"},
 };
 
+constexpr std::size_t MOST_OPEN_CALLS = 10'000;
 constexpr unsigned ONE_WAY_FLAG = 1;
 constexpr unsigned HELLO_FLAG = 2;
 
@@ -153,12 +154,19 @@ private:
             {
                 HideSecrets(decoded.json);
             }
-            record["arguments"] = std::move(decoded.json);
+            if (!decoded.json.empty())
+            {
+                record["arguments"] = std::move(decoded.json);
+            }
             error += (error.empty() || decoded.error.empty() ? "" : "; ") + decoded.error;
         }
         AddError(record, error);
         if (!dbus_message_get_no_reply(message))
         {
+            if (m_calls.size() == MOST_OPEN_CALLS)
+            {
+                m_calls.clear(); // nobody has answered for long
+            }
             m_calls[{Text(dbus_message_get_sender(message)), dbus_message_get_serial(message)}] = std::move(call);
         }
         return record;
@@ -199,6 +207,10 @@ private:
         {
             json::TSDecoded decoded = call.operation->ReplyToJson(payload);
             record.update(decoded.json);
+            if (record.contains("outputs") && record["outputs"].empty())
+            {
+                record.erase("outputs");
+            }
             error += (error.empty() || decoded.error.empty() ? "" : "; ") + decoded.error;
         }
         AddError(record, error);
@@ -221,7 +233,9 @@ private:
         const bool isNumber = bad == std::errc() && end == text.data() + text.size();
         record["type"] = isNumber ? json::ToJson(static_cast<ECISignalType>(number)) : TJson(text);
         record["handle"] = Text(handle);
-        record["data"] = json::BytesToHex({reinterpret_cast<const unsigned char*>(payload.data()), payload.size()});
+        // Behind the eight bytes of data the payload repeats the handle.
+        const std::size_t size = std::min(payload.size(), sizeof(TSSignalData));
+        record["data"] = json::BytesToHex({reinterpret_cast<const unsigned char*>(payload.data()), size});
         AddError(record, isWhole ? "" : "the signal is incomplete");
         return record;
     }

@@ -1,0 +1,284 @@
+#include "tools/CommandRun.h"
+
+#include "json/OperationForm.h"
+
+#include "support/PrivateBus.h"
+#include "support/ScriptedDaemon.h"
+#include "support/TestEnvironment.h"
+
+#include <ciapi/CISignalDataType.h>
+
+#include <gmock/gmock.h>
+
+#include <condition_variable>
+#include <cstring>
+#include <mutex>
+#include <utility>
+
+namespace CIM
+{
+namespace
+{
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* CICTL = CICTL_PATH;
+
+const std::string COUNT = "com.kelvora/featureconf/product.num_of_ci";
+const std::string SUPPORT = "com.kelvora/featureconf/broadcasting.ci.support";
+const std::string CERTIFICATION = "com.kelvora/featureconf/broadcasting.certification.ci";
+
+TSRun Cictl(std::vector<std::string> arguments, const std::string& input = {})
+{
+    arguments.insert(arguments.begin(), CICTL);
+    return RunCommand(arguments, input);
+}
+
+std::vector<std::string> AllNames()
+{
+    std::vector<std::string> names;
+    for (const json::TInterfaceForm* interface : json::Interfaces())
+    {
+        names.push_back(interface->ConnectionName());
+    }
+    return names;
+}
+
+/// A set with CI, its bus, and a daemon that answers by a function of the test.
+class TPlayedDaemon
+{
+public:
+    using TAnswer = std::function<TScriptedDaemon::TMessage(const TScriptedDaemon::TMessage&, const std::string& name)>;
+    explicit TPlayedDaemon(TAnswer answer)
+        : m_daemon(AllNames(), [answer](const auto& request) { return answer(request, NameOf(request.get())); })
+    {
+        m_marker.Create();
+    }
+    TScriptedDaemon& operator*() { return m_daemon; }
+
+    static const json::TOperationForm& Operation(DBusMessage* request)
+    {
+        dbus_int32_t word = 0;
+        dbus_message_get_args(request, nullptr, DBUS_TYPE_INT32, &word, DBUS_TYPE_INVALID);
+        return *json::FindInterface(dbus_message_get_interface(request))->Find(static_cast<short>(word & 0xFFFF));
+    }
+    static std::string NameOf(DBusMessage* request) { return Operation(request).Name(); }
+    static TScriptedDaemon::TMessage Answer(const TScriptedDaemon::TMessage& request, const char* reply)
+    {
+        return TScriptedDaemon::Reply(request, 1, Operation(request.get()).ReplyFromJson(json::TJson::parse(reply)));
+    }
+
+private:
+    // libdbus reads the address once in a process, so that all cases of this process share one bus.
+    static TPrivateBus& Bus()
+    {
+        static TPrivateBus bus;
+        return bus;
+    }
+
+    TPrivateBus& m_bus = Bus();
+    TFeatureKeys m_keys{{COUNT, "2"}, {SUPPORT, "true"}, {CERTIFICATION, "true"}};
+    TTempMarker m_marker;
+    TScriptedDaemon m_daemon;
+};
+} // namespace
+
+TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
+{
+    const TEnvironmentVariable noBus("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    const struct
+    {
+        std::vector<std::string> arguments;
+        const char* text;
+    } cases[] = {
+        {{}, "subcommand"},
+        {{"frobnicate"}, "no verb \"frobnicate\""},
+        {{"slots", "extra"}, "extra"},
+        {{"menu", "256"}, "slot: a number from 0 to 255"},
+        {{"menu", "x"}, "slot: a number"},
+        {{"pin", "0", "guess"}, "verify or set"},
+        {{"call", "ICIGeneral"}, "no INTERFACE.OPERATION"},
+        {{"call", "ICIGeneral.Frob"}, "no operation Frob"},
+        {{"call", "ICIGeneral.GetMmiText"}, "slot: this argument"},
+        {{"call", "ICIGeneral.GetMmiText", "slot"}, "NAME=VALUE"},
+        {{"call", "ICIGeneral.GetMmiText", "slot=1", "slot=1"}, "given twice"},
+        {{"call", "ICIGeneral.GetMmiText", "slot=300"}, "slot: 300 is not within 0 to 255"},
+        {{"call", "ICIGeneral.GetMmiText", "slot=0", "--one-way"}, "no one-way form"},
+        {{"call", "ICIGeneral.VerifyCamPin", "slot=0", "pin=123"}, "pin: two hexadecimal digits"},
+        {{"call", "ICIOperatorProfile.GetInstalledOperatorProfiles"}, "#map or "},
+        {{"player", "seek", "0", "5", "sideways"}, "absolute or relative"},
+        {{"player", "speed", "0"}, "handle speed"},
+        {{"debug", "factory-reset"}, "--yes"},
+        {{"watch", "NO_SUCH_SIGNAL"}, "no value of ECISignalType"},
+        {{"decode", "ICIGeneral", "0g"}, "payload: two hexadecimal digits"},
+    };
+    for (const auto& [arguments, text] : cases)
+    {
+        const TSRun run = Cictl(arguments);
+        EXPECT_EQ(run.status, 2) << run.error;
+        EXPECT_THAT(run.error, HasSubstr(text));
+        EXPECT_EQ(std::count(run.error.begin(), run.error.end(), '\n'), 1) << run.error;
+        EXPECT_EQ(run.output, "");
+    }
+}
+
+TEST(Cictl, TellsWhyThereIsNoDaemon)
+{
+    const auto expect = [](const char* text)
+    {
+        for (const std::vector<std::string>& arguments :
+             {std::vector<std::string>{"slots"}, {"call", "ICIDebug.GetSlotsCount"}, {"watch"}, {"menu", "0"}})
+        {
+            const TSRun run = Cictl(arguments);
+            EXPECT_EQ(run.status, 3) << run.error;
+            EXPECT_THAT(run.error, HasSubstr(text));
+        }
+    };
+    TFeatureKeys keys;
+    const TEnvironmentVariable noHome("XDG_CONFIG_HOME", "/nonexistent");
+    expect("product.num_of_ci cannot be read");
+    keys.Set(COUNT, "0");
+    expect("no CI slot");
+    keys.Set(COUNT, "2");
+    keys.Set(SUPPORT, "true");
+    keys.Set(CERTIFICATION, "false");
+    expect("not certified");
+    keys.Set(CERTIFICATION, "true");
+    {
+        const TEnvironmentVariable noBus("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+        expect("no system bus");
+    }
+    const TPrivateBus bus;
+    expect("nobody owns com.kelvora.ciapi.");
+}
+
+TEST(Cictl, TellsARefusalFromACallThatDoesNotGetThrough)
+{
+    std::function<TScriptedDaemon::TMessage(const TScriptedDaemon::TMessage&)> answer;
+    TPlayedDaemon daemon([&](const auto& request, const std::string&) { return answer(request); });
+    const struct
+    {
+        const char* what;
+        std::function<TScriptedDaemon::TMessage(const TScriptedDaemon::TMessage&)> answer;
+        int status;
+        const char* output;
+        const char* error;
+    } cases[] = {
+        {"yes", [](const auto& r) { return TPlayedDaemon::Answer(r, R"({"result": 5, "outputs": {"count": 3}})"); }, 0,
+         "count: 3", ""},
+        {"no", [](const auto& r) { return TPlayedDaemon::Answer(r, R"({"result": 0, "outputs": {"count": 3}})"); }, 1,
+         "result:    0", ""},
+        {"nothing written", [](const auto& r) { return TScriptedDaemon::Reply(r, 1, ""); }, 1, "result:    -1", ""},
+        {"an error", [](const auto& r) { return TScriptedDaemon::Error(r, "org.x.Bad", "went wrong"); }, 3, "",
+         "went wrong"},
+        {"not handled", [](const auto& r) { return TScriptedDaemon::Reply(r, 0, ""); }, 3, "", "broken"},
+        {"no tree", [](const auto& r) { return TScriptedDaemon::Reply(r, 1, "\xff\xff"); }, 3, "", "argument tree"},
+    };
+    for (const auto& test : cases)
+    {
+        SCOPED_TRACE(test.what);
+        answer = test.answer;
+        const TSRun run = Cictl({"call", "debug.GetSlotsCount"});
+        EXPECT_EQ(run.status, test.status);
+        EXPECT_THAT(run.output, HasSubstr(test.output));
+        EXPECT_THAT(run.error, HasSubstr(test.error));
+    }
+}
+
+TEST(Cictl, PrintsTextsOfACamWithoutTheirControls)
+{
+    TPlayedDaemon daemon(
+        [](const auto& request, const std::string&)
+        { return TPlayedDaemon::Answer(request, R"({"outputs": {"text": "\u001b[2Jü\u009b\u202eG"}})"); });
+    TSRun run = Cictl({"call", "general.GetMmiText", "slot=0"});
+    EXPECT_THAT(run.output, HasSubstr("text: \\x1b[2Jü\\x9b\\u202eG\n"));
+    run = Cictl({"call", "general.GetMmiText", "slot=0", "--json"});
+    EXPECT_EQ(run.output, R"({"operation":"ICIGeneral.GetMmiText","result":1,)"
+                          R"("outputs":{"text":"\u001b[2J\u00fc\u009b\u202eG"}})"
+                          "\n");
+}
+
+TEST(Cictl, WatchesSignalsAndUnsubscribesWhenInterrupted)
+{
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<std::string> heard;
+    TPlayedDaemon daemon(
+        [&](const auto& request, const std::string& name)
+        {
+            const auto& operation = TPlayedDaemon::Operation(request.get());
+            const std::string arguments =
+                operation.RequestToJson(TScriptedDaemon::Payload(request.get())).json["signalType"].dump();
+            const std::lock_guard lock(mutex);
+            heard.push_back(name + " " + arguments);
+            changed.notify_all();
+            return TPlayedDaemon::Answer(request, "{}");
+        });
+    const auto waitFor = [&](std::size_t count)
+    {
+        std::unique_lock lock(mutex);
+        return changed.wait_for(lock, std::chrono::seconds(20), [&] { return heard.size() >= count; });
+    };
+    const auto takeHeard = [&]
+    {
+        const std::lock_guard lock(mutex);
+        return std::exchange(heard, {});
+    };
+    // Data, profile, handle and filler, as the daemon sends them; its texts are the identifier and the handle's number.
+    const auto send = [&](unsigned char value)
+    {
+        char payload[16] = {};
+        payload[0] = static_cast<char>(value);
+        payload[7] = '\x7f';
+        payload[12] = 3;
+        (*daemon).Send(TScriptedDaemon::Signal("Signal", "31", "3", {payload, sizeof payload}));
+    };
+
+    TStartedCommand counting({CICTL, "watch", "31", "--handle", "3", "--json", "--count", "2", "--timeout", "30"});
+    ASSERT_TRUE(waitFor(1));
+    for (unsigned char value = 1; value < 4; ++value)
+    {
+        send(value);
+    }
+    TSRun run = counting.Wait();
+    EXPECT_EQ(run.status, 0) << run.error;
+    EXPECT_THAT(run.output, HasSubstr(R"("type":"SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE","profile":"PROFILE_MAIN",)"
+                                      R"("handle":3,"data":"020000000000007f","int32":[2,2130706432],)"
+                                      R"("bytes":[2,0,0,0,0,0,0,127]})"));
+    EXPECT_EQ(std::count(run.output.begin(), run.output.end(), '\n'), 2) << run.output;
+    ASSERT_TRUE(waitFor(2));
+    EXPECT_THAT(takeHeard(), testing::ElementsAre("Subscribe \"SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE\"",
+                                                  "Unsubscribe \"SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE\""));
+
+    for (const int signal : {SIGINT, SIGTERM})
+    {
+        TStartedCommand endless({CICTL, "watch", "CI_CA_REPLY"});
+        ASSERT_TRUE(waitFor(1));
+        endless.Signal(signal);
+        EXPECT_EQ(endless.Wait().status, 0);
+        EXPECT_THAT(heard,
+                    testing::ElementsAre("Subscribe \"SIGNAL_CI_CA_REPLY\"", "Unsubscribe \"SIGNAL_CI_CA_REPLY\""));
+    }
+    EXPECT_EQ(Cictl({"watch", "CI_CA_REPLY", "--count", "1", "--timeout", "1"}).status, 1);
+}
+
+TEST(Cictl, TracesCallsRepliesAndSignals)
+{
+    TPlayedDaemon daemon([](const auto& request, const std::string&)
+                         { return TPlayedDaemon::Answer(request, R"({"result": 1})"); });
+    TStartedCommand trace({CICTL, "trace", "--json", "--count", "2", "--timeout", "30"});
+    ASSERT_TRUE(trace.WaitForError("tracing"));
+    EXPECT_EQ(Cictl({"call", "general.VerifyCamPin", "slot=1", "pin=31323334"}).status, 0);
+    const TSRun run = trace.Wait();
+    EXPECT_EQ(run.status, 0) << run.error;
+    EXPECT_THAT(run.output, HasSubstr(R"("operation":"ICIGeneral.VerifyCamPin","program":"cictl",)"
+                                      R"("arguments":{"slot":1,"pin":"***"}})"));
+    EXPECT_THAT(run.output, HasSubstr(R"("kind":"reply","operation":"ICIGeneral.VerifyCamPin","status":1,"result":1)"));
+
+    const std::string payload = json::FindInterface("general")->Find("EnterMenu")->RequestFromJson({{"slot", 9}});
+    const std::string hex = json::BytesToHex({reinterpret_cast<const unsigned char*>(payload.data()), payload.size()});
+    EXPECT_THAT(Cictl({"decode", "general", "-", "--json"}, hex + "\n").output,
+                HasSubstr(R"({"operation":"ICIGeneral.EnterMenu","arguments":{"slot":9}})"));
+    EXPECT_EQ(Cictl({"decode", "general", hex.substr(2)}).status, 1);
+}
+} // namespace CIM
