@@ -23,6 +23,12 @@ bool TClients::IsHelloWanted() const
     return found == m_clients.end() || found->second.program.empty();
 }
 
+std::string TClients::ProgramOf(const std::string& uniqueName) const
+{
+    const auto found = m_clients.find(uniqueName);
+    return found != m_clients.end() ? found->second.program : std::string();
+}
+
 void TClients::OnGone(const std::string& uniqueName)
 {
     const auto found = m_clients.find(uniqueName);

@@ -25,6 +25,8 @@ public:
     void OnCall(const TSCall& call);
     /// Whether the program that makes this call has never said its name.
     bool IsHelloWanted() const;
+    /// The program's name; empty when it has not said it.
+    std::string ProgramOf(const std::string& uniqueName) const;
     void OnGone(const std::string& uniqueName);
     /// As a daemon that has just started: nobody is known.
     void ForgetAll();

@@ -1,25 +1,86 @@
 #include "Daemon.h"
 
+#include "ControlObject.h"
+#include "FaultyReply.h"
 #include "simulator/model/Model.h"
+#include "simulator/model/Parts.h"
+#include "Verbs.h"
 #include "WireForm.h"
+
+#include <cstdlib>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace CIM::sim
 {
+namespace
+{
+void EndProcess(bool isAbort)
+{
+    if (isAbort)
+    {
+        const rlimit none{};
+        setrlimit(RLIMIT_CORE, &none); // the crash is played: nobody wants its core file
+        std::abort();
+    }
+    _exit(70);
+}
+
+const char* OutcomeOf(protocol::EHandled handled)
+{
+    switch (handled)
+    {
+    case protocol::EHandled::ANSWERED:
+        return "answered";
+    case protocol::EHandled::UNKNOWN_METHOD:
+        return "unknown-method";
+    default:
+        return "malformed";
+    }
+}
+
+/// The slot that a request is about.
+std::optional<unsigned> SlotOf(const json::TOperationForm* operation, TCMessageBuffer& request)
+{
+    const json::TSParameter* const parameter = operation != nullptr ? operation->FindParameter("slot") : nullptr;
+    if (parameter == nullptr || !protocol::IsInput(parameter->word))
+    {
+        return std::nullopt;
+    }
+    TCTreeBranchList tree(&request);
+    const TCTreeNode* const node = tree.FindNode(parameter->position);
+    if (node == nullptr || node->GetByteSize() != 1)
+    {
+        return std::nullopt;
+    }
+    return *static_cast<const unsigned char*>(node->GetData());
+}
+} // namespace
+
 TDaemon::TDaemon(TModel& model, TSDaemonOptions options)
-    : m_model(model), m_options(std::move(options)), m_clients(model.Subscriber()), m_skeletons(model, m_clients),
+    : onCrash(EndProcess), m_model(model), m_options(std::move(options)), m_clients(model.Subscriber()),
+      m_skeletons(model, m_clients),
       m_port(m_options.context, {[this](DBusMessage* message) { m_OnCall(message); },
                                  [this](const std::string& name) { m_clients.OnGone(name); },
-                                 [this]
-                                 {
-                                     if (onLost)
-                                     {
-                                         onLost();
-                                     }
-                                 }}),
-      m_timers(m_options.context), m_clock(model, m_options.context, m_options.isManualClock),
-      m_marker(m_options.markerPath), m_names(m_skeletons.ConnectionNames())
+                                 [this] { m_Lost("the system bus is gone"); }}),
+      m_timers(m_options.context), m_events(m_options.context),
+      m_clock(model, m_options.context, m_options.isManualClock), m_faults(m_options.seed),
+      m_signalFaults(m_port, m_timers, m_clients), m_marker(m_options.markerPath),
+      m_names(m_skeletons.ConnectionNames())
 {
-    m_model.SetSignalSink([this](const TSSignal& signal) { m_port.Send(MakeSignal(signal).get()); });
+    if (m_options.hasControl)
+    {
+        m_names.insert(m_names.begin(), CONTROL_NAME); // there before the daemon is, so that a late one can be watched
+    }
+    m_model.SetSignalSink(
+        [this](const TSSignal& signal)
+        {
+            m_port.Send(MakeSignal(signal).get());
+            if (onSignal)
+            {
+                onSignal(signal);
+            }
+        });
 }
 
 TDaemon::~TDaemon()
@@ -30,7 +91,19 @@ TDaemon::~TDaemon()
 
 bool TDaemon::Start(std::string& error)
 {
-    if (!m_port.Connect(error) || !m_TakeNames(error))
+    m_isLeaving = false;
+    bool isRefused = false;
+    if (!m_port.Connect(error))
+    {
+        return false;
+    }
+    m_TakeNames(m_options.namesAfterMs, m_options.nameStepMs,
+                [&](const std::string& reason)
+                {
+                    isRefused = true;
+                    error = reason;
+                });
+    if (isRefused)
     {
         Stop();
         return false;
@@ -43,45 +116,80 @@ bool TDaemon::Start(std::string& error)
 void TDaemon::Stop()
 {
     m_timers.CancelAll();
+    m_events.CancelAll();
     m_marker.Remove();
     m_port.Disconnect();
     m_owned.clear();
     m_clients.ForgetAll();
 }
 
-bool TDaemon::m_TakeNames(std::string& error)
+unsigned TDaemon::AddFault(TSFault fault)
 {
-    for (std::size_t i = 0; i < m_names.size(); ++i)
+    if (!fault.operation.empty())
     {
-        const unsigned delay = m_options.namesAfterMs + static_cast<unsigned>(i) * m_options.nameStepMs;
-        if (delay == 0)
-        {
-            if (!m_TakeName(i, error))
-            {
-                return false;
-            }
-            continue;
-        }
-        m_timers.After(delay,
-                       [this, i]
-                       {
-                           std::string late;
-                           if (!m_TakeName(i, late))
-                           {
-                               g_printerr("ci-daemon-sim: %s\n", late.c_str());
-                           }
-                       });
+        return m_faults.Add(std::move(fault));
     }
-    return true;
+    m_Happen(fault);
+    return 0;
 }
 
-bool TDaemon::m_TakeName(std::size_t index, std::string& error)
+void TDaemon::RequestQuit()
 {
-    if (!m_port.TakeName(m_names[index], error))
+    m_events.After(0,
+                   [this]
+                   {
+                       if (onQuit)
+                       {
+                           onQuit();
+                       }
+                   });
+}
+
+nlohmann::json TDaemon::State() const
+{
+    nlohmann::json state = m_model.State();
+    state["daemon"] = {{"names", m_owned}, {"now", m_model.Now()}, {"manualClock", m_options.isManualClock}};
+    return state;
+}
+
+void TDaemon::m_TakeNames(unsigned afterMs, unsigned stepMs, const std::function<void(const std::string&)>& onRefused)
+{
+    unsigned delay = afterMs;
+    for (const std::string& name : m_names)
+    {
+        std::string error;
+        const bool isControl = name == CONTROL_NAME;
+        if (delay == 0 || isControl)
+        {
+            if (!m_TakeName(name, error))
+            {
+                onRefused(error);
+                return;
+            }
+        }
+        else
+        {
+            m_timers.After(delay,
+                           [this, name]
+                           {
+                               std::string late;
+                               if (!m_TakeName(name, late))
+                               {
+                                   g_printerr("ci-daemon-sim: %s\n", late.c_str());
+                               }
+                           });
+        }
+        delay += isControl ? 0 : stepMs;
+    }
+}
+
+bool TDaemon::m_TakeName(const std::string& name, std::string& error)
+{
+    if (!m_port.TakeName(name, error))
     {
         return false;
     }
-    m_owned.insert(m_names[index]);
+    m_owned.insert(name);
     if (m_owned.size() == m_names.size())
     {
         if (!m_marker.Write(error))
@@ -98,13 +206,31 @@ bool TDaemon::m_TakeName(std::size_t index, std::string& error)
 
 void TDaemon::m_OnCall(DBusMessage* message)
 {
-    if (!dbus_message_has_path(message, CALL_OBJECT) || !dbus_message_has_member(message, CALL_MEMBER))
+    if (m_isLeaving)
+    {
+        return;
+    }
+    m_clock.CatchUp();
+    if (IsControlCall(message) && m_options.hasControl)
+    {
+        const TMessage reply = AnswerControl(*this, message);
+        m_port.Send(reply.get());
+    }
+    else if (dbus_message_has_path(message, CALL_OBJECT) && dbus_message_has_member(message, CALL_MEMBER))
+    {
+        m_OnInterfaceCall(message);
+    }
+    else if (!dbus_message_get_no_reply(message))
     {
         m_port.Send(MakeError(message, DBUS_ERROR_UNKNOWN_METHOD,
                               std::string("calls go to ") + CALL_MEMBER + " of " + CALL_OBJECT)
                         .get());
-        return;
     }
+    m_clock.Settle();
+}
+
+void TDaemon::m_OnInterfaceCall(DBusMessage* message)
+{
     TSCall call;
     std::string error;
     if (!DecodeCall(message, call, error))
@@ -116,31 +242,144 @@ void TDaemon::m_OnCall(DBusMessage* message)
         return;
     }
     m_clients.OnCall(call);
-    m_clock.CatchUp();
-    m_Answer(message, call);
-    m_clock.Settle();
-}
 
-void TDaemon::m_Answer(DBusMessage* message, const TSCall& call)
-{
+    const json::TInterfaceForm* const interface = json::FindInterface(call.interface);
+    TSJournalEntry entry;
+    entry.time = m_model.Now();
+    entry.interface = interface != nullptr ? interface->Name() : call.interface;
+    entry.operation = interface != nullptr ? interface->Find(call.methodId) : nullptr;
+    entry.methodId = call.methodId;
+    entry.isOneWay = call.isOneWay;
+    entry.client = call.sender;
+    entry.processId = call.processId;
+    entry.program = m_clients.ProgramOf(call.sender);
+
     TCMessageBuffer request;
     TCMessageBuffer reply;
     request.PushBorrowed(call.payload.size(), call.payload.data());
+    const std::optional<TSFault> fault =
+        m_faults.Meet(entry.interface, entry.OperationName(), SlotOf(entry.operation, request));
     protocol::TISkeleton* const skeleton = m_skeletons.Find(call.interface);
     const protocol::EHandled handled = skeleton != nullptr
                                            ? skeleton->Handle(call.methodId, call.isOneWay, request, reply)
                                            : protocol::EHandled::UNKNOWN_METHOD;
-    if (call.isOneWay)
+    entry.outcome = OutcomeOf(handled);
+    entry.request.assign(call.payload.begin(), call.payload.end());
+    if (reply.GetUnreadSize() > 0)
+    {
+        entry.reply.assign(reply.GetAsCStr(0), reply.GetUnreadSize());
+    }
+    if (fault)
+    {
+        entry.fault = ToJson(*fault).at("kind").get<std::string>();
+    }
+    const TSJournalEntry& kept = m_journal.Add(std::move(entry));
+    if (onCall)
+    {
+        onCall(kept);
+    }
+    m_Reply(message, kept, fault);
+}
+
+void TDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entry, const std::optional<TSFault>& fault)
+{
+    if (fault && !fault->IsReplyFault())
+    {
+        m_Happen(*fault); // before the reply: a daemon that ends in the middle of a call has not answered it
+    }
+    if (entry.isOneWay || m_isLeaving)
     {
         return;
     }
-    unsigned char status = handled == protocol::EHandled::ANSWERED ? STATUS_HANDLED : 0;
-    if (m_clients.IsHelloWanted())
+    unsigned char status = entry.outcome == OutcomeOf(protocol::EHandled::ANSWERED) ? STATUS_HANDLED : 0;
+    status |= m_clients.IsHelloWanted() ? STATUS_HELLO_WANTED : 0;
+    const std::span<const unsigned char> payload(reinterpret_cast<const unsigned char*>(entry.reply.data()),
+                                                 entry.reply.size());
+    TMessage reply = fault ? MakeFaultyReply(message, *fault, status, payload) : MakeReply(message, status, payload);
+    if (reply == nullptr)
     {
-        status |= STATUS_HELLO_WANTED;
+        return;
     }
-    const std::size_t size = reply.GetUnreadSize();
-    const auto* const bytes = size == 0 ? nullptr : reinterpret_cast<const unsigned char*>(reply.GetAsCStr(0));
-    m_port.Send(MakeReply(message, status, {bytes, size}).get());
+    if (!fault || !fault->IsReplyFault() || fault->ms == 0)
+    {
+        m_port.Send(reply.get());
+        return;
+    }
+    const std::shared_ptr<DBusMessage> late(reply.release(), TSMessageRelease());
+    m_timers.After(fault->ms, [this, late] { m_port.Send(late.get()); });
+}
+
+void TDaemon::m_Happen(const TSFault& fault)
+{
+    switch (fault.kind)
+    {
+    case FAULT_CRASH:
+        onCrash(fault.shape == "abort");
+        m_isLeaving = !m_port.IsConnected(); // a crash that is only played has left the bus
+        break;
+    case FAULT_RESTART:
+        m_Restart(fault);
+        break;
+    case FAULT_LOSE_NAME:
+        m_LoseName(fault);
+        break;
+    default:
+        m_signalFaults.Begin(fault);
+        break;
+    }
+}
+
+void TDaemon::m_Restart(const TSFault& fault)
+{
+    if (m_isLeaving)
+    {
+        return;
+    }
+    m_isLeaving = true;
+    m_events.After(0,
+                   [this, fault]
+                   {
+                       Stop();
+                       m_model.Parts().lifecycle.ResetAll(); // a daemon that starts makes every CAM begin anew
+                       m_clock.Settle();
+                       m_events.After(fault.ms,
+                                      [this, fault]
+                                      {
+                                          m_options.namesAfterMs = 0;
+                                          m_options.nameStepMs = fault.stepMs;
+                                          std::string error;
+                                          if (!Start(error))
+                                          {
+                                              m_Lost(error);
+                                          }
+                                      });
+                   });
+}
+
+void TDaemon::m_LoseName(const TSFault& fault)
+{
+    m_port.LeaveName(fault.name);
+    m_owned.erase(fault.name);
+    if (fault.ms != 0)
+    {
+        m_timers.After(fault.ms,
+                       [this, name = fault.name]
+                       {
+                           std::string error;
+                           if (!m_TakeName(name, error))
+                           {
+                               g_printerr("ci-daemon-sim: %s\n", error.c_str());
+                           }
+                       });
+    }
+}
+
+void TDaemon::m_Lost(const std::string& reason)
+{
+    g_printerr("ci-daemon-sim: %s\n", reason.c_str());
+    if (onLost)
+    {
+        onLost();
+    }
 }
 } // namespace CIM::sim

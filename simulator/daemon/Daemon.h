@@ -3,8 +3,13 @@
 #include "BusPort.h"
 #include "Clients.h"
 #include "ClockDriver.h"
+#include "Fault.h"
+#include "Journal.h"
 #include "Marker.h"
+#include "SignalFaults.h"
 #include "Skeletons.h"
+
+#include <nlohmann/json.hpp>
 
 #include <set>
 #include <string>
@@ -13,22 +18,25 @@
 namespace CIM::sim
 {
 class TModel;
+struct TSCall;
 
 struct TSDaemonOptions
 {
     GMainContext* context = nullptr;                 ///< null: the default one
     std::string markerPath = TMarker::DefaultPath(); ///< empty: no marker
+    std::uint64_t seed = 1;                          ///< of the faults' luck
     bool isManualClock = false;
+    bool hasControl = true;    ///< offers the control object
     unsigned namesAfterMs = 0; ///< from the start until the first bus name is taken
     unsigned nameStepMs = 0;   ///< from each bus name to the next
 };
 
-/// The CI daemon on the system bus, over a model: owns the interfaces' names, answers calls, sends signals. Bound to
-/// the thread that runs its context.
+/// The CI daemon on the system bus, over a model: owns the interfaces' names, answers calls, sends signals, goes wrong
+/// when told to. Bound to the thread that runs its context.
 class TDaemon
 {
 public:
-    /// \param[in] model  outlives the daemon
+    /// \param[in] model  outlives the daemon, which takes its signal sink
     TDaemon(TModel& model, TSDaemonOptions options);
     ~TDaemon();
     TDaemon(const TDaemon&) = delete;
@@ -36,34 +44,60 @@ public:
 
     /// Goes on the bus and takes the names; the marker is written when all are owned. Blocks until the bus has
     /// answered; names that are to come later are taken by timers.
+    /// \return false with the reason; the daemon is then off the bus
     bool Start(std::string& error);
     /// Leaves the bus and removes the marker.
     void Stop();
 
-    /// What happens when all names are owned, and when the bus is gone.
-    std::function<void()> onReady;
-    std::function<void()> onLost;
+    /// Switches a fault on. \return its number; 0 for one that names no operation and has happened at once
+    unsigned AddFault(TSFault fault);
+    /// Calls onQuit once the loop runs again.
+    void RequestQuit();
+
+    std::function<void()> onReady; ///< all names are owned; after each restart
+    std::function<void()> onLost;  ///< the bus is gone, or a name cannot be retaken after a restart
+    std::function<void()> onQuit;  ///< somebody wants the simulator to end
+    /// A call was handled; its reply is not yet sent.
+    std::function<void(const TSJournalEntry&)> onCall;
+    /// A signal is sent.
+    std::function<void(const TSSignal&)> onSignal;
+    /// The crash of the fault of that name: ends the process unless something else is put here.
+    std::function<void(bool isAbort)> onCrash;
 
     TModel& Model() { return m_model; }
     TSkeletons& Skeletons() { return m_skeletons; }
     TClients& Clients() { return m_clients; }
     TClockDriver& Clock() { return m_clock; }
+    TFaults& Faults() { return m_faults; }
+    TJournal& Journal() { return m_journal; }
+    /// The model's state and the daemon's own.
+    nlohmann::json State() const;
 
 private:
-    bool m_TakeNames(std::string& error);
-    bool m_TakeName(std::size_t index, std::string& error);
+    void m_TakeNames(unsigned afterMs, unsigned stepMs, const std::function<void(const std::string&)>& onRefused);
+    bool m_TakeName(const std::string& name, std::string& error);
     void m_OnCall(DBusMessage* message);
-    void m_Answer(DBusMessage* message, const TSCall& call);
+    void m_OnInterfaceCall(DBusMessage* message);
+    void m_Reply(DBusMessage* message, const TSJournalEntry& entry, const std::optional<TSFault>& fault);
+    void m_Happen(const TSFault& fault);
+    void m_Restart(const TSFault& fault);
+    void m_LoseName(const TSFault& fault);
+    void m_Lost(const std::string& reason);
 
     TModel& m_model;
     TSDaemonOptions m_options;
     TClients m_clients;
     TSkeletons m_skeletons;
     TBusPort m_port;
-    TTimers m_timers;
+    TTimers m_timers; ///< of what belongs to the time on the bus: late replies, storms, names
+    TTimers m_events; ///< of what outlives it: coming back
     TClockDriver m_clock;
+    TFaults m_faults;
+    TSignalFaults m_signalFaults;
+    TJournal m_journal;
     TMarker m_marker;
     std::vector<std::string> m_names;
     std::set<std::string> m_owned;
+    bool m_isLeaving = false; ///< a restart is due: what still arrives is nobody's
 };
 } // namespace CIM::sim

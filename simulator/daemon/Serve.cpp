@@ -72,11 +72,12 @@ int Serve(const TSServeOptions& options)
     TModel model(options.set, options.seed);
     TDaemon daemon(model, options.daemon);
     daemon.onReady = options.onReady;
-    daemon.onLost = [&]
+    daemon.onLost = [&] { loop.Quit(1); };
+    daemon.onQuit = [&] { loop.Quit(0); };
+    for (const TSFault& fault : options.faults)
     {
-        g_printerr("ci-daemon-sim: the system bus is gone\n");
-        loop.Quit(1);
-    };
+        daemon.Faults().Add(fault);
+    }
     std::shared_ptr<void> company;
     if (options.company)
     {

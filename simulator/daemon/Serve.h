@@ -15,6 +15,7 @@ struct TSServeOptions
     TSSetDefinition set = DefaultSet();
     std::uint64_t seed = 1;
     TSDaemonOptions daemon;
+    std::vector<TSFault> faults; ///< of calls, on from the beginning
     /// Called once all names are owned.
     std::function<void()> onReady;
     /// Called before the daemon goes on the bus, with a function that ends the simulator with an exit status; what it

@@ -8,6 +8,10 @@ const std::vector<TSCommand>& Commands()
         {"serve", "play the daemon on the system bus until SIGTERM (what happens without a command)", PrepareServe},
         {"run", "run a command beside a simulator on a private bus: run [OPTIONS] -- COMMAND [ARGUMENT ...]",
          PrepareRun},
+        {"ctl", "ask the simulator on the system bus to do something: ctl VERB [ARGUMENT ...]", PrepareControl},
+        {"play", "play a scenario: play NAME|FILE [-- COMMAND [ARGUMENT ...]]", PreparePlay},
+        {"list", "the scenarios that came with this program", PrepareList},
+        {"check", "check scenario files, without playing them", PrepareCheck},
     };
     return commands;
 }

@@ -21,4 +21,8 @@ const std::vector<TSCommand>& Commands();
 
 std::function<int()> PrepareServe(CLI::App& app);
 std::function<int()> PrepareRun(CLI::App& app);
+std::function<int()> PrepareControl(CLI::App& app);
+std::function<int()> PreparePlay(CLI::App& app);
+std::function<int()> PrepareList(CLI::App& app);
+std::function<int()> PrepareCheck(CLI::App& app);
 } // namespace CIM::sim

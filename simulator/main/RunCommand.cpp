@@ -13,7 +13,7 @@ constexpr const char* KEY_PREFIX = "com.kelvora/featureconf/";
 
 struct TSRunOptions
 {
-    TSServeOptions serve;
+    TSServeArguments serve;
     std::vector<std::string> keys;
     std::vector<std::string> command;
 };
@@ -25,9 +25,10 @@ int Run(const TSRunOptions& options)
         std::fprintf(stderr, "ci-daemon-sim: run needs a command: ci-daemon-sim run -- COMMAND [ARGUMENT ...]\n");
         return 2;
     }
+    TSServeOptions serve = options.serve.Take();
     TSSandboxOptions sandbox;
     sandbox.command = options.command;
-    sandbox.featureKeys = DefaultFeatureKeys(options.serve.set.slots);
+    sandbox.featureKeys = DefaultFeatureKeys(serve.set.slots);
     for (const std::string& key : options.keys)
     {
         const auto equals = key.find('=');
@@ -41,7 +42,6 @@ int Run(const TSRunOptions& options)
     }
     sandbox.simulator = [&](const std::function<void()>& ready)
     {
-        TSServeOptions serve = options.serve;
         serve.daemon.markerPath = TMarker::DefaultPath(); // of the sandbox
         serve.onReady = ready;
         return Serve(serve);
@@ -53,7 +53,7 @@ int Run(const TSRunOptions& options)
 std::function<int()> PrepareRun(CLI::App& app)
 {
     auto options = std::make_shared<TSRunOptions>();
-    AddServeOptions(app, options->serve);
+    options->serve.AddTo(app);
     app.add_option("--key", options->keys,
                    "a feature key of the set, as NAME=VALUE; names without '/' lie under com.kelvora/featureconf/");
     app.add_option("command", options->command, "the command and its arguments");

@@ -6,6 +6,15 @@
 
 namespace CIM::sim
 {
-/// Adds the options that every command with a simulator takes.
-void AddServeOptions(CLI::App& app, TSServeOptions& options);
+/// The options that every command with a simulator takes, as they are given.
+struct TSServeArguments
+{
+    TSServeOptions options;
+    std::vector<std::string> faults;
+    std::vector<std::string> insertions;
+
+    void AddTo(CLI::App& app);
+    /// The options once everything is parsed. \throws CLI::ValidationError
+    TSServeOptions Take() const;
+};
 } // namespace CIM::sim

@@ -1,0 +1,57 @@
+#include "Fault.h"
+
+#include <algorithm>
+
+namespace CIM::sim
+{
+unsigned TFaults::Add(TSFault fault)
+{
+    m_faults.push_back({std::move(fault), ++m_lastNumber});
+    return m_lastNumber;
+}
+
+bool TFaults::Remove(unsigned number)
+{
+    return std::erase_if(m_faults, [&](const TSActive& active) { return active.number == number; }) > 0;
+}
+
+std::optional<TSFault> TFaults::Meet(const std::string& interface, const std::string& operation,
+                                     std::optional<unsigned> slot)
+{
+    std::optional<TSFault> met;
+    for (TSActive& active : m_faults)
+    {
+        const TSFault& fault = active.fault;
+        const bool isMeant = fault.operation == "*" || fault.operation == operation ||
+                             fault.operation == interface + ".*" || fault.operation == interface + '.' + operation;
+        if (!isMeant || (fault.slot && fault.slot != slot))
+        {
+            continue;
+        }
+        ++active.met;
+        const bool isItsTurn = fault.nth == 0 || fault.nth == active.met;
+        // Drawn for every call that matches, so that what one fault does leaves the luck of the others alone.
+        const bool isLucky = fault.probability >= 1 || m_random.Below(1'000'000) < fault.probability * 1'000'000;
+        if (isItsTurn && isLucky && !met)
+        {
+            ++active.happened;
+            met = fault;
+        }
+    }
+    std::erase_if(m_faults, [](const TSActive& active)
+                  { return active.fault.times != 0 && active.happened >= active.fault.times; });
+    return met;
+}
+
+json::TJson TFaults::List() const
+{
+    json::TJson list = json::TJson::array();
+    for (const TSActive& active : m_faults)
+    {
+        json::TJson entry = {{"number", active.number}, {"met", active.met}, {"happened", active.happened}};
+        entry.update(ToJson(active.fault));
+        list.push_back(std::move(entry));
+    }
+    return list;
+}
+} // namespace CIM::sim

@@ -1,0 +1,300 @@
+#include "Fault.h"
+
+#include "json/Scalars.h"
+
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
+#include <dbus/dbus.h>
+
+namespace CIM::sim
+{
+namespace
+{
+using json::TJson;
+using json::TJsonPath;
+
+/// A member of a fault's JSON form.
+struct TSMember
+{
+    const char* name;
+    void (*read)(const TJson&, TSFault&, const TJsonPath&);
+    void (*write)(const TSFault&, TJson&);
+};
+
+template <auto Member>
+void ReadNumber(const TJson& value, TSFault& fault, const TJsonPath& path)
+{
+    fault.*Member = static_cast<unsigned>(json::UnsignedFromJson(value, 0xFFFFFFFF, path));
+}
+template <auto Member>
+void ReadText(const TJson& value, TSFault& fault, const TJsonPath& path)
+{
+    fault.*Member = json::TextFromJson(value, path);
+}
+template <auto Member>
+void Write(const TSFault& fault, TJson& value)
+{
+    value = fault.*Member;
+}
+
+constexpr TSMember MEMBERS[] = {
+    {"operation", ReadText<&TSFault::operation>, Write<&TSFault::operation>},
+    {"slot",
+     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     { fault.slot = static_cast<unsigned>(json::UnsignedFromJson(value, 255, path)); },
+     [](const TSFault& fault, TJson& value)
+     {
+         if (fault.slot)
+         {
+             value = *fault.slot;
+         }
+     }},
+    {"nth", ReadNumber<&TSFault::nth>, Write<&TSFault::nth>},
+    {"times", ReadNumber<&TSFault::times>, Write<&TSFault::times>},
+    {"probability",
+     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     {
+         if (!value.is_number() || value.get<double>() < 0 || value.get<double>() > 1)
+         {
+             throw json::TJsonError(path, "a number from 0 to 1 is expected");
+         }
+         fault.probability = value.get<double>();
+     },
+     Write<&TSFault::probability>},
+    {"ms", ReadNumber<&TSFault::ms>, Write<&TSFault::ms>},
+    {"name", ReadText<&TSFault::name>, Write<&TSFault::name>},
+    {"text", ReadText<&TSFault::text>, Write<&TSFault::text>},
+    {"shape", ReadText<&TSFault::shape>, Write<&TSFault::shape>},
+    {"status",
+     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     { fault.status = static_cast<unsigned>(json::UnsignedFromJson(value, 255, path)); },
+     Write<&TSFault::status>},
+    {"length",
+     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     { fault.length = static_cast<int>(json::SignedFromJson(value, INT32_MIN, INT32_MAX, path)); },
+     Write<&TSFault::length>},
+    {"bytes", ReadNumber<&TSFault::bytes>, Write<&TSFault::bytes>},
+    {"version",
+     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     { fault.version = static_cast<unsigned>(json::UnsignedFromJson(value, 255, path)); },
+     Write<&TSFault::version>},
+    {"stepMs", ReadNumber<&TSFault::stepMs>, Write<&TSFault::stepMs>},
+    {"count", ReadNumber<&TSFault::count>, Write<&TSFault::count>},
+    {"rate", ReadNumber<&TSFault::rate>, Write<&TSFault::rate>},
+    {"signal",
+     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     {
+         fault.signal.type =
+             static_cast<ECISignalType>(json::EnumFromJson(json::Enumeration<ECISignalType>(), value, path));
+     },
+     [](const TSFault& fault, TJson& value)
+     { value = json::EnumToJson(json::Enumeration<ECISignalType>(), fault.signal.type); }},
+    {"profile",
+     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     { fault.signal.profile = static_cast<EProfile>(json::SignedFromJson(value, INT32_MIN, INT32_MAX, path)); },
+     [](const TSFault& fault, TJson& value) { value = static_cast<int>(fault.signal.profile); }},
+    {"handle",
+     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     { fault.signal.handle = static_cast<unsigned short>(json::UnsignedFromJson(value, 0xFFFF, path)); },
+     [](const TSFault& fault, TJson& value) { value = fault.signal.handle; }},
+    {"data",
+     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     {
+         const auto bytes = json::BytesFromJson(value, path);
+         if (bytes.size() != sizeof fault.signal.data.bytes)
+         {
+             throw json::TJsonError(path, "a signal has 8 bytes of data, not " + std::to_string(bytes.size()));
+         }
+         std::copy(bytes.begin(), bytes.end(), fault.signal.data.bytes);
+     },
+     [](const TSFault& fault, TJson& value) { value = json::BytesToHex(fault.signal.data.bytes); }},
+    {"toSubscribers",
+     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     { fault.isToSubscribers = json::BoolFromJson(value, path); },
+     Write<&TSFault::isToSubscribers>},
+};
+
+constexpr std::string_view WHEN = " operation slot nth times probability ";
+
+struct TSKind
+{
+    EFaultKind kind;
+    std::string_view name;
+    std::string_view members; ///< besides when it happens
+    std::string_view shapes;  ///< of its shape, the first one being the usual one
+    std::string_view help;
+};
+
+constexpr TSKind KINDS[] = {
+    {FAULT_LATE, "late", " ms ", "", "the right reply, ms milliseconds late"},
+    {FAULT_NEVER, "never", "", "", "no reply"},
+    {FAULT_ERROR, "error", " name text ms ", "", "an error reply with a name and a text"},
+    {FAULT_STATUS, "status", " status ms ", "", "a reply with this status; 0: not handled"},
+    {FAULT_HELLO, "hello", " ms ", "", "a reply that asks for the hello again"},
+    {FAULT_WRONG_TYPES, "wrong-types", " ms ", "", "a reply of other types"},
+    {FAULT_NO_ARGUMENTS, "no-arguments", " ms ", "", "an empty reply"},
+    {FAULT_SHORT, "short", " ms ", "", "a reply with the status alone"},
+    {FAULT_LONG, "long", " ms ", "", "a reply with more arguments than there are"},
+    {FAULT_LENGTH, "length", " length ms ", "", "a reply that states this length"},
+    {FAULT_CUT, "cut", " bytes ms ", "", "a payload cut to its first bytes"},
+    {FAULT_VERSION, "version", " version ms ", "", "a payload of this version"},
+    {FAULT_HOSTILE, "hostile", " shape ms ", " deep huge wide overlap ", "a payload made to break readers"},
+    {FAULT_CRASH, "crash", " shape ", " exit abort ", "the daemon ends in the middle of a call"},
+    {FAULT_RESTART, "restart", " ms stepMs ", "", "the daemon leaves the bus and is back ms milliseconds later"},
+    {FAULT_LOSE_NAME, "lose-name", " name ms ", "", "a bus name is lost, and retaken ms milliseconds later (0: never)"},
+    {FAULT_STORM, "storm", " count rate signal profile handle data toSubscribers ", "",
+     "many signals, numbered in their value"},
+    {FAULT_MALFORMED_SIGNAL, "malformed-signal", " shape count signal profile handle data toSubscribers ",
+     " empty identifier-type no-handle no-length length-type no-payload payload-type payload-elements length-lies "
+     "length-negative short long identifier-text unknown-member ",
+     "a signal that breaks the layout"},
+    {FAULT_STRANGER, "stranger", " count signal profile handle data ", "",
+     "a signal from a connection that is not the daemon's"},
+};
+
+bool Contains(std::string_view words, std::string_view word)
+{
+    return words.find(' ' + std::string(word) + ' ') != std::string_view::npos;
+}
+
+std::vector<std::string> Words(std::string_view list)
+{
+    std::vector<std::string> words;
+    for (std::size_t begin = list.find_first_not_of(' '); begin != std::string_view::npos;
+         begin = list.find_first_not_of(' ', begin))
+    {
+        const std::size_t end = std::min(list.find(' ', begin), list.size());
+        words.emplace_back(list.substr(begin, end - begin));
+        begin = end;
+    }
+    return words;
+}
+
+std::string Joined(const std::vector<std::string>& words)
+{
+    std::string text;
+    for (const std::string& word : words)
+    {
+        text += (text.empty() ? "" : ", ") + word;
+    }
+    return text;
+}
+
+const TSKind& KindOf(const TJson& fault, const TJsonPath& path)
+{
+    if (!fault.is_object() || !fault.contains("kind"))
+    {
+        throw json::TJsonError(path, "a fault is an object with a member \"kind\"");
+    }
+    const TJsonPath kindPath(path, "kind");
+    const std::string name = json::TextFromJson(fault["kind"], kindPath);
+    std::vector<std::string> names;
+    for (const TSKind& kind : KINDS)
+    {
+        if (kind.name == name)
+        {
+            return kind;
+        }
+        names.emplace_back(kind.name);
+    }
+    throw json::TJsonError(kindPath, '"' + name + "\" is no kind of fault; there are " + Joined(names));
+}
+
+const TSKind& KindOf(const TSFault& fault)
+{
+    return *std::find_if(std::begin(KINDS), std::end(KINDS),
+                         [&](const TSKind& kind) { return kind.kind == fault.kind; });
+}
+
+void Complete(TSFault& fault, const TSKind& kind, const TJsonPath& path)
+{
+    if (fault.IsReplyFault() && fault.operation.empty())
+    {
+        throw json::TJsonError(TJsonPath(path, "operation"),
+                               "a fault of a reply needs an operation, such as ICIGeneral.EnterMenu or *");
+    }
+    const TJsonPath shapePath(path, "shape");
+    if (fault.shape.empty() && !kind.shapes.empty())
+    {
+        fault.shape = Words(kind.shapes).front();
+    }
+    if (!kind.shapes.empty() && !Contains(kind.shapes, fault.shape))
+    {
+        throw json::TJsonError(shapePath, '"' + fault.shape + "\" is none of " + Joined(Words(kind.shapes)));
+    }
+    const TJsonPath namePath(path, "name");
+    if (fault.kind == FAULT_ERROR)
+    {
+        fault.name = fault.name.empty() ? "com.kelvora.ciapi.Error.Failed" : fault.name;
+        if (!dbus_validate_error_name(fault.name.c_str(), nullptr))
+        {
+            throw json::TJsonError(namePath, '"' + fault.name + "\" is no name of a D-Bus error");
+        }
+    }
+    if (fault.kind == FAULT_LOSE_NAME && fault.name.empty())
+    {
+        throw json::TJsonError(namePath, "which bus name is lost?");
+    }
+}
+} // namespace
+
+TSFault FaultFromJson(const TJson& json, const TJsonPath& path)
+{
+    const TSKind& kind = KindOf(json, path);
+    TSFault fault;
+    fault.kind = kind.kind;
+    for (const auto& [name, value] : json.items())
+    {
+        if (name == "kind")
+        {
+            continue;
+        }
+        const TJsonPath memberPath(path, name);
+        const auto member = std::find_if(std::begin(MEMBERS), std::end(MEMBERS),
+                                         [&](const TSMember& candidate) { return candidate.name == name; });
+        if (member == std::end(MEMBERS) || !(Contains(WHEN, name) || Contains(kind.members, name)))
+        {
+            throw json::TJsonError(memberPath, "a fault of the kind \"" + std::string(kind.name) +
+                                                   "\" has no such member; it takes " +
+                                                   Joined(Words(std::string(WHEN) + std::string(kind.members))));
+        }
+        member->read(value, fault, memberPath);
+    }
+    Complete(fault, kind, path);
+    return fault;
+}
+
+TJson ToJson(const TSFault& fault)
+{
+    const TSKind& kind = KindOf(fault);
+    TJson json = {{"kind", kind.name}};
+    for (const TSMember& member : MEMBERS)
+    {
+        if (Contains(WHEN, member.name) || Contains(kind.members, member.name))
+        {
+            TJson value;
+            member.write(fault, value);
+            if (!value.is_null())
+            {
+                json[member.name] = std::move(value);
+            }
+        }
+    }
+    return json;
+}
+
+TJson DescribeFaults()
+{
+    TJson description = TJson::array();
+    for (const TSKind& kind : KINDS)
+    {
+        description.push_back({{"kind", kind.name},
+                               {"help", kind.help},
+                               {"members", Words(kind.members)},
+                               {"shapes", Words(kind.shapes)}});
+    }
+    return description;
+}
+} // namespace CIM::sim

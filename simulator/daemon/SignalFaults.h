@@ -1,0 +1,47 @@
+#pragma once
+
+#include "BusPort.h"
+#include "Clients.h"
+#include "Fault.h"
+#include "Timers.h"
+
+namespace CIM::sim
+{
+/// A signal that breaks the layout. The shapes:
+///   empty             no arguments
+///   identifier-type   the identifier as INT32
+///   no-handle         the handle left out
+///   no-length         nothing behind the handle
+///   length-type       the length as a text
+///   no-payload        nothing behind the length
+///   payload-type      a text instead of the bytes
+///   payload-elements  a list of INT32 instead of the bytes
+///   length-lies       1000 stated, 16 sent
+///   length-negative   -1 stated, 16 sent
+///   short, long       15 or 64 bytes, stated rightly
+///   identifier-text   an identifier that is no number
+///   unknown-member    the right arguments under another member
+TMessage MakeMalformedSignal(const std::string& shape, const TSSignal& signal);
+
+/// Signals that nothing in the model has caused: storms, malformed ones, a stranger's. Bound to its thread.
+class TSignalFaults
+{
+public:
+    /// \param[in] timers  storms stop when they are cancelled
+    TSignalFaults(TBusPort& port, TTimers& timers, const TClients& clients)
+        : m_port(port), m_timers(timers), m_clients(clients)
+    {
+    }
+
+    void Begin(const TSFault& fault);
+
+private:
+    void m_Storm(const TSFault& fault, unsigned sent, gint64 startUs);
+    void m_Send(const TSFault& fault, TMessage message);
+    void m_SendFromStranger(const TSFault& fault);
+
+    TBusPort& m_port;
+    TTimers& m_timers;
+    const TClients& m_clients;
+};
+} // namespace CIM::sim
