@@ -154,9 +154,10 @@ TSRun RunInTerminal(const std::vector<std::string>& command,
         const std::size_t place = next < answers.size() ? shown.find(answers[next].first, seen) : std::string::npos;
         if (place != std::string::npos)
         {
-            seen = shown.size();
+            seen = place + answers[next].first.size();
             const std::string& typed = answers[next++].second;
             EXPECT_EQ(write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
+            continue;
         }
         pollfd wait{terminal, POLLIN, 0};
         if (poll(&wait, 1, 2 * PATIENCE_MS) <= 0)

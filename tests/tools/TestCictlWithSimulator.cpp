@@ -46,12 +46,21 @@ TEST(CictlWithSimulator, ShowsTheSet)
          "CAM_PIN_CODE_STATUS_CORRECT"},
         {"cictl menu 1", 1, ""},
     };
+    std::string lines;
+    for (const auto& test : cases)
+    {
+        lines += std::string(test.line) + "\necho \"@ $?\"\n";
+    }
+    TSRun run = RunCommand(WithCam(lines));
+    ASSERT_EQ(run.status, 0) << run.error;
     for (const auto& [line, status, output] : cases)
     {
         SCOPED_TRACE(line);
-        const TSRun run = RunCommand(WithCam(line));
-        EXPECT_EQ(run.status, status) << run.error;
-        EXPECT_THAT(run.output, HasSubstr(output));
+        const std::size_t end = run.output.find("@ ");
+        ASSERT_NE(end, std::string::npos) << run.error;
+        EXPECT_THAT(run.output.substr(0, end), HasSubstr(output));
+        EXPECT_EQ(run.output.substr(end, 4), "@ " + std::to_string(status) + "\n") << run.error;
+        run.output.erase(0, run.output.find('\n', end) + 1);
     }
 }
 
@@ -76,7 +85,6 @@ TEST(CictlWithSimulator, HidesABlindAnswerInATerminal)
     const TSRun run = RunInTerminal(WithCam("cictl menu 0"), {{"quit> ", "2\n"},
                                                               {"quit> ", "1\n"},
                                                               {"cancels> ", "1234\n"},
-                                                              {"Unlocked", ""},
                                                               {"quit> ", "\n"},
                                                               {"quit> ", "2\n"},
                                                               {"quit> ", "1\n"},
