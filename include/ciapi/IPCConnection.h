@@ -35,58 +35,62 @@ enum EIPCMessageType : int
 /// \param length     its length in bytes
 using TCIIPCCallback = void (*)(int messageId, const char* data, int length);
 
-/// Connects to the system bus. Blocks until there is a bus, up to a minute, and then ends the process when there is
-/// none. Call Destroy before creating again.
-/// \param[in] interfaceName     D-Bus interface of the signals to receive
-/// \param[in] objectPath        D-Bus object path of the signals to receive
-/// \param[in] attachToMainLoop  receive signals at once; otherwise the first SetCallbackFunction starts it
-/// \return true
-/// \throws std::logic_error when a text is null
-CIAPI_EXPORT bool IPCConnection__Create(const char* interfaceName, const char* objectPath, bool attachToMainLoop);
+// C linkage: the layer is for callers in C as well as in C++.
+extern "C"
+{
+    /// Connects to the system bus. Blocks until there is a bus, up to a minute, and then ends the process when there is
+    /// none. Call Destroy before creating again.
+    /// \param[in] interfaceName     D-Bus interface of the signals to receive
+    /// \param[in] objectPath        D-Bus object path of the signals to receive
+    /// \param[in] attachToMainLoop  receive signals at once; otherwise the first SetCallbackFunction starts it
+    /// \return true
+    /// \throws std::logic_error when a text is null
+    CIAPI_EXPORT bool IPCConnection__Create(const char* interfaceName, const char* objectPath, bool attachToMainLoop);
 
-/// Ends the connection object: no callback starts after this. Nothing happens when there is none.
-CIAPI_EXPORT void IPCConnection__Destroy();
+    /// Ends the connection object: no callback starts after this. Nothing happens when there is none.
+    CIAPI_EXPORT void IPCConnection__Destroy();
 
-/// Calls a method of the daemon and blocks until its answer, up to 25 seconds.
-/// \param[in]  interfaceName  interface and bus name to call
-/// \param[in]  methodId       the method's identifier
-/// \param[in]  input          payload; only lent
-/// \param[in]  inputLength    its length in bytes, at most 16 MiB; a negative one counts as 0
-/// \param[out] output         the answer's payload, to be given to CallDisposeOutputBuffer also when the call failed
-///                            (then it is empty); untouched when a pointer is null or there is no connection
-/// \param[out] outputLength   its length in bytes
-/// \return true when the daemon handled the call
-CIAPI_EXPORT bool IPCConnection__Call(const char* interfaceName, short methodId, const char* input, int inputLength,
-                                      char** output, int* outputLength);
+    /// Calls a method of the daemon and blocks until its answer, up to 25 seconds.
+    /// \param[in]  interfaceName  interface and bus name to call
+    /// \param[in]  methodId       the method's identifier
+    /// \param[in]  input          payload; only lent
+    /// \param[in]  inputLength    its length in bytes, at most 16 MiB; a negative one counts as 0
+    /// \param[out] output         the answer's payload, to be given to CallDisposeOutputBuffer also when the call
+    /// failed
+    ///                            (then it is empty); untouched when a pointer is null or there is no connection
+    /// \param[out] outputLength   its length in bytes
+    /// \return true when the daemon handled the call
+    CIAPI_EXPORT bool IPCConnection__Call(const char* interfaceName, short methodId, const char* input, int inputLength,
+                                          char** output, int* outputLength);
 
-/// Frees what IPCConnection__Call gave. Ignores null.
-CIAPI_EXPORT void IPCConnection__CallDisposeOutputBuffer(char* buffer);
+    /// Frees what IPCConnection__Call gave. Ignores null.
+    CIAPI_EXPORT void IPCConnection__CallDisposeOutputBuffer(char* buffer);
 
-/// Calls a method of the daemon without waiting for an answer. Parameters as in IPCConnection__Call.
-/// \return true when the message was handed to the bus connection
-CIAPI_EXPORT bool IPCConnection__CallAsync(const char* interfaceName, short methodId, const char* input,
-                                           int inputLength);
+    /// Calls a method of the daemon without waiting for an answer. Parameters as in IPCConnection__Call.
+    /// \return true when the message was handed to the bus connection
+    CIAPI_EXPORT bool IPCConnection__CallAsync(const char* interfaceName, short methodId, const char* input,
+                                               int inputLength);
 
-/// Waits until a bus name has an owner: blocks up to 15 seconds.
-/// \return false when the time is over, the name is null or not a bus name, or there is no connection
-CIAPI_EXPORT bool IPCConnection__WaitForCreateInterface(const char* name);
+    /// Waits until a bus name has an owner: blocks up to 15 seconds.
+    /// \return false when the time is over, the name is null or not a bus name, or there is no connection
+    CIAPI_EXPORT bool IPCConnection__WaitForCreateInterface(const char* name);
 
-/// Asks the bus for the signals of a kind that carry an identifier and a pipeline handle. Blocks for the bus's answer.
-/// \param[in] profile  the handle's profile
-/// \param[in] value    the handle's number
-/// \return false when there is no connection, the kind is none or the bus refuses (it allows 512 rules)
-CIAPI_EXPORT bool IPCConnection__AddMatchRule(EIPCMessageType type, int messageId, EProfile profile,
-                                              unsigned short value);
+    /// Asks the bus for the signals of a kind that carry an identifier and a pipeline handle. Blocks for the bus's
+    /// answer. \param[in] profile  the handle's profile \param[in] value    the handle's number \return false when
+    /// there is no connection, the kind is none or the bus refuses (it allows 512 rules)
+    CIAPI_EXPORT bool IPCConnection__AddMatchRule(EIPCMessageType type, int messageId, EProfile profile,
+                                                  unsigned short value);
 
-/// Takes back one AddMatchRule with the same parameters. \return false also when there was no such rule
-CIAPI_EXPORT bool IPCConnection__RemoveMatchRule(EIPCMessageType type, int messageId, EProfile profile,
-                                                 unsigned short value);
+    /// Takes back one AddMatchRule with the same parameters. \return false also when there was no such rule
+    CIAPI_EXPORT bool IPCConnection__RemoveMatchRule(EIPCMessageType type, int messageId, EProfile profile,
+                                                     unsigned short value);
 
-/// Registers the callback of a kind, in place of an earlier one. An error line and nothing else when there is no
-/// connection, the callback is null or the kind is none. Not from a callback of the same kind.
-CIAPI_EXPORT void IPCConnection__SetCallbackFunction(EIPCMessageType type, TCIIPCCallback callback);
+    /// Registers the callback of a kind, in place of an earlier one. An error line and nothing else when there is no
+    /// connection, the callback is null or the kind is none. Not from a callback of the same kind.
+    CIAPI_EXPORT void IPCConnection__SetCallbackFunction(EIPCMessageType type, TCIIPCCallback callback);
 
-/// Removes the callback of a kind; when this returns, it does not run and will not start.
-/// Not from a callback of the same kind.
-CIAPI_EXPORT void IPCConnection__UnsetCallbackFunction(EIPCMessageType type);
+    /// Removes the callback of a kind; when this returns, it does not run and will not start.
+    /// Not from a callback of the same kind.
+    CIAPI_EXPORT void IPCConnection__UnsetCallbackFunction(EIPCMessageType type);
+} // extern "C"
 } // namespace CIM
