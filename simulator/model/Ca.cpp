@@ -70,7 +70,7 @@ int TCa::SendPmt(unsigned char slot, const TVSHandle& pipeline, const std::list<
     {
         return 1;
     }
-    m_world.After(*found, found->cam.caReplyMs,
+    m_world.After(*found, m_world.Varied(*found, found->cam.caReplyMs),
                   [this, found, pipeline, command, isKnown]
                   {
                       const int reply = isKnown ? found->cam.entitlement : CA_REPLY_NOT_POSSIBLE_TECHNICAL;

@@ -168,6 +168,7 @@ struct TSCamDefinition
     std::u16string manufacturerText; ///< second text
 
     int readyMs = 1'500;   ///< from insertion to ready
+    int jitterPercent = 0; ///< how far readyMs and the delays of MMI, PIN, CA and SAS vary, both ways, by the seed
     bool isSilent = false; ///< answers nothing after its CIS: reset every resetMs, resets times, then failed
     int resetMs = 30'000;
     int resets = 5;

@@ -113,7 +113,7 @@ void TLifecycle::m_Begin(TSSlot& slot)
         m_BeginSilent(slot, 0);
         return;
     }
-    const TTime ready = slot.cam.readyMs;
+    const TTime ready = m_world.Varied(slot, slot.cam.readyMs);
     m_world.After(slot, ready / 3, [&slot] { slot.hasApplicationInfo = true; });
     m_world.After(slot, ready * 2 / 3, [this, &slot] { m_parts.ca.OnCaInfo(slot); });
     m_world.After(slot, ready, [this, &slot] { m_BecomeReady(slot); });

@@ -58,7 +58,7 @@ int TMmi::Enter(unsigned char slot)
         m_hasIgnoredEnter[slot] = true;
         return 1;
     }
-    m_world.After(*found, found->cam.mmiMs, [this, found] { Open(*found, found->cam.menu); });
+    m_world.After(*found, m_world.Varied(*found, found->cam.mmiMs), [this, found] { Open(*found, found->cam.menu); });
     return 1;
 }
 

@@ -51,6 +51,7 @@ void TModel::AdvanceTo(TTime time) { m_world->clock.AdvanceTo(time); }
 TSOutcome TModel::InsertCam(unsigned slot, const std::string& cam) { return m_parts->lifecycle.Insert(slot, cam); }
 TSOutcome TModel::RemoveCam(unsigned slot) { return m_parts->lifecycle.Remove(slot); }
 TSOutcome TModel::ResetCam(unsigned slot) { return m_parts->lifecycle.Reset(slot); }
+void TModel::ResetAllCams() { m_parts->lifecycle.ResetAll(); }
 void TModel::RaiseSignal(const TSSignal& signal) { m_world->Raise(signal); }
 
 nlohmann::json TModel::State() const

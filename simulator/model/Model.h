@@ -65,6 +65,8 @@ public:
     TSOutcome InsertCam(unsigned slot, const std::string& cam);
     TSOutcome RemoveCam(unsigned slot);
     TSOutcome ResetCam(unsigned slot);
+    /// Every CAM begins anew, as when the daemon starts.
+    void ResetAllCams();
     /// Any signal, as it is, without anything having happened.
     void RaiseSignal(const TSSignal& signal);
 

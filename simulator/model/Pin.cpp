@@ -82,7 +82,7 @@ int TPin::m_Start(unsigned char slot, const TBytes& pin, ECISignalType reply, bo
         return 1;
     }
     state.isBusy = true;
-    m_world.After(*found, found->cam.pin.replyMs,
+    m_world.After(*found, m_world.Varied(*found, found->cam.pin.replyMs),
                   [this, found, digits, reply, replaces]
                   {
                       TSState& then = m_states[found->number];

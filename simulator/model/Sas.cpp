@@ -100,10 +100,12 @@ int TSas::Send(unsigned short sessionId, const TBytes& data)
     {
         replies.push_back(data);
     }
+    // One delay for all: answers to one message keep their order.
+    const TSSlot& slot = m_world.slots[session.slot];
+    const TTime delay = m_world.Varied(slot, session.application.delayMs);
     for (TBytes& reply : replies)
     {
-        m_world.After(m_world.slots[session.slot], session.application.delayMs,
-                      [this, sessionId, reply = std::move(reply)] { m_Arrive(sessionId, reply); });
+        m_world.After(slot, delay, [this, sessionId, reply = std::move(reply)] { m_Arrive(sessionId, reply); });
     }
     return 1;
 }

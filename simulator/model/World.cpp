@@ -55,4 +55,10 @@ TSSlot* TSWorld::ServingOrFirstReady(const TVSHandle& pipeline)
     }
     return FirstReady();
 }
+
+TTime TSWorld::Varied(const TSSlot& slot, TTime duration)
+{
+    const TTime most = duration * std::clamp(slot.cam.jitterPercent, 0, 100) / 100;
+    return most <= 0 ? duration : duration - most + static_cast<TTime>(random.Below(2 * most + 1));
+}
 } // namespace CIM::sim

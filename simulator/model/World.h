@@ -68,6 +68,9 @@ struct TSWorld
     /// The slot whose CAM serves a pipeline, or else the first with a ready CAM; null when there is none.
     TSSlot* ServingOrFirstReady(const TVSHandle& pipeline);
 
+    /// A duration as the CAM's jitter varies it; every call draws anew.
+    TTime Varied(const TSSlot& slot, TTime duration);
+
     /// Schedules something that falls away with the CAM.
     TClock::TEventId After(const TSSlot& slot, TTime delay, TClock::TAction action)
     {

@@ -1,6 +1,6 @@
 #include "Recorder.h"
 
-#include "model/DefinitionJson.h"
+#include "simulator/model/DefinitionJson.h"
 
 #include <gtest/gtest.h>
 

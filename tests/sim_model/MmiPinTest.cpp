@@ -137,7 +137,7 @@ TEST(SimPin, TriesAreCountedAndTheThirdWrongOneBlocksForATime)
         {{'0', '0', '4', '1'}, 200, 1, CAM_PIN_CODE_STATUS_BAD, 1},
         {{'0', '0', '4', '1'}, 200, 1, CAM_PIN_CODE_STATUS_BAD, 0},
         {{'0', '0', '4', '2'}, block - 201, 1, CAM_PIN_CODE_STATUS_BAD, 0}, // blocked: the right one does not help
-        {{'0', '0', '4', '2'}, 201, 1, CAM_PIN_CODE_STATUS_BAD, 0}, // a millisecond too early
+        {{'0', '0', '4', '2'}, 201, 1, CAM_PIN_CODE_STATUS_BAD, 0},         // a millisecond too early
         {{'0', '0', '4', '2'}, 200, 1, CAM_PIN_CODE_STATUS_CORRECT, 3},
     };
     for (const auto& step : cases)

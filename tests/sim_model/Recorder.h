@@ -1,8 +1,8 @@
 #pragma once
 
-#include "model/Controls.h"
-#include "model/Model.h"
-#include "model/Text.h"
+#include "simulator/model/Controls.h"
+#include "simulator/model/Model.h"
+#include "simulator/model/Text.h"
 
 #include <gmock/gmock.h>
 
