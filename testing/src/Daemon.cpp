@@ -1,0 +1,284 @@
+#include <ciapi-testing/Daemon.h>
+
+#include "CallRecord.h"
+#include "DaemonThread.h"
+#include "Operations.h"
+#include "ProcessBus.h"
+#include "Scenarios.h"
+
+#include "simulator/daemon/Daemon.h"
+#include "simulator/daemon/Sandbox.h"
+#include "simulator/model/Controls.h"
+#include "simulator/model/Parts.h"
+#include "simulator/scenario/Story.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace CIM::test
+{
+namespace
+{
+/// A scenario that is no story: a set, and nothing happens to it.
+sim::TSScenario ScenarioOf(const TSOptions& options)
+{
+    if (!options.scenario.empty())
+    {
+        if (!options.set.empty())
+        {
+            throw std::invalid_argument("a scenario brings its own set: give one of both");
+        }
+        return LoadScenario(options.scenario);
+    }
+    sim::TSScenario scenario;
+    scenario.set = options.set.empty() ? sim::DefaultSet() : ParseSet(options.set);
+    scenario.seed = options.seed;
+    scenario.isManualClock = options.isManualClock;
+    return scenario;
+}
+
+std::map<std::string, std::string> FeatureKeys(const TSOptions& options, int slots)
+{
+    std::map<std::string, std::string> keys = options.featureKeys;
+    keys.merge(sim::DefaultFeatureKeys(slots));
+    return keys;
+}
+
+void Require(const sim::TSOutcome& outcome)
+{
+    if (!outcome)
+    {
+        throw std::invalid_argument(outcome.error);
+    }
+}
+
+/// Reads a JSON object that somebody has written. \throws std::invalid_argument
+nlohmann::json ParseObject(const std::string& text)
+{
+    nlohmann::json json = nlohmann::json::parse(text, nullptr, false, true);
+    if (!json.is_object())
+    {
+        throw std::invalid_argument("a JSON object is expected, not " + text);
+    }
+    return json;
+}
+} // namespace
+
+TSSignalData SignalData(unsigned char slot, unsigned char code, unsigned short id, std::uint32_t value)
+{
+    return sim::PackSignalData({slot, code, id, value});
+}
+
+/// What lives on the daemon's thread, but for thread and calls.
+struct TDaemon::TSImpl
+{
+    TCallRecord calls;
+    std::unique_ptr<sim::TModel> model;
+    std::unique_ptr<sim::TDaemon> daemon;
+    std::unique_ptr<sim::TStory> story;
+    std::map<TMemberKey, std::vector<unsigned>> failures; ///< their numbers
+    bool isGone = false;
+    TDaemonThread thread; // the last one: ends first
+
+    void Start(const sim::TSScenario& scenario, const std::string& markerPath)
+    {
+        model = std::make_unique<sim::TModel>(scenario.set, scenario.seed);
+        sim::TSDaemonOptions options;
+        options.context = thread.Context();
+        options.markerPath = markerPath;
+        options.seed = scenario.seed;
+        options.isManualClock = scenario.isManualClock;
+        options.namesAfterMs = scenario.namesAfterMs;
+        options.nameStepMs = scenario.nameStepMs;
+        daemon = std::make_unique<sim::TDaemon>(*model, options);
+        story = std::make_unique<sim::TStory>(
+            scenario, *daemon, [](int) {}, nullptr);
+        daemon->onCall = [this, tellStory = daemon->onCall](const sim::TSJournalEntry& entry)
+        {
+            calls.Add(entry);
+            if (tellStory)
+            {
+                tellStory(entry);
+            }
+        };
+        daemon->onCrash = [this](bool)
+        {
+            isGone = true;
+            daemon->Stop();
+        };
+        std::string error;
+        if (!daemon->Start(error))
+        {
+            throw std::runtime_error("no daemon: " + error);
+        }
+        story->Begin();
+    }
+
+    void End()
+    {
+        story.reset();
+        daemon.reset();
+        model.reset();
+    }
+
+    /// Does something to the model at the right time, and lets its consequences happen.
+    void Change(const std::function<void()>& change)
+    {
+        thread.Run(
+            [&]
+            {
+                daemon->Clock().CatchUp();
+                change();
+                daemon->Clock().Settle();
+            });
+    }
+};
+
+TDaemon::TDaemon(const TSOptions& options) : m_impl(std::make_unique<TSImpl>())
+{
+    const sim::TSScenario scenario = ScenarioOf(options);
+    TProcessBus& bus = TProcessBus::Instance();
+    bus.WriteFeatureKeys(FeatureKeys(options, scenario.set.slots));
+    m_impl->thread.Run(
+        [&]
+        {
+            try
+            {
+                m_impl->Start(scenario, bus.MarkerPath());
+            }
+            catch (...)
+            {
+                m_impl->End();
+                throw;
+            }
+        });
+}
+
+TDaemon::~TDaemon()
+{
+    m_impl->thread.Run([&] { m_impl->End(); });
+}
+
+void TDaemon::m_On(const TMemberKey& member, void* function)
+{
+    m_impl->thread.Run([&] { Answer(m_impl->daemon->Skeletons(), member, function); });
+}
+
+void TDaemon::m_Fail(const TMemberKey& member, const TFailure& failure)
+{
+    auto json = json::TJson::parse(failure.Json());
+    json["operation"] = FindOperation(member).FullName();
+    m_impl->thread.Run(
+        [&]
+        {
+            sim::TSFault fault;
+            try
+            {
+                fault = sim::FaultFromJson(json, json::TJsonPath("failure"));
+            }
+            catch (const json::TJsonError& error)
+            {
+                throw std::invalid_argument(error.what());
+            }
+            m_impl->failures[member].push_back(m_impl->daemon->AddFault(std::move(fault)));
+        });
+}
+
+void TDaemon::m_Reset(const TMemberKey& member, void* none)
+{
+    m_impl->thread.Run(
+        [&]
+        {
+            Answer(m_impl->daemon->Skeletons(), member, none);
+            for (const unsigned number : std::exchange(m_impl->failures[member], {}))
+            {
+                m_impl->daemon->Faults().Remove(number);
+            }
+        });
+}
+
+unsigned TDaemon::m_CallCount(const TMemberKey& member) const { return m_impl->calls.Count(FindOperation(member)); }
+
+std::vector<TSCall> TDaemon::m_Calls(const TMemberKey& member) const
+{
+    return m_impl->calls.Calls(&FindOperation(member));
+}
+
+std::vector<TSCall> TDaemon::Calls() const { return m_impl->calls.Calls(nullptr); }
+
+void TDaemon::ClearCalls()
+{
+    m_impl->thread.Run([&] { m_impl->calls.Clear(); });
+}
+
+void TDaemon::Raise(ECISignalType type, EProfile profile, unsigned short handle, const TSSignalData& data)
+{
+    m_impl->Change([&] { m_impl->model->RaiseSignal({type, profile, handle, data}); });
+}
+
+void TDaemon::InsertCam(unsigned slot, const std::string& cam)
+{
+    m_impl->Change([&] { Require(m_impl->model->InsertCam(slot, cam)); });
+}
+
+void TDaemon::RemoveCam(unsigned slot)
+{
+    m_impl->Change([&] { Require(m_impl->model->RemoveCam(slot)); });
+}
+
+void TDaemon::Control(const std::string& name, const std::string& arguments)
+{
+    const nlohmann::json json = ParseObject(arguments);
+    m_impl->Change([&] { Require(sim::RunControl(*m_impl->model, name, json)); });
+}
+
+void TDaemon::AdvanceClock(std::chrono::milliseconds time)
+{
+    m_impl->thread.Run([&] { m_impl->daemon->Clock().Advance(time.count()); });
+}
+
+std::string TDaemon::State() const
+{
+    std::string state;
+    m_impl->thread.Run([&] { state = m_impl->daemon->State().dump(2); });
+    return state;
+}
+
+void TDaemon::Do(const std::function<void()>& function) const { m_impl->thread.Run(function); }
+
+void TDaemon::Vanish()
+{
+    m_impl->thread.Run(
+        [&]
+        {
+            m_impl->isGone = true;
+            m_impl->daemon->Stop();
+        });
+}
+
+void TDaemon::Return()
+{
+    m_impl->thread.Run(
+        [&]
+        {
+            if (!m_impl->isGone)
+            {
+                return;
+            }
+            m_impl->model->Parts().lifecycle.ResetAll();
+            std::string error;
+            if (!m_impl->daemon->Start(error))
+            {
+                throw std::runtime_error("no daemon: " + error);
+            }
+            m_impl->isGone = false;
+        });
+}
+
+bool TDaemon::EndScenario()
+{
+    bool isMet = true;
+    m_impl->thread.Run([&] { isMet = m_impl->story->Verdict() == 0; });
+    return isMet;
+}
+} // namespace CIM::test

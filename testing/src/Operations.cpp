@@ -1,0 +1,82 @@
+#include "Operations.h"
+
+#include "simulator/daemon/Skeletons.h"
+
+#include <stdexcept>
+
+namespace CIM::test
+{
+namespace
+{
+struct TSKnown
+{
+    const json::TOperationForm* form;
+    void (*answer)(sim::TSkeletons& skeletons, short id, void* function);
+};
+
+/// One function for all operations of a type: which of them is meant, the identifier says.
+template <class Interface, class Member>
+void AnswerOperation(sim::TSkeletons& skeletons, short id, void* function)
+{
+    protocol::ForEachOperation<Interface>(
+        [&]<class Row>(const Row& row)
+        {
+            if constexpr (std::is_same_v<typename Row::Member, Member>)
+            {
+                if (row.id == id)
+                {
+                    using TFunction = typename detail::TMemberTraits<Member>::Function;
+                    skeletons.Of<Interface>().On(row.member, std::move(*static_cast<TFunction*>(function)));
+                }
+            }
+        });
+}
+
+template <class Interface>
+void AddTo(std::map<TMemberKey, TSKnown>& known)
+{
+    const json::TInterfaceForm* const form = json::FindInterface(protocol::TTable<Interface>::NAME);
+    protocol::ForEachOperation<Interface>(
+        [&]<class Row>(const Row& row)
+        {
+            if (!row.isLocal)
+            {
+                known.emplace(KeyOf(row.member),
+                              TSKnown{form->Find(row.id), AnswerOperation<Interface, typename Row::Member>});
+            }
+        });
+}
+
+const TSKnown& Find(const TMemberKey& member)
+{
+    static const std::map<TMemberKey, TSKnown> known = []
+    {
+        std::map<TMemberKey, TSKnown> all;
+        AddTo<ICIGeneral>(all);
+        AddTo<ICIOperatorProfile>(all);
+        AddTo<ICIAppMMI>(all);
+        AddTo<IPvrCip>(all);
+        AddTo<ICIDebug>(all);
+        AddTo<ICIAuxiliaryFileSystem>(all);
+        AddTo<ICICAMPlayer>(all);
+        AddTo<ICISampleDecryption>(all);
+        AddTo<ICISignalSubscriber>(all);
+        return all;
+    }();
+    const auto found = known.find(member);
+    if (found == known.end())
+    {
+        throw std::invalid_argument("this operation is never sent to the daemon: the library answers it by itself");
+    }
+    return found->second;
+}
+} // namespace
+
+const json::TOperationForm& FindOperation(const TMemberKey& member) { return *Find(member).form; }
+
+void Answer(sim::TSkeletons& skeletons, const TMemberKey& member, void* function)
+{
+    const TSKnown& operation = Find(member);
+    operation.answer(skeletons, operation.form->Id(), function);
+}
+} // namespace CIM::test

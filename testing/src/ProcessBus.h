@@ -1,0 +1,27 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace CIM::test
+{
+/// The private system bus of this process, and the folder with everything that belongs to it. A small process of its
+/// own holds both and ends them when this process has ended, in whatever way. Thread-safe.
+class TProcessBus
+{
+public:
+    /// Starts it the first time, and puts it into the environment. A forked process gets one of its own.
+    /// \throws std::runtime_error when it does not start
+    static TProcessBus& Instance();
+
+    std::string MarkerPath() const { return m_folder + "/ready"; }
+    /// Replaces the feature keys of the set. \param[in] keys  whole names with values
+    void WriteFeatureKeys(const std::map<std::string, std::string>& keys) const;
+
+private:
+    TProcessBus();
+    std::string m_KeyPath() const { return m_folder + "/system-info.conf"; }
+
+    std::string m_folder;
+};
+} // namespace CIM::test

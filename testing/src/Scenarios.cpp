@@ -1,0 +1,68 @@
+#include "Scenarios.h"
+
+#include "simulator/model/DefinitionJson.h"
+
+#include <dlfcn.h>
+#include <filesystem>
+#include <stdexcept>
+
+namespace CIM::test
+{
+namespace
+{
+const char g_inThisLibrary = 0;
+
+/// The file of a shipped scenario: it lies where this library was installed, or in the tree where it was built.
+std::filesystem::path FileOf(const std::string& name)
+{
+    Dl_info info{};
+    dladdr(&g_inThisLibrary, &info);
+    const auto library = std::filesystem::absolute(info.dli_fname).parent_path();
+    const auto installed = library / DATA_FROM_LIBRARY / "scenarios" / (name + ".json");
+    const auto built = library / ".." / "share" / "ciapi" / "scenarios" / (name + ".json");
+    return std::filesystem::exists(installed) ? installed : built;
+}
+} // namespace
+
+sim::TSScenario LoadScenario(const std::string& nameOrPath)
+{
+    std::filesystem::path file = nameOrPath;
+    if (nameOrPath.find('/') == std::string::npos && file.extension() != ".json")
+    {
+        file = FileOf(nameOrPath);
+        if (!std::filesystem::exists(file))
+        {
+            throw std::invalid_argument("there is no scenario \"" + nameOrPath +
+                                        "\"; ci-daemon-sim list shows what there is");
+        }
+    }
+    try
+    {
+        return sim::ReadScenario(sim::TJsonFile::Load(file.lexically_normal().string()));
+    }
+    catch (const sim::TFileError& error)
+    {
+        throw std::invalid_argument(error.what());
+    }
+}
+
+sim::TSSetDefinition ParseSet(const std::string& text)
+{
+    try
+    {
+        const sim::TJsonFile file = sim::TJsonFile::Parse("set", text);
+        try
+        {
+            return sim::ReadSet({file.Root(), ""});
+        }
+        catch (const sim::TJsonError& error)
+        {
+            throw sim::TFileError(file.Describe({error.Path(), error.what()}));
+        }
+    }
+    catch (const sim::TFileError& error)
+    {
+        throw std::invalid_argument(error.what());
+    }
+}
+} // namespace CIM::test
