@@ -1,0 +1,136 @@
+#include "CallPattern.h"
+
+#include "simulator/daemon/Journal.h"
+#include "json/OperationForm.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace CIM::sim
+{
+namespace
+{
+constexpr const char* SUBSCRIBER = "ICISignalSubscriber";
+
+/// What is never shown: PINs, and answers, which may be PINs.
+bool IsSecret(const std::string& operation, const std::string& argument)
+{
+    return argument == "pin" || (operation == "ICIGeneral.AnswerMmiEnquiry" && argument == "answer");
+}
+
+/// Whether what is wanted is there: of an object its members, everything else as it is.
+bool Contains(const nlohmann::json& value, const nlohmann::json& wanted)
+{
+    if (!wanted.is_object() || !value.is_object())
+    {
+        return value == wanted;
+    }
+    return std::all_of(wanted.items().begin(), wanted.items().end(),
+                       [&](const auto& item)
+                       { return value.contains(item.key()) && Contains(value.at(item.key()), item.value()); });
+}
+
+std::string ParameterNames(const json::TOperationForm& form)
+{
+    std::string names;
+    for (const json::TSParameter& parameter : form.Parameters())
+    {
+        names += (names.empty() ? "" : ", ") + std::string(parameter.name);
+    }
+    return names.empty() ? "none" : names;
+}
+
+/// Checks the value of an enumeration: the commonest slip, and one that would only show as a call that never comes.
+void CheckValue(const json::TSParameter& parameter, const nlohmann::json& value)
+{
+    const json::TSType& type = parameter.type->Type();
+    if (type.kind == json::EKind::ENUM && value.is_string())
+    {
+        json::EnumFromJson(*type.enumerations.front(), json::TJson(value), json::TJsonPath());
+    }
+}
+} // namespace
+
+std::string TSMadeCall::Text() const
+{
+    nlohmann::json shown = nlohmann::json::object();
+    for (const auto& item : arguments.items())
+    {
+        if (IsSecret(operation, item.key()))
+        {
+            shown[item.key()] = "(not shown)";
+        }
+        else if (!isSubscription || item.key() != "processId")
+        {
+            shown[item.key()] = item.value();
+        }
+    }
+    return operation + " " + shown.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+TSMadeCall ToMadeCall(const TSJournalEntry& entry)
+{
+    TSMadeCall made;
+    made.operation = entry.interface + "." + entry.OperationName();
+    made.isSubscription = entry.interface == SUBSCRIBER;
+    if (entry.operation != nullptr)
+    {
+        made.operation = entry.operation->FullName();
+        made.arguments = entry.operation->RequestToJson(entry.request).json;
+    }
+    return made;
+}
+
+TCallPattern::TCallPattern(const std::string& operation, const nlohmann::json& arguments, std::string& path)
+    : m_operation(operation), m_arguments(arguments.is_null() ? nlohmann::json::object() : arguments)
+{
+    path = "operation";
+    const std::size_t dot = operation.find('.');
+    const json::TInterfaceForm* const interface = json::FindInterface(operation.substr(0, dot));
+    if (interface == nullptr)
+    {
+        std::string names;
+        for (const json::TInterfaceForm* const known : json::Interfaces())
+        {
+            names += (names.empty() ? "" : ", ") + known->Name();
+        }
+        throw std::invalid_argument("expected one of the interfaces " + names);
+    }
+    const std::string key = operation.substr(dot + 1);
+    if (const json::TOperationForm* const form = interface->Find(std::string_view(key)); form != nullptr)
+    {
+        m_forms = {form};
+    }
+    else
+    {
+        m_forms = interface->FindAll(key);
+    }
+    if (m_forms.empty())
+    {
+        throw std::invalid_argument("expected an operation of " + interface->Name() + ", which has no \"" + key + "\"");
+    }
+    for (const auto& item : m_arguments.items())
+    {
+        path = "arguments/" + item.key();
+        const json::TSParameter* parameter = nullptr;
+        for (const json::TOperationForm* const form : m_forms)
+        {
+            parameter = parameter != nullptr ? parameter : form->FindParameter(item.key());
+        }
+        if (parameter == nullptr)
+        {
+            throw std::invalid_argument("expected a parameter of " + operation + "; there are " +
+                                        ParameterNames(*m_forms.front()));
+        }
+        CheckValue(*parameter, item.value());
+    }
+}
+
+bool TCallPattern::Matches(const TSMadeCall& call) const
+{
+    const bool isMeant =
+        std::any_of(m_forms.begin(), m_forms.end(),
+                    [&](const json::TOperationForm* form) { return form->FullName() == call.operation; });
+    return isMeant && Contains(call.arguments, m_arguments);
+}
+} // namespace CIM::sim

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+namespace CIM::json
+{
+class TOperationForm;
+}
+
+namespace CIM::sim
+{
+struct TSJournalEntry;
+
+/// A call as the application made it.
+struct TSMadeCall
+{
+    std::string operation;    ///< "ICIGeneral.EnterMenu", "ICIOperatorProfile.GetInstalledOperatorProfiles#map"
+    nlohmann::json arguments; ///< by name; what could not be decoded is missing
+    bool isSubscription = false;
+
+    /// The call for people and journals: digits of PINs and process ids, which differ between runs, are not shown.
+    std::string Text() const;
+};
+
+TSMadeCall ToMadeCall(const TSJournalEntry& entry);
+
+/// Calls of an operation with certain arguments.
+class TCallPattern
+{
+public:
+    /// \param[in] operation  "INTERFACE.NAME"; where several operations have that name it stands for all of them,
+    ///                       unless '#' and a word tell which
+    /// \param[in] arguments  those that matter, by name
+    /// \param[out] path      of an error: "operation", or "arguments/NAME"
+    /// \throws std::invalid_argument when there is no such operation, parameter or value
+    TCallPattern(const std::string& operation, const nlohmann::json& arguments, std::string& path);
+
+    bool Matches(const TSMadeCall& call) const;
+    const std::string& Operation() const { return m_operation; }
+
+private:
+    std::string m_operation;
+    std::vector<const json::TOperationForm*> m_forms;
+    nlohmann::json m_arguments;
+};
+} // namespace CIM::sim

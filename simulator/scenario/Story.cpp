@@ -1,0 +1,256 @@
+#include "Story.h"
+
+#include "simulator/model/Controls.h"
+#include "simulator/model/Model.h"
+
+#include "json/Scalars.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <ostream>
+
+namespace CIM::sim
+{
+namespace
+{
+constexpr std::size_t MAX_CALLS = 65'536;
+
+/// Whether a step needs something of the application.
+bool Expects(const TSStep& step)
+{
+    return std::holds_alternative<TSWaitForCall>(step.action) ||
+           std::holds_alternative<TSWaitForSubscription>(step.action);
+}
+} // namespace
+
+TStory::TStory(TSScenario scenario, TDaemon& daemon, std::function<void(int)> quit, std::ostream* journal)
+    : m_scenario(std::move(scenario)), m_daemon(daemon), m_quit(std::move(quit)), m_journal(journal), m_timers(nullptr)
+{
+    m_daemon.onCall = [this](const TSJournalEntry& entry) { m_OnCall(entry); };
+    m_daemon.onSignal = [this](const TSSignal& signal) { m_OnSignal(signal); };
+}
+
+void TStory::Begin()
+{
+    if (!m_hasBegun)
+    {
+        m_hasBegun = true;
+        m_Proceed();
+    }
+}
+
+int TStory::Verdict()
+{
+    if (m_hasFailed)
+    {
+        return EXIT_UNMET;
+    }
+    const auto first = m_scenario.timeline.begin() + static_cast<std::ptrdiff_t>(m_next);
+    const auto waiting = std::find_if(first, m_scenario.timeline.end(), Expects);
+    if (waiting == m_scenario.timeline.end())
+    {
+        return 0;
+    }
+    m_next = static_cast<std::size_t>(waiting - m_scenario.timeline.begin());
+    m_quit = {};
+    m_Fail("the application ended before");
+    return EXIT_UNMET;
+}
+
+void TStory::m_OnCall(const TSJournalEntry& entry)
+{
+    TSMadeCall made = ToMadeCall(entry);
+    m_Note("call " + made.Text());
+    const bool isSubscription = made.isSubscription;
+    m_calls.push_back(std::move(made));
+    if (m_calls.size() > MAX_CALLS)
+    {
+        m_calls.pop_front();
+    }
+    m_Proceed();
+    if (m_scenario.msPerCall > 0 && !isSubscription)
+    {
+        m_daemon.Clock().Advance(m_scenario.msPerCall);
+    }
+}
+
+void TStory::m_OnSignal(const TSSignal& signal)
+{
+    m_Note("signal " + std::string(EnumName(signal.type)) + " " + std::to_string(signal.profile) + "/" +
+           std::to_string(signal.handle) + " " + json::BytesToHex(signal.data.bytes));
+}
+
+void TStory::m_Note(const std::string& line)
+{
+    if (m_journal == nullptr)
+    {
+        return;
+    }
+    if (m_scenario.isManualClock)
+    {
+        *m_journal << m_daemon.Model().Now() << ' ';
+    }
+    *m_journal << line << std::endl;
+}
+
+void TStory::m_Proceed()
+{
+    while (m_hasBegun && !m_hasFailed && m_next < m_scenario.timeline.size())
+    {
+        const EProgress progress =
+            std::visit([this](const auto& step) { return m_Try(step); }, m_scenario.timeline[m_next].action);
+        m_isEntered = true;
+        if (progress != DONE)
+        {
+            return;
+        }
+        m_timers.Cancel(m_timer);
+        m_timer = 0;
+        m_isEntered = false;
+        m_isTimeOver = false;
+        ++m_next;
+    }
+    m_calls.clear();
+}
+
+void TStory::m_LimitTo(unsigned milliseconds)
+{
+    if (!m_isEntered)
+    {
+        m_timer = m_timers.After(milliseconds,
+                                 [this]
+                                 {
+                                     m_isTimeOver = true;
+                                     m_Proceed();
+                                 });
+    }
+}
+
+TStory::EProgress TStory::m_Fail(const std::string& why)
+{
+    const TSStep& step = m_scenario.timeline[m_next];
+    std::fprintf(stderr, "ci-daemon-sim: %s:%d: step %d is not met: %s\n  %s\n", m_scenario.file.c_str(), step.line,
+                 step.number, why.c_str(), step.text.c_str());
+    m_hasFailed = true;
+    m_timers.CancelAll();
+    if (m_quit)
+    {
+        m_quit(EXIT_UNMET);
+    }
+    return FAILED;
+}
+
+TStory::EProgress TStory::m_Try(const TSWaitForCall& step)
+{
+    while (!m_calls.empty())
+    {
+        const TSMadeCall call = std::move(m_calls.front());
+        m_calls.pop_front();
+        if (step.call.Matches(call))
+        {
+            return DONE;
+        }
+        if (step.isNext && !call.isSubscription)
+        {
+            return m_Fail("another call came: " + call.Text());
+        }
+    }
+    if (m_isTimeOver)
+    {
+        return m_Fail("no such call came within " + std::to_string(step.withinMs) + " ms");
+    }
+    m_LimitTo(step.withinMs);
+    return WAITING;
+}
+
+TStory::EProgress TStory::m_Try(const TSExpectNoCall& step)
+{
+    const auto unwanted = std::find_if(m_calls.begin(), m_calls.end(),
+                                       [&](const TSMadeCall& call)
+                                       { return step.call ? step.call->Matches(call) : !call.isSubscription; });
+    if (unwanted != m_calls.end())
+    {
+        return m_Fail("a call came: " + unwanted->Text());
+    }
+    m_LimitTo(step.duringMs);
+    return m_isTimeOver ? DONE : WAITING;
+}
+
+TStory::EProgress TStory::m_Try(const TSWaitForSubscription& step)
+{
+    const nlohmann::json subscriptions = m_daemon.Clients().Subscriptions();
+    const auto count = std::count_if(subscriptions.begin(), subscriptions.end(),
+                                     [&](const nlohmann::json& subscription)
+                                     {
+                                         return subscription.at("number") == static_cast<int>(step.signal) &&
+                                                subscription.at("profile") == static_cast<int>(step.profile) &&
+                                                subscription.at("handle") == step.handle;
+                                     });
+    if (count >= static_cast<std::ptrdiff_t>(step.clients))
+    {
+        return DONE;
+    }
+    if (m_isTimeOver)
+    {
+        return m_Fail("no such subscription came within " + std::to_string(step.withinMs) + " ms");
+    }
+    m_LimitTo(step.withinMs);
+    return WAITING;
+}
+
+TStory::EProgress TStory::m_Try(const TSWait& step)
+{
+    TClockDriver& clock = m_daemon.Clock();
+    clock.CatchUp();
+    const TTime now = m_daemon.Model().Now();
+    if (!m_isEntered)
+    {
+        m_until = step.isAbsolute ? step.ms : now + step.ms;
+    }
+    if (m_scenario.isManualClock)
+    {
+        clock.Advance(m_until - now);
+        return DONE;
+    }
+    clock.Settle();
+    if (now >= m_until)
+    {
+        return DONE;
+    }
+    // One millisecond more: the virtual clock is cut down to whole ones.
+    m_LimitTo(static_cast<unsigned>(std::min<TTime>(m_until - now + 1, UINT32_MAX)));
+    return WAITING;
+}
+
+TStory::EProgress TStory::m_Try(const TSAdvance& step)
+{
+    m_daemon.Clock().Advance(step.ms);
+    return DONE;
+}
+
+TStory::EProgress TStory::m_Try(const TSControlStep& step)
+{
+    m_daemon.Clock().CatchUp();
+    const TSOutcome outcome = RunControl(m_daemon.Model(), step.name, step.arguments);
+    m_daemon.Clock().Settle();
+    return outcome ? DONE : m_Fail(outcome.error);
+}
+
+TStory::EProgress TStory::m_Try(const TSFaultStep& step)
+{
+    m_daemon.AddFault(step.fault);
+    return DONE;
+}
+
+TStory::EProgress TStory::m_Try(const TSClearFaults&)
+{
+    m_daemon.Faults().Clear();
+    return DONE;
+}
+
+TStory::EProgress TStory::m_Try(const TSEnd& step)
+{
+    m_quit(step.status);
+    return DONE;
+}
+} // namespace CIM::sim
