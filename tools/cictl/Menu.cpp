@@ -15,6 +15,7 @@ namespace CIM::cictl
 {
 namespace
 {
+constexpr unsigned READY_MS = 5'000; ///< how long a CAM that was just inserted is waited for
 constexpr unsigned PAGE_MS = 20'000; ///< how long a CAM may think about the next page
 
 /// A walk through the menu of one CAM: pages come as signals, answers as lines of standard input. Lines that come
@@ -37,7 +38,12 @@ public:
 
     EExit Go()
     {
+        m_signals.Subscribe(SIGNAL_CI_CAM_READY_STATUS_CHANGED, PROFILE_MAIN, m_slot);
         m_signals.Subscribe(SIGNAL_CI_MMI_STATUS_CHANGED, PROFILE_MAIN, m_slot);
+        if (!AwaitCam())
+        {
+            return EXIT_REFUSED;
+        }
         if (!IsYes(m_daemon.Call("ICIGeneral", "EnterMenu", {{"slot", m_slot}})))
         {
             throw TFailure(EXIT_REFUSED, "slot " + std::to_string(m_slot) + " has no menu to show");
@@ -74,8 +80,29 @@ private:
         return m_daemon.Call("ICIGeneral", operation, arguments);
     }
 
+    // A CAM needs some seconds from its insertion on. Returns false when the viewer does not want to wait.
+    bool AwaitCam()
+    {
+        const TJson answer = m_daemon.Call("ICIGeneral", "GetCiSlotStatus", {{"selection", 0}});
+        const TJson& statuses = answer["outputs"]["statuses"];
+        const auto status = statuses.find(std::to_string(m_slot));
+        if (status == statuses.end() || *status == EnumName(CAM_STATUS_READY))
+        {
+            return true;
+        }
+        std::fprintf(stderr, "cictl: waiting for the CAM in slot %u\n", static_cast<unsigned>(m_slot));
+        m_signals.Wait(
+            READY_MS, [](const TSSignal& signal)
+            { return signal.type == SIGNAL_CI_CAM_READY_STATUS_CHANGED && signal.Code() == CAM_STATUS_READY; });
+        return !m_signals.IsInterrupted();
+    }
+
     void OnSignal(const TSSignal& signal)
     {
+        if (signal.type != SIGNAL_CI_MMI_STATUS_CHANGED)
+        {
+            return;
+        }
         switch (static_cast<ECiMmiStatus>(signal.Code()))
         {
         case CI_MMI_STATUS_SESSION_CLOSED:
