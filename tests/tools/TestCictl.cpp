@@ -256,7 +256,7 @@ TEST(Cictl, WatchesSignalsAndUnsubscribesWhenInterrupted)
         ASSERT_TRUE(waitFor(1));
         endless.Signal(signal);
         EXPECT_EQ(endless.Wait().status, 0);
-        EXPECT_THAT(heard,
+        EXPECT_THAT(takeHeard(),
                     testing::ElementsAre("Subscribe \"SIGNAL_CI_CA_REPLY\"", "Unsubscribe \"SIGNAL_CI_CA_REPLY\""));
     }
     EXPECT_EQ(Cictl({"watch", "CI_CA_REPLY", "--count", "1", "--timeout", "1"}).status, 1);
