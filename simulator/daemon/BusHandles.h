@@ -43,4 +43,9 @@ public:
 private:
     DBusError m_error;
 };
+
+/// A private connection to the system bus, without exit on disconnect; null with an error. Unlike libdbus, which
+/// remembers the address of its first connection, it goes where DBUS_SYSTEM_BUS_ADDRESS leads now, so that a program
+/// can have one bus after the other. Blocks until the bus has answered.
+TConnection ConnectToSystemBus(TBusError& error);
 } // namespace CIM::sim

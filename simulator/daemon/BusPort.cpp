@@ -17,14 +17,13 @@ TBusPort::TBusPort(GMainContext* context, TSEvents events) : m_context(context),
 bool TBusPort::Connect(std::string& error)
 {
     TBusError busError;
-    DBusConnection* const connection = dbus_bus_get_private(DBUS_BUS_SYSTEM, busError.Out());
-    if (connection == nullptr)
+    m_connection = ConnectToSystemBus(busError);
+    if (m_connection == nullptr)
     {
         error = "no system bus: " + busError.Text();
         return false;
     }
-    m_connection.reset(connection);
-    dbus_connection_set_exit_on_disconnect(connection, FALSE);
+    DBusConnection* const connection = m_connection.get();
     dbus_bus_add_match(connection, GONE_RULE, busError.Out());
     if (busError.IsSet() || !dbus_connection_add_filter(connection, m_Filter, this, nullptr))
     {

@@ -86,12 +86,11 @@ TSControlAnswer CallControl(const TSVerb& verb, const std::vector<std::string>& 
     dbus_message_set_auto_start(message.get(), FALSE);
 
     TBusError error;
-    const TConnection connection(dbus_bus_get_private(DBUS_BUS_SYSTEM, error.Out()));
+    const TConnection connection = ConnectToSystemBus(error);
     if (connection == nullptr)
     {
         return Failed(TSControlAnswer::NO_SIMULATOR, "no system bus: " + error.Text());
     }
-    dbus_connection_set_exit_on_disconnect(connection.get(), FALSE);
     const TMessage reply(dbus_connection_send_with_reply_and_block(connection.get(), message.get(), -1, error.Out()));
     if (reply == nullptr)
     {

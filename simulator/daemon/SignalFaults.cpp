@@ -166,13 +166,12 @@ void TSignalFaults::m_Send(const TSFault& fault, TMessage message)
 void TSignalFaults::m_SendFromStranger(const TSFault& fault)
 {
     TBusError error;
-    const TConnection stranger(dbus_bus_get_private(DBUS_BUS_SYSTEM, error.Out()));
+    const TConnection stranger = ConnectToSystemBus(error);
     if (stranger == nullptr)
     {
         g_printerr("ci-daemon-sim: no connection for a stranger: %s\n", error.Text().c_str());
         return;
     }
-    dbus_connection_set_exit_on_disconnect(stranger.get(), FALSE);
     for (unsigned i = 0; i < fault.count; ++i)
     {
         dbus_connection_send(stranger.get(), MakeSignal(fault.signal).get(), nullptr);

@@ -117,7 +117,6 @@ std::function<int()> PreparePlay(CLI::App& app)
     app.add_option("--journal", options->journal, "write each call and each signal to this file");
     app.add_option("command", options->command,
                    "run this command beside it on a private bus; without: on the system bus, until SIGTERM");
-    app.positionals_at_end(); // everything behind the command's name is the command's
     return [options] { return PlayCommand(*options); };
 }
 

@@ -1,0 +1,170 @@
+#include "SimulatorProcess.h"
+
+#include "simulator/daemon/ControlObject.h"
+
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace CIM::sim
+{
+namespace
+{
+struct TSSeenReply
+{
+    unsigned status = 256;
+    int length = -1;
+    std::string payload;
+};
+
+TSSeenReply Read(const TMessage& reply)
+{
+    TSSeenReply seen;
+    unsigned char status = 0;
+    const char* bytes = nullptr;
+    int count = 0;
+    if (dbus_message_get_args(reply.get(), nullptr, DBUS_TYPE_BYTE, &status, DBUS_TYPE_INT32, &seen.length,
+                              DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &bytes, &count, DBUS_TYPE_INVALID))
+    {
+        seen.status = status;
+        seen.payload.assign(bytes, count);
+    }
+    return seen;
+}
+
+TEST(SimulatorCalls, HandWrittenBytes)
+{
+    TSimulatorProcess simulator;
+    TRawClient client;
+    // Slot 0 holds the CAM that has just been put in, slot 1 none; tag 0 is the result, tag 1 the map of slots.
+    const TSSeenReply reply = Read(client.Call(GENERAL, HELLO, GET_SLOT_STATUS, "by hand"));
+    EXPECT_EQ(reply.status, 1U);
+    EXPECT_EQ(reply.length, static_cast<int>(reply.payload.size()));
+    ASSERT_GE(reply.payload.size(), 24U);
+    EXPECT_EQ(reply.payload.substr(0, 8), std::string("\1\0\0\0\2\0\0\0", 8)) << "version, then the root of method 0";
+    EXPECT_EQ(reply.payload.substr(12, 12), std::string("\1\0\0\0\4\0\0\0\1\0\0\0", 12)) << "result 1 under tag 0";
+
+    struct TSCase
+    {
+        const char* what;
+        int header;
+        std::string payload;
+        unsigned status;
+    };
+    const TSCase cases[] = {
+        {"unknown method", 99, GET_CAM_MODES, 0},
+        {"an operation that is never sent", 1, std::string("\1\0\0\0\2\0\1\0\0\0\0\0", 12), 0},
+        {"no payload", GET_CAM_MODES_HEADER, "", 0},
+        {"another method's payload", GET_CAM_MODES_HEADER, GET_SLOT_STATUS, 0},
+        {"a payload of zeros", GET_CAM_MODES_HEADER, std::string(64, '\0'), 0},
+        {"a root that claims 4 GiB", GET_CAM_MODES_HEADER, std::string("\1\0\0\0\2\0\2\0\xff\xff\xff\xff", 12), 0},
+        {"the right bytes", GET_CAM_MODES_HEADER, GET_CAM_MODES, 1},
+    };
+    for (const TSCase& call : cases)
+    {
+        const TSSeenReply seen = Read(client.Call(GENERAL, call.header, call.payload));
+        EXPECT_EQ(seen.status, call.status) << call.what;
+        EXPECT_EQ(seen.payload.empty(), call.status == 0) << call.what;
+    }
+    TRawClient stranger;
+    EXPECT_EQ(Read(stranger.Call(GENERAL, GET_CAM_MODES_HEADER, GET_CAM_MODES)).status, 0x81U)
+        << "a client without a name is asked for it";
+    EXPECT_EQ(dbus_message_get_type(client.Call(GENERAL, HELLO, GET_CAM_MODES).get()), DBUS_MESSAGE_TYPE_ERROR)
+        << "the hello without its text";
+
+    // A one-way call is handled and not answered: the next reply is the next call's.
+    DBusPendingCall* const oneWay = client.Send(GENERAL, GET_CAM_MODES_HEADER | ONE_WAY, GET_CAM_MODES);
+    EXPECT_EQ(Read(client.Call(GENERAL, GET_CAM_MODES_HEADER, GET_CAM_MODES)).status, 1U);
+    EXPECT_FALSE(dbus_pending_call_get_completed(oneWay));
+    dbus_pending_call_cancel(oneWay);
+    dbus_pending_call_unref(oneWay);
+
+    const nlohmann::json journal = client.ControlJson("Journal");
+    ASSERT_GE(journal.size(), 2U);
+    EXPECT_EQ(journal[0].at("operation"), "GetCiSlotStatus");
+    EXPECT_EQ(journal[0].at("arguments").at("selection"), 0);
+    EXPECT_EQ(journal[0].at("program"), "by hand");
+    EXPECT_EQ(journal[1].at("outcome"), "unknown-method");
+}
+
+TEST(SimulatorCalls, SignalsAndSubscriptions)
+{
+    TSimulatorProcess simulator;
+    TRawClient client;
+    client.Match("type='signal',path='/com/kelvora/ciapi/SignalObject',interface='com.kelvora.ciapi.SignalIFace',"
+                 "member='Signal',arg0='17',arg1='4294901763'"); // profile -1, handle 3
+    client.Control("RaiseSignal", {"17", "-1", "4", "01"});
+    client.Control("RaiseSignal", {"17", "-1", "3", "0102030405060708"});
+    const TMessage signal = client.NextSignal();
+    ASSERT_NE(signal, nullptr);
+    const char* identifier = nullptr;
+    const char* handle = nullptr;
+    dbus_int32_t length = 0;
+    const char* bytes = nullptr;
+    int count = 0;
+    ASSERT_TRUE(dbus_message_get_args(signal.get(), nullptr, DBUS_TYPE_STRING, &identifier, DBUS_TYPE_STRING, &handle,
+                                      DBUS_TYPE_INT32, &length, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &bytes, &count,
+                                      DBUS_TYPE_INVALID));
+    EXPECT_STREQ(identifier, "17");
+    EXPECT_STREQ(handle, "4294901763");
+    EXPECT_EQ(length, 16);
+    EXPECT_EQ(std::string(bytes, count), std::string("\1\2\3\4\5\6\7\10\xff\xff\xff\xff\3\0\0\0", 16));
+
+    // Subscribe(type 20, profile 0, handle 1, process id 4711), by hand; forgotten when the client leaves the bus.
+    const std::string subscribe("\1\0\0\0\2\0\0\0\62\0\0\0"
+                                "\1\0\1\0\4\0\0\0\24\0\0\0\1\0\2\0\4\0\0\0\0\0\0\0"
+                                "\1\0\3\0\2\0\0\0\1\0\1\0\4\0\10\0\0\0\147\22\0\0\0\0\0\0",
+                                62);
+    {
+        TRawClient subscriber;
+        const TSSeenReply reply =
+            Read(subscriber.Call("com.kelvora.ciapi.ICISignalSubscriber", HELLO, subscribe, "watcher"));
+        ASSERT_EQ(reply.status, 1U);
+        const nlohmann::json list = client.ControlJson("Subscriptions");
+        ASSERT_EQ(list.size(), 1U);
+        EXPECT_EQ(list[0].at("number"), 20);
+        EXPECT_EQ(list[0].at("handle"), 1);
+        EXPECT_EQ(list[0].at("processId"), 4711);
+        EXPECT_EQ(list[0].at("program"), "watcher");
+        EXPECT_EQ(list[0].at("client"), dbus_bus_get_unique_name(subscriber.Get()));
+    }
+    EXPECT_TRUE(Eventually([&] { return client.ControlJson("Subscriptions").empty(); }));
+}
+
+TEST(SimulatorCalls, ControlAndClock)
+{
+    TSimulatorProcess simulator;
+    TRawClient client;
+    client.Match("type='signal',interface='com.kelvora.ciapi.SignalIFace',arg0='20'");
+    client.Control("InsertCam", {"1", client.ControlJson("ListCams").back().at("name").get<std::string>()});
+    EXPECT_EQ(client.ControlJson("State").at("slots").at(1).at("phase"), "init");
+    client.Control("AdvanceClock", {"60000"});
+    EXPECT_EQ(client.ControlJson("State").at("slots").at(1).at("phase"), "ready");
+    EXPECT_NE(client.NextSignal(), nullptr) << "the CAM has become ready, and nobody was told";
+    EXPECT_THROW(client.Control("InsertCam", {"9", "plus"}), std::runtime_error);
+    EXPECT_THROW(client.Control("AddFault", {"{\"kind\":\"late\",\"operation\":\"*\",\"bytes\":3}"}),
+                 std::runtime_error);
+    // Two foreign parsers read the introspection data.
+    EXPECT_EQ(std::system("busctl --address=\"$DBUS_SYSTEM_BUS_ADDRESS\" introspect com.kelvora.cisim "
+                          "/com/kelvora/cisim | grep -q '.InsertCam *method *ys'"),
+              0);
+    EXPECT_EQ(std::system("gdbus introspect --address \"$DBUS_SYSTEM_BUS_ADDRESS\" --dest com.kelvora.cisim "
+                          "--object-path / --recurse | grep -q AddFault"),
+              0);
+}
+
+TEST(SimulatorCalls, TerminatedCleanly)
+{
+    TSimulatorProcess simulator;
+    kill(simulator.process, SIGTERM);
+    EXPECT_EQ(WaitForEnd(simulator.process), 0);
+    EXPECT_FALSE(std::filesystem::exists(simulator.marker.Path()));
+
+    // A second daemon cannot take the names of the first, and leaves the first one's marker alone.
+    TSimulatorProcess first;
+    EXPECT_EQ(WaitForEnd(StartSimulator({"serve"})), 1);
+    EXPECT_TRUE(std::filesystem::exists(first.marker.Path()));
+}
+} // namespace
+} // namespace CIM::sim

@@ -1,0 +1,80 @@
+#include "SimulatorProcess.h"
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace CIM::sim
+{
+namespace
+{
+std::string FirstLine(const std::string& path)
+{
+    std::ifstream file(path);
+    std::string line;
+    std::getline(file, line);
+    return line;
+}
+
+TEST(SimulatorRun, ExitStatusIsTheCommands)
+{
+    const std::pair<std::vector<std::string>, int> cases[] = {
+        {{"sh", "-c", "exit 0"}, 0},
+        {{"sh", "-c", "exit 37"}, 37},
+        {{"sh", "-c", "kill -KILL $$"}, 137},
+        {{"/no/such/program"}, 127},
+        {{"/etc/passwd"}, 126},
+        {{"sh", "-c",
+          "test -e \"$CIAPI_DAEMON_READY_FILE\" && test -n \"$DBUS_SYSTEM_BUS_ADDRESS\" && "
+          "grep -q '^product.num_of_ci=2' \"$TVPLATFORM_SYSTEM_INFO\" && grep -q '^tv_model_type=5' "
+          "\"$TVPLATFORM_SYSTEM_INFO\" && exit 9"},
+         9},
+    };
+    for (const auto& [command, status] : cases)
+    {
+        std::vector<std::string> arguments = {"run", "--key", "tv_model_type=5", "--"};
+        arguments.insert(arguments.end(), command.begin(), command.end());
+        EXPECT_EQ(WaitForEnd(StartSimulator(arguments)), status) << command.back();
+    }
+    EXPECT_EQ(WaitForEnd(StartSimulator({"run"})), 2) << "no command";
+}
+
+TEST(SimulatorRun, NothingRemains)
+{
+    for (const int number : {SIGKILL, SIGTERM})
+    {
+        TTempFolder folder;
+        // Two at once, each with a bus of its own.
+        std::vector<pid_t> runners;
+        std::vector<std::string> reports;
+        for (const char* const name : {"first", "second"})
+        {
+            reports.push_back(folder.File(name));
+            runners.push_back(StartSimulator({"run", "--", "sh", "-c",
+                                              "echo \"$CIAPI_DAEMON_READY_FILE\" > " + reports.back() +
+                                                  ".new; echo $$ > " + reports.back() + ".pid; mv " + reports.back() +
+                                                  ".new " + reports.back() + "; exec sleep 1000"}));
+        }
+        std::vector<std::filesystem::path> sandboxes;
+        for (const std::string& report : reports)
+        {
+            ASSERT_TRUE(Eventually([&] { return std::filesystem::exists(report); }));
+            sandboxes.push_back(std::filesystem::path(FirstLine(report)).parent_path());
+            EXPECT_TRUE(std::filesystem::exists(sandboxes.back() / "socket"));
+        }
+        EXPECT_NE(sandboxes[0], sandboxes[1]);
+        kill(runners[0], number);
+        EXPECT_EQ(WaitForEnd(runners[0]), 128 + number);
+        EXPECT_TRUE(Eventually([&] { return !std::filesystem::exists(sandboxes[0]); })) << "signal " << number;
+        EXPECT_TRUE(Eventually([&] { return kill(std::stoi(FirstLine(reports[0] + ".pid")), 0) != 0; }))
+            << "the command lives on after signal " << number;
+        EXPECT_TRUE(std::filesystem::exists(sandboxes[1] / "ready")) << "the other one lives on";
+        kill(runners[1], SIGKILL);
+        EXPECT_EQ(WaitForEnd(runners[1]), 128 + SIGKILL);
+        EXPECT_TRUE(Eventually([&] { return !std::filesystem::exists(sandboxes[1]); }));
+    }
+}
+} // namespace
+} // namespace CIM::sim
