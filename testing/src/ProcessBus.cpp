@@ -186,8 +186,10 @@ TProcessBus::TProcessBus()
     const std::string configFile = m_folder + "/bus.conf";
     int lifeline[2] = {-1, -1};
     int report[2] = {-1, -1};
-    bool isStarted = static_cast<bool>(std::ofstream(configFile) << Configuration(m_folder)) &&
-                     pipe2(lifeline, O_CLOEXEC) == 0 && pipe2(report, O_CLOEXEC) == 0 &&
+    std::ofstream config(configFile);
+    config << Configuration(m_folder);
+    config.close();
+    bool isStarted = config && pipe2(lifeline, O_CLOEXEC) == 0 && pipe2(report, O_CLOEXEC) == 0 &&
                      StartKeeper({m_folder, "--config-file=" + configFile,
                                   "--print-address=" + std::to_string(report[1]), lifeline[0], report[1]});
     close(lifeline[0]);

@@ -1,0 +1,55 @@
+#include "CamBanner.h"
+
+#include <ciapi-testing/Fakes.h>
+
+#include <gtest/gtest.h>
+
+// The banner alone, against fakes.
+
+using CIM::ICIGeneral;
+using CIM::test::TFakeGeneral;
+using CIM::test::TFakeSignalSubscriber;
+
+namespace
+{
+CIM::TCIText TextOf(const std::string& ascii)
+{
+    CIM::TCIText text;
+    text.text.assign(ascii.begin(), ascii.end());
+    return text;
+}
+
+TEST(BannerWithoutBus, SaysThatNobodyAnswers)
+{
+    TFakeGeneral general;
+    TFakeSignalSubscriber subscriber;
+    EXPECT_EQ(TCamBanner(general, subscriber).Text(), "CI is not available\n");
+}
+
+TEST(BannerWithoutBus, FollowsASignalOfItsSlots)
+{
+    CIM::ECamStatus status = CIM::CAM_STATUS_NO_CAM;
+    TFakeGeneral general;
+    general.On(&ICIGeneral::GetCiSlotStatus,
+               [&](auto& statuses, unsigned)
+               {
+                   statuses[1] = status;
+                   return 1;
+               });
+    general.On(&ICIGeneral::GetApplicationInfo,
+               [](unsigned char, auto&, CIM::TCIText& menu, CIM::TCIText&)
+               {
+                   menu = TextOf("Pay TV");
+                   return 1;
+               });
+    TFakeSignalSubscriber subscriber;
+    subscriber.SetCallback(TCamBanner::OnSignal);
+    const TCamBanner banner(general, subscriber);
+    EXPECT_EQ(banner.Text(), "Slot 1: no CAM\n");
+
+    status = CIM::CAM_STATUS_READY;
+    EXPECT_TRUE(subscriber.Raise(CIM::SIGNAL_CI_CAM_READY_STATUS_CHANGED, PROFILE_MAIN, 1));
+    EXPECT_EQ(banner.Text(), "Slot 1: Pay TV\n");
+    EXPECT_FALSE(subscriber.Raise(CIM::SIGNAL_CI_SAS_STATUS_CHANGE, PROFILE_MAIN, 1)) << "not the banner's affair";
+}
+} // namespace

@@ -1,0 +1,28 @@
+# Installs the build into a folder of its own, and builds and tests an application against it, as an outsider would.
+# Needs BUILD, SOURCE, WORK, COMPILER and FLAGS.
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT result EQUAL 0)
+    list(JOIN ARGN " " command)
+    message(FATAL_ERROR "${command}: ${result}\n${output}")
+  endif()
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+file(REMOVE_RECURSE ${WORK})
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/prefix --component development)
+run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-g1
+  -DCMAKE_CXX_COMPILER=${COMPILER} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror ${FLAGS}"
+  -DCMAKE_PREFIX_PATH=${WORK}/prefix)
+run(${CMAKE_COMMAND} --build ${WORK}/build)
+run(${CMAKE_CTEST_COMMAND} --test-dir ${WORK}/build --output-on-failure --no-tests=error)
+
+# The same by pkg-config: what it says leads to the installed library.
+file(GLOB_RECURSE files ${WORK}/prefix/*/ciapi-testing.pc)
+cmake_path(GET files PARENT_PATH folder)
+set(ENV{PKG_CONFIG_PATH} ${folder})
+run(pkg-config --define-prefix --libs ciapi-testing)
+if(NOT output MATCHES "-L${WORK}/prefix/[^ ]* .*-lciapi-testing .*-lciapi ")
+  message(FATAL_ERROR "pkg-config says ${output}")
+endif()
+file(REMOVE_RECURSE ${WORK})

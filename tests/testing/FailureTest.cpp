@@ -1,0 +1,85 @@
+#include <ciapi-testing/Daemon.h>
+
+#include <ciapi/CIService.h>
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+namespace CIM::test
+{
+namespace
+{
+constexpr int NO_ANSWER = 0; // what the library makes of a call that fails
+
+int Ask() { return TCCIService::CIGeneralInstance()->IsCamPinNeeded(); }
+
+bool IsMarkerThere() { return access(getenv("CIAPI_DAEMON_READY_FILE"), F_OK) == 0; }
+
+TEST(TestDaemonFailures, MeetTheCallsThatTheyAreFor)
+{
+    struct TSCase
+    {
+        const char* what;
+        TFailure failure;
+        std::vector<int> results; ///< of one call after the other
+    };
+    constexpr int ANSWER = 6;
+    const TSCase cases[] = {
+        {"error", TFailure::Error("com.example.Error.No", "no"), {NO_ANSWER, NO_ANSWER}},
+        {"not handled", TFailure::Status(0), {NO_ANSWER, NO_ANSWER}},
+        {"once", TFailure::Error().Times(1), {NO_ANSWER, ANSWER}},
+        {"the second", TFailure::Error().Nth(2), {ANSWER, NO_ANSWER, ANSWER}},
+        {"late", TFailure::Late(20), {ANSWER, ANSWER}},
+        {"a hostile payload", TFailure::FromJson(R"({"kind": "no-arguments"})"), {NO_ANSWER}},
+    };
+    TDaemon daemon;
+    daemon.On(&ICIGeneral::IsCamPinNeeded, [] { return ANSWER; });
+    for (const TSCase& tested : cases)
+    {
+        SCOPED_TRACE(tested.what);
+        daemon.Fail(&ICIGeneral::IsCamPinNeeded, tested.failure);
+        for (const int result : tested.results)
+        {
+            EXPECT_EQ(Ask(), result);
+        }
+        daemon.Reset(&ICIGeneral::IsCamPinNeeded);
+        daemon.On(&ICIGeneral::IsCamPinNeeded, [] { return ANSWER; });
+        EXPECT_EQ(Ask(), ANSWER);
+    }
+    EXPECT_EQ(daemon.Calls(&ICIGeneral::IsCamPinNeeded).front().fault, "error");
+    EXPECT_THROW(daemon.Fail(&ICIGeneral::EnterMenu, TFailure::FromJson(R"({"kind": "odd"})")), std::invalid_argument);
+    EXPECT_THROW(TFailure::FromJson("{"), std::invalid_argument);
+}
+
+TEST(TestDaemonFailures, ComeLate)
+{
+    TDaemon daemon;
+    daemon.Fail(&ICIGeneral::IsCamPinNeeded, TFailure::Late(150));
+    const auto begin = std::chrono::steady_clock::now();
+    Ask();
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(150));
+}
+
+TEST(TestDaemonFailures, DaemonGoesAndComesBack)
+{
+    TDaemon daemon;
+    daemon.On(&ICIGeneral::IsCamPinNeeded, [] { return 6; });
+    EXPECT_EQ(Ask(), 6);
+
+    daemon.Vanish();
+    EXPECT_EQ(Ask(), NO_ANSWER);
+    EXPECT_FALSE(IsMarkerThere());
+    daemon.Return();
+    EXPECT_EQ(Ask(), 6) << "answers are kept";
+    EXPECT_TRUE(IsMarkerThere());
+
+    daemon.Fail(&ICIGeneral::IsCamPinNeeded, TFailure::Crash().Times(1));
+    EXPECT_EQ(Ask(), NO_ANSWER);
+    EXPECT_FALSE(IsMarkerThere());
+    daemon.Return();
+    daemon.Return();
+    EXPECT_EQ(Ask(), 6);
+}
+} // namespace
+} // namespace CIM::test
