@@ -17,10 +17,15 @@ void DaemonRestart(TApplication& application)
     const auto before = std::chrono::steady_clock::now();
     NEED(application.general.GetCamModes(modes) <= 0); // the daemon goes in the middle of it
     NEED(std::chrono::steady_clock::now() - before < std::chrono::seconds(5));
-    // The CAM begins anew, and the subscription has outlived the daemon.
-    application.Next(SIGNAL_CI_CAM_READY_STATUS_CHANGED, CAM_STATUS_READY);
+    // The subscription has outlived the daemon; its CAM begins anew.
     std::map<unsigned char, ECamStatus> statuses;
-    NEED(application.general.GetCiSlotStatus(statuses, 0) == 1 && statuses[0] == CAM_STATUS_READY);
+    while (application.general.GetCiSlotStatus(statuses, 0) != 1)
+    {
+        NEED(std::chrono::steady_clock::now() - before < std::chrono::seconds(20));
+    }
+    NEED(statuses[0] == CAM_STATUS_NO_CAM);
+    application.Next(SIGNAL_CI_CAM_READY_STATUS_CHANGED, CAM_STATUS_READY);
+    NEED(application.general.GetCamModes(modes) == 1 && modes[0] == CAM_MODE_CI_PLUS);
 }
 
 void SlowDaemon(TApplication& application)
