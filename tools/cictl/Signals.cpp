@@ -27,7 +27,7 @@ unsigned short TSSignal::Number() const
 }
 
 TSignals::TSignals(TDaemon& daemon, std::function<void(const TSSignal&)> handler)
-    : m_daemon(daemon), m_handler(std::move(handler)), m_loop(g_main_loop_new(nullptr, FALSE))
+    : m_daemon(daemon), m_handler(std::move(handler)), m_loop(g_main_loop_new(nullptr, FALSE), &g_main_loop_unref)
 {
     m_daemon.Require(SubscriberForm());
     m_owner = m_daemon.Bus().OwnerOf(SubscriberForm().ConnectionName());
@@ -46,7 +46,6 @@ TSignals::~TSignals()
     {
         g_source_remove(source);
     }
-    g_main_loop_unref(m_loop);
 }
 
 void TSignals::Subscribe(ECISignalType type, EProfile profile, unsigned short handle)
@@ -145,7 +144,7 @@ bool TSignals::Run(unsigned milliseconds)
     }
     if (!m_isInterrupted && !m_thrown)
     {
-        g_main_loop_run(m_loop);
+        g_main_loop_run(m_loop.get());
     }
     if (timeout != 0)
     {
@@ -158,7 +157,7 @@ bool TSignals::Run(unsigned milliseconds)
     return !m_isTimeOver;
 }
 
-void TSignals::Quit() { g_main_loop_quit(m_loop); }
+void TSignals::Quit() { g_main_loop_quit(m_loop.get()); }
 
 bool TSignals::Wait(unsigned milliseconds, std::function<bool(const TSSignal&)> isIt)
 {

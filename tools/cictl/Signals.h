@@ -6,7 +6,9 @@
 
 #include <glib.h>
 
+#include <exception>
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace CIM::cictl
@@ -70,7 +72,7 @@ private:
     std::vector<guint> m_sources;
     std::string m_owner;
     std::exception_ptr m_thrown;
-    GMainLoop* m_loop;
+    std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> m_loop;
     bool m_isInterrupted = false;
     bool m_isTimeOver = false;
 };
