@@ -1,0 +1,258 @@
+#include "simulator/scenario/Scenario.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+#include <sys/wait.h>
+
+using namespace CIM::sim;
+using testing::HasSubstr;
+
+namespace
+{
+std::string ReadFile(const std::string& path)
+{
+    std::ifstream stream(path);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+struct TSOutput
+{
+    int status;
+    std::string text; ///< both streams
+};
+
+TSOutput Shell(const std::string& command)
+{
+    TSOutput output{-1, {}};
+    FILE* const pipe = popen(("exec 2>&1; " + command).c_str(), "r");
+    char buffer[4096];
+    for (std::size_t size; (size = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+    {
+        output.text.append(buffer, size);
+    }
+    const int status = pclose(pipe);
+    output.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return output;
+}
+
+std::string Sim() { return SIMULATOR; }
+
+/// A folder that goes with the test.
+class TFolder
+{
+public:
+    TFolder() { mkdtemp(m_path.data()); }
+    ~TFolder() { std::filesystem::remove_all(m_path); }
+    std::string operator/(const std::string& file) const { return m_path + "/" + file; }
+    std::string Write(const std::string& file, const std::string& text) const
+    {
+        std::ofstream(*this / file) << text;
+        return *this / file;
+    }
+
+private:
+    std::string m_path = (std::filesystem::temp_directory_path() / "scenario-test-XXXXXX").string();
+};
+
+/// A scenario with these members; the timeline's first step stands on line 6.
+std::string Document(const std::string& members, const std::string& step = R"({ "wait": 1 })")
+{
+    return "{\n  \"name\": \"x\",\n  \"description\": \"y\",\n  " + members + "\n  \"timeline\": [\n    " + step +
+           "\n  ]\n}\n";
+}
+} // namespace
+
+TEST(ScenarioFile, ErrorsNameLinePathAndWhatWasExpected)
+{
+    struct TSCase
+    {
+        std::string text;
+        std::vector<const char*> expected;
+    };
+    const auto step = [](const char* text) { return Document("// nothing", text); };
+    const std::vector<TSCase> cases = {
+        // The document.
+        {"{\n  \"name\": \"x\",\n}", {"f:3: "}},
+        {"", {"f:1: "}},
+        {"[]", {"f:1: /: expected an object"}},
+        {"{\n  \"name\": \"x\",\n  \"description\": \"y\"\n}", {"f:1: /: ", "\"timeline\" is missing"}},
+        {Document("\"name\": \"twice\","), {"f:4: /name: this member stands here a second time"}},
+        {Document("\"clok\": \"manual\","), {"f:1: /: ", "nobody knows \"clok\", there are $schema, clock"}},
+        {Document("\"clock\": \"solar\","), {"f:4: /clock: expected \"real\" or \"manual\""}},
+        {Document("\"msPerCall\": 5,"), {"f:4: /msPerCall: expected only together with"}},
+        {Document("\"seed\": -1,"), {"f:4: /seed: expected an integer, 0 or more"}},
+        // The set.
+        {Document("\"set\": { \"slots\":\n 256\n },"), {"f:5: /set/slots: expected an integer from 0 to 255"}},
+        {Document("\"set\": { \"cams\": [{ \"name\": \"c\",\n\"mode\": \"CAM_MODE_CII\" }] },"),
+         {"f:5: /set/cams/0/mode: expected one of CAM_MODE_CI, CAM_MODE_CI_PLUS"}},
+        // Steps.
+        {step("{ \"wait\": \"soon\" }"), {"f:6: /timeline/0/wait: expected an integer from 0 to"}},
+        {step("{ \"wait\": 1,\n \"at\": 2 }"), {"f:6: /timeline/0: expected an object with one member"}},
+        {step("{ \"jump\": {} }"), {"f:6: /timeline/0/jump: expected a step; there are wait-for-call"}},
+        {step("{ \"wait\": 1 },\n{ \"remove\":\n{ \"slto\": 0 } }"), {"f:8: /timeline/1/remove/slto: ", "slot"}},
+        {step("{ \"remove\": { \"slot\": 2 } }"), {"f:6: /timeline/0/remove/slot: expected a slot; there are 2"}},
+        {step("{ \"insert\": { \"slot\": 1 } }"), {"f:6: /timeline/0/insert: \"cam\" is missing"}},
+        {step("{ \"insert\": { \"cam\": \"none\" } }"), {"/timeline/0/insert/cam: expected the name of a CAM"}},
+        {step("{ \"signal\": { \"type\": \"SIGNAL_CI_NONE\" } }"), {"/timeline/0/signal/type: expected one of"}},
+        {step("{ \"wait-for-subscription\": { \"signal\": \"SIGNAL_CI_NONE\" } }"),
+         {"f:6: /timeline/0/wait-for-subscription/signal: expected one of"}},
+        {step("{ \"wait-for-call\": { \"operation\": \"ICINone.EnterMenu\" } }"),
+         {"/timeline/0/wait-for-call/operation: expected one of the interfaces ICIGeneral"}},
+        {step("{ \"expect-call\": { \"operation\": \"ICIGeneral.Enter\" } }"),
+         {"/timeline/0/expect-call/operation: expected an operation of ICIGeneral"}},
+        {step("{ \"wait-for-call\": { \"operation\": \"ICIGeneral.EnterMenu\",\n\"arguments\": { \"slit\": 0 } } }"),
+         {"f:7: /timeline/0/wait-for-call/arguments/slit: expected a parameter", "there are slot"}},
+        {step("{ \"wait-for-call\": { \"operation\": \"ICIGeneral.SendCaPmt\", \"arguments\": { \"command\": \"GO\" } "
+              "} }"),
+         {"/timeline/0/wait-for-call/arguments/command: ", "GO"}},
+        {step("{ \"expect-no-call\": { \"operation\": \"ICIGeneral.EnterMenu\" } }"),
+         {"f:6: /timeline/0/expect-no-call: ", "\"during\" is missing"}},
+        {step("{ \"expect-no-call\": { \"arguments\": {}, \"during\": 1 } }"),
+         {"/timeline/0/expect-no-call/arguments: expected an \"operation\""}},
+        {step("{ \"fault\": {\n\"kind\": \"sleepy\" } }"), {"f:7: /timeline/0/fault/kind: ", "there are late"}},
+        {step("{ \"fault\": { \"kind\": \"late\",\n\"ms\": 5 } }"), {"/timeline/0/fault/operation: "}},
+        // More than one at once, in the order of their lines.
+        {step("{ \"wait\": -1 },\n{ \"at\": -1 }"), {"f:6: /timeline/0/wait", "f:7: /timeline/1/at"}},
+    };
+    for (const TSCase& row : cases)
+    {
+        std::string error;
+        try
+        {
+            ReadScenario(TJsonFile::Parse("f", row.text));
+        }
+        catch (const TFileError& caught)
+        {
+            error = caught.what();
+        }
+        for (const char* const expected : row.expected)
+        {
+            EXPECT_THAT(error, HasSubstr(expected)) << row.text;
+        }
+    }
+}
+
+TEST(ScenarioFile, ReadsCommentsAndKeepsTheOrderOfTheTimeline)
+{
+    const TSScenario scenario = ReadScenario(
+        TJsonFile::Parse("f", Document("/* a\n comment */ \"seed\": 7, \"clock\": \"manual\", \"msPerCall\": 3,",
+                                       "{ \"at\": 5 },\n// between\n{ \"end\": { \"status\": 4 } }")));
+    EXPECT_EQ(scenario.seed, 7u);
+    EXPECT_TRUE(scenario.isManualClock);
+    EXPECT_EQ(scenario.msPerCall, 3u);
+    ASSERT_EQ(scenario.timeline.size(), 2u);
+    EXPECT_TRUE(std::get<TSWait>(scenario.timeline[0].action).isAbsolute);
+    EXPECT_EQ(scenario.timeline[1].line, 9);
+    EXPECT_EQ(std::get<TSEnd>(scenario.timeline[1].action).status, 4);
+}
+
+TEST(ScenarioPlay, AnUnmetStepEndsTheSimulatorAndIsNamed)
+{
+    const TFolder folder;
+    struct TSCase
+    {
+        const char* step;
+        const char* expected;
+        std::string command = CLIENT " menu-walk";
+    };
+    // What the client of menu-walk does first is to subscribe, and to enter the menu of slot 0.
+    for (const TSCase& row : {
+             TSCase{R"({ "expect-call": { "operation": "ICIGeneral.CloseMmi" } })",
+                    "step 1 is not met: another call came: ICIGeneral.EnterMenu {"},
+             TSCase{R"({ "expect-no-call": { "operation": "ICIGeneral.EnterMenu", "during": 9000 } })",
+                    "step 1 is not met: a call came: ICIGeneral.EnterMenu {"},
+             TSCase{R"({ "wait-for-call": { "operation": "ICIGeneral.EnterMenu", "arguments": { "slot": 1 } } })",
+                    "step 1 is not met: the application ended before"},
+             TSCase{R"({ "wait-for-call": { "operation": "ICIGeneral.CloseMmi", "within": 50 } })",
+                    "step 1 is not met: "},
+             TSCase{R"({ "remove": { "slot": 1 } })", "step 1 is not met: slot 1 holds no CAM", "true"},
+         })
+    {
+        const std::string file = folder.Write("unmet.json", Document("\"clock\": \"manual\",", row.step));
+        // The command itself is content: the status is the simulator's.
+        const TSOutput output = Shell(Sim() + " play " + file + " -- sh -c '" + row.command + "; true'");
+        EXPECT_EQ(output.status, 3) << output.text;
+        EXPECT_THAT(output.text, HasSubstr(file + ":6: " + row.expected));
+    }
+    const std::string met = folder.Write("met.json", Document("// nothing"));
+    EXPECT_EQ(Shell(Sim() + " play " + met + " -- sh -c 'exit 41'").status, 41);
+    EXPECT_EQ(Shell(Sim() + " play " + met + " -- true").status, 0);
+    EXPECT_NE(Shell(Sim() + " play nowhere -- true").status, 0);
+}
+
+TEST(ScenarioPlay, TheSameSeedGivesTheSameCallsAndSignals)
+{
+    const TFolder folder;
+    const auto journal = [&](const std::string& scenario, const std::string& story, const std::string& options)
+    {
+        const std::string file = folder / "journal";
+        const TSOutput output =
+            Shell(Sim() + " play " + scenario + " " + options + " --journal " + file + " -- " CLIENT " " + story);
+        EXPECT_EQ(output.status, 0) << output.text;
+        return ReadFile(file);
+    };
+    for (const std::string name : {"cam-pulled", "enquiry-pin", "sas"})
+    {
+        const std::string first = journal(name, name, "");
+        EXPECT_THAT(first, HasSubstr(" signal SIGNAL_CI_"));
+        EXPECT_THAT(first, testing::Not(HasSubstr("0042"))) << "digits of a PIN are shown nowhere";
+        EXPECT_EQ(first, journal(name, name, ""));
+    }
+    // A CAM whose delays vary: they vary with the seed, and only with it.
+    const std::string varying = folder.Write(
+        "varying.json",
+        Document(
+            R"("clock": "manual", "msPerCall": 100, "set": { "base": "default", "cams": [{ "name": "plus", "base": "plus", "jitterPercent": 40 }] },)",
+            R"({ "wait": 3000 })"));
+    const std::string seven = journal(varying, "menu-walk", "--seed 7");
+    EXPECT_EQ(seven, journal(varying, "menu-walk", "--seed 7"));
+    EXPECT_NE(seven, journal(varying, "menu-walk", "--seed 8"));
+}
+
+TEST(Scenarios, EachIsListedGoodAndHasItsStory)
+{
+    std::set<std::string> stories;
+    std::istringstream names(Shell(CLIENT " --list").text);
+    for (std::string name; std::getline(names, name);)
+    {
+        stories.insert(name);
+    }
+    const std::string list = Shell(Sim() + " list").text;
+    std::set<std::string> shipped;
+    for (const auto& entry : std::filesystem::directory_iterator(SOURCES "/simulator/scenarios"))
+    {
+        const TSScenario scenario = ReadScenario(TJsonFile::Load(entry.path().string()));
+        EXPECT_EQ(scenario.name, entry.path().stem().string());
+        EXPECT_THAT(list, HasSubstr(scenario.name + " "));
+        EXPECT_THAT(list, HasSubstr("  " + scenario.description + "\n"));
+        shipped.insert(scenario.name);
+    }
+    EXPECT_EQ(shipped, stories);
+    EXPECT_GE(shipped.size(), 20u);
+}
+
+TEST(Scenarios, TheManualShowsThemAndAnExampleThatWorks)
+{
+    const std::string manual = ReadFile(SOURCES "/docs/simulator.md");
+    for (const auto& entry : std::filesystem::directory_iterator(SOURCES "/simulator/scenarios"))
+    {
+        EXPECT_THAT(manual, HasSubstr("| `" + entry.path().stem().string() + "` |"));
+    }
+    const std::string fence = "```jsonc\n";
+    const std::size_t begin = manual.find(fence);
+    ASSERT_NE(begin, std::string::npos);
+    const std::size_t text = begin + fence.size();
+    const TFolder folder;
+    const std::string file = folder.Write("example.json", manual.substr(text, manual.find("```", text) - text));
+    const TSOutput checked = Shell(Sim() + " check " + file);
+    EXPECT_EQ(checked.status, 0) << checked.text;
+    const TSOutput played = Shell(Sim() + " play " + file + " -- " CLIENT " menu-walk");
+    EXPECT_EQ(played.status, 0) << played.text;
+}
