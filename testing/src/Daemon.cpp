@@ -2,12 +2,12 @@
 
 #include "CallRecord.h"
 #include "DaemonThread.h"
+#include "FeatureKeys.h"
 #include "Operations.h"
 #include "ProcessBus.h"
 #include "Scenarios.h"
 
 #include "simulator/daemon/Daemon.h"
-#include "simulator/daemon/Sandbox.h"
 #include "simulator/model/Controls.h"
 #include "simulator/model/Parts.h"
 #include "simulator/scenario/Story.h"
@@ -19,31 +19,6 @@ namespace CIM::test
 {
 namespace
 {
-/// A scenario that is no story: a set, and nothing happens to it.
-sim::TSScenario ScenarioOf(const TSOptions& options)
-{
-    if (!options.scenario.empty())
-    {
-        if (!options.set.empty())
-        {
-            throw std::invalid_argument("a scenario brings its own set: give one of both");
-        }
-        return LoadScenario(options.scenario);
-    }
-    sim::TSScenario scenario;
-    scenario.set = options.set.empty() ? sim::DefaultSet() : ParseSet(options.set);
-    scenario.seed = options.seed;
-    scenario.isManualClock = options.isManualClock;
-    return scenario;
-}
-
-std::map<std::string, std::string> FeatureKeys(const TSOptions& options, int slots)
-{
-    std::map<std::string, std::string> keys = options.featureKeys;
-    keys.merge(sim::DefaultFeatureKeys(slots));
-    return keys;
-}
-
 void Require(const sim::TSOutcome& outcome)
 {
     if (!outcome)

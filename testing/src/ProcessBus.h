@@ -15,13 +15,15 @@ public:
     /// \throws std::runtime_error when it does not start
     static TProcessBus& Instance();
 
-    std::string MarkerPath() const { return m_folder + "/ready"; }
+    std::string MarkerPath() const { return Path("ready"); }
+    /// A file of that name in the folder.
+    std::string Path(const std::string& name) const { return m_folder + '/' + name; }
     /// Replaces the feature keys of the set. \param[in] keys  whole names with values
     void WriteFeatureKeys(const std::map<std::string, std::string>& keys) const;
 
 private:
     TProcessBus();
-    std::string m_KeyPath() const { return m_folder + "/system-info.conf"; }
+    std::string m_KeyPath() const { return Path("system-info.conf"); }
 
     std::string m_folder;
 };

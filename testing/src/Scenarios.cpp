@@ -22,7 +22,6 @@ std::filesystem::path FileOf(const std::string& name)
     const auto built = library / ".." / "share" / "ciapi" / "scenarios" / (name + ".json");
     return std::filesystem::exists(installed) ? installed : built;
 }
-} // namespace
 
 sim::TSScenario LoadScenario(const std::string& nameOrPath)
 {
@@ -64,5 +63,23 @@ sim::TSSetDefinition ParseSet(const std::string& text)
     {
         throw std::invalid_argument(error.what());
     }
+}
+} // namespace
+
+sim::TSScenario ScenarioOf(const TSOptions& options)
+{
+    if (!options.scenario.empty())
+    {
+        if (!options.set.empty())
+        {
+            throw std::invalid_argument("a scenario brings its own set: give one of both");
+        }
+        return LoadScenario(options.scenario);
+    }
+    sim::TSScenario scenario;
+    scenario.set = options.set.empty() ? sim::DefaultSet() : ParseSet(options.set);
+    scenario.seed = options.seed;
+    scenario.isManualClock = options.isManualClock;
+    return scenario;
 }
 } // namespace CIM::test

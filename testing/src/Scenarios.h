@@ -1,12 +1,12 @@
 #pragma once
 
+#include <ciapi-testing/Daemon.h>
+
 #include "simulator/scenario/Scenario.h"
 
 namespace CIM::test
 {
-/// A scenario by the name of a shipped one, or a file. \throws std::invalid_argument when there is none, or it is wrong
-sim::TSScenario LoadScenario(const std::string& nameOrPath);
-
-/// A set definition. \throws std::invalid_argument when the text is none
-sim::TSSetDefinition ParseSet(const std::string& text);
+/// What a test asks for; without a scenario, one that is no story: a set, and nothing happens to it.
+/// \throws std::invalid_argument when there is none, or it is wrong
+sim::TSScenario ScenarioOf(const TSOptions& options);
 } // namespace CIM::test

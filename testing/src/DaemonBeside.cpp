@@ -1,0 +1,152 @@
+#include <ciapi-testing/DaemonBeside.h>
+
+#include "FeatureKeys.h"
+#include "ProcessBus.h"
+#include "Scenarios.h"
+
+#include "simulator/daemon/ControlClient.h"
+#include "simulator/daemon/Verbs.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <spawn.h>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace CIM::test
+{
+namespace
+{
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr milliseconds START_TIMEOUT{20'000};
+constexpr milliseconds STOP_TIMEOUT{5'000};
+constexpr milliseconds INTERVAL{5};
+
+/// What the simulator is to play: a scenario of the test's, or one that is a set and nothing more.
+std::string WriteScenario(const TSOptions& options, const std::string& path)
+{
+    if (!options.scenario.empty())
+    {
+        return options.scenario;
+    }
+    nlohmann::json scenario = {{"name", "beside"},
+                               {"description", "what a test program gave"},
+                               {"seed", options.seed},
+                               {"clock", options.isManualClock ? "manual" : "real"},
+                               {"timeline", nlohmann::json::array()}};
+    if (!options.set.empty())
+    {
+        scenario["set"] = nlohmann::json::parse(options.set, nullptr, true, true);
+    }
+    std::ofstream(path) << scenario;
+    return path;
+}
+
+int StatusOf(int waitStatus) { return WIFSIGNALED(waitStatus) ? 128 + WTERMSIG(waitStatus) : WEXITSTATUS(waitStatus); }
+
+/// Whether a child has ended; it is gone then.
+bool HasEnded(pid_t child, int& status)
+{
+    int waitStatus = 0;
+    if (waitpid(child, &waitStatus, WNOHANG) != child)
+    {
+        return false;
+    }
+    status = StatusOf(waitStatus);
+    return true;
+}
+
+/// Looks every few milliseconds. The application's default main context is left alone.
+bool Comes(const std::function<bool()>& condition, milliseconds timeout)
+{
+    const auto deadline = steady_clock::now() + timeout;
+    bool hasCome = condition();
+    while (!hasCome && steady_clock::now() < deadline)
+    {
+        usleep(static_cast<useconds_t>(INTERVAL.count() * 1000));
+        hasCome = condition();
+    }
+    return hasCome;
+}
+} // namespace
+
+TDaemonBeside::TDaemonBeside(const TSOptions& options, const std::string& program)
+{
+    const sim::TSScenario scenario = ScenarioOf(options);
+    TProcessBus& bus = TProcessBus::Instance();
+    bus.WriteFeatureKeys(FeatureKeys(options, scenario.set.slots));
+    if (access(bus.MarkerPath().c_str(), F_OK) == 0)
+    {
+        throw std::runtime_error("there is a daemon already: one at a time");
+    }
+    std::string play = "play";
+    std::string file = WriteScenario(options, bus.Path("beside.json"));
+    std::string name = program;
+    char* arguments[] = {name.data(), play.data(), file.data(), nullptr};
+    const int error = posix_spawnp(&m_process, program.c_str(), nullptr, nullptr, arguments, environ);
+    if (error != 0)
+    {
+        throw std::runtime_error("cannot run " + program + ": " + std::strerror(error));
+    }
+    const bool isDecided = Comes(
+        [&] { return access(bus.MarkerPath().c_str(), F_OK) == 0 || HasEnded(m_process, m_status); }, START_TIMEOUT);
+    if (!isDecided || m_status >= 0)
+    {
+        Kill();
+        throw std::runtime_error(program + " does not become ready");
+    }
+}
+
+TDaemonBeside::~TDaemonBeside() { End(); }
+
+std::string TDaemonBeside::Ask(const std::string& verb, const std::vector<std::string>& arguments) const
+{
+    const sim::TSVerb* const known = sim::FindVerb(verb);
+    if (known == nullptr)
+    {
+        throw std::invalid_argument("the simulator has no verb " + verb);
+    }
+    const sim::TSControlAnswer answer = sim::CallControl(*known, arguments);
+    switch (answer.status)
+    {
+    case sim::TSControlAnswer::DONE:
+        return answer.text;
+    case sim::TSControlAnswer::NO_SIMULATOR:
+        throw std::runtime_error(answer.text);
+    default:
+        throw std::invalid_argument(answer.text);
+    }
+}
+
+void TDaemonBeside::Kill()
+{
+    if (m_status < 0)
+    {
+        int waitStatus = 0;
+        kill(m_process, SIGKILL);
+        while (waitpid(m_process, &waitStatus, 0) < 0 && errno == EINTR)
+        {
+        }
+        m_status = StatusOf(waitStatus);
+    }
+    unlink(TProcessBus::Instance().MarkerPath().c_str());
+}
+
+int TDaemonBeside::End()
+{
+    if (m_status < 0)
+    {
+        kill(m_process, SIGTERM);
+        if (!Comes([&] { return HasEnded(m_process, m_status); }, STOP_TIMEOUT))
+        {
+            Kill();
+        }
+    }
+    return m_status;
+}
+} // namespace CIM::test
