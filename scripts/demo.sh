@@ -9,4 +9,9 @@ export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 cmake --preset release -DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCIAPI_BUILD_TESTS=OFF -DCIAPI_BUILD_BENCH=OFF >/dev/null
 cmake --build --preset release
 bin=build/release/bin
+echo; echo "== An application, a CAM and its menu (examples/menu)"
 "$bin/ci-daemon-sim" run -- "$bin/example-menu"
+echo; echo "== A call or two on each of the nine interfaces (examples/tour)"
+"$bin/ci-daemon-sim" run -- "$bin/example-tour"
+echo; echo "== The same set from a terminal (cictl)"
+"$bin/ci-daemon-sim" run -- "$bin/cictl" slots

@@ -14,6 +14,7 @@ struct TSServeOptions
 {
     TSSetDefinition set = DefaultSet();
     std::uint64_t seed = 1;
+    TTime warmUpMs = 0; ///< the virtual time that has passed when the daemon goes on the bus
     TSDaemonOptions daemon;
     std::vector<TSFault> faults; ///< of calls, on from the beginning
     /// Called once all names are owned.

@@ -54,6 +54,10 @@ std::function<int()> PrepareRun(CLI::App& app)
 {
     auto options = std::make_shared<TSRunOptions>();
     options->serve.AddTo(app);
+    options->serve.options.warmUpMs = 2'000;
+    app.add_option("--warm-up", options->serve.options.warmUpMs,
+                   "virtual milliseconds that the CAMs have had when the command starts; 0: they are just being put in")
+        ->capture_default_str();
     app.add_option("--key", options->keys,
                    "a feature key of the set, as NAME=VALUE; names without '/' lie under com.kelvora/featureconf/");
     app.add_option("command", options->command, "the command and its arguments");
