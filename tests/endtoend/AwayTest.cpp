@@ -2,6 +2,7 @@
 #include "no_ci/NullAnswers.h"
 
 #include <glib.h>
+#include <gtest/gtest.h>
 
 #include <future>
 #include <set>

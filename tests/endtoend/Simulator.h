@@ -2,8 +2,6 @@
 
 #include <ciapi/CIService.h>
 
-#include <gtest/gtest.h>
-
 #include <dbus/dbus.h>
 
 #include <chrono>
