@@ -68,9 +68,9 @@ using TArgument = typename TMemberTraits<Member>::template Argument<Index>;
 template <class Interface, class Result, class... Arguments, class Function>
 std::function<Result(Arguments...)> Fit(Result (Interface::*)(Arguments...), Function answer)
 {
-    constexpr bool FITS = std::is_invocable_r_v<Result, Function&, Arguments...>;
-    static_assert(FITS, "the function must take the operation's parameters and return the operation's result");
-    if constexpr (FITS)
+    constexpr bool fits = std::is_invocable_r_v<Result, Function&, Arguments...>;
+    static_assert(fits, "the function must take the operation's parameters and return the operation's result");
+    if constexpr (fits)
     {
         return [shared = std::make_shared<Function>(std::move(answer))](Arguments... arguments) -> Result
         {
