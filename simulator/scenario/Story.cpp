@@ -115,11 +115,12 @@ void TStory::m_Proceed()
 
 void TStory::m_LimitTo(unsigned milliseconds)
 {
-    if (!m_isEntered)
+    if (m_timer == 0)
     {
         m_timer = m_timers.After(milliseconds,
                                  [this]
                                  {
+                                     m_timer = 0;
                                      m_isTimeOver = true;
                                      m_Proceed();
                                  });
@@ -251,6 +252,7 @@ TStory::EProgress TStory::m_Try(const TSClearFaults&)
 TStory::EProgress TStory::m_Try(const TSEnd& step)
 {
     m_quit(step.status);
+    m_next = m_scenario.timeline.size() - 1; // nothing comes after the end
     return DONE;
 }
 } // namespace CIM::sim

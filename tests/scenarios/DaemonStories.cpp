@@ -32,6 +32,7 @@ void SlowDaemon(TApplication& application)
 {
     constexpr unsigned STORM = 1'000;
     application.Subscribe({SIGNAL_CI_TTX_STATUS_CHANGE});
+    application.Next(SIGNAL_CI_TTX_STATUS_CHANGE, 1);
     std::map<unsigned char, ECamMode> modes;
     const auto before = std::chrono::steady_clock::now();
     NEED(application.general.GetCamModes(modes) == 1 && modes[0] == CAM_MODE_CI_PLUS);
