@@ -1,5 +1,6 @@
 #include <ciapi-testing/DaemonBeside.h>
 
+#include <ciapi/CINames.h>
 #include <ciapi/CIService.h>
 
 #include <gtest/gtest.h>
@@ -74,6 +75,22 @@ TEST(Lifeline, KilledProgramLeavesNoDaemonBeside)
     ASSERT_NE(said.find(' '), std::string::npos);
     EXPECT_TRUE(GoesSoon("/proc/" + said.substr(0, said.find(' ')) + "/exe"));
     EXPECT_TRUE(GoesSoon(std::filesystem::path(said.substr(said.find(' ') + 1)).parent_path()));
+}
+
+TEST(Lifeline, SetWithoutCINeedsAProcessOfItsOwn)
+{
+    for (const char* const slots : {"0", "2"})
+    {
+        EXPECT_EQ(SaidBeforeKilled(
+                      [slots]
+                      {
+                          TSOptions options;
+                          options.featureKeys = {{CI_FMS_NUM_OF_CI, slots}};
+                          static TDaemon daemon(options);
+                          return std::string(TCCIService::IsCIOperable() ? "2" : "0");
+                      }),
+                  slots);
+    }
 }
 
 TEST(Lifeline, ProgramHasNoChildrenThatItDidNotMake)
