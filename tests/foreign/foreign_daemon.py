@@ -95,7 +95,7 @@ def ask(cictl, *call):
     done = subprocess.run([cictl, "call", "--json", *call], stdout=subprocess.PIPE, timeout=30)
     print(call, done.returncode, done.stdout.decode().strip(), flush=True)
     answered = json.loads(done.stdout)
-    return done.returncode, {key: answered[key] for key in ("result", "outputs")}
+    return done.returncode, {key: answered[key] for key in ("result", "outputs") if key in answered}
 
 
 def check(cictl):
