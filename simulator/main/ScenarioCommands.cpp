@@ -3,11 +3,16 @@
 #include "simulator/daemon/Serve.h"
 #include "simulator/scenario/Story.h"
 
+#include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <fstream>
-#include <iostream>
 #include <memory>
+#include <new>
 #include <optional>
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace CIM::sim
 {
@@ -45,7 +50,14 @@ int Play(const TSScenario& scenario, const std::string& journalPath, const std::
     options.company = [&](TDaemon& daemon, std::function<void(int)> quit)
     {
         story = std::make_shared<TStory>(scenario, daemon, std::move(quit), journal.is_open() ? &journal : nullptr);
-        return story;
+        // What the application has sent last may still be on its way when the simulator is told to end.
+        return std::shared_ptr<void>(story.get(),
+                                     [](void*)
+                                     {
+                                         for (int i = 0; i < 1'000 && g_main_context_iteration(nullptr, FALSE); ++i)
+                                         {
+                                         }
+                                     });
     };
     options.onReady = [&]
     {
@@ -59,6 +71,66 @@ int Play(const TSScenario& scenario, const std::string& journalPath, const std::
     return status == 0 && story ? story->Verdict() : status;
 }
 
+/// A mark that the simulator's process leaves for this one.
+class TSharedMark
+{
+public:
+    TSharedMark()
+        : m_mark(static_cast<std::atomic<bool>*>(
+              mmap(nullptr, sizeof *m_mark, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)))
+    {
+        if (m_mark == MAP_FAILED)
+        {
+            throw std::bad_alloc();
+        }
+    }
+    ~TSharedMark() { munmap(m_mark, sizeof *m_mark); }
+    TSharedMark(const TSharedMark&) = delete;
+    TSharedMark& operator=(const TSharedMark&) = delete;
+
+    void Set() { *m_mark = true; }
+    bool IsSet() const { return *m_mark; }
+
+private:
+    std::atomic<bool>* m_mark;
+};
+
+pid_t thePlayer = -1;
+
+/// Here the signal is no more than a message, which may come when the command has ended already; the command's process
+/// is ended by it even before it has become the command.
+void OnTerminate(int number)
+{
+    if (getpid() != thePlayer)
+    {
+        std::signal(number, SIG_DFL);
+        std::raise(number);
+    }
+}
+
+/// Plays with the command beside. \return EXIT_UNMET when a step was not met, else the command's exit status
+int PlayBeside(const TSScenario& scenario, const TSPlayOptions& options)
+{
+    TSharedMark unmet;
+    thePlayer = getpid();
+    TSSandboxOptions sandbox;
+    sandbox.command = options.command;
+    sandbox.featureKeys = DefaultFeatureKeys(scenario.set.slots);
+    sandbox.simulator = [&](const std::function<void()>& ready)
+    {
+        const int status = Play(scenario, options.journal, ready);
+        if (status == EXIT_UNMET)
+        {
+            unmet.Set();
+            kill(thePlayer, SIGTERM); // which hands it on to the command: without its daemon that would wait for long
+        }
+        return status;
+    };
+    std::signal(SIGTERM, OnTerminate);
+    const int status = RunInSandbox(sandbox);
+    return unmet.IsSet() ? EXIT_UNMET : status;
+}
+
 int PlayCommand(const TSPlayOptions& options)
 {
     TSScenario scenario = FindScenario(options.scenario);
@@ -67,11 +139,7 @@ int PlayCommand(const TSPlayOptions& options)
     {
         return Play(scenario, options.journal, {});
     }
-    TSSandboxOptions sandbox;
-    sandbox.command = options.command;
-    sandbox.featureKeys = DefaultFeatureKeys(scenario.set.slots);
-    sandbox.simulator = [&](const std::function<void()>& ready) { return Play(scenario, options.journal, ready); };
-    return RunInSandbox(sandbox);
+    return PlayBeside(scenario, options);
 }
 
 int ListCommand()
