@@ -76,7 +76,7 @@ TEST_F(SignalsTest, ArriveFromForeignClients)
     };
     busctl("65539"); // profile 1, handle 3: the bus keeps it back
     busctl("65538");
-    Shell("gdbus emit --address \"$DBUS_SYSTEM_BUS_ADDRESS\" --object-path " + path + " --signal " + interface +
+    Shell("gdbus emit --system --object-path " + path + " --signal " + interface +
           ".Signal \"'59'\" \"'65538'\" 16 \"[byte 9,9,9,9,9,9,9,9,1,0,0,0,2,0,0,0]\"");
     ASSERT_TRUE(WaitForSignals(2, 20));
     EXPECT_EQ(g_received.size(), 2u);
