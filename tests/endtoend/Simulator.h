@@ -25,7 +25,11 @@ public:
     TSimulator& operator=(const TSimulator&) = delete;
 
     /// Lets virtual milliseconds pass.
-    void Advance(std::uint64_t ms) { m_Call("AdvanceClock", DBUS_TYPE_UINT64, &ms, DBUS_TYPE_INVALID); }
+    /// \return what the virtual clock then shows
+    std::uint64_t Advance(std::uint64_t ms)
+    {
+        return std::stoull(m_Call("AdvanceClock", DBUS_TYPE_UINT64, &ms, DBUS_TYPE_INVALID));
+    }
     /// Does something to the set that the host has no part in.
     /// \param[in] arguments  a JSON object
     void Control(const char* name, const char* arguments)
