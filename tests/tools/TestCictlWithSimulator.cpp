@@ -76,7 +76,8 @@ TEST(CictlWithSimulator, WalksThroughAMenuWithPipedAnswers)
     }
     EXPECT_THAT(run.output + run.error, Not(HasSubstr("1234")));
     // A CAM that is not ready yet is waited for.
-    const TSRun early = RunCommand({SIMULATOR_PATH, "run", "--", "sh", "-c", "echo 4 | \"" CICTL_PATH "\" menu 0"});
+    const TSRun early =
+        RunCommand({SIMULATOR_PATH, "run", "--warm-up", "0", "--", "sh", "-c", "echo 4 | \"" CICTL_PATH "\" menu 0"});
     EXPECT_EQ(early.status, 0) << early.error;
     EXPECT_THAT(early.error, HasSubstr("waiting for the CAM"));
     // Input that ends early closes the menu: the CAM can be asked again.
