@@ -4,8 +4,8 @@
 
 namespace CIM
 {
-/// The short name of the running program (without folder), as the C runtime keeps it. Owned by the runtime; never changes.
-/// Thread-safe.
+/// The short name of the running program (without folder), as the C runtime keeps it. Owned by the runtime; never
+/// changes. Thread-safe.
 CIAPI_EXPORT const char* GetProgName();
 
 /// The process id, read from the operating system on the first call and kept: a child made by fork() after that call

@@ -106,8 +106,8 @@ bool TCCIMarshallingHelperProxy::Run(std::string& interfaceName, const std::stri
     }
     if (!TreeToClass(reply))
     {
-        CIM_LOG_ERROR("[%s:%d] The answer holds an argument of another kind; it keeps its value",
-                      interfaceName.c_str(), methodId);
+        CIM_LOG_ERROR("[%s:%d] The answer holds an argument of another kind; it keeps its value", interfaceName.c_str(),
+                      methodId);
     }
     return true;
 }

@@ -66,9 +66,7 @@ class TVPLATFORM_EXPORT TSTvMode : public TCMarshalable
 {
 public:
     TSTvMode() = default;
-    TSTvMode(EAntennaMode antennaMode, EServiceMode serviceMode) : antennaMode(antennaMode), serviceMode(serviceMode)
-    {
-    }
+    TSTvMode(EAntennaMode antennaMode, EServiceMode serviceMode) : antennaMode(antennaMode), serviceMode(serviceMode) {}
 
     bool ClassToTree(TCTreeBranch& branch) override;
     bool TreeToClass(TCTreeBranch& branch) override;
