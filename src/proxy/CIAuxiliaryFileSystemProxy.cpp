@@ -10,7 +10,7 @@
 #define CIM_TAIL_CALLING
 #define CIM_TAIL_CALL [[clang::musttail]]
 #else
-#define CIM_TAIL_CALLING __attribute__((optimize("O2")))
+#define CIM_TAIL_CALLING __attribute__((optimize("O2"), no_sanitize("address", "undefined", "thread")))
 #define CIM_TAIL_CALL
 #endif
 
