@@ -46,6 +46,7 @@ json::TJson TSJournalEntry::ToJson() const
     }
     if (arguments.error.empty())
     {
+        json::HideSecrets(interface + "." + OperationName(), arguments.json);
         entry["arguments"] = arguments.json;
     }
     else

@@ -12,12 +12,6 @@ namespace
 {
 constexpr const char* SUBSCRIBER = "ICISignalSubscriber";
 
-/// What is never shown: PINs, and answers, which may be PINs.
-bool IsSecret(const std::string& operation, const std::string& argument)
-{
-    return argument == "pin" || (operation == "ICIGeneral.AnswerMmiEnquiry" && argument == "answer");
-}
-
 /// Whether what is wanted is there: of an object its members, everything else as it is.
 bool Contains(const nlohmann::json& value, const nlohmann::json& wanted)
 {
@@ -53,17 +47,11 @@ void CheckValue(const json::TSParameter& parameter, const nlohmann::json& value)
 
 std::string TSMadeCall::Text() const
 {
-    nlohmann::json shown = nlohmann::json::object();
-    for (const auto& item : arguments.items())
+    json::TJson shown(arguments);
+    json::HideSecrets(operation, shown);
+    if (isSubscription)
     {
-        if (IsSecret(operation, item.key()))
-        {
-            shown[item.key()] = "(not shown)";
-        }
-        else if (!isSubscription || item.key() != "processId")
-        {
-            shown[item.key()] = item.value();
-        }
+        shown.erase("processId");
     }
     return operation + " " + shown.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }

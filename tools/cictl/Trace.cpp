@@ -30,18 +30,6 @@ constexpr std::size_t MOST_OPEN_CALLS = 10'000;
 constexpr unsigned ONE_WAY_FLAG = 1;
 constexpr unsigned HELLO_FLAG = 2;
 
-/// What is secret in a call: the PIN, and what a viewer types.
-void HideSecrets(TJson& arguments)
-{
-    for (const char* secret : {"pin", "answer"})
-    {
-        if (arguments.contains(secret) && arguments[secret].is_string())
-        {
-            arguments[secret] = "***";
-        }
-    }
-}
-
 /// Reads a message's arguments one by one, whatever they are.
 class TReader
 {
@@ -152,7 +140,7 @@ private:
             json::TSDecoded decoded = operation->RequestToJson(payload);
             if (!m_showSecrets)
             {
-                HideSecrets(decoded.json);
+                json::HideSecrets(operation->FullName(), decoded.json);
             }
             if (!decoded.json.empty())
             {

@@ -419,4 +419,22 @@ std::vector<const TOperationForm*> TInterfaceForm::FindAll(std::string_view name
     }
     return found;
 }
+
+void HideSecrets(const std::string& operation, TJson& arguments)
+{
+    struct TSSecret
+    {
+        std::string_view operation;
+        const char* argument;
+    };
+    constexpr TSSecret SECRETS[] = {
+        {"ICIGeneral.VerifyCamPin", "pin"}, {"ICIGeneral.SetCamPin", "pin"}, {"ICIGeneral.AnswerMmiEnquiry", "answer"}};
+    for (const TSSecret& secret : SECRETS)
+    {
+        if (operation == secret.operation && arguments.contains(secret.argument))
+        {
+            arguments[secret.argument] = "***";
+        }
+    }
+}
 } // namespace CIM::json

@@ -61,6 +61,12 @@ struct TSDecoded
     std::string error; ///< empty when nothing is wrong; otherwise json holds what could be read
 };
 
+/// Puts "***" in the place of what nobody but the daemon may see of a call: PINs, and what a viewer types into a CAM's
+/// enquiry. For whatever shows calls to people.
+/// \param[in]     operation  as "ICIGeneral.VerifyCamPin"
+/// \param[in,out] arguments  the call's arguments by name
+void HideSecrets(const std::string& operation, TJson& arguments);
+
 /// One operation of an interface. Thread-safe.
 class TOperationForm
 {
