@@ -80,8 +80,16 @@ TEST(SimulatorCalls, HandWrittenBytes)
     dbus_pending_call_cancel(oneWay);
     dbus_pending_call_unref(oneWay);
 
+    // VerifyCamPin of slot 0 with 0042: the journal says that it was called, not with which PIN.
+    const std::string verifyPin("\1\0\0\0\2\0\x18\0\x1d\0\0\0\1\0\1\0\1\0\0\0\0"
+                                "\2\0\2\0\x0c\0\0\0\1\0\0\0\4\0\0\0"
+                                "0042",
+                                41);
+    Read(client.Call(GENERAL, 24, verifyPin));
     const nlohmann::json journal = client.ControlJson("Journal");
-    ASSERT_GE(journal.size(), 2U);
+    ASSERT_GE(journal.size(), 3U);
+    EXPECT_EQ(journal.back().at("operation"), "VerifyCamPin");
+    EXPECT_EQ(journal.back().at("arguments").at("pin"), "***");
     EXPECT_EQ(journal[0].at("operation"), "GetCiSlotStatus");
     EXPECT_EQ(journal[0].at("arguments").at("selection"), 0);
     EXPECT_EQ(journal[0].at("program"), "by hand");
