@@ -26,28 +26,40 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
+#include <tuple>
 #include <type_traits>
+#include <utility>
 
 namespace CIM
 {
 namespace
 {
+template <class TInterface>
+struct SSlot
+{
+    std::unique_ptr<TInterface> owner;
+    // The same once it is complete. Read without the mutex: a signal callback that asks for an instance must not wait
+    // for a thread that is at work inside the facade, and perhaps waits for the callback.
+    std::atomic<TInterface*> published{nullptr};
+};
+
 struct SFacade
 {
     std::recursive_mutex m_mutex; // IsCIOperable is called with it held
     bool m_canCreateNewInterface = true;
     boost::shared_ptr<TIIPCHelper> m_IPCHelper;
-    std::unique_ptr<ICIGeneral> m_CIGeneralInstance;
-    std::unique_ptr<ICIAppMMI> m_CIAppMMIInstance;
-    std::unique_ptr<ICIOperatorProfile> m_CIOperatorProfileInstance;
-    std::unique_ptr<IPvrCip> m_PvrCipInstance;
-    std::unique_ptr<ICIDebug> m_CIDebugInstance;
-    std::unique_ptr<ICIAuxiliaryFileSystem> m_ICIAuxiliaryFileSystemInstance;
-    std::unique_ptr<ICICAMPlayer> m_ICICAMPlayerInstance;
-    std::unique_ptr<ICISampleDecryption> m_ICISampleDecryptionInstance;
-    std::unique_ptr<ICISignalSubscriber> m_CISignalSubscriberInstance;
+    SSlot<ICIGeneral> m_CIGeneralInstance;
+    SSlot<ICIAppMMI> m_CIAppMMIInstance;
+    SSlot<ICIOperatorProfile> m_CIOperatorProfileInstance;
+    SSlot<IPvrCip> m_PvrCipInstance;
+    SSlot<ICIDebug> m_CIDebugInstance;
+    SSlot<ICIAuxiliaryFileSystem> m_ICIAuxiliaryFileSystemInstance;
+    SSlot<ICICAMPlayer> m_ICICAMPlayerInstance;
+    SSlot<ICISampleDecryption> m_ICISampleDecryptionInstance;
+    SSlot<ICISignalSubscriber> m_CISignalSubscriberInstance;
 };
 
 // Ready before the first constructor of the program runs, usable in the last destructor.
@@ -60,20 +72,29 @@ union UNeverDestroyed
 constinit UNeverDestroyed g_state;
 constinit SFacade& g_facade = g_state.facade;
 
-// The caller holds the mutex. reset() empties an owner before it deletes.
-void Close()
+// Empties a slot.
+template <class TInterface>
+std::unique_ptr<TInterface> Take(SSlot<TInterface>& slot)
 {
-    g_facade.m_CIGeneralInstance.reset();
-    g_facade.m_CIAppMMIInstance.reset();
-    g_facade.m_CIOperatorProfileInstance.reset();
-    g_facade.m_PvrCipInstance.reset();
-    g_facade.m_CIDebugInstance.reset();
-    g_facade.m_ICIAuxiliaryFileSystemInstance.reset();
-    g_facade.m_CISignalSubscriberInstance.reset();
-    g_facade.m_ICICAMPlayerInstance.reset();
-    g_facade.m_ICISampleDecryptionInstance.reset();
-    g_facade.m_IPCHelper.reset(); // the last reference: closes the connection
+    slot.published.store(nullptr);
+    return std::move(slot.owner);
+}
+
+// Ends everything, for ever. The instances are deleted without the mutex: the subscriber's end waits for a callback
+// that is running, and that callback may ask the facade for something.
+void Close(std::unique_lock<std::recursive_mutex> lock)
+{
     g_facade.m_canCreateNewInterface = false;
+    std::tuple ended(Take(g_facade.m_CIGeneralInstance), Take(g_facade.m_CIAppMMIInstance),
+                     Take(g_facade.m_CIOperatorProfileInstance), Take(g_facade.m_PvrCipInstance),
+                     Take(g_facade.m_CIDebugInstance), Take(g_facade.m_ICIAuxiliaryFileSystemInstance),
+                     Take(g_facade.m_CISignalSubscriberInstance), Take(g_facade.m_ICICAMPlayerInstance),
+                     Take(g_facade.m_ICISampleDecryptionInstance));
+    boost::shared_ptr<TIIPCHelper> helper;
+    helper.swap(g_facade.m_IPCHelper);
+    lock.unlock();
+    std::apply([](auto&... owner) { (owner.reset(), ...); }, ended); // in this order
+    helper.reset();                                                  // the last reference: closes the connection
 }
 
 // Ends the instances of a process that never called Destroy.
@@ -81,23 +102,28 @@ struct SCloser
 {
     ~SCloser()
     {
-        const std::unique_lock lock(g_facade.m_mutex, std::try_to_lock);
+        std::unique_lock lock(g_facade.m_mutex, std::try_to_lock);
         if (lock) // otherwise a thread is at work inside, for up to a minute: what it has ends with the process
         {
-            Close();
+            Close(std::move(lock));
         }
     }
 } g_closer;
 
 // The one way to every instance.
 template <class TProxy, class TNull, class TInterface, class TCreated>
-TInterface* Instance(std::unique_ptr<TInterface> SFacade::*owner, TCreated created)
+TInterface* Instance(SSlot<TInterface> SFacade::*member, TCreated created)
 {
     static_assert(std::is_base_of_v<TNull, TProxy>, "a proxy falls back to the null implementation");
-    const std::lock_guard lock(g_facade.m_mutex);
-    std::unique_ptr<TInterface>& instance = g_facade.*owner;
-    if (!instance && g_facade.m_canCreateNewInterface)
+    SSlot<TInterface>& slot = g_facade.*member;
+    if (TInterface* const ready = slot.published.load())
     {
+        return ready;
+    }
+    const std::lock_guard lock(g_facade.m_mutex);
+    if (!slot.owner && g_facade.m_canCreateNewInterface)
+    {
+        std::unique_ptr<TInterface> instance;
         if (TCCIService::IsCIOperable())
         {
             if (!g_facade.m_IPCHelper)
@@ -111,14 +137,16 @@ TInterface* Instance(std::unique_ptr<TInterface> SFacade::*owner, TCreated creat
             instance = std::make_unique<TNull>();
         }
         created(*instance);
+        slot.owner = std::move(instance);
+        slot.published.store(slot.owner.get());
     }
-    return instance.get();
+    return slot.owner.get();
 }
 
 template <class TProxy, class TNull, class TInterface>
-TInterface* Instance(std::unique_ptr<TInterface> SFacade::*owner)
+TInterface* Instance(SSlot<TInterface> SFacade::*member)
 {
-    return Instance<TProxy, TNull>(owner, [](TInterface&) {});
+    return Instance<TProxy, TNull>(member, [](TInterface&) {});
 }
 } // namespace
 
@@ -179,7 +207,6 @@ ICISampleDecryption* TCCIService::CISampleDecryptionInstance()
 void TCCIService::Destroy()
 {
     CIM_LOG_ERROR("");
-    const std::lock_guard lock(g_facade.m_mutex);
-    Close();
+    Close(std::unique_lock(g_facade.m_mutex));
 }
 } // namespace CIM

@@ -6,8 +6,14 @@
 #include <glib.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <future>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace CIM
@@ -24,10 +30,15 @@ struct TReceived
     void* userData;
 };
 std::vector<TReceived> g_received;
+std::function<void()> g_inCallback;
 
 int Receive(ECISignalType, EProfile profile, unsigned short handle, TSSignalData data, void* userData)
 {
     g_received.push_back({profile, handle, data, userData});
+    if (g_inCallback)
+    {
+        g_inCallback();
+    }
     return 0;
 }
 
@@ -104,6 +115,36 @@ TEST_F(SignalsTest, AHundredThousandArriveCompleteAndInOrder)
         ASSERT_EQ(Value(g_received[i].data), first + i);
     }
     EXPECT_EQ(m_signals.Unsubscribe(SIGNAL_CI_TTX_STATUS_CHANGE, PROFILE_MAIN, 5, 0), 1);
+}
+
+// The end, while signals pour in on the main loop's thread and the callback asks the facade for an instance: neither
+// waits for the other.
+TEST_F(SignalsTest, DestroyWhileTheCallbackAsksTheFacade)
+{
+    ASSERT_EQ(m_signals.Subscribe(SIGNAL_CI_TTX_STATUS_CHANGE, nullptr, PROFILE_MAIN, 6, 0), 1);
+    g_inCallback = [] { TCCIService::CIGeneralInstance(); };
+    std::atomic<bool> isOver{false};
+    std::thread loop(
+        [&]
+        {
+            while (!isOver)
+            {
+                g_main_context_iteration(nullptr, TRUE);
+            }
+        });
+    Shell("\"" + g_simulator + "\" ctl AddFault '{\"kind\": \"storm\", \"signal\": \"SIGNAL_CI_TTX_STATUS_CHANGE\", " +
+          "\"profile\": 0, \"handle\": 6, \"count\": 20000}'");
+    std::future<void> end = std::async(std::launch::async, [] { TCCIService::Destroy(); });
+    const bool ended = end.wait_for(std::chrono::seconds(60)) == std::future_status::ready;
+    EXPECT_TRUE(ended);
+    if (!ended)
+    {
+        std::abort(); // what is stuck cannot be joined
+    }
+    EXPECT_EQ(TCCIService::CIGeneralInstance(), nullptr);
+    isOver = true;
+    g_main_context_wakeup(nullptr);
+    loop.join();
 }
 } // namespace CIM
 
