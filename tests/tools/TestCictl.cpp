@@ -154,8 +154,6 @@ TEST(Cictl, TellsWhyThereIsNoDaemon)
 
 TEST(Cictl, TellsARefusalFromACallThatDoesNotGetThrough)
 {
-    std::function<TScriptedDaemon::TMessage(const TScriptedDaemon::TMessage&)> answer;
-    TPlayedDaemon daemon([&](const auto& request, const std::string&) { return answer(request); });
     const struct
     {
         const char* what;
@@ -177,7 +175,7 @@ TEST(Cictl, TellsARefusalFromACallThatDoesNotGetThrough)
     for (const auto& test : cases)
     {
         SCOPED_TRACE(test.what);
-        answer = test.answer;
+        TPlayedDaemon daemon([&](const auto& request, const std::string&) { return test.answer(request); });
         const TSRun run = Cictl({"call", "debug.GetSlotsCount"});
         EXPECT_EQ(run.status, test.status);
         EXPECT_THAT(run.output, HasSubstr(test.output));
