@@ -1,10 +1,10 @@
 #include "ci_connection/CIMIPCConnection.h"
 
+#include "bus/Handles.h"
 #include "ci_connection/CallRouter.h"
-#include "ci_connection/DBusHandles.h"
 #include "ci_connection/Immortal.h"
 #include "ci_connection/SignalReceiver.h"
-#include "impl/CIAPIDebug.h"
+#include "utils/CIAPIDebug.h"
 #include "utils/CIAPILog.h"
 
 #include <tvplatform/BusName.h>
@@ -52,17 +52,12 @@ TCCIMIPCConnection::~TCCIMIPCConnection()
 DBusConnection* TCCIMIPCConnection::t_CreateConnection()
 {
     TCDBusError error;
-    DBusConnection* const connection = dbus_bus_get_private(DBUS_BUS_SYSTEM, error.Get());
-    if (connection != nullptr)
-    {
-        dbus_connection_set_exit_on_disconnect(connection, FALSE); // the application outlives the bus
-    }
-    if (connection == nullptr || error.IsSet())
+    TCConnectionPtr connection = OpenSystemBus(error);
+    if (!connection)
     {
         CIM_LOG_ERROR("[TCCIMIPCConnection::%s] Failed to connect to the D-BUS daemon: %s", __func__, error.Text());
-        return nullptr;
     }
-    return connection;
+    return connection.release();
 }
 
 bool TCCIMIPCConnection::m_Connect(bool attachToMainLoop)

@@ -5,9 +5,9 @@
 #include <tvplatform/MessageBuffer.h>
 #include <tvplatform/Types.h>
 
+#include "bus/Handles.h"
 #include "ci_connection/CallMessage.h"
 #include "ci_connection/CIMSendHelloCondition.h"
-#include "ci_connection/DBusHandles.h"
 
 #include <dbus/dbus.h>
 

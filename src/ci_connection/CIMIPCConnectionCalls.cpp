@@ -1,9 +1,11 @@
+#include "bus/Arguments.h"
 #include "ci_connection/CallMessage.h"
 #include "ci_connection/CallRouter.h"
 #include "ci_connection/CIMIPCConnection.h"
-#include "ci_connection/CIMIPCUtility.h"
 #include "ci_connection/CIMResourcePriorityInheritanceWrapper.h"
-#include "impl/CIAPIDebug.h"
+#include "ci_connection/PayloadLength.h"
+#include "utils/CallOutcome.h"
+#include "utils/CIAPIDebug.h"
 #include "utils/CIAPILog.h"
 
 #include <ciapi/CINames.h>
@@ -47,12 +49,12 @@ bool IsTVSSupported()
 bool CheckSize(const TCMessageBuffer& input)
 {
     const std::size_t length = input.GetUnreadSize();
-    if (length <= CALL_PAYLOAD_LIMIT)
+    if (length <= protocol::CALL_PAYLOAD_LIMIT)
     {
         return true;
     }
     OPERATION_ERROR("t_PrepareMessage", "Message exceeds allowed limit for message size (size: %d, limit: %d)",
-                    static_cast<int>(std::min<std::size_t>(length, INT_MAX)), CALL_PAYLOAD_LIMIT);
+                    static_cast<int>(std::min<std::size_t>(length, INT_MAX)), protocol::CALL_PAYLOAD_LIMIT);
     return false;
 }
 
@@ -61,15 +63,21 @@ SCallHeader MakeHeader(short methodId, const TCMessageBuffer& input, unsigned sh
     return {methodId, flags, static_cast<int>(input.GetUnreadSize()), getpid()};
 }
 
-void LogErrorReply(const std::string& interfaceName, short methodId, DBusMessage* reply)
+// Keeps what an error reply says, and logs it.
+void TakeErrorReply(const std::string& interfaceName, short methodId, DBusMessage* reply)
 {
     TCDBusError error;
     const char* text = nullptr;
-    if (dbus_message_get_args(reply, error.Get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID))
+    const bool isRead = dbus_message_get_args(reply, error.Get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+    const char* const givenName = dbus_message_get_error_name(reply);
+    const char* const name = givenName != nullptr ? givenName : "";
+    // The bus says so in the place of a daemon that went away, and this library when no reply came in time.
+    const bool isMissing = dbus_message_is_error(reply, DBUS_ERROR_NO_REPLY);
+    KeepOutcome(isMissing ? CALL_OUTCOME_NO_REPLY : CALL_OUTCOME_ERROR_REPLY, name, isRead ? text : "");
+    if (isRead)
     {
-        const char* const name = dbus_message_get_error_name(reply);
         CIM_LOG_ERROR_AT("Call", __LINE__, "[TCCIMIPCConnection::%s][%s:%d] Error answer received [Error name: %s]: %s",
-                         "Call", interfaceName.c_str(), methodId, name != nullptr ? name : "", text);
+                         "Call", interfaceName.c_str(), methodId, name, text);
     }
     else
     {
@@ -142,6 +150,7 @@ TCMessagePtr TCCIMIPCConnection::m_CreateCall(const char* operation, const std::
 bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, TCMessageBuffer& input,
                               TCMessageBuffer& output)
 {
+    KeepOutcome(CALL_OUTCOME_NOT_SENT); // until it is
     if (!m_CreatedHere(__func__))
     {
         return false;
@@ -151,7 +160,7 @@ bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, 
     {
         priority.StrartPriorityInheritance();
     }
-    const unsigned short flags = m_helloCondition.SendNow() ? CALL_FLAG_HELLO : 0;
+    const unsigned short flags = m_helloCondition.SendNow() ? protocol::CALL_FLAG_HELLO : 0;
     const TCMessagePtr message = m_CreateCall(__func__, interfaceName, methodId, input, flags);
     if (!message)
     {
@@ -171,12 +180,13 @@ bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, 
     }
     if (!reply)
     {
+        KeepOutcome(CALL_OUTCOME_NO_REPLY);
         OPERATION_ERROR("Call", "Cannot create reply message. Out of memory.");
         return false;
     }
     if (dbus_message_get_type(reply.get()) == DBUS_MESSAGE_TYPE_ERROR)
     {
-        LogErrorReply(interfaceName, methodId, reply.get());
+        TakeErrorReply(interfaceName, methodId, reply.get());
         return false;
     }
     return m_ReadReply(reply.get(), output);
@@ -184,58 +194,58 @@ bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, 
 
 bool TCCIMIPCConnection::m_ReadReply(DBusMessage* reply, TCMessageBuffer& output)
 {
-    DBusMessageIter iter;
-    if (!dbus_message_iter_init(reply, &iter))
+    KeepOutcome(CALL_OUTCOME_NOT_READABLE); // until it is
+    protocol::SReplyEnvelope envelope;
+    const auto read = ReadArguments(reply, envelope);
+    if (read.isEmpty)
     {
         OPERATION_ERROR("Call", "Reply message has no arguments.(dbus_message_iter_init)");
         return false;
     }
-    unsigned char status = 0;
-    if (TCCIMIPCUtility::m_CheckArgumentType(iter, DBUS_TYPE_BYTE, false))
-    {
-        dbus_message_iter_get_basic(&iter, &status);
-    }
-    else
+    if (read.IsWrong<&protocol::SReplyEnvelope::status>())
     {
         OPERATION_ERROR("Call", "Incorrect type of argument. Expected DBUS_TYPE_BYTE.");
     }
-    if (!m_helloCondition.Update(status))
+    if (!m_helloCondition.Update(envelope.status))
     {
+        if (!read.IsWrong<&protocol::SReplyEnvelope::status>())
+        {
+            KeepOutcome(CALL_OUTCOME_REFUSED);
+        }
         OPERATION_ERROR("Call", "Reply message is broken. Probably noone is listening to method calls. Reply value: %u",
-                        static_cast<unsigned int>(status));
+                        static_cast<unsigned int>(envelope.status));
         return false;
     }
-    dbus_int32_t statedLength = 0;
-    if (TCCIMIPCUtility::m_CheckArgumentType(iter, DBUS_TYPE_INT32, true))
-    {
-        dbus_message_iter_get_basic(&iter, &statedLength);
-    }
-    else
+    if (read.IsWrong<&protocol::SReplyEnvelope::length>())
     {
         OPERATION_ERROR("Call", "Incorrect type of argument. Expected DBUS_TYPE_INT32.");
     }
-    const char* bytes = nullptr;
-    int arrayLength = 0;
-    if (TCCIMIPCUtility::m_CheckArgumentType(iter, DBUS_TYPE_ARRAY, true) &&
-        TCCIMIPCUtility::m_ReadBytes(iter, bytes, arrayLength))
-    {
-        AppendReplyPayload(reply, TCCIMIPCUtility::m_CheckedLength("Call", statedLength, arrayLength), bytes, output);
-    }
-    else
+    if (read.IsWrong<&protocol::SReplyEnvelope::payload>())
     {
         OPERATION_ERROR("Call", "Incorrect type of argument. Expected DBUS_TYPE_ARRAY.");
     }
+    else
+    {
+        AppendReplyPayload(reply, CheckedLength("Call", envelope.length, envelope.payload.length),
+                           envelope.payload.data, output);
+    }
     m_helloCondition.ClearIfSentOk();
+    if (read.IsWhole())
+    {
+        KeepOutcome(CALL_OUTCOME_ANSWERED);
+    }
     return true;
 }
 
 bool TCCIMIPCConnection::CallAsync(const std::string& interfaceName, short methodId, TCMessageBuffer& input)
 {
+    KeepOutcome(CALL_OUTCOME_NOT_SENT); // until it is
     if (!m_CreatedHere(__func__))
     {
         return false;
     }
-    const unsigned short flags = CALL_FLAG_ONE_WAY | (m_helloCondition.SendNow() ? CALL_FLAG_HELLO : 0);
+    const unsigned short flags =
+        protocol::CALL_FLAG_ONE_WAY | (m_helloCondition.SendNow() ? protocol::CALL_FLAG_HELLO : 0);
     const TCMessagePtr message = m_CreateCall(__func__, interfaceName, methodId, input, flags);
     if (!message)
     {
@@ -247,6 +257,7 @@ bool TCCIMIPCConnection::CallAsync(const std::string& interfaceName, short metho
                         dbus_message_get_type(message.get()), dbus_message_get_serial(message.get()));
         return false;
     }
+    KeepOutcome(CALL_OUTCOME_SENT);
     return true;
 }
 

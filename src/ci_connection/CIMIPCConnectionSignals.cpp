@@ -1,7 +1,9 @@
+#include "bus/Handles.h"
 #include "ci_connection/CIMIPCConnection.h"
-#include "ci_connection/DBusHandles.h"
 #include "ci_connection/SignalReceiver.h"
-#include "impl/CIAPIDebug.h"
+#include "protocol/Envelope.h"
+#include "utils/CallOutcome.h"
+#include "utils/CIAPIDebug.h"
 #include "utils/CIAPILog.h"
 
 #include <array>
@@ -14,11 +16,6 @@ namespace CIM
 namespace
 {
 constexpr std::size_t MATCH_RULE_SIZE = 256;
-
-unsigned int HandleValue(const TVSHandle& handle)
-{
-    return static_cast<unsigned int>(handle.profile) << 16 | handle.handle;
-}
 } // namespace
 
 void TCCIMIPCConnection::t_CreateMatchRule(EIPCMessageType type, int messageId, char* buffer)
@@ -31,7 +28,8 @@ void TCCIMIPCConnection::t_CreateMatchRule(EIPCMessageType type, int messageId, 
 {
     std::snprintf(buffer, MATCH_RULE_SIZE,
                   "path='%s', type='signal', interface='%s', member='%s', arg0='%d', arg1='%u'", m_objectPath.c_str(),
-                  m_interfaceName.c_str(), t_ConvertMsgTypeToString(type), messageId, HandleValue(handle));
+                  m_interfaceName.c_str(), t_ConvertMsgTypeToString(type), messageId,
+                  protocol::HandleValue(handle.profile, handle.handle));
 }
 
 const char* TCCIMIPCConnection::t_ConvertMsgTypeToString(EIPCMessageType type)
@@ -46,6 +44,7 @@ bool TCCIMIPCConnection::AddMatchRule(EIPCMessageType type, int messageId, const
     m_ChangeMatchRule(dbus_bus_add_match, type, messageId, handle, error);
     if (error.IsSet())
     {
+        KeepOutcome(CALL_OUTCOME_ERROR_REPLY, error.Name(), error.Text());
         CIM_LOG_ERROR("[TCCIMIPCConnection::%s] Cannot add match rule: %s", __func__, error.Text());
         return false;
     }
@@ -59,6 +58,7 @@ bool TCCIMIPCConnection::RemoveMatchRule(EIPCMessageType type, int messageId, co
     m_ChangeMatchRule(dbus_bus_remove_match, type, messageId, handle, error);
     if (error.IsSet())
     {
+        KeepOutcome(CALL_OUTCOME_ERROR_REPLY, error.Name(), error.Text());
         CIM_LOG_ERROR("[TCCIMIPCConnection::%s] Cannot remove match rule: %s", __func__, error.Text());
         return false;
     }

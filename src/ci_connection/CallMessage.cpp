@@ -1,6 +1,6 @@
 #include "ci_connection/CallMessage.h"
 
-#include "ci_connection/CIMIPCUtility.h"
+#include "bus/Arguments.h"
 #include "utils/CIAPILog.h"
 
 #include <tvplatform/MessageBuffer.h>
@@ -13,9 +13,6 @@ namespace CIM
 {
 namespace
 {
-constexpr const char* CALL_OBJECT_PATH = "/com/kelvora/Object";
-constexpr const char* CALL_MEMBER = "MethodCall";
-
 // Above this the copy of the payload is what costs, and the same length hardly comes again.
 constexpr int LARGEST_PREPARED_LENGTH = 4096;
 constexpr std::array<char, LARGEST_PREPARED_LENGTH> ZEROS{};
@@ -45,8 +42,8 @@ TCMessagePtr Build(const char* operation, const std::string& interfaceName, cons
                          operation, interfaceName.c_str());
         return nullptr;
     }
-    TCMessagePtr message(
-        dbus_message_new_method_call(interfaceName.c_str(), CALL_OBJECT_PATH, interfaceName.c_str(), CALL_MEMBER));
+    TCMessagePtr message(dbus_message_new_method_call(interfaceName.c_str(), protocol::CALL_OBJECT_PATH,
+                                                      interfaceName.c_str(), protocol::CALL_MEMBER));
     if (!message)
     {
         LogNoMemory(operation);
@@ -62,16 +59,15 @@ void FillPayload(DBusMessage* message, const TCMessageBuffer& input)
 {
     DBusMessageIter iter;
     dbus_message_iter_init(message, &iter);
-    const char* bytes = nullptr;
-    int room = 0;
-    while (!TCCIMIPCUtility::m_ReadBytes(iter, bytes, room))
+    protocol::SBytes room;
+    while (!TCCIMIPCUtility::m_ReadBytes(iter, room))
     {
         if (!dbus_message_iter_next(&iter))
         {
             return; // a call without payload
         }
     }
-    char* target = const_cast<char*>(bytes);
+    char* target = const_cast<char*>(room.data);
     const std::size_t pieces = input.GetPieceCount();
     for (std::size_t index = 0; index < pieces; ++index)
     {
@@ -84,35 +80,34 @@ void FillPayload(DBusMessage* message, const TCMessageBuffer& input)
 
 bool AppendCallHeader(DBusMessage* message, const SCallHeader& header)
 {
-    const dbus_int32_t word = static_cast<dbus_int32_t>(static_cast<unsigned int>(header.flags) << 16 |
-                                                        static_cast<unsigned short>(header.methodId));
-    const dbus_int32_t length = header.length;
-    const dbus_int32_t pid = header.pid;
-    if ((header.flags & CALL_FLAG_ONE_WAY) != 0)
+    protocol::SCallEnvelope envelope;
+    envelope.header = protocol::HeaderOf(header.flags, header.methodId);
+    envelope.length = header.length;
+    envelope.processId = header.pid;
+    if ((header.flags & protocol::CALL_FLAG_ONE_WAY) != 0)
     {
         dbus_message_set_no_reply(message, TRUE);
     }
-    bool appended = dbus_message_append_args(message, DBUS_TYPE_INT32, &word, DBUS_TYPE_INT32, &length, DBUS_TYPE_INT32,
-                                             &pid, DBUS_TYPE_INVALID);
-    if (appended && (header.flags & CALL_FLAG_HELLO) != 0)
+    if (envelope.CarriesProgram())
     {
-        const char* const programName = GetProgName();
-        if (!dbus_validate_utf8(programName, nullptr))
+        envelope.program = GetProgName();
+        if (!dbus_validate_utf8(envelope.program, nullptr))
         {
             CIM_LOG_ERROR_AT("t_PrepareMessage", __LINE__,
                              "[TCCIMIPCConnection::%s] The program name is not UTF-8: the bus cannot carry it",
                              "t_PrepareMessage");
             return false;
         }
-        appended = dbus_message_append_args(message, DBUS_TYPE_STRING, &programName, DBUS_TYPE_INVALID);
     }
-    if (!appended)
+    // The payload, which is empty here, is appended piece by piece.
+    if (!AppendArguments(message, envelope))
     {
         CIM_LOG_ERROR_AT("t_PrepareMessage", __LINE__,
                          "[TCCIMIPCConnection::%s] Cannot add arguments to call message. Out of memory.",
                          "t_PrepareMessage");
+        return false;
     }
-    return appended;
+    return true;
 }
 
 bool AppendCallPayload(DBusMessage* message, const TCMessageBuffer& input)

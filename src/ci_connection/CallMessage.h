@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ci_connection/DBusHandles.h"
+#include "bus/Handles.h"
 
 #include <array>
 #include <mutex>
@@ -11,10 +11,6 @@ class TCMessageBuffer;
 
 namespace CIM
 {
-constexpr unsigned short CALL_FLAG_ONE_WAY = 1;
-constexpr unsigned short CALL_FLAG_HELLO = 2; ///< the program's name follows
-constexpr int CALL_PAYLOAD_LIMIT = 0x1000000;
-
 /// What stands in front of the payload of one call.
 struct SCallHeader
 {

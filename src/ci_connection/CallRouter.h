@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ci_connection/DBusHandles.h"
+#include "bus/Handles.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,7 +1,8 @@
 #include "ci_connection/SignalReceiver.h"
 
-#include "ci_connection/CIMIPCUtility.h"
-#include "impl/CIAPIDebug.h"
+#include "bus/Arguments.h"
+#include "ci_connection/PayloadLength.h"
+#include "utils/CIAPIDebug.h"
 #include "utils/CIAPILog.h"
 
 #include <tvplatform/MessageBuffer.h>
@@ -17,52 +18,34 @@ std::atomic<bool> gConnectionActive{false};
 
 namespace
 {
-constexpr std::array<const char*, IPC_MESSAGE_MAX> MEMBERS = {
-    "Signal",  "PipelineSignal", "Data", "Program",         "Section",  "TextData",    "Dsm", "CopyProtectionInfo",
-    "PESData", "ExPESData",      "Ht",   "ATSC3Signalling", "ATSC3Mpd", "ATSC3Linkage"};
-
 // Below this a copy costs less than keeping the message.
 constexpr std::size_t SMALLEST_LENT_PAYLOAD = 1024;
-
-// These carry the handle behind the identifier, for the bus to compare in match rules.
-bool CarriesHandle(EIPCMessageType type)
-{
-    return type == IPC_MESSAGE_SIGNAL || type == IPC_MESSAGE_PIPELINE_EVENT || type == IPC_MESSAGE_HT;
-}
 
 // Reads the arguments; returns null, or what is wrong with them.
 const char* Unpack(DBusMessage* message, EIPCMessageType type, int& messageId, TCMessageBuffer& payload)
 {
-    DBusMessageIter iter;
-    if (!dbus_message_iter_init(message, &iter))
+    protocol::SSignalEnvelope envelope;
+    envelope.type = type;
+    const auto read = ReadArguments(message, envelope);
+    if (read.isEmpty)
     {
         return "Message has no arguments.";
     }
-    if (!TCCIMIPCUtility::m_CheckArgumentType(iter, DBUS_TYPE_STRING, false))
+    if (read.IsWrong<&protocol::SSignalEnvelope::identifier>())
     {
         return "Incorrect type of argument. Expected DBUS_TYPE_STRING.";
     }
-    const char* identifier = nullptr;
-    dbus_message_iter_get_basic(&iter, &identifier);
-    messageId = static_cast<int>(std::strtol(identifier, nullptr, 10));
-    if (CarriesHandle(type))
-    {
-        dbus_message_iter_next(&iter);
-    }
-    if (!TCCIMIPCUtility::m_CheckArgumentType(iter, DBUS_TYPE_INT32, true))
+    if (read.IsWrong<&protocol::SSignalEnvelope::length>()) // the handle is for the bus: it may be anything
     {
         return "Incorrect type of argument. Expected DBUS_TYPE_INT32.";
     }
-    dbus_int32_t statedLength = 0;
-    dbus_message_iter_get_basic(&iter, &statedLength);
-    const char* bytes = nullptr;
-    int arrayLength = 0;
-    if (!TCCIMIPCUtility::m_CheckArgumentType(iter, DBUS_TYPE_ARRAY, true) ||
-        !TCCIMIPCUtility::m_ReadBytes(iter, bytes, arrayLength))
+    if (read.IsWrong<&protocol::SSignalEnvelope::payload>())
     {
         return "Incorrect type of argument. Expected DBUS_TYPE_ARRAY.";
     }
-    const std::size_t length = TCCIMIPCUtility::m_CheckedLength("t_MessageHandler", statedLength, arrayLength);
+    messageId = static_cast<int>(std::strtol(envelope.identifier, nullptr, 10));
+    const std::size_t length = CheckedLength("t_MessageHandler", envelope.length, envelope.payload.length);
+    const char* const bytes = envelope.payload.data;
     if (const char* const sender = dbus_message_get_sender(message))
     {
         payload.SetSender(sender);
@@ -87,7 +70,7 @@ const char* TCSignalReceiver::Member(EIPCMessageType type)
     {
         CIM_ASSERT(false);
     }
-    return MEMBERS[static_cast<std::size_t>(type)];
+    return protocol::SIGNAL_KINDS[static_cast<std::size_t>(type)].member;
 }
 
 void TCSignalReceiver::Attach()
@@ -195,7 +178,7 @@ EIPCMessageType TCSignalReceiver::TypeOf(DBusMessage* message) const
         return IPC_MESSAGE_MAX;
     }
     int type = 0;
-    while (type < IPC_MESSAGE_MAX && std::strcmp(member, MEMBERS[static_cast<std::size_t>(type)]) != 0)
+    while (type < IPC_MESSAGE_MAX && std::strcmp(member, Member(static_cast<EIPCMessageType>(type))) != 0)
     {
         ++type;
     }

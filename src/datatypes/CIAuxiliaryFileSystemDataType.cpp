@@ -31,13 +31,6 @@ TCCiAuxiliaryFileSystemDTO::TCCiAuxiliaryFileSystemDTO(unsigned short shortValue
 
 CIM_DEFINE_TREE_OPERATIONS(TCCiAuxiliaryFileSystemDTO)
 
-void TCCiAuxiliaryFileSystemDTO::t_PushTree(TCTreeFormatter& formatter)
-{
-    PushPlain(formatter, 0, shortValue);
-    PushPlain(formatter, 1, intValue);
-    PushPlain(formatter, 2, domainId);
-}
-
 TCCiFileAckDTO::TCCiFileAckDTO(bool firstFlag, bool secondFlag, EFileRequestType requestType,
                                std::vector<unsigned char> firstData, std::vector<unsigned char> secondData)
     : firstFlag(firstFlag), secondFlag(secondFlag), requestType(requestType), firstData(std::move(firstData)),
@@ -45,12 +38,7 @@ TCCiFileAckDTO::TCCiFileAckDTO(bool firstFlag, bool secondFlag, EFileRequestType
 {
 }
 
-bool TCCiFileAckDTO::ClassToTree(TCTreeBranch& branch)
-{
-    TCClassToTreeFormatter formatter(branch);
-    t_PushTree(formatter);
-    return formatter.Extract();
-}
+CIM_DEFINE_TREE_WRITING(TCCiFileAckDTO)
 
 bool TCCiFileAckDTO::TreeToClass(TCTreeBranch& branch)
 {
@@ -58,20 +46,5 @@ bool TCCiFileAckDTO::TreeToClass(TCTreeBranch& branch)
     TCTreeToClassFormatter formatter(branch);
     t_PushTree(formatter);
     return formatter.FillOut();
-}
-
-void TCCiFileAckDTO::t_PushTree(TCTreeFormatter& formatter)
-{
-    PushFlag(formatter, 0, firstFlag);
-    PushFlag(formatter, 1, secondFlag);
-    const auto lowByte = static_cast<unsigned char>(requestType);
-    unsigned char travelling = lowByte;
-    PushPlain(formatter, 2, travelling);
-    if (travelling != lowByte)
-    {
-        requestType = static_cast<EFileRequestType>(travelling);
-    }
-    PushSequence(formatter, 3, firstData);
-    PushSequence(formatter, 4, secondData);
 }
 } // namespace CIM

@@ -28,11 +28,12 @@ TSCICAMPlayerHandle TSCICAMPlayerHandle::Create()
 
 CIM_DEFINE_TREE_OPERATIONS(TSCICAMPlayerHandle)
 
-void TSCICAMPlayerHandle::t_PushTree(TCTreeFormatter& formatter) { PushPlain(formatter, 0, identifier); }
-
 bool TSCICAMPlayerHandle::IsValid() const { return identifier < kInvalidIdentifier; }
 TSCICAMPlayerHandle::operator unsigned short() const { return identifier; }
-bool TSCICAMPlayerHandle::operator==(const TSCICAMPlayerHandle& other) const { return identifier == other.identifier; }
+bool TSCICAMPlayerHandle::operator==(const TSCICAMPlayerHandle& other) const
+{
+    return protocol::EqualMembers(*this, other);
+}
 bool TSCICAMPlayerHandle::operator!=(const TSCICAMPlayerHandle& other) const { return !(*this == other); }
 bool TSCICAMPlayerHandle::operator<(const TSCICAMPlayerHandle& other) const { return identifier < other.identifier; }
 
@@ -45,8 +46,6 @@ TSPlaybackSpeed::TSPlaybackSpeed(short const& hundredths) : hundredths(hundredth
 
 CIM_DEFINE_TREE_OPERATIONS(TSPlaybackSpeed)
 
-void TSPlaybackSpeed::t_PushTree(TCTreeFormatter& formatter) { PushPlain(formatter, 0, hundredths); }
-
 unsigned short TSPlaybackSpeed::HundrethsOfNominal() const { return static_cast<unsigned short>(hundredths); }
 
 TSPlaybackPosition::TSPlaybackPosition(ESeekMode const& seekMode, int position) : seekMode(seekMode), position(position)
@@ -54,12 +53,6 @@ TSPlaybackPosition::TSPlaybackPosition(ESeekMode const& seekMode, int position) 
 }
 
 CIM_DEFINE_TREE_OPERATIONS(TSPlaybackPosition)
-
-void TSPlaybackPosition::t_PushTree(TCTreeFormatter& formatter)
-{
-    PushPlain(formatter, 0, seekMode);
-    PushPlain(formatter, 1, position);
-}
 
 TSPlaybackPosition::ESeekMode TSPlaybackPosition::GetSeekMode() const { return seekMode; }
 int TSPlaybackPosition::GetPosition() const { return position; }
@@ -74,15 +67,9 @@ TSIPServiceLocationData::TSIPServiceLocationData(std::string const& location) : 
 
 CIM_DEFINE_TREE_OPERATIONS(TSIPServiceLocationData)
 
-void TSIPServiceLocationData::t_PushTree(TCTreeFormatter& formatter)
-{
-    TCMarshalableString adapter(&location);
-    formatter.PushMarshalableClass(0, &adapter);
-}
-
 bool TSIPServiceLocationData::operator==(const TSIPServiceLocationData& other) const
 {
-    return location == other.location;
+    return protocol::EqualMembers(*this, other);
 }
 bool TSIPServiceLocationData::operator!=(const TSIPServiceLocationData& other) const { return !(*this == other); }
 bool TSIPServiceLocationData::operator<(const TSIPServiceLocationData& other) const

@@ -40,22 +40,9 @@ TSCIOperatorProfileData::TSCIOperatorProfileData(EAntennaMode antennaMode, EServ
 
 CIM_DEFINE_TREE_OPERATIONS(TSCIOperatorProfileData)
 
-void TSCIOperatorProfileData::t_PushTree(TCTreeFormatter& formatter)
-{
-    PushPlain(formatter, 0, antennaMode);
-    PushPlain(formatter, 1, serviceMode);
-    PushPlain(formatter, 2, slotId);
-    TCMarshalableWString name(&profileName);
-    formatter.PushMarshalableClass(3, &name);
-    PushSet(formatter, 4, supportedAntennaModes);
-    PushPlain(formatter, 5, profileType);
-}
-
 bool TSCIOperatorProfileData::operator==(const TSCIOperatorProfileData& other) const
 {
-    return antennaMode == other.antennaMode && serviceMode == other.serviceMode && slotId == other.slotId &&
-           profileName == other.profileName && supportedAntennaModes == other.supportedAntennaModes &&
-           profileType == other.profileType;
+    return protocol::EqualMembers(*this, other);
 }
 
 bool TSCIOperatorProfileData::operator!=(const TSCIOperatorProfileData& other) const { return !(*this == other); }

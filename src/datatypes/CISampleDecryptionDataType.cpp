@@ -15,11 +15,9 @@ TSDRMSystemId::TSDRMSystemId(unsigned short systemId) : systemId(systemId) {}
 
 CIM_DEFINE_TREE_OPERATIONS(TSDRMSystemId)
 
-void TSDRMSystemId::t_PushTree(TCTreeFormatter& formatter) { PushPlain(formatter, 0, systemId); }
-
 bool TSDRMSystemId::IsValid() const { return systemId < kInvalidSystemId; }
 TSDRMSystemId::operator unsigned short const&() const { return systemId; }
-bool TSDRMSystemId::operator==(const TSDRMSystemId& other) const { return systemId == other.systemId; }
+bool TSDRMSystemId::operator==(const TSDRMSystemId& other) const { return protocol::EqualMembers(*this, other); }
 bool TSDRMSystemId::operator!=(const TSDRMSystemId& other) const { return !(*this == other); }
 bool TSDRMSystemId::operator<(const TSDRMSystemId& other) const { return systemId < other.systemId; }
 
@@ -35,13 +33,11 @@ TSDRMUuid::TSDRMUuid(const std::array<unsigned char, 16>& bytes) : uuid(bytes.be
 
 CIM_DEFINE_TREE_OPERATIONS(TSDRMUuid)
 
-void TSDRMUuid::t_PushTree(TCTreeFormatter& formatter) { PushSequence(formatter, 0, uuid); }
-
 bool TSDRMUuid::IsValid() const
 {
     return uuid.size() == UUID_INVALID.size() && !std::equal(uuid.begin(), uuid.end(), UUID_INVALID.begin());
 }
-bool TSDRMUuid::operator==(const TSDRMUuid& other) const { return uuid == other.uuid; }
+bool TSDRMUuid::operator==(const TSDRMUuid& other) const { return protocol::EqualMembers(*this, other); }
 bool TSDRMUuid::operator!=(const TSDRMUuid& other) const { return !(*this == other); }
 bool TSDRMUuid::operator<(const TSDRMUuid& other) const { return uuid < other.uuid; }
 
@@ -53,17 +49,9 @@ TSDRMMetadataRecord::TSDRMMetadataRecord(EDRMMetadataSource source, const TSDRMS
 
 CIM_DEFINE_TREE_OPERATIONS(TSDRMMetadataRecord)
 
-void TSDRMMetadataRecord::t_PushTree(TCTreeFormatter& formatter)
-{
-    PushPlain(formatter, 0, source);
-    formatter.PushMarshalableClass(1, &systemId);
-    formatter.PushMarshalableClass(2, &uuid);
-    PushSequence(formatter, 3, metadata);
-}
-
 bool TSDRMMetadataRecord::operator==(const TSDRMMetadataRecord& other) const
 {
-    return source == other.source && systemId == other.systemId && uuid == other.uuid && metadata == other.metadata;
+    return protocol::EqualMembers(*this, other);
 }
 bool TSDRMMetadataRecord::operator!=(const TSDRMMetadataRecord& other) const { return !(*this == other); }
 
@@ -75,15 +63,9 @@ TSSampleTrackNonTSFormat::TSSampleTrackNonTSFormat(unsigned short trackPid,
 
 CIM_DEFINE_TREE_OPERATIONS(TSSampleTrackNonTSFormat)
 
-void TSSampleTrackNonTSFormat::t_PushTree(TCTreeFormatter& formatter)
-{
-    PushPlain(formatter, 0, trackPid);
-    PushSequence(formatter, 1, drmRecords);
-}
-
 bool TSSampleTrackNonTSFormat::operator==(const TSSampleTrackNonTSFormat& other) const
 {
-    return trackPid == other.trackPid && drmRecords == other.drmRecords;
+    return protocol::EqualMembers(*this, other);
 }
 bool TSSampleTrackNonTSFormat::operator!=(const TSSampleTrackNonTSFormat& other) const { return !(*this == other); }
 
@@ -94,22 +76,12 @@ TSDRMSystemsData::TSDRMSystemsData(const std::set<TSDRMSystemId>& drmSystemIds, 
 
 CIM_DEFINE_TREE_OPERATIONS(TSDRMSystemsData)
 
-void TSDRMSystemsData::t_PushTree(TCTreeFormatter& formatter)
-{
-    PushSet(formatter, 0, drmSystemIds);
-    PushSet(formatter, 1, drmUuids);
-}
-
-bool TSDRMSystemsData::operator==(const TSDRMSystemsData& other) const
-{
-    return drmSystemIds == other.drmSystemIds && drmUuids == other.drmUuids;
-}
+bool TSDRMSystemsData::operator==(const TSDRMSystemsData& other) const { return protocol::EqualMembers(*this, other); }
 bool TSDRMSystemsData::operator!=(const TSDRMSystemsData& other) const { return !(*this == other); }
 
 bool TSSampleDecryptionStatus::operator==(const TSSampleDecryptionStatus& other) const
 {
-    return transmissionStatus == other.transmissionStatus && drmStatus == other.drmStatus &&
-           drmSystemId == other.drmSystemId && drmUuid == other.drmUuid && bufferSize == other.bufferSize;
+    return protocol::EqualMembers(*this, other);
 }
 bool TSSampleDecryptionStatus::operator!=(const TSSampleDecryptionStatus& other) const { return !(*this == other); }
 } // namespace CIM

@@ -1,4 +1,4 @@
-#include "impl/CIAPIDebug.h"
+#include "utils/CIAPIDebug.h"
 
 #include "utils/CIAPILog.h"
 

@@ -1,6 +1,7 @@
 #include "impl/CIMarshallingHelperProxy.h"
 
 #include "impl/CIDaemonReadiness.h"
+#include "utils/CallOutcome.h"
 #include "utils/CIAPILog.h"
 
 #include <ciapi/CINames.h>
@@ -55,6 +56,7 @@ bool TCCIMarshallingHelperProxy::m_MayCallNow(short methodId) const
     }
     if (modelType == MODEL_TYPE_WITH_LATE_DAEMON)
     {
+        KeepOutcome(CALL_OUTCOME_NOT_READY);
         CIM_LOG_ERROR_AT("Run", __LINE__,
                          "Unable to handle IPC calls before CI_DAEMON creation for ZEP products! Return false");
         return false;
@@ -68,6 +70,7 @@ bool TCCIMarshallingHelperProxy::Run(std::string& interfaceName, const std::stri
     CIM_LOG_INFO("interfaceName[%s] methodName[%s] asyncCall[%s]", interfaceName.c_str(), methodName.c_str(),
                  async ? "true" : "false");
 
+    KeepOutcome(CALL_OUTCOME_NOT_SENT); // until the connection knows better
     TCTreeBranchList request(methodId);
     // The arguments are the caller's variables and outlive this frame: large ones need not be copied on their way.
     request.SetDataLifetime(TREE_DATA_OUTLIVES_BUFFER);
@@ -97,15 +100,17 @@ bool TCCIMarshallingHelperProxy::Run(std::string& interfaceName, const std::stri
     {
         return true; // handled, and nothing written: every argument keeps its value
     }
+    // The daemon has answered, whatever it wrote: what cannot be read keeps its value, the result its seed.
     TCTreeBranchList reply(&output);
     if (!reply.IsValid())
     {
+        KeepOutcome(CALL_OUTCOME_NOT_READABLE);
         CIM_LOG_ERROR("[%s:%d] The answer's payload of %zu bytes is not an argument tree", interfaceName.c_str(),
                       methodId, output.GetUnreadSize());
-        return false;
     }
-    if (!TreeToClass(reply))
+    else if (!TreeToClass(reply))
     {
+        KeepOutcome(CALL_OUTCOME_NOT_READABLE);
         CIM_LOG_ERROR("[%s:%d] The answer holds an argument of another kind; it keeps its value", interfaceName.c_str(),
                       methodId);
     }

@@ -45,8 +45,9 @@ public:
     /// \param[in] methodName     for the log only: the daemon goes by the identifier
     /// \param[in] methodId       the method's identifier
     /// \param[in] async          do not wait for an answer; nothing is then written to the arguments
-    /// \return false, after an error line, when the call could not be made or was not answered; no argument is then
-    ///         written. Blocks up to the connection's time-out.
+    /// \return false when the call could not be made or was not answered: after an error line, but for arguments that
+    ///         cannot be written; no argument is then changed. True when the daemon answered, whatever it wrote: what
+    ///         cannot be read keeps its value, after an error line. Blocks up to the connection's time-out.
     virtual bool Run(std::string& interfaceName, const std::string& methodName, short methodId, bool async);
 
 private:

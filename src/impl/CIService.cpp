@@ -2,24 +2,9 @@
 
 #include "impl/CIMarshallingHelperProxy.h"
 #include "impl/CIUtil.h"
-#include "no_ci/CIAppMMIProxyNO_CI.h"
-#include "no_ci/CIAuxiliaryFileSystemProxyNO_CI.h"
-#include "no_ci/CICAMPlayerProxyNO_CI.h"
-#include "no_ci/CIDebugProxyNO_CI.h"
-#include "no_ci/CIGeneralProxyNO_CI.h"
-#include "no_ci/CIOperatorProfileProxyNO_CI.h"
-#include "no_ci/CISampleDecryptionProxyNO_CI.h"
-#include "no_ci/CISignalSubscriberProxyNO_CI.h"
-#include "no_ci/PvrCipProxyNO_CI.h"
-#include "proxy/CIAppMMIProxy.h"
-#include "proxy/CIAuxiliaryFileSystemProxy.h"
-#include "proxy/CICAMPlayerProxy.h"
-#include "proxy/CIDebugProxy.h"
-#include "proxy/CIGeneralProxy.h"
-#include "proxy/CIOperatorProfileProxy.h"
-#include "proxy/CISampleDecryptionProxy.h"
-#include "proxy/CISignalSubscriberProxy.h"
-#include "proxy/PvrCipProxy.h"
+#include "no_ci/MakeNull.h"
+#include "protocol/InterfaceList.h"
+#include "proxy/MakeProxy.h"
 #include "utils/CIAPILog.h"
 
 #include <ciapi/CINames.h> // the names outlive the proxies, because g_closer comes after them
@@ -30,7 +15,6 @@
 #include <memory>
 #include <mutex>
 #include <tuple>
-#include <type_traits>
 #include <utility>
 
 namespace CIM
@@ -51,15 +35,8 @@ struct SFacade
     std::recursive_mutex m_mutex; // IsCIOperable is called with it held
     bool m_canCreateNewInterface = true;
     boost::shared_ptr<TIIPCHelper> m_IPCHelper;
-    SSlot<ICIGeneral> m_CIGeneralInstance;
-    SSlot<ICIAppMMI> m_CIAppMMIInstance;
-    SSlot<ICIOperatorProfile> m_CIOperatorProfileInstance;
-    SSlot<IPvrCip> m_PvrCipInstance;
-    SSlot<ICIDebug> m_CIDebugInstance;
-    SSlot<ICIAuxiliaryFileSystem> m_ICIAuxiliaryFileSystemInstance;
-    SSlot<ICICAMPlayer> m_ICICAMPlayerInstance;
-    SSlot<ICISampleDecryption> m_ICISampleDecryptionInstance;
-    SSlot<ICISignalSubscriber> m_CISignalSubscriberInstance;
+    protocol::TInterfaces::AsEach<std::tuple, SSlot> m_instances; // ended in this order
+    std::mutex m_ending;                                          // held while they are
 };
 
 // Ready before the first constructor of the program runs, usable in the last destructor.
@@ -85,16 +62,12 @@ std::unique_ptr<TInterface> Take(SSlot<TInterface>& slot)
 void Close(std::unique_lock<std::recursive_mutex> lock)
 {
     g_facade.m_canCreateNewInterface = false;
-    std::tuple ended(Take(g_facade.m_CIGeneralInstance), Take(g_facade.m_CIAppMMIInstance),
-                     Take(g_facade.m_CIOperatorProfileInstance), Take(g_facade.m_PvrCipInstance),
-                     Take(g_facade.m_CIDebugInstance), Take(g_facade.m_ICIAuxiliaryFileSystemInstance),
-                     Take(g_facade.m_CISignalSubscriberInstance), Take(g_facade.m_ICICAMPlayerInstance),
-                     Take(g_facade.m_ICISampleDecryptionInstance));
+    auto ended = std::apply([](auto&... slot) { return std::tuple(Take(slot)...); }, g_facade.m_instances);
     boost::shared_ptr<TIIPCHelper> helper;
     helper.swap(g_facade.m_IPCHelper);
     lock.unlock();
-    std::apply([](auto&... owner) { (owner.reset(), ...); }, ended); // in this order
-    helper.reset();                                                  // the last reference: closes the connection
+    std::apply([](auto&... owner) { (owner.reset(), ...); }, ended);
+    helper.reset(); // the last reference: closes the connection
 }
 
 // Ends the instances of a process that never called Destroy.
@@ -111,11 +84,10 @@ struct SCloser
 } g_closer;
 
 // The one way to every instance.
-template <class TProxy, class TNull, class TInterface, class TCreated>
-TInterface* Instance(SSlot<TInterface> SFacade::*member, TCreated created)
+template <class TInterface, class TCreated>
+TInterface* Instance(TCreated created)
 {
-    static_assert(std::is_base_of_v<TNull, TProxy>, "a proxy falls back to the null implementation");
-    SSlot<TInterface>& slot = g_facade.*member;
+    auto& slot = std::get<SSlot<TInterface>>(g_facade.m_instances);
     if (TInterface* const ready = slot.published.load())
     {
         return ready;
@@ -130,11 +102,11 @@ TInterface* Instance(SSlot<TInterface> SFacade::*member, TCreated created)
             {
                 g_facade.m_IPCHelper.reset(new TCIPCHelper);
             }
-            instance = std::make_unique<TProxy>(g_facade.m_IPCHelper);
+            instance = MakeProxy<TInterface>(g_facade.m_IPCHelper);
         }
         else
         {
-            instance = std::make_unique<TNull>();
+            instance = MakeNull<TInterface>();
         }
         created(*instance);
         slot.owner = std::move(instance);
@@ -143,10 +115,10 @@ TInterface* Instance(SSlot<TInterface> SFacade::*member, TCreated created)
     return slot.owner.get();
 }
 
-template <class TProxy, class TNull, class TInterface>
-TInterface* Instance(SSlot<TInterface> SFacade::*member)
+template <class TInterface>
+TInterface* Instance()
 {
-    return Instance<TProxy, TNull>(member, [](TInterface&) {});
+    return Instance<TInterface>([](TInterface&) {});
 }
 } // namespace
 
@@ -156,57 +128,25 @@ bool TCCIService::IsCIOperable()
     return TCCIUtil::GetSystemInfoNumCI() > 0 && TCCIUtil::IsCISupportedByRegion();
 }
 
-ICIGeneral* TCCIService::CIGeneralInstance()
-{
-    return Instance<TCCIGeneralProxy, TCCIGeneralProxyNO_CI>(&SFacade::m_CIGeneralInstance);
-}
-
-ICIAppMMI* TCCIService::CIAppMMIInstance()
-{
-    return Instance<TCCIAppMMIProxy, TCCIAppMMIProxyNO_CI>(&SFacade::m_CIAppMMIInstance);
-}
-
-ICIOperatorProfile* TCCIService::CIOperatorProfileInstance()
-{
-    return Instance<TCCIOperatorProfileProxy, TCCIOperatorProfileProxyNO_CI>(&SFacade::m_CIOperatorProfileInstance);
-}
-
-IPvrCip* TCCIService::PvrCipInstance()
-{
-    return Instance<TCPvrCipProxy, TCPvrCipProxyNO_CI>(&SFacade::m_PvrCipInstance);
-}
-
-ICIDebug* TCCIService::CIDebugInstance()
-{
-    return Instance<TCCIDebugProxy, TCCIDebugProxyNO_CI>(&SFacade::m_CIDebugInstance);
-}
+ICIGeneral* TCCIService::CIGeneralInstance() { return Instance<ICIGeneral>(); }
+ICIAppMMI* TCCIService::CIAppMMIInstance() { return Instance<ICIAppMMI>(); }
+ICIOperatorProfile* TCCIService::CIOperatorProfileInstance() { return Instance<ICIOperatorProfile>(); }
+IPvrCip* TCCIService::PvrCipInstance() { return Instance<IPvrCip>(); }
+ICIDebug* TCCIService::CIDebugInstance() { return Instance<ICIDebug>(); }
+ICIAuxiliaryFileSystem* TCCIService::CIAuxiliaryFileSystemInstance() { return Instance<ICIAuxiliaryFileSystem>(); }
+ICICAMPlayer* TCCIService::CICAMPlayerInstance() { return Instance<ICICAMPlayer>(); }
+ICISampleDecryption* TCCIService::CISampleDecryptionInstance() { return Instance<ICISampleDecryption>(); }
 
 ICISignalSubscriber* TCCIService::CISignalSubscriberInstance(TCISignalCallback callback)
 {
-    return Instance<TCCISignalSubscriberProxy, TCCISignalSubscriberProxyNO_CI>(
-        &SFacade::m_CISignalSubscriberInstance,
-        [callback](ICISignalSubscriber& subscriber) { subscriber.SetCallback(callback); });
-}
-
-ICIAuxiliaryFileSystem* TCCIService::CIAuxiliaryFileSystemInstance()
-{
-    return Instance<TCCIAuxiliaryFileSystemProxy, TCCIAuxiliaryFileSystemProxyNO_CI>(
-        &SFacade::m_ICIAuxiliaryFileSystemInstance);
-}
-
-ICICAMPlayer* TCCIService::CICAMPlayerInstance()
-{
-    return Instance<TCCICAMPlayerProxy, TCCICAMPlayerProxyNO_CI>(&SFacade::m_ICICAMPlayerInstance);
-}
-
-ICISampleDecryption* TCCIService::CISampleDecryptionInstance()
-{
-    return Instance<TCCISampleDecryptionProxy, TCCISampleDecryptionProxyNO_CI>(&SFacade::m_ICISampleDecryptionInstance);
+    return Instance<ICISignalSubscriber>([callback](ICISignalSubscriber& subscriber)
+                                         { subscriber.SetCallback(callback); });
 }
 
 void TCCIService::Destroy()
 {
     CIM_LOG_ERROR("");
+    const std::lock_guard ending(g_facade.m_ending); // whoever comes second returns when everything has ended
     Close(std::unique_lock(g_facade.m_mutex));
 }
 } // namespace CIM

@@ -116,13 +116,9 @@ private:
         }
     }
 
-    // Copies straight from the message into the container. A branch in the leaf's place changes nothing.
+    // Copies straight from the message into the container. A branch in the leaf's place holds no bytes.
     bool TakePacked(const TCTreeNode* node)
     {
-        if (node && !node->IsLeaf())
-        {
-            return false;
-        }
         const char* bytes = node ? static_cast<const char*>(node->GetData()) : nullptr;
         const std::size_t count = node ? node->GetElementCount(sizeof(TElement)) : 0;
         if (count == 0)

@@ -14,7 +14,7 @@ namespace CIM
 {
 
 /// A byte string of the caller as a branch: its length under tag 0, its characters, when there are any, under tag 1.
-/// An empty string that is read leaves the target as it is.
+/// An empty string that is read leaves the target as it is. A branch in the place of the characters holds none.
 class TCMarshalableString final : public TCMarshalable
 {
 public:
@@ -68,9 +68,10 @@ public:
             {
                 CIM_LOG_ERROR("string length(%u) but %lu bytes", length, held);
             }
-            if (const unsigned long taken = std::min<unsigned long>(length, held))
+            if (node)
             {
-                m_data->assign(static_cast<const char*>(node->GetData()), taken);
+                const unsigned long taken = std::min<unsigned long>(length, held);
+                m_data->assign(taken != 0 ? static_cast<const char*>(node->GetData()) : "", taken);
             }
         }
         return formatter.FillOut();

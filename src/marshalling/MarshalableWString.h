@@ -11,7 +11,8 @@ namespace CIM
 {
 
 /// A string of 16-bit code units of the caller as a branch: the units, when there are any, under tag 0.
-/// An empty string that is read leaves the target as it is.
+/// An empty string that is read, which has no node, leaves the target as it is. A branch in the place of the units
+/// holds none.
 class TCMarshalableWString final : public TCMarshalable
 {
 public:
@@ -57,10 +58,6 @@ public:
         TCTreeToClassFormatter formatter(branch);
         if (const TCTreeNode* node = formatter.FindNode(0))
         {
-            if (!node->IsLeaf())
-            {
-                return false;
-            }
             const std::size_t units = node->GetElementCount(sizeof(TString::value_type));
             TString text(units, 0);
             if (units != 0)

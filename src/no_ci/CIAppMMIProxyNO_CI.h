@@ -12,17 +12,21 @@ public:
     TCCIAppMMIProxyNO_CI();
     ~TCCIAppMMIProxyNO_CI() override;
 
-    int SetApplicationState(TVSHandle const& handle, EAppMmiName application, EAppMmiState state,
-                            unsigned long long value) override;
-    int SendAppAbortRequest(unsigned short id, std::vector<unsigned char> const& data) override;
-    int SendAppAbortAck(unsigned short id, std::vector<unsigned char> const& data) override;
-    int SendFileRequest(unsigned short id, std::vector<unsigned char> const& data, int value) override;
-    int SendRequestStartAck(unsigned short id, unsigned char ackCode) override;
-    int GetAbortAckData(int dataId, std::vector<unsigned char>& data) override;
-    int GetAbortRequestData(int dataId, std::vector<unsigned char>& data) override;
-    int GetFileAckData(int dataId, bool& firstFlag, bool& secondFlag, int& value, std::vector<unsigned char>& firstData,
-                       std::vector<unsigned char>& secondData) override;
-    int GetStartAppData(unsigned short id, int dataId, std::vector<unsigned char>& firstData,
-                        std::vector<unsigned char>& secondData, TVSHandle& handle, bool& flag) override;
+    int SetApplicationState(TVSHandle const&, EAppMmiName, EAppMmiState, unsigned long long) override { return 0; }
+    int SendAppAbortRequest(unsigned short, std::vector<unsigned char> const&) override { return 0; }
+    int SendAppAbortAck(unsigned short, std::vector<unsigned char> const&) override { return 0; }
+    int SendFileRequest(unsigned short, std::vector<unsigned char> const&, int) override { return 0; }
+    int SendRequestStartAck(unsigned short, unsigned char) override { return 0; }
+    int GetAbortAckData(int, std::vector<unsigned char>&) override { return 0; }
+    int GetAbortRequestData(int, std::vector<unsigned char>&) override { return 0; }
+    int GetFileAckData(int, bool&, bool&, int&, std::vector<unsigned char>&, std::vector<unsigned char>&) override
+    {
+        return 0;
+    }
+    int GetStartAppData(unsigned short, int, std::vector<unsigned char>&, std::vector<unsigned char>&, TVSHandle&,
+                        bool&) override
+    {
+        return 0;
+    }
 };
 } // namespace CIM

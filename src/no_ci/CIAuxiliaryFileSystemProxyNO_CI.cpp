@@ -1,5 +1,6 @@
 #include "no_ci/CIAuxiliaryFileSystemProxyNO_CI.h"
 
+#include "no_ci/MakeNull.h"
 #include "utils/CIAPILog.h"
 
 namespace CIM
@@ -14,20 +15,9 @@ TCCIAuxiliaryFileSystemProxyNO_CI::~TCCIAuxiliaryFileSystemProxyNO_CI()
     CIM_LOG_INFO_AT("~TCCIAuxiliaryFileSystemProxyNO_CI", 42, "");
 }
 
-int TCCIAuxiliaryFileSystemProxyNO_CI::GetAllAvailableFileSystems(std::vector<TCCiAuxiliaryFileSystemDTO>&)
+template <>
+std::unique_ptr<ICIAuxiliaryFileSystem> MakeNull()
 {
-    return 0;
+    return std::make_unique<TCCIAuxiliaryFileSystemProxyNO_CI>();
 }
-
-int TCCIAuxiliaryFileSystemProxyNO_CI::RegisterApplication(unsigned short, unsigned char&) { return 0; }
-
-int TCCIAuxiliaryFileSystemProxyNO_CI::UnregisterApplication(unsigned char, unsigned short) { return 0; }
-
-int TCCIAuxiliaryFileSystemProxyNO_CI::RequestFile(unsigned short, unsigned char, EFileRequestType,
-                                                   std::vector<unsigned char> const&)
-{
-    return 0;
-}
-
-int TCCIAuxiliaryFileSystemProxyNO_CI::GetFileAcknowledge(unsigned short, TCCiFileAckDTO&) { return 0; }
 } // namespace CIM

@@ -1,5 +1,6 @@
 #include "no_ci/CICAMPlayerProxyNO_CI.h"
 
+#include "no_ci/MakeNull.h"
 #include "utils/CIAPILog.h"
 
 namespace CIM
@@ -8,15 +9,9 @@ TCCICAMPlayerProxyNO_CI::TCCICAMPlayerProxyNO_CI() { CIM_LOG_INFO_AT("TCCICAMPla
 
 TCCICAMPlayerProxyNO_CI::~TCCICAMPlayerProxyNO_CI() { CIM_LOG_INFO_AT("~TCCICAMPlayerProxyNO_CI", 41, ""); }
 
-TSCICAMPlayerHandle TCCICAMPlayerProxyNO_CI::VerifyLocation(TSIPServiceLocationData const&) { return {}; }
-
-TSCICAMPlayerHandle TCCICAMPlayerProxyNO_CI::PlayRequest(TSIPServiceLocationData const&) { return {}; }
-
-bool TCCICAMPlayerProxyNO_CI::SetPlayerSpeed(TSCICAMPlayerHandle const&, TSPlaybackSpeed const&) { return false; }
-
-bool TCCICAMPlayerProxyNO_CI::SetPlayerPosition(TSCICAMPlayerHandle const&, TSPlaybackPosition const&) { return false; }
-
-bool TCCICAMPlayerProxyNO_CI::StopPlayer(TSCICAMPlayerHandle const&) { return false; }
-
-bool TCCICAMPlayerProxyNO_CI::MonitorPlayerInfo(TSCICAMPlayerHandle const&, unsigned int) { return false; }
+template <>
+std::unique_ptr<ICICAMPlayer> MakeNull()
+{
+    return std::make_unique<TCCICAMPlayerProxyNO_CI>();
+}
 } // namespace CIM

@@ -13,11 +13,11 @@ public:
     TCCICAMPlayerProxyNO_CI();
     ~TCCICAMPlayerProxyNO_CI() override;
 
-    TSCICAMPlayerHandle VerifyLocation(TSIPServiceLocationData const& location) override;
-    TSCICAMPlayerHandle PlayRequest(TSIPServiceLocationData const& location) override;
-    bool SetPlayerSpeed(TSCICAMPlayerHandle const& handle, TSPlaybackSpeed const& speed) override;
-    bool SetPlayerPosition(TSCICAMPlayerHandle const& handle, TSPlaybackPosition const& position) override;
-    bool StopPlayer(TSCICAMPlayerHandle const& handle) override;
-    bool MonitorPlayerInfo(TSCICAMPlayerHandle const& handle, unsigned int value) override;
+    TSCICAMPlayerHandle VerifyLocation(TSIPServiceLocationData const&) override { return {}; }
+    TSCICAMPlayerHandle PlayRequest(TSIPServiceLocationData const&) override { return {}; }
+    bool SetPlayerSpeed(TSCICAMPlayerHandle const&, TSPlaybackSpeed const&) override { return false; }
+    bool SetPlayerPosition(TSCICAMPlayerHandle const&, TSPlaybackPosition const&) override { return false; }
+    bool StopPlayer(TSCICAMPlayerHandle const&) override { return false; }
+    bool MonitorPlayerInfo(TSCICAMPlayerHandle const&, unsigned int) override { return false; }
 };
 } // namespace CIM

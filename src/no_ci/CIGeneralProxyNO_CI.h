@@ -13,61 +13,87 @@ public:
     TCCIGeneralProxyNO_CI();
     ~TCCIGeneralProxyNO_CI() override;
 
-    int GetCiSlotStatus(std::map<unsigned char, ECamStatus>& statuses, unsigned int selection) override;
-    int IsCiSupported() override;
-    int GetCamModes(std::map<unsigned char, ECamMode>& modes) override;
-    int DisableDescrambling(std::vector<TVSHandle> const& handles) override;
-    int EnableDescrambling(std::vector<TVSHandle> const& handles) override;
-    int GetCurrentCiStatus(TCCiStatus& status) override;
-    int CipTest(bool& passed) override;
-    int CipTestStandard(bool& passed) override;
-    int CipTestECP(bool& passed) override;
-    int WriteCipKey(ECICipCertificateType const& certificateType, ECICipCertificateKind const& certificateKind,
-                    EWriteCipKeyResult& outcome) override;
-    int GetApplicationInfo(unsigned char slot, ECIApplicationType& applicationType, TCIText& firstText,
-                           TCIText& secondText) override;
-    int EnterMenu(unsigned char slot, bool oneWay) override;
-    int HdsDisplayStatusChanged(unsigned char slot, bool status, bool oneWay) override;
-    int GetMmiText(unsigned char slot, TCIText& text) override;
-    int GetMmiEnquiry(unsigned char slot, bool& blindAnswer, unsigned char& answerLength, TCIText& text) override;
-    int AnswerMmiEnquiry(unsigned char slot, EMmiAnswerId answerId, TCIText const& answer, bool flag,
-                         bool oneWay) override;
-    int GetMmiMenu(unsigned char slot, TCIText& title, TCIText& subtitle, TCIText& bottomLine,
-                   std::vector<TCIText>& choices) override;
-    int AnswerMmiMenu(unsigned char slot, unsigned char choice, bool flag, bool oneWay) override;
-    int GetMmiList(unsigned char slot, TCIText& title, TCIText& subtitle, TCIText& bottomLine,
-                   std::vector<TCIText>& lines) override;
-    int CloseMmi(unsigned char slot, bool flag, bool oneWay) override;
-    int GetPinWindowShowHandler(TVSHandle const& handle, EPinWindowShowHandler& handler) override;
-    int IsCamPinNeeded() override;
-    int SendAskRelease() override;
-    int ShowCamPinWindow(TVSHandle const& handle) override;
-    int VerifyCamPin(unsigned char slot, std::vector<unsigned char> const& pin, bool oneWay) override;
-    int SetCamPin(unsigned char slot, std::vector<unsigned char> const& pin, bool oneWay) override;
-    int SendCamUpgradeReply(unsigned char slot, ECamUpgradeAnswer answer, bool oneWay) override;
-    int SendCaPmt(unsigned char slot, TVSHandle const& handle, std::list<unsigned short> const& values,
-                  ECaPmtCmd command, bool oneWay) override;
-    int GetCaSystemIds(std::map<unsigned char, std::list<unsigned short>>& caSystemIds) override;
-    int ConnectToSasApplication(unsigned long long applicationId, unsigned short& sessionId) override;
-    int SendSasData(unsigned short sessionId, std::vector<unsigned char> const& data) override;
-    int GetSasData(unsigned short sessionId, unsigned short dataId, std::vector<unsigned char>& data) override;
-    int GetDiffHellMsb(unsigned short sessionId, std::vector<unsigned char>& bytes) override;
-    int EncryptUsingAesCbcWithSAK(unsigned short sessionId, std::vector<unsigned char> const& input,
-                                  std::vector<unsigned char>& output) override;
-    int DecryptUsingAesEcbWithSEK(unsigned short sessionId, std::vector<unsigned char> const& input,
-                                  std::vector<unsigned char>& output) override;
-    int EncryptUsingAesCbcWithSAKConcatDHSK(unsigned short sessionId, std::vector<unsigned char> const& input,
-                                            std::vector<unsigned char>& output) override;
-    int ComputeSHA256ConcatDHSK(unsigned short sessionId, std::vector<unsigned char> const& input,
-                                std::vector<unsigned char>& output) override;
-    int CiSlotTest(unsigned char slot) override;
-    int GetTuneBlockedByCi(TVSHandle const& handle, EStateChange const& stateChange, long long const& value,
-                           bool& blocked) override;
-    int IsHostControlActive(bool& active) override;
-    int GetKeepAppRunning(bool& keepRunning) override;
-    int IsCamVideoTranscodingAuto(bool& automatic) override;
-    int IsAnyNeotionNp4CamInserted(bool& inserted) override;
-    int GetBackupFilePaths(std::list<std::string>& paths) override;
-    int BackupFileDone(std::list<std::string> const& paths) override;
+    int GetCiSlotStatus(std::map<unsigned char, ECamStatus>&, unsigned int) override { return 0; }
+    int IsCiSupported() override { return 0; }
+    int GetCamModes(std::map<unsigned char, ECamMode>&) override { return 0; }
+    int DisableDescrambling(std::vector<TVSHandle> const&) override { return 0; }
+    int EnableDescrambling(std::vector<TVSHandle> const&) override { return 0; }
+    int GetCurrentCiStatus(TCCiStatus&) override { return 0; }
+    int CipTest(bool&) override { return 0; }
+    int CipTestStandard(bool&) override { return 0; }
+    int CipTestECP(bool&) override { return 0; }
+    int WriteCipKey(ECICipCertificateType const&, ECICipCertificateKind const&, EWriteCipKeyResult&) override
+    {
+        return 0;
+    }
+    int GetApplicationInfo(unsigned char, ECIApplicationType&, TCIText&, TCIText&) override { return 0; }
+    int EnterMenu(unsigned char, bool) override { return 0; }
+    int HdsDisplayStatusChanged(unsigned char, bool, bool) override { return 0; }
+    int GetMmiText(unsigned char, TCIText&) override { return 0; }
+    int GetMmiEnquiry(unsigned char, bool&, unsigned char&, TCIText&) override { return 0; }
+    int AnswerMmiEnquiry(unsigned char, EMmiAnswerId, TCIText const&, bool, bool) override { return 0; }
+    int GetMmiMenu(unsigned char, TCIText&, TCIText&, TCIText&, std::vector<TCIText>&) override { return 0; }
+    int AnswerMmiMenu(unsigned char, unsigned char, bool, bool) override { return 0; }
+    int GetMmiList(unsigned char, TCIText&, TCIText&, TCIText&, std::vector<TCIText>&) override { return 0; }
+    int CloseMmi(unsigned char, bool, bool) override { return 0; }
+    int GetPinWindowShowHandler(TVSHandle const&, EPinWindowShowHandler&) override { return 0; }
+    int IsCamPinNeeded() override { return 0; }
+    int SendAskRelease() override { return 0; }
+    int ShowCamPinWindow(TVSHandle const&) override { return 0; }
+    int VerifyCamPin(unsigned char, std::vector<unsigned char> const&, bool) override { return 0; }
+    int SetCamPin(unsigned char, std::vector<unsigned char> const&, bool) override { return 0; }
+    int SendCamUpgradeReply(unsigned char, ECamUpgradeAnswer, bool) override { return 0; }
+    int SendCaPmt(unsigned char, TVSHandle const&, std::list<unsigned short> const&, ECaPmtCmd, bool) override
+    {
+        return 0;
+    }
+    int GetCaSystemIds(std::map<unsigned char, std::list<unsigned short>>&) override { return 0; }
+    int ConnectToSasApplication(unsigned long long, unsigned short&) override { return 0; }
+    int SendSasData(unsigned short, std::vector<unsigned char> const&) override { return 0; }
+    int GetSasData(unsigned short, unsigned short, std::vector<unsigned char>&) override { return 0; }
+    int GetDiffHellMsb(unsigned short, std::vector<unsigned char>&) override { return 0; }
+    int EncryptUsingAesCbcWithSAK(unsigned short, std::vector<unsigned char> const&,
+                                  std::vector<unsigned char>&) override
+    {
+        return 0;
+    }
+    int DecryptUsingAesEcbWithSEK(unsigned short, std::vector<unsigned char> const&,
+                                  std::vector<unsigned char>&) override
+    {
+        return 0;
+    }
+    int EncryptUsingAesCbcWithSAKConcatDHSK(unsigned short, std::vector<unsigned char> const&,
+                                            std::vector<unsigned char>&) override
+    {
+        return 0;
+    }
+    int ComputeSHA256ConcatDHSK(unsigned short, std::vector<unsigned char> const&, std::vector<unsigned char>&) override
+    {
+        return 0;
+    }
+    int CiSlotTest(unsigned char) override { return 0; }
+    int GetTuneBlockedByCi(TVSHandle const&, EStateChange const&, long long const&, bool& blocked) override
+    {
+        blocked = false;
+        return 1;
+    }
+    int IsHostControlActive(bool& active) override
+    {
+        active = false;
+        return 1;
+    }
+    int GetKeepAppRunning(bool& keepRunning) override
+    {
+        keepRunning = false;
+        return 1;
+    }
+    int IsCamVideoTranscodingAuto(bool&) override { return 0; }
+    int IsAnyNeotionNp4CamInserted(bool& inserted) override
+    {
+        inserted = false;
+        return 1;
+    }
+    int GetBackupFilePaths(std::list<std::string>&) override { return 0; }
+    int BackupFileDone(std::list<std::string> const&) override { return 0; }
 };
 } // namespace CIM

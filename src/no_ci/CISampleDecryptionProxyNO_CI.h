@@ -11,13 +11,21 @@ class TCCISampleDecryptionProxyNO_CI : public ICISampleDecryption
 public:
     TCCISampleDecryptionProxyNO_CI();
 
-    bool IsDRMSupported(TSDRMSystemId const& systemId) override;
-    bool IsDRMSupported(TSDRMUuid const& uuid) override;
-    bool StartSampleDecryption(TVSHandle const& handle, std::vector<TSSampleTrackNonTSFormat> const& tracks) override;
-    bool StartSampleDecryption(TVSHandle const& handle, unsigned short drmSystem,
-                               std::vector<TSDRMMetadataRecord> const& records) override;
-    bool UpdateSampleDecryption(TVSHandle const& handle, std::vector<TSSampleTrackNonTSFormat> const& tracks) override;
-    bool UpdateSampleDecryption(TVSHandle const& handle, std::vector<TSDRMMetadataRecord> const& records) override;
+    bool IsDRMSupported(TSDRMSystemId const&) override { return false; }
+    bool IsDRMSupported(TSDRMUuid const&) override { return false; }
+    bool StartSampleDecryption(TVSHandle const&, std::vector<TSSampleTrackNonTSFormat> const&) override
+    {
+        return false;
+    }
+    bool StartSampleDecryption(TVSHandle const&, unsigned short, std::vector<TSDRMMetadataRecord> const&) override
+    {
+        return false;
+    }
+    bool UpdateSampleDecryption(TVSHandle const&, std::vector<TSSampleTrackNonTSFormat> const&) override
+    {
+        return false;
+    }
+    bool UpdateSampleDecryption(TVSHandle const&, std::vector<TSDRMMetadataRecord> const&) override { return false; }
 
     ~TCCISampleDecryptionProxyNO_CI() override;
 };

@@ -13,9 +13,8 @@ public:
     TCCISignalSubscriberProxyNO_CI();
     ~TCCISignalSubscriberProxyNO_CI() override;
 
-    int Subscribe(ECISignalType signalType, void* userData, EProfile profile, unsigned short handle,
-                  long reserved) override;
-    int Unsubscribe(ECISignalType signalType, EProfile profile, unsigned short handle, long reserved) override;
+    int Subscribe(ECISignalType, void*, EProfile, unsigned short, long) override { return 0; }
+    int Unsubscribe(ECISignalType, EProfile, unsigned short, long) override { return 0; }
     void SetCallback(int (*callback)(ECISignalType, EProfile, unsigned short, TSSignalData, void*)) override;
 };
 } // namespace CIM

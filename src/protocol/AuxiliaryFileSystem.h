@@ -9,25 +9,19 @@
 
 namespace CIM::protocol
 {
-namespace auxiliaryFileSystem
-{
-// clang-format off
-inline constexpr auto GetAllAvailableFileSystems = Operation(&ICIAuxiliaryFileSystem::GetAllAvailableFileSystems, 0, "GetAllAvailableFileSystems", Out("fileSystems"));
-inline constexpr auto RegisterApplication = Operation(&ICIAuxiliaryFileSystem::RegisterApplication, 1, "RegisterApplication", In("fileSystemId"), Out("applicationId"));
-inline constexpr auto UnregisterApplication = Operation(&ICIAuxiliaryFileSystem::UnregisterApplication, 2, "UnregisterApplication", In("applicationId"), In("fileSystemId"));
-inline constexpr auto RequestFile = Operation(&ICIAuxiliaryFileSystem::RequestFile, 3, "RequestFile", In("fileSystemId"), In("applicationId"), In("requestType"), In("request"));
-inline constexpr auto GetFileAcknowledge = Operation(&ICIAuxiliaryFileSystem::GetFileAcknowledge, 4, "GetFileAcknowledge", In("fileSystemId"), Out("acknowledgement"));
-// clang-format on
-
-inline constexpr auto OPERATIONS =
-    std::tuple(GetAllAvailableFileSystems, RegisterApplication, UnregisterApplication, RequestFile, GetFileAcknowledge);
-} // namespace auxiliaryFileSystem
-
 template <>
 struct TTable<ICIAuxiliaryFileSystem>
 {
-    static constexpr const char* NAME = "ICIAuxiliaryFileSystem";
     static const std::string& ConnectionName() { return CI_AUXILIARY_FILE_SYSTEM_NAME; }
-    static constexpr const auto& OPERATIONS = auxiliaryFileSystem::OPERATIONS;
+
+    // clang-format off
+    static constexpr std::tuple ROWS{
+    Row<&ICIAuxiliaryFileSystem::GetAllAvailableFileSystems>(0, Out("fileSystems")),
+    Row<&ICIAuxiliaryFileSystem::RegisterApplication>(1, In("fileSystemId"), Out("applicationId")),
+    Row<&ICIAuxiliaryFileSystem::UnregisterApplication>(2, In("applicationId", "fileSystemId")),
+    Row<&ICIAuxiliaryFileSystem::RequestFile>(3, In("fileSystemId", "applicationId", "requestType", "request")),
+    Row<&ICIAuxiliaryFileSystem::GetFileAcknowledge>(4, In("fileSystemId"), Out("acknowledgement")),
+    };
+    // clang-format on
 };
 } // namespace CIM::protocol

@@ -11,26 +11,20 @@
 
 namespace CIM::protocol
 {
-namespace cicamPlayer
-{
-// clang-format off
-inline constexpr auto VerifyLocation = Operation(&ICICAMPlayer::VerifyLocation, 0, "VerifyLocation", In("location"));
-inline constexpr auto PlayRequest = Operation(&ICICAMPlayer::PlayRequest, 1, "PlayRequest", In("location"));
-inline constexpr auto SetPlayerSpeed = Operation(&ICICAMPlayer::SetPlayerSpeed, 2, "SetPlayerSpeed", In("handle"), In("speed"));
-inline constexpr auto SetPlayerPosition = Operation(&ICICAMPlayer::SetPlayerPosition, 3, "SetPlayerPosition", In("handle"), In("position"));
-inline constexpr auto StopPlayer = Operation(&ICICAMPlayer::StopPlayer, 4, "StopPlayer", NotSent("handle"));
-inline constexpr auto MonitorPlayerInfo = Operation(&ICICAMPlayer::MonitorPlayerInfo, 5, "MonitorPlayerInfo", In("handle"), In("value"));
-// clang-format on
-
-inline constexpr auto OPERATIONS =
-    std::tuple(VerifyLocation, PlayRequest, SetPlayerSpeed, SetPlayerPosition, StopPlayer, MonitorPlayerInfo);
-} // namespace cicamPlayer
-
 template <>
 struct TTable<ICICAMPlayer>
 {
-    static constexpr const char* NAME = "ICICAMPlayer";
     static const std::string& ConnectionName() { return CI_CICAM_PLAYER_CONNECTION_NAME; }
-    static constexpr const auto& OPERATIONS = cicamPlayer::OPERATIONS;
+
+    // clang-format off
+    static constexpr std::tuple ROWS{
+    Row<&ICICAMPlayer::VerifyLocation>(0, In("location")),
+    Row<&ICICAMPlayer::PlayRequest>(1, In("location")),
+    Row<&ICICAMPlayer::SetPlayerSpeed>(2, In("handle", "speed")),
+    Row<&ICICAMPlayer::SetPlayerPosition>(3, In("handle", "position")),
+    Row<&ICICAMPlayer::StopPlayer>(4, NotSent("handle")),
+    Row<&ICICAMPlayer::MonitorPlayerInfo>(5, In("handle", "value")),
+    };
+    // clang-format on
 };
 } // namespace CIM::protocol

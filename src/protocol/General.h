@@ -9,72 +9,59 @@
 
 namespace CIM::protocol
 {
-namespace general
-{
-// clang-format off
-inline constexpr auto GetCiSlotStatus = Operation(&ICIGeneral::GetCiSlotStatus, 0, "GetCiSlotStatus", Out("statuses"), In("selection"));
-inline constexpr auto IsCiSupported = Operation(&ICIGeneral::IsCiSupported, 1, "IsCiSupported", Local());
-inline constexpr auto GetCamModes = Operation(&ICIGeneral::GetCamModes, 2, "GetCamModes", Out("modes"));
-inline constexpr auto DisableDescrambling = Operation(&ICIGeneral::DisableDescrambling, 3, "DisableDescrambling", In("handles"));
-inline constexpr auto EnableDescrambling = Operation(&ICIGeneral::EnableDescrambling, 4, "EnableDescrambling", In("handles"));
-inline constexpr auto GetCurrentCiStatus = Operation(&ICIGeneral::GetCurrentCiStatus, 5, "GetCurrentCiStatus", Out("status"));
-inline constexpr auto CipTest = Operation(&ICIGeneral::CipTest, 6, "CipTest", Out("passed"));
-inline constexpr auto CipTestStandard = Operation(&ICIGeneral::CipTestStandard, 7, "CipTestStandard", Out("passed"));
-inline constexpr auto CipTestECP = Operation(&ICIGeneral::CipTestECP, 8, "CipTestECP", Out("passed"));
-inline constexpr auto WriteCipKey = Operation(&ICIGeneral::WriteCipKey, 9, "WriteCipKey", In("certificateType"), In("certificateKind"), Out("outcome"));
-inline constexpr auto GetApplicationInfo = Operation(&ICIGeneral::GetApplicationInfo, 10, "GetApplicationInfo", In("slot"), Out("applicationType"), Out("firstText"), Out("secondText"));
-inline constexpr auto EnterMenu = Operation(&ICIGeneral::EnterMenu, 11, "EnterMenu", In("slot"), OneWay());
-inline constexpr auto HdsDisplayStatusChanged = Operation(&ICIGeneral::HdsDisplayStatusChanged, 12, "HdsDisplayStatusChanged", In("slot"), In("status"), OneWay());
-inline constexpr auto GetMmiText = Operation(&ICIGeneral::GetMmiText, 13, "GetMmiText", In("slot"), Out("text"));
-inline constexpr auto GetMmiEnquiry = Operation(&ICIGeneral::GetMmiEnquiry, 14, "GetMmiEnquiry", In("slot"), Out("blindAnswer"), Out("answerLength"), Out("text"));
-inline constexpr auto AnswerMmiEnquiry = Operation(&ICIGeneral::AnswerMmiEnquiry, 15, "AnswerMmiEnquiry", In("slot"), In("answerId"), In("answer"), In("flag"), OneWay());
-inline constexpr auto GetMmiMenu = Operation(&ICIGeneral::GetMmiMenu, 16, "GetMmiMenu", In("slot"), Out("title"), Out("subtitle"), Out("bottomLine"), Out("choices"));
-inline constexpr auto AnswerMmiMenu = Operation(&ICIGeneral::AnswerMmiMenu, 17, "AnswerMmiMenu", In("slot"), In("choice"), In("flag"), OneWay());
-inline constexpr auto GetMmiList = Operation(&ICIGeneral::GetMmiList, 18, "GetMmiList", In("slot"), Out("title"), Out("subtitle"), Out("bottomLine"), Out("lines"));
-inline constexpr auto CloseMmi = Operation(&ICIGeneral::CloseMmi, 19, "CloseMmi", In("slot"), In("flag"), OneWay());
-inline constexpr auto GetPinWindowShowHandler = Operation(&ICIGeneral::GetPinWindowShowHandler, 20, "GetPinWindowShowHandler", In("handle"), Out("handler"));
-inline constexpr auto IsCamPinNeeded = Operation(&ICIGeneral::IsCamPinNeeded, 21, "IsCamPinNeeded");
-inline constexpr auto SendAskRelease = Operation(&ICIGeneral::SendAskRelease, 22, "SendAskRelease");
-inline constexpr auto ShowCamPinWindow = Operation(&ICIGeneral::ShowCamPinWindow, 23, "ShowCamPinWindow", In("handle"));
-inline constexpr auto VerifyCamPin = Operation(&ICIGeneral::VerifyCamPin, 24, "VerifyCamPin", In("slot"), In("pin"), OneWay());
-inline constexpr auto SetCamPin = Operation(&ICIGeneral::SetCamPin, 25, "SetCamPin", In("slot"), In("pin"), OneWay());
-inline constexpr auto SendCamUpgradeReply = Operation(&ICIGeneral::SendCamUpgradeReply, 26, "SendCamUpgradeReply", In("slot"), In("answer"), OneWay());
-inline constexpr auto SendCaPmt = Operation(&ICIGeneral::SendCaPmt, 27, "SendCaPmt", In("slot"), In("handle"), In("values"), In("command"), OneWay());
-inline constexpr auto GetCaSystemIds = Operation(&ICIGeneral::GetCaSystemIds, 28, "GetCaSystemIds", Out("caSystemIds"));
-inline constexpr auto ConnectToSasApplication = Operation(&ICIGeneral::ConnectToSasApplication, 29, "ConnectToSasApplication", In("applicationId"), Out("sessionId"));
-inline constexpr auto SendSasData = Operation(&ICIGeneral::SendSasData, 30, "SendSasData", In("sessionId"), In("data"));
-inline constexpr auto GetSasData = Operation(&ICIGeneral::GetSasData, 31, "GetSasData", In("sessionId"), In("dataId"), Out("data"));
-inline constexpr auto GetDiffHellMsb = Operation(&ICIGeneral::GetDiffHellMsb, 32, "GetDiffHellMsb", In("sessionId"), Out("bytes"));
-inline constexpr auto EncryptUsingAesCbcWithSAK = Operation(&ICIGeneral::EncryptUsingAesCbcWithSAK, 33, "EncryptUsingAesCbcWithSAK", In("sessionId"), In("input"), Out("output"));
-inline constexpr auto DecryptUsingAesEcbWithSEK = Operation(&ICIGeneral::DecryptUsingAesEcbWithSEK, 34, "DecryptUsingAesEcbWithSEK", In("sessionId"), In("input"), Out("output"));
-inline constexpr auto EncryptUsingAesCbcWithSAKConcatDHSK = Operation(&ICIGeneral::EncryptUsingAesCbcWithSAKConcatDHSK, 35, "EncryptUsingAesCbcWithSAKConcatDHSK", In("sessionId"), In("input"), Out("output"));
-inline constexpr auto ComputeSHA256ConcatDHSK = Operation(&ICIGeneral::ComputeSHA256ConcatDHSK, 36, "ComputeSHA256ConcatDHSK", In("sessionId"), In("input"), Out("output"));
-inline constexpr auto CiSlotTest = Operation(&ICIGeneral::CiSlotTest, 37, "CiSlotTest", In("slot"));
-inline constexpr auto GetTuneBlockedByCi = Operation(&ICIGeneral::GetTuneBlockedByCi, 38, "GetTuneBlockedByCi", In("handle"), In("stateChange"), In("value"), Out("blocked"));
-inline constexpr auto IsHostControlActive = Operation(&ICIGeneral::IsHostControlActive, 39, "IsHostControlActive", Out("active"));
-inline constexpr auto GetKeepAppRunning = Operation(&ICIGeneral::GetKeepAppRunning, 40, "GetKeepAppRunning", Out("keepRunning"));
-inline constexpr auto IsCamVideoTranscodingAuto = Operation(&ICIGeneral::IsCamVideoTranscodingAuto, 41, "IsCamVideoTranscodingAuto", Out("automatic"));
-inline constexpr auto IsAnyNeotionNp4CamInserted = Operation(&ICIGeneral::IsAnyNeotionNp4CamInserted, 42, "IsAnyNeotionNp4CamInserted", Out("inserted"));
-inline constexpr auto GetBackupFilePaths = Operation(&ICIGeneral::GetBackupFilePaths, 43, "GetBackupFilePaths", Out("paths"));
-inline constexpr auto BackupFileDone = Operation(&ICIGeneral::BackupFileDone, 44, "BackupFileDone", In("paths"));
-// clang-format on
-
-inline constexpr auto OPERATIONS = std::tuple(
-    GetCiSlotStatus, IsCiSupported, GetCamModes, DisableDescrambling, EnableDescrambling, GetCurrentCiStatus, CipTest,
-    CipTestStandard, CipTestECP, WriteCipKey, GetApplicationInfo, EnterMenu, HdsDisplayStatusChanged, GetMmiText,
-    GetMmiEnquiry, AnswerMmiEnquiry, GetMmiMenu, AnswerMmiMenu, GetMmiList, CloseMmi, GetPinWindowShowHandler,
-    IsCamPinNeeded, SendAskRelease, ShowCamPinWindow, VerifyCamPin, SetCamPin, SendCamUpgradeReply, SendCaPmt,
-    GetCaSystemIds, ConnectToSasApplication, SendSasData, GetSasData, GetDiffHellMsb, EncryptUsingAesCbcWithSAK,
-    DecryptUsingAesEcbWithSEK, EncryptUsingAesCbcWithSAKConcatDHSK, ComputeSHA256ConcatDHSK, CiSlotTest,
-    GetTuneBlockedByCi, IsHostControlActive, GetKeepAppRunning, IsCamVideoTranscodingAuto, IsAnyNeotionNp4CamInserted,
-    GetBackupFilePaths, BackupFileDone);
-} // namespace general
-
 template <>
 struct TTable<ICIGeneral>
 {
-    static constexpr const char* NAME = "ICIGeneral";
     static const std::string& ConnectionName() { return CI_GENERAL_CONNECTION_NAME; }
-    static constexpr const auto& OPERATIONS = general::OPERATIONS;
+
+    // clang-format off
+    static constexpr std::tuple ROWS{
+    Row<&ICIGeneral::GetCiSlotStatus>(0, Out("statuses"), In("selection")),
+    Row<&ICIGeneral::IsCiSupported>(1, Local()),
+    Row<&ICIGeneral::GetCamModes>(2, Out("modes")),
+    Row<&ICIGeneral::DisableDescrambling>(3, In("handles")),
+    Row<&ICIGeneral::EnableDescrambling>(4, In("handles")),
+    Row<&ICIGeneral::GetCurrentCiStatus>(5, Out("status")),
+    Row<&ICIGeneral::CipTest>(6, Out("passed")),
+    Row<&ICIGeneral::CipTestStandard>(7, Out("passed")),
+    Row<&ICIGeneral::CipTestECP>(8, Out("passed")),
+    Row<&ICIGeneral::WriteCipKey>(9, In("certificateType", "certificateKind"), Out("outcome")),
+    Row<&ICIGeneral::GetApplicationInfo>(10, In("slot"), Out("applicationType", "firstText", "secondText")),
+    Row<&ICIGeneral::EnterMenu>(11, In("slot"), OneWay()),
+    Row<&ICIGeneral::HdsDisplayStatusChanged>(12, In("slot", "status"), OneWay()),
+    Row<&ICIGeneral::GetMmiText>(13, In("slot"), Out("text")),
+    Row<&ICIGeneral::GetMmiEnquiry>(14, In("slot"), Out("blindAnswer", "answerLength", "text")),
+    Row<&ICIGeneral::AnswerMmiEnquiry>(15, In("slot", "answerId", "answer", "flag"), OneWay()),
+    Row<&ICIGeneral::GetMmiMenu>(16, In("slot"), Out("title", "subtitle", "bottomLine", "choices")),
+    Row<&ICIGeneral::AnswerMmiMenu>(17, In("slot", "choice", "flag"), OneWay()),
+    Row<&ICIGeneral::GetMmiList>(18, In("slot"), Out("title", "subtitle", "bottomLine", "lines")),
+    Row<&ICIGeneral::CloseMmi>(19, In("slot", "flag"), OneWay()),
+    Row<&ICIGeneral::GetPinWindowShowHandler>(20, In("handle"), Out("handler")),
+    Row<&ICIGeneral::IsCamPinNeeded>(21),
+    Row<&ICIGeneral::SendAskRelease>(22),
+    Row<&ICIGeneral::ShowCamPinWindow>(23, In("handle")),
+    Row<&ICIGeneral::VerifyCamPin>(24, In("slot", "pin"), OneWay()),
+    Row<&ICIGeneral::SetCamPin>(25, In("slot", "pin"), OneWay()),
+    Row<&ICIGeneral::SendCamUpgradeReply>(26, In("slot", "answer"), OneWay()),
+    Row<&ICIGeneral::SendCaPmt>(27, In("slot", "handle", "values", "command"), OneWay()),
+    Row<&ICIGeneral::GetCaSystemIds>(28, Out("caSystemIds")),
+    Row<&ICIGeneral::ConnectToSasApplication>(29, In("applicationId"), Out("sessionId")),
+    Row<&ICIGeneral::SendSasData>(30, In("sessionId", "data")),
+    Row<&ICIGeneral::GetSasData>(31, In("sessionId", "dataId"), Out("data")),
+    Row<&ICIGeneral::GetDiffHellMsb>(32, In("sessionId"), Out("bytes")),
+    Row<&ICIGeneral::EncryptUsingAesCbcWithSAK>(33, In("sessionId", "input"), Out("output")),
+    Row<&ICIGeneral::DecryptUsingAesEcbWithSEK>(34, In("sessionId", "input"), Out("output")),
+    Row<&ICIGeneral::EncryptUsingAesCbcWithSAKConcatDHSK>(35, In("sessionId", "input"), Out("output")),
+    Row<&ICIGeneral::ComputeSHA256ConcatDHSK>(36, In("sessionId", "input"), Out("output")),
+    Row<&ICIGeneral::CiSlotTest>(37, In("slot")),
+    Row<&ICIGeneral::GetTuneBlockedByCi>(38, In("handle", "stateChange", "value"), Out("blocked")),
+    Row<&ICIGeneral::IsHostControlActive>(39, Out("active")),
+    Row<&ICIGeneral::GetKeepAppRunning>(40, Out("keepRunning")),
+    Row<&ICIGeneral::IsCamVideoTranscodingAuto>(41, Out("automatic")),
+    Row<&ICIGeneral::IsAnyNeotionNp4CamInserted>(42, Out("inserted")),
+    Row<&ICIGeneral::GetBackupFilePaths>(43, Out("paths")),
+    Row<&ICIGeneral::BackupFileDone>(44, In("paths")),
+    };
+    // clang-format on
 };
 } // namespace CIM::protocol

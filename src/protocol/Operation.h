@@ -1,10 +1,10 @@
 #pragma once
 
-#include "protocol/WireType.h"
+#include "marshalling/WireForm.h"
+#include "protocol/Name.h"
 
 #include <array>
 #include <cstddef>
-#include <optional>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -25,20 +25,32 @@ enum class EWord
     OUT_MEMBERS, ///< a pipeline handle written from two values
 };
 
-/// One parameter of a row: its word and its name, which traces, help and JSON show.
-template <EWord Word>
-struct TParameter
+/// Neighbouring parameters of a row that share a word, by their names, which traces, help and JSON show.
+template <EWord Word, std::size_t Count>
+struct TWords
 {
-    const char* name;
+    std::array<const char*, Count> names;
 };
 
-constexpr TParameter<EWord::IN> In(const char* name) { return {name}; }
-constexpr TParameter<EWord::OUT> Out(const char* name) { return {name}; }
-constexpr TParameter<EWord::IN_OUT> InOut(const char* name) { return {name}; }
-constexpr TParameter<EWord::ONE_WAY> OneWay() { return {"oneWay"}; }
-constexpr TParameter<EWord::NOT_SENT> NotSent(const char* name) { return {name}; }
-constexpr TParameter<EWord::IN_MEMBERS> InMembers(const char* name) { return {name}; }
-constexpr TParameter<EWord::OUT_MEMBERS> OutMembers(const char* name) { return {name}; }
+template <class... Names>
+constexpr TWords<EWord::IN, sizeof...(Names)> In(Names... names)
+{
+    return {{names...}};
+}
+template <class... Names>
+constexpr TWords<EWord::OUT, sizeof...(Names)> Out(Names... names)
+{
+    return {{names...}};
+}
+template <class... Names>
+constexpr TWords<EWord::IN_OUT, sizeof...(Names)> InOut(Names... names)
+{
+    return {{names...}};
+}
+constexpr TWords<EWord::ONE_WAY, 1> OneWay() { return {{"oneWay"}}; }
+constexpr TWords<EWord::NOT_SENT, 1> NotSent(const char* name) { return {{name}}; }
+constexpr TWords<EWord::IN_MEMBERS, 1> InMembers(const char* name) { return {{name}}; }
+constexpr TWords<EWord::OUT_MEMBERS, 1> OutMembers(const char* name) { return {{name}}; }
 
 /// A row that is never sent: the library answers by itself. It keeps the list of rows as long as the interface.
 struct TLocal
@@ -46,12 +58,19 @@ struct TLocal
 };
 constexpr TLocal Local() { return {}; }
 
-/// Chooses one of several operations of the same name by its declared type.
-template <class Signature, class Interface>
-constexpr Signature Interface::*Overload(Signature Interface::*member)
+/// Chooses one of several operations of the same name by the first parameters that it declares:
+/// Taking<unsigned char>(&IService::Tell).
+template <class... First>
+struct TTaking
 {
-    return member;
-}
+    template <class Result, class Interface, class... Rest>
+    constexpr auto operator()(Result (Interface::*member)(First..., Rest...)) const
+    {
+        return member;
+    }
+};
+template <class... First>
+inline constexpr TTaking<First...> Taking{};
 
 constexpr bool IsSent(EWord word) { return word != EWord::ONE_WAY && word != EWord::NOT_SENT; }
 constexpr bool IsOutput(EWord word)
@@ -81,17 +100,33 @@ constexpr bool CheckParameter()
     }
     else if constexpr (IsSent(Word))
     {
-        static_assert(HAS_WIRE_TYPE<TValue>, "this type has no form on the wire");
+        static_assert(HAS_WIRE_FORM<TValue>, "this type has no form on the wire");
     }
     return true;
 }
 
-/// Whether the one-way flag stands anywhere but at the end.
-template <EWord... Words>
-constexpr bool OneWayIsLast()
+/// The words of all parameters, in order.
+template <EWord... Words, std::size_t... Counts>
+constexpr auto Flatten(const TWords<Words, Counts>&...)
 {
-    constexpr std::array<EWord, sizeof...(Words)> words{Words...};
-    for (std::size_t i = 0; i + 1 < words.size(); ++i)
+    std::array<EWord, (Counts + ... + 0)> all{};
+    [[maybe_unused]] std::size_t place = 0;
+    [[maybe_unused]] const auto add = [&](EWord word, std::size_t count)
+    {
+        while (count-- > 0)
+        {
+            all[place++] = word;
+        }
+    };
+    (add(Words, Counts), ...);
+    return all;
+}
+
+/// Whether the one-way flag stands anywhere but at the end.
+template <std::size_t Count>
+constexpr bool OneWayIsLast(const std::array<EWord, Count>& words)
+{
+    for (std::size_t i = 0; i + 1 < Count; ++i)
     {
         if (words[i] == EWord::ONE_WAY)
         {
@@ -103,25 +138,68 @@ constexpr bool OneWayIsLast()
 
 template <class Result>
 inline constexpr bool IS_VALUE_RESULT = std::is_same_v<Result, int> || std::is_same_v<Result, bool>;
-} // namespace detail
 
-/// One row. Made by Operation(); its type carries the member function's type and the words, so that a proxy, the
-/// daemon side and the tools are all built from it.
-template <class Interface_, class Result_, class Arguments, EWord... Words>
-struct TOperation;
-
-template <class Interface_, class Result_, class... Arguments, EWord... Words>
-struct TOperation<Interface_, Result_, std::tuple<Arguments...>, Words...>
+template <class Signature>
+struct TSignature;
+template <class Interface_, class Result_, class... Arguments>
+struct TSignature<Result_ (Interface_::*)(Arguments...)>
 {
     using Interface = Interface_;
     using Result = Result_;
-    using Member = Result (Interface::*)(Arguments...);
-    /// The arguments as objects of their own: what the daemon side and the tools hold.
     using Values = std::tuple<std::remove_cvref_t<Arguments>...>;
+    static constexpr std::size_t COUNT = sizeof...(Arguments);
 
-    static constexpr std::size_t COUNT = sizeof...(Words);
-    static constexpr std::array<EWord, COUNT> WORDS{Words...};
-    static constexpr bool HAS_ONE_WAY = ((Words == EWord::ONE_WAY) || ...);
+    template <auto Words>
+    static constexpr bool CheckWords()
+    {
+        static_assert(Words.size() == COUNT, "a row needs one word for each parameter");
+        static_assert(IS_VALUE_RESULT<Result> || std::is_base_of_v<TIMarshalable, Result>,
+                      "a result is an int, a bool or a marshalable object");
+        static_assert(OneWayIsLast(Words), "the one-way flag is the last parameter");
+        if constexpr (Words.size() == COUNT)
+        {
+            return []<std::size_t... Indices>(std::index_sequence<Indices...>)
+            {
+                static_assert(!((Words[Indices] == EWord::ONE_WAY) || ...) || !(IsOutput(Words[Indices]) || ...),
+                              "a call that can be one-way has no outputs: nothing would write them");
+                return (CheckParameter<Arguments, Words[Indices]>() && ...);
+            }
+            (std::make_index_sequence<COUNT>{});
+        }
+        return false;
+    }
+
+    template <class... Given>
+    static constexpr bool Takes()
+    {
+        if constexpr (sizeof...(Given) == COUNT)
+        {
+            return (std::is_same_v<std::remove_cvref_t<Given>, std::remove_cvref_t<Arguments>> && ...);
+        }
+        return false;
+    }
+};
+} // namespace detail
+
+/// One row. Made by Row(); its type carries the member function and the words, so that a proxy, the daemon side and the
+/// tools are all built from it.
+template <auto Member_, auto Words>
+struct TRow
+{
+    using Member = decltype(Member_);
+    using Key = TKey<Member_>;
+    using Signature = detail::TSignature<Member>;
+    using Interface = typename Signature::Interface;
+    using Result = typename Signature::Result;
+    /// The arguments as objects of their own: what the daemon side and the tools hold.
+    using Values = typename Signature::Values;
+
+    static constexpr Member MEMBER = Member_;
+    /// The operation's own name.
+    static constexpr const char* NAME = NameOf<Member_>();
+    static constexpr std::size_t COUNT = Words.size();
+    static constexpr std::array<EWord, COUNT> WORDS = Words;
+    static constexpr bool HAS_ONE_WAY = COUNT > 0 && WORDS[COUNT > 0 ? COUNT - 1 : 0] == EWord::ONE_WAY;
     /// Whether the result is a plain value, pushed before everything else, and not an object in its place.
     static constexpr bool HAS_RESULT_SLOT = detail::IS_VALUE_RESULT<Result>;
 
@@ -129,11 +207,7 @@ struct TOperation<Interface_, Result_, std::tuple<Arguments...>, Words...>
     template <class... Given>
     static constexpr bool Takes()
     {
-        if constexpr (sizeof...(Given) == sizeof...(Arguments))
-        {
-            return (std::is_same_v<std::remove_cvref_t<Given>, std::remove_cvref_t<Arguments>> && ...);
-        }
-        return false;
+        return Signature::template Takes<Given...>();
     }
 
     /// What the result is before the daemon has written it.
@@ -149,49 +223,77 @@ struct TOperation<Interface_, Result_, std::tuple<Arguments...>, Words...>
         }
     }
 
-    Member member;
     short id;
-    const char* name;
     std::array<const char*, COUNT> parameterNames;
-    bool isLocal;
+    bool isLocal = false;
 };
 
-/// Makes a row: the operation, its method identifier, the method's name, and a word for each parameter.
-template <class Interface, class Result, class... Arguments, EWord... Words>
-constexpr auto Operation(Result (Interface::*member)(Arguments...), short id, const char* name,
-                         TParameter<Words>... words)
+/// Makes a row: the operation, its method identifier, and a word for each parameter.
+template <auto Member, EWord... Words, std::size_t... Counts>
+constexpr auto Row(short id, TWords<Words, Counts>... words)
 {
-    static_assert(sizeof...(Arguments) == sizeof...(Words), "a row needs one word for each parameter");
-    static_assert(detail::IS_VALUE_RESULT<Result> || std::is_base_of_v<TIMarshalable, Result>,
-                  "a result is an int, a bool or a marshalable object");
-    static_assert(detail::OneWayIsLast<Words...>(), "the one-way flag is the last parameter");
-    static_assert(!((Words == EWord::ONE_WAY) || ...) || !(IsOutput(Words) || ...),
-                  "a call that can be one-way has no outputs: nothing would write them");
-    if constexpr (sizeof...(Arguments) == sizeof...(Words))
+    constexpr auto all = detail::Flatten(TWords<Words, Counts>{}...);
+    static_assert(detail::TSignature<decltype(Member)>::template CheckWords<all>());
+    TRow<Member, all> row{id, {}};
+    [[maybe_unused]] std::size_t place = 0;
+    [[maybe_unused]] const auto add = [&](const auto& names)
     {
-        static_assert((detail::CheckParameter<Arguments, Words>() && ...));
-    }
-    return TOperation<Interface, Result, std::tuple<Arguments...>, Words...>{member, id, name, {words.name...}, false};
+        for (const char* name : names)
+        {
+            row.parameterNames[place++] = name;
+        }
+    };
+    (add(words.names), ...);
+    return row;
 }
 
 /// Makes the row of an operation that is never sent.
-template <class Interface, class Result>
-constexpr auto Operation(Result (Interface::*member)(), short id, const char* name, TLocal)
+template <auto Member>
+constexpr auto Row(short id, TLocal)
 {
-    return TOperation<Interface, Result, std::tuple<>>{member, id, name, {}, true};
+    return TRow<Member, std::array<EWord, 0>{}>{id, {}, true};
 }
 
 /// Where an interface's rows stand. Each table specialises it with
 ///   static const std::string& ConnectionName();   the bus name and D-Bus interface
-///   static constexpr const char* NAME;            the interface's own name
-///   static constexpr const auto& OPERATIONS;      a std::tuple of its rows, in slot order
+///   static constexpr std::tuple ROWS;             one row an operation, in slot order
 template <class Interface>
 struct TTable;
 
+namespace detail
+{
+template <class Key, class... Rows>
+constexpr std::pair<std::size_t, std::size_t> CountAndPlace(const std::tuple<Rows...>&)
+{
+    constexpr bool isIt[] = {std::is_same_v<Key, typename Rows::Key>...};
+    std::pair<std::size_t, std::size_t> result{0, 0};
+    for (std::size_t place = 0; place < sizeof...(Rows); ++place)
+    {
+        if (isIt[place])
+        {
+            ++result.first;
+            result.second = place;
+        }
+    }
+    return result;
+}
+} // namespace detail
+
+/// The row of an operation.
+template <auto Member>
+constexpr const auto& RowOf()
+{
+    constexpr const auto& rows = TTable<typename detail::TSignature<decltype(Member)>::Interface>::ROWS;
+    constexpr auto found = detail::CountAndPlace<TKey<Member>>(rows);
+    static_assert(found.first != 0, "this operation has no row in the table of its interface");
+    static_assert(found.first < 2, "this operation has two rows in the table of its interface");
+    return std::get<found.second>(rows);
+}
+
 /// Calls visitor(row) for each row of an interface, in slot order.
 template <class Interface, class Visitor>
-constexpr void ForEachOperation(Visitor&& visitor)
+constexpr void ForEachRow(Visitor&& visitor)
 {
-    std::apply([&](const auto&... row) { (visitor(row), ...); }, TTable<Interface>::OPERATIONS);
+    std::apply([&](const auto&... row) { (visitor(row), ...); }, TTable<Interface>::ROWS);
 }
 } // namespace CIM::protocol

@@ -10,37 +10,35 @@
 
 namespace CIM::protocol
 {
-namespace operatorProfile
-{
-// clang-format off
-inline constexpr auto NotInstalledNames = Operation(Overload<int(std::map<unsigned char, std::map<EAntennaMode, std::basic_string<unsigned short>>>&)>(&ICIOperatorProfile::GetNotInstalledOperatorProfiles), 0, "GetNotInstalledOperatorProfiles", Out("profiles"));
-inline constexpr auto NotInstalledList = Operation(Overload<int(std::list<TSCIOperatorProfileData>&)>(&ICIOperatorProfile::GetNotInstalledOperatorProfiles), 1, "GetNotInstalledOperatorProfiles", Out("profiles"));
-inline constexpr auto GetInstalledOperatorProfileModesPerServiceMode = Operation(&ICIOperatorProfile::GetInstalledOperatorProfileModesPerServiceMode, 2, "GetInstalledOperatorProfileModesPerServiceMode", In("serviceMode"), Out("modes"));
-inline constexpr auto InstalledNames = Operation(Overload<int(std::map<TSTvMode, std::basic_string<unsigned short>>&)>(&ICIOperatorProfile::GetInstalledOperatorProfiles), 3, "GetInstalledOperatorProfiles", Out("profiles"));
-inline constexpr auto GetInstalledOperatorProfileModesCiSlots = Operation(&ICIOperatorProfile::GetInstalledOperatorProfileModesCiSlots, 5, "GetInstalledOperatorProfileModesCiSlots", Out("slots"));
-inline constexpr auto InstalledList = Operation(Overload<int(std::list<TSCIOperatorProfileData>&)>(&ICIOperatorProfile::GetInstalledOperatorProfiles), 4, "GetInstalledOperatorProfiles", Out("profiles"));
-inline constexpr auto StartInstallationOfMode = Operation(Overload<int(EProfile, int, unsigned char, TSTvMode const&)>(&ICIOperatorProfile::StartOperatorProfileInstallation), 6, "StartOperatorProfileInstallation", In("profile"), In("param"), In("slot"), In("tvMode"));
-inline constexpr auto StartInstallationFromOrigin = Operation(Overload<int(EOperatorProfileInstallationOrigin, unsigned char, EOperatorProfileStartInstallationStatus&)>(&ICIOperatorProfile::StartOperatorProfileInstallation), 7, "StartOperatorProfileInstallation", In("origin"), In("slot"), Out("status"));
-inline constexpr auto UpdateOperatorProfile = Operation(&ICIOperatorProfile::UpdateOperatorProfile, 8, "UpdateOperatorProfile", In("slot"));
-inline constexpr auto SetOperatorProfileInstallationState = Operation(&ICIOperatorProfile::SetOperatorProfileInstallationState, 9, "SetOperatorProfileInstallationState", In("slot"), In("origin"), OneWay());
-inline constexpr auto GetOperatorProfileInstallationState = Operation(&ICIOperatorProfile::GetOperatorProfileInstallationState, 10, "GetOperatorProfileInstallationState", In("slot"), Out("origin"));
-inline constexpr auto GetOperatorProfileInstallationOrigin = Operation(&ICIOperatorProfile::GetOperatorProfileInstallationOrigin, 11, "GetOperatorProfileInstallationOrigin", In("slot"), Out("origin"));
-inline constexpr auto RemoveOperatorProfile = Operation(&ICIOperatorProfile::RemoveOperatorProfile, 12, "RemoveOperatorProfile", In("tvMode"), OneWay());
-inline constexpr auto GetOperatorProfileContentLabel = Operation(&ICIOperatorProfile::GetOperatorProfileContentLabel, 13, "GetOperatorProfileContentLabel", In("tvMode"), In("slot"), In("labelIndex"), Out("label"));
-// clang-format on
-
-inline constexpr auto OPERATIONS = std::tuple(
-    NotInstalledNames, NotInstalledList, GetInstalledOperatorProfileModesPerServiceMode, InstalledNames,
-    GetInstalledOperatorProfileModesCiSlots, InstalledList, StartInstallationOfMode, StartInstallationFromOrigin,
-    UpdateOperatorProfile, SetOperatorProfileInstallationState, GetOperatorProfileInstallationState,
-    GetOperatorProfileInstallationOrigin, RemoveOperatorProfile, GetOperatorProfileContentLabel);
-} // namespace operatorProfile
-
 template <>
 struct TTable<ICIOperatorProfile>
 {
-    static constexpr const char* NAME = "ICIOperatorProfile";
+    using I = ICIOperatorProfile;
+    using TName = std::basic_string<unsigned short>;
+    using TNamesPerSlot = std::map<unsigned char, std::map<EAntennaMode, TName>>;
+    using TNames = std::map<TSTvMode, TName>;
+    using TProfiles = std::list<TSCIOperatorProfileData>;
+    using EOrigin = EOperatorProfileInstallationOrigin;
+
     static const std::string& ConnectionName() { return CI_OPERATOR_PROFILE_CONNECTION_NAME; }
-    static constexpr const auto& OPERATIONS = operatorProfile::OPERATIONS;
+
+    // clang-format off
+    static constexpr std::tuple ROWS{
+    Row<Taking<TNamesPerSlot&>(&I::GetNotInstalledOperatorProfiles)>(0, Out("profiles")),
+    Row<Taking<TProfiles&>(&I::GetNotInstalledOperatorProfiles)>(1, Out("profiles")),
+    Row<&I::GetInstalledOperatorProfileModesPerServiceMode>(2, In("serviceMode"), Out("modes")),
+    Row<Taking<TNames&>(&I::GetInstalledOperatorProfiles)>(3, Out("profiles")),
+    Row<&I::GetInstalledOperatorProfileModesCiSlots>(5, Out("slots")),
+    Row<Taking<TProfiles&>(&I::GetInstalledOperatorProfiles)>(4, Out("profiles")),
+    Row<Taking<EProfile>(&I::StartOperatorProfileInstallation)>(6, In("profile", "param", "slot", "tvMode")),
+    Row<Taking<EOrigin>(&I::StartOperatorProfileInstallation)>(7, In("origin", "slot"), Out("status")),
+    Row<&I::UpdateOperatorProfile>(8, In("slot")),
+    Row<&I::SetOperatorProfileInstallationState>(9, In("slot", "origin"), OneWay()),
+    Row<&I::GetOperatorProfileInstallationState>(10, In("slot"), Out("origin")),
+    Row<&I::GetOperatorProfileInstallationOrigin>(11, In("slot"), Out("origin")),
+    Row<&I::RemoveOperatorProfile>(12, In("tvMode"), OneWay()),
+    Row<&I::GetOperatorProfileContentLabel>(13, In("tvMode", "slot", "labelIndex"), Out("label")),
+    };
+    // clang-format on
 };
 } // namespace CIM::protocol

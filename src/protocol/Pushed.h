@@ -25,7 +25,7 @@ class TPushed
 {
 public:
     explicit TPushed(const T& value) : m_form(const_cast<T&>(value)) {}
-    void Push(TCMarshallingHelper& frame) { m_form.Push(frame, DirectionOf(Word)); }
+    void Push(TCMarshallingHelper& frame) { m_form.Push(TArgumentPlace{frame, DirectionOf(Word)}); }
     void Load() { m_form.Load(); }
     void Store() { m_form.Store(); }
 
@@ -41,8 +41,9 @@ public:
     explicit TPushed(const TVSHandle& value) : m_handle(const_cast<TVSHandle&>(value)) {}
     void Push(TCMarshallingHelper& frame)
     {
-        frame.PushValue(DirectionOf(Word), sizeof(m_handle.profile), &m_handle.profile);
-        frame.PushValue(DirectionOf(Word), sizeof(m_handle.handle), &m_handle.handle);
+        const TArgumentPlace place{frame, DirectionOf(Word)};
+        place.Value(sizeof(m_handle.profile), &m_handle.profile);
+        place.Value(sizeof(m_handle.handle), &m_handle.handle);
     }
     using TFormInPlace::Load;
     using TFormInPlace::Store;

@@ -10,34 +10,26 @@
 
 namespace CIM::protocol
 {
-namespace pvrCip
-{
-// clang-format off
-inline constexpr auto SetRecordingEsPids = Operation(&IPvrCip::SetRecordingEsPids, 0, "SetRecordingEsPids", In("handle"), In("pids"), OneWay());
-inline constexpr auto IsFileExceededRetentionLimit = Operation(&IPvrCip::IsFileExceededRetentionLimit, 1, "IsFileExceededRetentionLimit", In("file"), Out("exceeded"));
-inline constexpr auto GetCIThumbType = Operation(&IPvrCip::GetCIThumbType, 2, "GetCIThumbType", In("file"), Out("thumbType"));
-inline constexpr auto GetContentInfo = Operation(&IPvrCip::GetContentInfo, 3, "GetContentInfo", In("file"), Out("infoType"), Out("value"));
-inline constexpr auto GetExpiredContentSections = Operation(&IPvrCip::GetExpiredContentSections, 4, "GetExpiredContentSections", In("file"), Out("sections"));
-inline constexpr auto IsBlockedByParentalControl = Operation(&IPvrCip::IsBlockedByParentalControl, 5, "IsBlockedByParentalControl", In("file"), Out("blocked"));
-inline constexpr auto CheckThumbnailValidation = Operation(&IPvrCip::CheckThumbnailValidation, 6, "CheckThumbnailValidation", In("file"), In("time"), Out("valid"));
-inline constexpr auto IsThisStreamCopyProtected = Operation(&IPvrCip::IsThisStreamCopyProtected, 7, "IsThisStreamCopyProtected", In("handle"), Out("isProtected"));
-inline constexpr auto IsSkippingForwardAllowed = Operation(&IPvrCip::IsSkippingForwardAllowed, 8, "IsSkippingForwardAllowed", In("position"), InOut("allowed"));
-inline constexpr auto IsSkippingBackwardsAllowed = Operation(&IPvrCip::IsSkippingBackwardsAllowed, 9, "IsSkippingBackwardsAllowed", In("position"), InOut("allowed"));
-inline constexpr auto IsFastForwardAllowed = Operation(&IPvrCip::IsFastForwardAllowed, 10, "IsFastForwardAllowed", In("position"), InOut("allowed"), InOut("restriction"));
-inline constexpr auto IsFastRewindAllowed = Operation(&IPvrCip::IsFastRewindAllowed, 11, "IsFastRewindAllowed", In("position"), InOut("allowed"), InOut("restriction"));
-// clang-format on
-
-inline constexpr auto OPERATIONS = std::tuple(
-    SetRecordingEsPids, IsFileExceededRetentionLimit, GetCIThumbType, GetContentInfo, GetExpiredContentSections,
-    IsBlockedByParentalControl, CheckThumbnailValidation, IsThisStreamCopyProtected, IsSkippingForwardAllowed,
-    IsSkippingBackwardsAllowed, IsFastForwardAllowed, IsFastRewindAllowed);
-} // namespace pvrCip
-
 template <>
 struct TTable<IPvrCip>
 {
-    static constexpr const char* NAME = "IPvrCip";
     static const std::string& ConnectionName() { return CI_PVR_CIP_CONNECTION_NAME; }
-    static constexpr const auto& OPERATIONS = pvrCip::OPERATIONS;
+
+    // clang-format off
+    static constexpr std::tuple ROWS{
+    Row<&IPvrCip::SetRecordingEsPids>(0, In("handle", "pids"), OneWay()),
+    Row<&IPvrCip::IsFileExceededRetentionLimit>(1, In("file"), Out("exceeded")),
+    Row<&IPvrCip::GetCIThumbType>(2, In("file"), Out("thumbType")),
+    Row<&IPvrCip::GetContentInfo>(3, In("file"), Out("infoType", "value")),
+    Row<&IPvrCip::GetExpiredContentSections>(4, In("file"), Out("sections")),
+    Row<&IPvrCip::IsBlockedByParentalControl>(5, In("file"), Out("blocked")),
+    Row<&IPvrCip::CheckThumbnailValidation>(6, In("file", "time"), Out("valid")),
+    Row<&IPvrCip::IsThisStreamCopyProtected>(7, In("handle"), Out("isProtected")),
+    Row<&IPvrCip::IsSkippingForwardAllowed>(8, In("position"), InOut("allowed")),
+    Row<&IPvrCip::IsSkippingBackwardsAllowed>(9, In("position"), InOut("allowed")),
+    Row<&IPvrCip::IsFastForwardAllowed>(10, In("position"), InOut("allowed", "restriction")),
+    Row<&IPvrCip::IsFastRewindAllowed>(11, In("position"), InOut("allowed", "restriction")),
+    };
+    // clang-format on
 };
 } // namespace CIM::protocol

@@ -10,21 +10,18 @@
 
 namespace CIM::protocol
 {
-namespace signalSubscriber
-{
-// clang-format off
-inline constexpr auto Subscribe = Operation(&ICISignalSubscriber::Subscribe, 0, "Subscribe", In("signalType"), NotSent("userData"), In("profile"), In("handle"), In("processId"));
-inline constexpr auto Unsubscribe = Operation(&ICISignalSubscriber::Unsubscribe, 1, "Unsubscribe", In("signalType"), In("profile"), In("handle"), In("processId"));
-// clang-format on
-
-inline constexpr auto OPERATIONS = std::tuple(Subscribe, Unsubscribe);
-} // namespace signalSubscriber
-
 template <>
 struct TTable<ICISignalSubscriber>
 {
-    static constexpr const char* NAME = "ICISignalSubscriber";
+    using I = ICISignalSubscriber;
+
     static const std::string& ConnectionName() { return CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME; }
-    static constexpr const auto& OPERATIONS = signalSubscriber::OPERATIONS;
+
+    // clang-format off
+    static constexpr std::tuple ROWS{
+    Row<&I::Subscribe>(0, In("signalType"), NotSent("userData"), In("profile", "handle", "processId")),
+    Row<&I::Unsubscribe>(1, In("signalType", "profile", "handle", "processId")),
+    };
+    // clang-format on
 };
 } // namespace CIM::protocol

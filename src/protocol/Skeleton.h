@@ -66,7 +66,7 @@ public:
             {
                 if constexpr (std::is_same_v<typename Row::Member, TMember>)
                 {
-                    return row.member == member && !row.isLocal;
+                    return Row::MEMBER == member && !row.isLocal;
                 }
                 return false;
             },
@@ -91,7 +91,7 @@ private:
     };
     template <class... Rows>
     static std::tuple<typename TFunctionOf<typename Rows::Member>::type...> m_FunctionsOf(const std::tuple<Rows...>&);
-    using TFunctions = decltype(m_FunctionsOf(TTable<Interface>::OPERATIONS));
+    using TFunctions = decltype(m_FunctionsOf(TTable<Interface>::ROWS));
 
     /// Calls visitor(row, its function) for the first row that passes the test.
     template <class Test, class Visitor>
@@ -99,8 +99,8 @@ private:
     {
         [&]<std::size_t... Indices>(std::index_sequence<Indices...>)
         {
-            ((test(std::get<Indices>(TTable<Interface>::OPERATIONS))
-                  ? (visitor(std::get<Indices>(TTable<Interface>::OPERATIONS), std::get<Indices>(m_functions)), true)
+            ((test(std::get<Indices>(TTable<Interface>::ROWS))
+                  ? (visitor(std::get<Indices>(TTable<Interface>::ROWS), std::get<Indices>(m_functions)), true)
                   : false) ||
              ...);
         }
@@ -134,7 +134,7 @@ private:
         ForEachPushed<Row>(parameters, IsInput, [](auto& pushed) { pushed.Load(); });
 
         result = std::apply([&](auto&... arguments) -> typename Row::Result
-                            { return function ? function(arguments...) : (m_object.*row.member)(arguments...); },
+                            { return function ? function(arguments...) : (m_object.*Row::MEMBER)(arguments...); },
                             values);
         if (oneWay)
         {

@@ -1,6 +1,6 @@
 #include "proxy/CIAuxiliaryFileSystemProxy.h"
 
-#include "protocol/AuxiliaryFileSystem.h"
+#include "proxy/MakeProxy.h"
 #include "utils/CIAPILog.h"
 
 #include <utility>
@@ -28,39 +28,12 @@ TCCIAuxiliaryFileSystemProxy::~TCCIAuxiliaryFileSystemProxy()
     CIM_LOG_INFO_AT("~TCCIAuxiliaryFileSystemProxy", 53, "");
 }
 
-int TCCIAuxiliaryFileSystemProxy::GetAllAvailableFileSystems(std::vector<TCCiAuxiliaryFileSystemDTO>& fileSystems)
-{
-    if (const auto reply = m_call(protocol::auxiliaryFileSystem::GetAllAvailableFileSystems, fileSystems))
-    {
-        return *reply;
-    }
-    return TCCIAuxiliaryFileSystemProxyNO_CI::GetAllAvailableFileSystems(fileSystems);
-}
-
-int TCCIAuxiliaryFileSystemProxy::RegisterApplication(unsigned short fileSystemId, unsigned char& applicationId)
-{
-    if (const auto reply = m_call(protocol::auxiliaryFileSystem::RegisterApplication, fileSystemId, applicationId))
-    {
-        return *reply;
-    }
-    return TCCIAuxiliaryFileSystemProxyNO_CI::RegisterApplication(fileSystemId, applicationId);
-}
-
-int TCCIAuxiliaryFileSystemProxy::UnregisterApplication(unsigned char applicationId, unsigned short fileSystemId)
-{
-    if (const auto reply = m_call(protocol::auxiliaryFileSystem::UnregisterApplication, applicationId, fileSystemId))
-    {
-        return *reply;
-    }
-    return TCCIAuxiliaryFileSystemProxyNO_CI::UnregisterApplication(applicationId, fileSystemId);
-}
-
 // Apart, so that nothing of a failed attempt is left on the stack when the next one begins.
-__attribute__((noinline)) std::optional<int>
+__attribute__((noinline)) TAnswer<int>
 TCCIAuxiliaryFileSystemProxy::m_TryRequestFile(unsigned short fileSystemId, unsigned char applicationId,
                                                EFileRequestType requestType, std::vector<unsigned char> const& request)
 {
-    return m_call(protocol::auxiliaryFileSystem::RequestFile, fileSystemId, applicationId, requestType, request);
+    return m_call.Do<&ICIAuxiliaryFileSystem::RequestFile>(fileSystemId, applicationId, requestType, request);
 }
 
 // A file request does not fail: it repeats itself until it gets through. As a tail call, in every kind of build,
@@ -76,12 +49,9 @@ CIM_TAIL_CALLING int TCCIAuxiliaryFileSystemProxy::RequestFile(unsigned short fi
     CIM_TAIL_CALL return TCCIAuxiliaryFileSystemProxy::RequestFile(fileSystemId, applicationId, requestType, request);
 }
 
-int TCCIAuxiliaryFileSystemProxy::GetFileAcknowledge(unsigned short fileSystemId, TCCiFileAckDTO& acknowledgement)
+template <>
+std::unique_ptr<ICIAuxiliaryFileSystem> MakeProxy(boost::shared_ptr<TIIPCHelper> helper)
 {
-    if (const auto reply = m_call(protocol::auxiliaryFileSystem::GetFileAcknowledge, fileSystemId, acknowledgement))
-    {
-        return *reply;
-    }
-    return TCCIAuxiliaryFileSystemProxyNO_CI::GetFileAcknowledge(fileSystemId, acknowledgement);
+    return std::make_unique<TCCIAuxiliaryFileSystemProxy>(std::move(helper));
 }
 } // namespace CIM

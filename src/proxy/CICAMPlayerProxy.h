@@ -1,6 +1,7 @@
 #pragma once
 
 #include "no_ci/CICAMPlayerProxyNO_CI.h"
+#include "protocol/CICAMPlayer.h"
 #include "proxy/ProxyCall.h"
 
 namespace CIM
@@ -14,12 +15,30 @@ public:
     explicit TCCICAMPlayerProxy(boost::shared_ptr<TIIPCHelper> helper);
     ~TCCICAMPlayerProxy() override;
 
-    TSCICAMPlayerHandle VerifyLocation(TSIPServiceLocationData const& location) override;
-    TSCICAMPlayerHandle PlayRequest(TSIPServiceLocationData const& location) override;
-    bool SetPlayerSpeed(TSCICAMPlayerHandle const& handle, TSPlaybackSpeed const& speed) override;
-    bool SetPlayerPosition(TSCICAMPlayerHandle const& handle, TSPlaybackPosition const& position) override;
-    bool StopPlayer(TSCICAMPlayerHandle const& handle) override;
-    bool MonitorPlayerInfo(TSCICAMPlayerHandle const& handle, unsigned int value) override;
+    TSCICAMPlayerHandle VerifyLocation(TSIPServiceLocationData const& location) override
+    {
+        return m_call.Do<&ICICAMPlayer::VerifyLocation>(location).Or([] { return TSCICAMPlayerHandle(); });
+    }
+    TSCICAMPlayerHandle PlayRequest(TSIPServiceLocationData const& location) override
+    {
+        return m_call.Do<&ICICAMPlayer::PlayRequest>(location).Or([] { return TSCICAMPlayerHandle(); });
+    }
+    bool SetPlayerSpeed(TSCICAMPlayerHandle const& handle, TSPlaybackSpeed const& speed) override
+    {
+        return m_call.Do<&ICICAMPlayer::SetPlayerSpeed>(handle, speed).Or([] { return false; });
+    }
+    bool SetPlayerPosition(TSCICAMPlayerHandle const& handle, TSPlaybackPosition const& position) override
+    {
+        return m_call.Do<&ICICAMPlayer::SetPlayerPosition>(handle, position).Or([] { return false; });
+    }
+    bool StopPlayer(TSCICAMPlayerHandle const& handle) override
+    {
+        return m_call.Do<&ICICAMPlayer::StopPlayer>(handle).Or([] { return false; });
+    }
+    bool MonitorPlayerInfo(TSCICAMPlayerHandle const& handle, unsigned int value) override
+    {
+        return m_call.Do<&ICICAMPlayer::MonitorPlayerInfo>(handle, value).Or([] { return false; });
+    }
 
 private:
     TCProxyCall m_call;

@@ -1,7 +1,9 @@
 #include "proxy/CISignalSubscriberProxy.h"
 
 #include "protocol/SignalSubscriber.h"
+#include "proxy/MakeProxy.h"
 #include "proxy/SignalData.h"
+#include "utils/CallOutcome.h"
 #include "utils/CIAPILog.h"
 
 #include <utility>
@@ -60,6 +62,7 @@ void TCCISignalSubscriberProxy::SetCallback(int (*callback)(ECISignalType, EProf
 int TCCISignalSubscriberProxy::Subscribe(ECISignalType signalType, void* userData, EProfile profile,
                                          unsigned short handle, long)
 {
+    KeepOutcome(CALL_OUTCOME_NONE);
     const std::lock_guard lock(m_mutex);
     const std::string signalText = ToString(signalType);
     const TSSignalKey key{signalType, profile, handle};
@@ -78,16 +81,13 @@ int TCCISignalSubscriberProxy::Subscribe(ECISignalType signalType, void* userDat
         CIM_LOG_ERROR("AddMatchRule FALSE ");
         return 0;
     }
-    if (const auto reply =
-            m_call(protocol::signalSubscriber::Subscribe, signalType, userData, profile, handle, GetPid()))
-    {
-        return *reply;
-    }
-    return TCCISignalSubscriberProxyNO_CI::Subscribe(signalType, userData, profile, handle, 0);
+    return m_call.Do<&ICISignalSubscriber::Subscribe>(signalType, userData, profile, handle, GetPid())
+        .Or([&] { return TNull::Subscribe(signalType, userData, profile, handle, 0); });
 }
 
 int TCCISignalSubscriberProxy::Unsubscribe(ECISignalType signalType, EProfile profile, unsigned short handle, long)
 {
+    KeepOutcome(CALL_OUTCOME_NONE);
     const std::lock_guard lock(m_mutex);
     if (m_userDataMap.erase({signalType, profile, handle}) == 0)
     {
@@ -99,11 +99,8 @@ int TCCISignalSubscriberProxy::Unsubscribe(ECISignalType signalType, EProfile pr
         CIM_LOG_ERROR("RemoveMatchRule FALSE!");
         return 0;
     }
-    if (const auto reply = m_call(protocol::signalSubscriber::Unsubscribe, signalType, profile, handle, GetPid()))
-    {
-        return *reply;
-    }
-    return TCCISignalSubscriberProxyNO_CI::Unsubscribe(signalType, profile, handle, 0);
+    return m_call.Do<&ICISignalSubscriber::Unsubscribe>(signalType, profile, handle, GetPid())
+        .Or([&] { return TNull::Unsubscribe(signalType, profile, handle, 0); });
 }
 
 void TCCISignalSubscriberProxy::m_OnSignalCallback(int signalType, TCMessageBuffer& payload)
@@ -134,5 +131,11 @@ void TCCISignalSubscriberProxy::m_OnSignalCallback(int signalType, TCMessageBuff
     {
         m_callback(signal->signalType, signal->handle.profile, signal->handle.handle, signal->data, userData);
     }
+}
+
+template <>
+std::unique_ptr<ICISignalSubscriber> MakeProxy(boost::shared_ptr<TIIPCHelper> helper)
+{
+    return std::make_unique<TCCISignalSubscriberProxy>(std::move(helper));
 }
 } // namespace CIM

@@ -29,6 +29,8 @@ public:
     void SetCallback(int (*callback)(ECISignalType, EProfile, unsigned short, TSSignalData, void*)) override;
 
 private:
+    using TNull = TCCISignalSubscriberProxyNO_CI;
+
     void m_OnSignalCallback(int signalType, TCMessageBuffer& payload);
 
     TCProxyCall m_call;

@@ -9,6 +9,23 @@
 
 namespace CIM
 {
+using protocol::Taking;
+
+/// What became of a call: the daemon's answer, or nothing when the call failed.
+template <class Result>
+class [[nodiscard]] TAnswer : public std::optional<Result>
+{
+public:
+    using std::optional<Result>::optional;
+
+    /// The daemon's answer; only when there is none, what a function answers in its place.
+    template <class NullAnswer>
+    Result Or(NullAnswer nullAnswer) const
+    {
+        return this->has_value() ? **this : nullAnswer();
+    }
+};
+
 /// What every proxy holds and does: the daemon's interface, the way to it, and the one place where a call is made.
 class TCProxyCall
 {
@@ -26,32 +43,34 @@ public:
     boost::shared_ptr<TICIMIPCConnection> Connection() const { return m_ipcHelper->GetIPCConnection(); }
     const boost::shared_ptr<TIIPCHelper>& Helper() const { return m_ipcHelper; }
 
-    /// Calls an operation of the daemon.
-    /// \param[in] operation  the operation's row
+    /// Calls an operation of the daemon: m_call.Do<&ICIGeneral::GetMmiText>(slot, text).
     /// \param[in] arguments  exactly the arguments of the member function; outputs are filled in place
     /// \return what the daemon answered, or the seed when its answer holds no result; nothing when the call failed
-    template <class Row, class... Arguments>
-    std::optional<typename Row::Result> operator()(const Row& operation, const Arguments&... arguments)
+    template <auto Operation, class... Arguments>
+    auto Do(const Arguments&... arguments)
     {
-        static_assert(Row::template Takes<Arguments...>(), "the arguments differ from the declared operation's");
+        constexpr const auto& row = protocol::RowOf<Operation>();
+        using TRow = std::remove_cvref_t<decltype(row)>;
+        using TResult = typename TRow::Result;
+        static_assert(TRow::template Takes<Arguments...>(), "the arguments differ from the declared operation's");
         bool oneWay = false;
-        if constexpr (Row::HAS_ONE_WAY)
+        if constexpr (TRow::HAS_ONE_WAY)
         {
-            oneWay = std::get<Row::COUNT - 1>(std::tie(arguments...));
+            oneWay = std::get<TRow::COUNT - 1>(std::tie(arguments...));
         }
-        typename Row::Result result = Row::Seed(oneWay);
+        TResult result = TRow::Seed(oneWay);
         TCCIMarshallingHelperProxy frame(m_ipcHelper);
-        protocol::TPushedResult<typename Row::Result> pushedResult(result);
-        protocol::TPushedParameters<Row> parameters(arguments...);
+        protocol::TPushedResult<TResult> pushedResult(result);
+        protocol::TPushedParameters<TRow> parameters(arguments...);
         pushedResult.Push(frame);
-        protocol::ForEachPushed<Row>(parameters, protocol::IsSent, [&](auto& pushed) { pushed.Push(frame); });
-        if (!frame.Run(m_connectionName, operation.name, operation.id, oneWay))
+        protocol::ForEachPushed<TRow>(parameters, protocol::IsSent, [&](auto& pushed) { pushed.Push(frame); });
+        if (!frame.Run(m_connectionName, TRow::NAME, row.id, oneWay))
         {
-            return std::nullopt;
+            return TAnswer<TResult>();
         }
         pushedResult.Load();
-        protocol::ForEachPushed<Row>(parameters, protocol::IsOutput, [](auto& pushed) { pushed.Load(); });
-        return result;
+        protocol::ForEachPushed<TRow>(parameters, protocol::IsOutput, [](auto& pushed) { pushed.Load(); });
+        return TAnswer<TResult>(std::move(result));
     }
 
 private:

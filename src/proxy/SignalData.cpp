@@ -1,39 +1,31 @@
 #include "proxy/SignalData.h"
 
+#include "protocol/Envelope.h"
 #include "utils/CIAPILog.h"
 
-#include <cstdint>
+#include <cstddef>
 #include <cstring>
 
 namespace CIM
 {
-namespace
-{
-constexpr unsigned PROFILE_OFFSET = 8;
-constexpr unsigned HANDLE_OFFSET = 12;
-constexpr std::size_t SIGNAL_SIZE = 16;
-} // namespace
-
 boost::optional<SignalData> ParseSignal(int signalType, TCMessageBuffer& payload)
 {
     const std::size_t size = payload.GetUnreadSize();
-    if (size < SIGNAL_SIZE)
+    if (size < sizeof(protocol::SSignalPayload))
     {
         CIM_LOG_ERROR("Received signal data length is invalid: %lu", static_cast<unsigned long>(size));
         return boost::none;
     }
-    const char* bytes = payload.GetAsCStr(0);
-    if (bytes == nullptr || payload.GetAsCStr(PROFILE_OFFSET) == nullptr)
+    const char* const bytes = payload.GetAsCStr(0);
+    if (bytes == nullptr || payload.GetAsCStr(offsetof(protocol::SSignalPayload, profile)) == nullptr)
     {
         return boost::none;
     }
+    protocol::SSignalPayload read;
+    std::memcpy(&read, bytes, sizeof(read));
     SignalData signal;
-    std::int32_t profile;
-    std::uint16_t number;
-    std::memcpy(&signal.data, bytes, sizeof(signal.data));
-    std::memcpy(&profile, bytes + PROFILE_OFFSET, sizeof(profile));
-    std::memcpy(&number, bytes + HANDLE_OFFSET, sizeof(number));
-    signal.handle = TVSHandle(static_cast<EProfile>(profile), number);
+    signal.data = read.data;
+    signal.handle = TVSHandle(static_cast<EProfile>(read.profile), read.handle);
     signal.signalType = static_cast<ECISignalType>(signalType);
     signal.key = {signal.signalType, signal.handle.profile, signal.handle.handle};
     return signal;

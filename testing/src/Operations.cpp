@@ -18,7 +18,7 @@ struct TSKnown
 template <class Interface, class Member>
 void AnswerOperation(sim::TSkeletons& skeletons, short id, void* function)
 {
-    protocol::ForEachOperation<Interface>(
+    protocol::ForEachRow<Interface>(
         [&]<class Row>(const Row& row)
         {
             if constexpr (std::is_same_v<typename Row::Member, Member>)
@@ -26,7 +26,7 @@ void AnswerOperation(sim::TSkeletons& skeletons, short id, void* function)
                 if (row.id == id)
                 {
                     using TFunction = typename detail::TMemberTraits<Member>::Function;
-                    skeletons.Of<Interface>().On(row.member, std::move(*static_cast<TFunction*>(function)));
+                    skeletons.Of<Interface>().On(Row::MEMBER, std::move(*static_cast<TFunction*>(function)));
                 }
             }
         });
@@ -35,13 +35,13 @@ void AnswerOperation(sim::TSkeletons& skeletons, short id, void* function)
 template <class Interface>
 void AddTo(std::map<TMemberKey, TSKnown>& known)
 {
-    const json::TInterfaceForm* const form = json::FindInterface(protocol::TTable<Interface>::NAME);
-    protocol::ForEachOperation<Interface>(
+    const json::TInterfaceForm* const form = json::FindInterface(protocol::NameOf<Interface>());
+    protocol::ForEachRow<Interface>(
         [&]<class Row>(const Row& row)
         {
             if (!row.isLocal)
             {
-                known.emplace(KeyOf(row.member),
+                known.emplace(KeyOf(Row::MEMBER),
                               TSKnown{form->Find(row.id), AnswerOperation<Interface, typename Row::Member>});
             }
         });

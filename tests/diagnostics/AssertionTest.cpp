@@ -1,4 +1,4 @@
-#include "impl/CIAPIDebug.h"
+#include "utils/CIAPIDebug.h"
 #include "support/FakeClock.h"
 #include "support/LogCapture.h"
 #include "support/TestEnvironment.h"

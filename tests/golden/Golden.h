@@ -57,7 +57,7 @@ template <class Interface, class Proxy, class Null>
 class TGolden
 {
 public:
-    TGolden() : m_lines(ReadGolden(protocol::TTable<Interface>::NAME)) { m_marker.Create(); }
+    TGolden() : m_lines(ReadGolden(protocol::NameOf<Interface>())) { m_marker.Create(); }
     ~TGolden()
     {
         for (const auto& [id, line] : m_lines)
@@ -75,7 +75,7 @@ public:
         ASSERT_TRUE(m_lines.count(id)) << id << " is not in the golden file, or twice in the test";
         const TGoldenLine line = m_lines[id];
         m_lines.erase(id);
-        SCOPED_TRACE(std::string(protocol::TTable<Interface>::NAME) + " " + std::to_string(id) + " " + line.name);
+        SCOPED_TRACE(std::string(protocol::NameOf<Interface>()) + " " + std::to_string(id) + " " + line.name);
         EXPECT_EQ(line.mayBeOneWay, ((arguments.use == CHOOSES_ONE_WAY) || ...));
         for (int oneWay = 0; oneWay <= (line.mayBeOneWay ? 1 : 0); ++oneWay)
         {
@@ -116,7 +116,7 @@ private:
 
         ASSERT_EQ(connection->calls.size(), 1u);
         const TFakeConnection::TCall& call = connection->calls[0];
-        EXPECT_EQ(call.interfaceName, std::string("com.kelvora.ciapi.") + protocol::TTable<Interface>::NAME);
+        EXPECT_EQ(call.interfaceName, std::string("com.kelvora.ciapi.") + protocol::NameOf<Interface>());
         EXPECT_EQ(call.methodId, id);
         EXPECT_EQ(call.oneWay, oneWay);
         EXPECT_EQ(ToHex(call.payload), request);

@@ -90,7 +90,12 @@ std::map<int, TGoldenLine> ReadGolden(const std::string& interfaceName)
 
 namespace
 {
-using protocol::Overload;
+// One of several operations of the same name, by its type.
+template <class Signature, class Interface>
+constexpr Signature Interface::*Overload(Signature Interface::*member)
+{
+    return member;
+}
 
 std::vector<unsigned char> Bytes(std::string_view text) { return {text.begin(), text.end()}; }
 

@@ -26,17 +26,17 @@ struct TExpected
 template <class Interface>
 void CheckTable(const TExpected& expected)
 {
-    SCOPED_TRACE(TTable<Interface>::NAME);
+    SCOPED_TRACE(NameOf<Interface>());
     EXPECT_EQ(TTable<Interface>::ConnectionName(), expected.connectionName);
     std::vector<short> ids;
-    ForEachOperation<Interface>(
+    ForEachRow<Interface>(
         [&](const auto& row)
         {
             ids.push_back(row.id);
             std::set<std::string_view> names;
             for (const char* name : row.parameterNames)
             {
-                EXPECT_TRUE(names.insert(name).second) << row.name << " has two parameters called " << name;
+                EXPECT_TRUE(names.insert(name).second) << row.NAME << " has two parameters called " << name;
             }
         });
     EXPECT_EQ(ids.size(), expected.rows);

@@ -2,6 +2,8 @@
 
 #include "json/Scalars.h"
 
+#include "protocol/ValueMembers.h"
+
 #include <limits>
 #include <list>
 #include <map>
@@ -230,48 +232,47 @@ private:
     }
 };
 
-/// The members of a record, specialised for each:
-///   static constexpr const char* NAME;
-///   template <class Record, class Visitor> static void Each(Record& record, Visitor&& visit);
-/// calls visit(member's name, member) for each.
+/// Another form of a record, as text; specialised for those that have one:
+///   static void From(std::string_view text, T& record, const TJsonPath& path);
+///   static std::string To(const T& record);   optional; needed for the keys of maps
 template <class T>
-struct TMembers;
+struct TRecordText;
 
 /// Records: an object. Members that are not given keep the value of a new record; unknown ones are refused.
 template <class T>
-struct TJsonForm<T, std::void_t<decltype(TMembers<T>::NAME)>>
+struct TJsonForm<T, std::enable_if_t<protocol::HAS_MEMBERS<T>>>
 {
     static TSType Type()
     {
-        TSType type{EKind::STRUCTURED, TMembers<T>::NAME, {}};
-        T record = NewValue<T>();
+        TSType type{EKind::STRUCTURED, protocol::NameOf<T>(), {}};
         const char* separator = " {";
-        TMembers<T>::Each(record,
-                          [&](const char* name, auto& member)
-                          {
-                              TSType inner = TJsonForm<std::remove_reference_t<decltype(member)>>::Type();
-                              type.text.append(separator).append(name).append(": ").append(inner.text);
-                              type.enumerations.insert(type.enumerations.end(), inner.enumerations.begin(),
-                                                       inner.enumerations.end());
-                              separator = ", ";
-                          });
+        T record = NewValue<T>();
+        protocol::ForEachMember(record,
+                                [&]<class Field>(const auto& row, Field&)
+                                {
+                                    TSType inner = TJsonForm<Field>::Type();
+                                    type.text.append(separator).append(row.NAME).append(": ").append(inner.text);
+                                    type.enumerations.insert(type.enumerations.end(), inner.enumerations.begin(),
+                                                             inner.enumerations.end());
+                                    separator = ", ";
+                                });
         type.text += "}";
         return type;
     }
     static TJson To(const T& record)
     {
         TJson object = TJson::object();
-        TMembers<T>::Each(record, [&](const char* name, const auto& member)
-                          { object[name] = TJsonForm<std::remove_cvref_t<decltype(member)>>::To(member); });
+        protocol::ForEachMember(record, [&]<class Field>(const auto& row, const Field& field)
+                                { object[row.NAME] = TJsonForm<Field>::To(field); });
         return object;
     }
     static void From(const TJson& json, T& record, const TJsonPath& path)
     {
-        if constexpr (requires { TMembers<T>::FromText(std::string_view(), record, path); })
+        if constexpr (requires { TRecordText<T>::From(std::string_view(), record, path); })
         {
             if (json.is_string())
             {
-                TMembers<T>::FromText(json.get_ref<const std::string&>(), record, path);
+                TRecordText<T>::From(json.get_ref<const std::string&>(), record, path);
                 return;
             }
         }
@@ -281,30 +282,28 @@ struct TJsonForm<T, std::void_t<decltype(TMembers<T>::NAME)>>
         }
         T fresh = NewValue<T>();
         std::set<std::string_view> known;
-        TMembers<T>::Each(fresh,
-                          [&](const char* name, auto& member)
-                          {
-                              known.insert(name);
-                              if (const auto found = json.find(name); found != json.end())
-                              {
-                                  TJsonForm<std::remove_reference_t<decltype(member)>>::From(*found, member,
-                                                                                             TJsonPath(path, name));
-                              }
-                          });
+        protocol::ForEachMember(fresh,
+                                [&]<class Field>(const auto& row, Field& field)
+                                {
+                                    known.insert(row.NAME);
+                                    if (const auto found = json.find(row.NAME); found != json.end())
+                                    {
+                                        TJsonForm<Field>::From(*found, field, TJsonPath(path, row.NAME));
+                                    }
+                                });
         for (const auto& member : json.items())
         {
             if (known.count(member.key()) == 0)
             {
                 throw TJsonError(TJsonPath(path, member.key()),
-                                 std::string("there is no such member in ") + TMembers<T>::NAME);
+                                 std::string("there is no such member in ") + protocol::NameOf<T>());
             }
         }
         record = std::move(fresh);
     }
-    /// For records that are keys of maps.
-    static std::string Text(const T& record) requires requires { TMembers<T>::Text(record); }
+    static std::string Text(const T& record) requires requires { TRecordText<T>::To(record); }
     {
-        return TMembers<T>::Text(record);
+        return TRecordText<T>::To(record);
     }
 };
 } // namespace CIM::json

@@ -79,7 +79,7 @@ public:
     void Call(void* object) override
     {
         m_result = std::apply([&](auto&... values) -> typename Row::Result
-                              { return (static_cast<typename Row::Interface*>(object)->*m_row.member)(values...); },
+                              { return (static_cast<typename Row::Interface*>(object)->*Row::MEMBER)(values...); },
                               m_values);
     }
 
@@ -102,7 +102,7 @@ class TRowForm final : public TOperationForm
 {
 public:
     TRowForm(const char* interfaceName, const Row& row)
-        : TOperationForm(interfaceName, row.name, row.id, row.isLocal, TypeForm<typename Row::Result>()), m_row(row)
+        : TOperationForm(interfaceName, row.NAME, row.id, row.isLocal, TypeForm<typename Row::Result>()), m_row(row)
     {
         [&]<std::size_t... Indices>(std::index_sequence<Indices...>)
         {
@@ -124,10 +124,10 @@ template <class Interface>
 TInterfaceForm MakeInterfaceForm(void* (*instance)())
 {
     std::vector<std::unique_ptr<TOperationForm>> operations;
-    protocol::ForEachOperation<Interface>(
+    protocol::ForEachRow<Interface>(
         [&]<class Row>(const Row& row)
-        { operations.push_back(std::make_unique<TRowForm<Row>>(protocol::TTable<Interface>::NAME, row)); });
-    return TInterfaceForm(protocol::TTable<Interface>::NAME, protocol::TTable<Interface>::ConnectionName(), instance,
+        { operations.push_back(std::make_unique<TRowForm<Row>>(protocol::NameOf<Interface>(), row)); });
+    return TInterfaceForm(protocol::NameOf<Interface>(), protocol::TTable<Interface>::ConnectionName(), instance,
                           std::move(operations));
 }
 } // namespace CIM::json

@@ -18,35 +18,38 @@
 namespace CIM::json
 {
 /// A type that is written as its only member.
-template <class T, auto Member>
+template <class T>
 struct THolderForm
 {
-    using TInner = std::remove_reference_t<decltype(std::declval<T&>().*Member)>;
+    static constexpr auto FIELD = std::get<0>(protocol::TMembers<T>::ROWS).FIELD;
+    static_assert(std::tuple_size_v<decltype(protocol::TMembers<T>::ROWS)> == 1);
+    using TInner = std::remove_reference_t<decltype(std::declval<T&>().*FIELD)>;
+
     static TSType Type() { return TJsonForm<TInner>::Type(); }
-    static TJson To(const T& value) { return TJsonForm<TInner>::To(value.*Member); }
+    static TJson To(const T& value) { return TJsonForm<TInner>::To(value.*FIELD); }
     static void From(const TJson& json, T& value, const TJsonPath& path)
     {
-        TJsonForm<TInner>::From(json, value.*Member, path);
+        TJsonForm<TInner>::From(json, value.*FIELD, path);
     }
 };
 template <>
-struct TJsonForm<TSDRMSystemId> : THolderForm<TSDRMSystemId, &TSDRMSystemId::systemId>
+struct TJsonForm<TSDRMSystemId> : THolderForm<TSDRMSystemId>
 {
 };
 template <>
-struct TJsonForm<TSDRMUuid> : THolderForm<TSDRMUuid, &TSDRMUuid::uuid>
+struct TJsonForm<TSDRMUuid> : THolderForm<TSDRMUuid>
 {
 };
 template <>
-struct TJsonForm<TSCICAMPlayerHandle> : THolderForm<TSCICAMPlayerHandle, &TSCICAMPlayerHandle::identifier>
+struct TJsonForm<TSCICAMPlayerHandle> : THolderForm<TSCICAMPlayerHandle>
 {
 };
 template <>
-struct TJsonForm<TSPlaybackSpeed> : THolderForm<TSPlaybackSpeed, &TSPlaybackSpeed::hundredths>
+struct TJsonForm<TSPlaybackSpeed> : THolderForm<TSPlaybackSpeed>
 {
 };
 template <>
-struct TJsonForm<TSIPServiceLocationData> : THolderForm<TSIPServiceLocationData, &TSIPServiceLocationData::location>
+struct TJsonForm<TSIPServiceLocationData> : THolderForm<TSIPServiceLocationData>
 {
 };
 
@@ -92,106 +95,35 @@ void PairFromText(std::string_view text, char separator, First& first, Second& s
     first = freshFirst;
 }
 
-/// Also read from "PROFILE:HANDLE", such as "0:1".
+/// "PROFILE:HANDLE", such as "0:1".
 template <>
-struct TMembers<TVSHandle>
+struct TRecordText<TVSHandle>
 {
-    static constexpr const char* NAME = "TVSHandle";
-    template <class T, class Visitor>
-    static void Each(T& value, Visitor&& visit)
-    {
-        visit("profile", value.profile);
-        visit("handle", value.handle);
-    }
-    static void FromText(std::string_view text, TVSHandle& value, const TJsonPath& path)
+    static void From(std::string_view text, TVSHandle& value, const TJsonPath& path)
     {
         PairFromText(text, ':', value.profile, value.handle, path);
     }
 };
 
-/// As a key, and also to be read, "ANTENNA_MODE_CABLE/SERVICE_MODE_OPERATOR".
+/// "ANTENNA_MODE_CABLE/SERVICE_MODE_OPERATOR".
 template <>
-struct TMembers<TSTvMode>
+struct TRecordText<TSTvMode>
 {
-    static constexpr const char* NAME = "TSTvMode";
-    template <class T, class Visitor>
-    static void Each(T& value, Visitor&& visit)
-    {
-        visit("antennaMode", value.antennaMode);
-        visit("serviceMode", value.serviceMode);
-    }
-    static std::string Text(const TSTvMode& value)
+    static std::string To(const TSTvMode& value)
     {
         const auto word = [](const TJson& json) { return json.is_string() ? json.get<std::string>() : json.dump(); };
         return word(TJsonForm<EAntennaMode>::To(value.antennaMode)) + "/" +
                word(TJsonForm<EServiceMode>::To(value.serviceMode));
     }
-    static void FromText(std::string_view text, TSTvMode& value, const TJsonPath& path)
+    static void From(std::string_view text, TSTvMode& value, const TJsonPath& path)
     {
         PairFromText(text, '/', value.antennaMode, value.serviceMode, path);
     }
 };
 
-#define CIAPI_JSON_MEMBERS_BEGIN(T)                                                                                    \
-    template <>                                                                                                        \
-    struct TMembers<T>                                                                                                 \
-    {                                                                                                                  \
-        static constexpr const char* NAME = #T;                                                                        \
-        template <class Record, class Visitor>                                                                         \
-        static void Each(Record& record, Visitor&& visit)                                                              \
-        {
-#define CIAPI_JSON_MEMBER(member) visit(#member, record.member);
-#define CIAPI_JSON_MEMBERS_END                                                                                         \
-    }                                                                                                                  \
-    }                                                                                                                  \
-    ;
-
-// clang-format off
-CIAPI_JSON_MEMBERS_BEGIN(TCSlotInfo)
-    CIAPI_JSON_MEMBER(slotFlag) CIAPI_JSON_MEMBER(slotValue) CIAPI_JSON_MEMBER(handles) CIAPI_JSON_MEMBER(codes)
-CIAPI_JSON_MEMBERS_END
-CIAPI_JSON_MEMBERS_BEGIN(TCCiStatus)
-    CIAPI_JSON_MEMBER(slots)
-CIAPI_JSON_MEMBERS_END
-CIAPI_JSON_MEMBERS_BEGIN(TSCIOperatorProfileData)
-    CIAPI_JSON_MEMBER(antennaMode) CIAPI_JSON_MEMBER(serviceMode) CIAPI_JSON_MEMBER(slotId)
-    CIAPI_JSON_MEMBER(profileName) CIAPI_JSON_MEMBER(supportedAntennaModes) CIAPI_JSON_MEMBER(profileType)
-CIAPI_JSON_MEMBERS_END
-CIAPI_JSON_MEMBERS_BEGIN(TSDRMMetadataRecord)
-    CIAPI_JSON_MEMBER(source) CIAPI_JSON_MEMBER(systemId) CIAPI_JSON_MEMBER(uuid) CIAPI_JSON_MEMBER(metadata)
-CIAPI_JSON_MEMBERS_END
-CIAPI_JSON_MEMBERS_BEGIN(TSSampleTrackNonTSFormat)
-    CIAPI_JSON_MEMBER(trackPid) CIAPI_JSON_MEMBER(drmRecords)
-CIAPI_JSON_MEMBERS_END
-CIAPI_JSON_MEMBERS_BEGIN(TSDRMSystemsData)
-    CIAPI_JSON_MEMBER(drmSystemIds) CIAPI_JSON_MEMBER(drmUuids)
-CIAPI_JSON_MEMBERS_END
-CIAPI_JSON_MEMBERS_BEGIN(TSSampleDecryptionStatus)
-    CIAPI_JSON_MEMBER(transmissionStatus) CIAPI_JSON_MEMBER(drmStatus) CIAPI_JSON_MEMBER(drmSystemId)
-    CIAPI_JSON_MEMBER(drmUuid) CIAPI_JSON_MEMBER(bufferSize)
-CIAPI_JSON_MEMBERS_END
-CIAPI_JSON_MEMBERS_BEGIN(TSPlaybackPosition)
-    CIAPI_JSON_MEMBER(seekMode) CIAPI_JSON_MEMBER(position)
-CIAPI_JSON_MEMBERS_END
-CIAPI_JSON_MEMBERS_BEGIN(TCCiAuxiliaryFileSystemDTO)
-    CIAPI_JSON_MEMBER(shortValue) CIAPI_JSON_MEMBER(intValue) CIAPI_JSON_MEMBER(domainId)
-CIAPI_JSON_MEMBERS_END
-CIAPI_JSON_MEMBERS_BEGIN(TCCiFileAckDTO)
-    CIAPI_JSON_MEMBER(firstFlag) CIAPI_JSON_MEMBER(secondFlag) CIAPI_JSON_MEMBER(requestType)
-    CIAPI_JSON_MEMBER(firstData) CIAPI_JSON_MEMBER(secondData)
-CIAPI_JSON_MEMBERS_END
-CIAPI_JSON_MEMBERS_BEGIN(SContentSection)
-    CIAPI_JSON_MEMBER(firstValue) CIAPI_JSON_MEMBER(secondValue)
-CIAPI_JSON_MEMBERS_END
-// clang-format on
-
-#undef CIAPI_JSON_MEMBERS_BEGIN
-#undef CIAPI_JSON_MEMBER
-#undef CIAPI_JSON_MEMBERS_END
-
-    /// Its own beginning leaves a member unset.
-    template <>
-    inline TSCIOperatorProfileData NewValue<TSCIOperatorProfileData>()
+/// Its own beginning leaves a member unset.
+template <>
+inline TSCIOperatorProfileData NewValue<TSCIOperatorProfileData>()
 {
     TSCIOperatorProfileData profile;
     profile.profileType = OP_PROFILE_TYPE_NON_PROFILED;
