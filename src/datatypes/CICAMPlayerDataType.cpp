@@ -10,7 +10,7 @@ namespace CIM
 {
 namespace
 {
-constexpr std::uint16_t kInvalidIdentifier = 0xFFFF;
+constexpr std::uint16_t INVALID_IDENTIFIER = 0xFFFF;
 }
 
 TSCICAMPlayerHandle::TSCICAMPlayerHandle(unsigned short identifier) : identifier(identifier) {}
@@ -19,7 +19,7 @@ TSCICAMPlayerHandle TSCICAMPlayerHandle::Create()
 {
     static std::atomic<std::uint16_t> next{0};
     std::uint16_t identifier = next.fetch_add(1);
-    if (identifier == kInvalidIdentifier)
+    if (identifier == INVALID_IDENTIFIER)
     {
         identifier = next.fetch_add(1);
     }
@@ -28,7 +28,7 @@ TSCICAMPlayerHandle TSCICAMPlayerHandle::Create()
 
 CIM_DEFINE_TREE_OPERATIONS(TSCICAMPlayerHandle)
 
-bool TSCICAMPlayerHandle::IsValid() const { return identifier < kInvalidIdentifier; }
+bool TSCICAMPlayerHandle::IsValid() const { return identifier < INVALID_IDENTIFIER; }
 TSCICAMPlayerHandle::operator unsigned short() const { return identifier; }
 bool TSCICAMPlayerHandle::operator==(const TSCICAMPlayerHandle& other) const
 {

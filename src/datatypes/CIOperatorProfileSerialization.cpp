@@ -13,15 +13,15 @@ namespace
 using TBytes = std::vector<unsigned char>;
 
 /// The bytes of a profile with an empty name and no supported antenna mode.
-constexpr std::size_t kLeastProfileSize = 24;
+constexpr std::size_t LEAST_PROFILE_SIZE = 24;
 
 /// How many characters of a name, or profiles of a list, may be made up where the bytes end. What a real truncation
 /// cuts off stays far below; only a corrupt count exceeds it, and would cost memory by the gigabyte.
-constexpr std::size_t kMostMissing = 65536;
+constexpr std::size_t MOST_MISSING = 65536;
 
 void CheckCount(std::size_t count, std::size_t held, const char* what)
 {
-    if (count > held && count - held > kMostMissing)
+    if (count > held && count - held > MOST_MISSING)
     {
         throw std::length_error(std::string("operator profile data: ") + what + " is " + std::to_string(count) +
                                 ", the bytes hold " + std::to_string(held));
@@ -55,7 +55,7 @@ private:
     TBytes::const_iterator m_end;
 };
 
-constexpr std::uint32_t kMissing = 0xFFFFFFFF; // -1
+constexpr std::uint32_t MISSING = 0xFFFFFFFF; // -1
 
 TSCIOperatorProfileData ReadProfile(TReader& reader)
 {
@@ -76,13 +76,13 @@ TSCIOperatorProfileData ReadProfile(TReader& reader)
     const std::size_t modesHeld = std::min(modes, reader.Left() / 4);
     for (std::size_t i = 0; i < modesHeld; ++i)
     {
-        profile.supportedAntennaModes.insert(static_cast<EAntennaMode>(reader.Get32(kMissing)));
+        profile.supportedAntennaModes.insert(static_cast<EAntennaMode>(reader.Get32(MISSING)));
     }
     if (modesHeld < modes) // missing modes are all alike: one stands for billions
     {
-        profile.supportedAntennaModes.insert(static_cast<EAntennaMode>(kMissing));
+        profile.supportedAntennaModes.insert(static_cast<EAntennaMode>(MISSING));
     }
-    profile.profileType = static_cast<EOpProfileType>(reader.Get32(kMissing));
+    profile.profileType = static_cast<EOpProfileType>(reader.Get32(MISSING));
     return profile;
 }
 } // namespace
@@ -136,7 +136,7 @@ bool TSCIOperatorProfileData::Deserialize(const std::vector<unsigned char>& data
 {
     TReader reader(data, data.begin());
     const std::size_t count = reader.Get32(0);
-    CheckCount(count, reader.Left() / kLeastProfileSize, "the count of profiles");
+    CheckCount(count, reader.Left() / LEAST_PROFILE_SIZE, "the count of profiles");
     std::list<TSCIOperatorProfileData> read;
     for (std::size_t i = 0; i < count; ++i)
     {
@@ -148,12 +148,12 @@ bool TSCIOperatorProfileData::Deserialize(const std::vector<unsigned char>& data
 
 bool SerializedDataToString(const std::vector<unsigned char>& data, std::string& text)
 {
-    static constexpr char kDigits[] = "0123456789abcdef";
+    static constexpr char DIGITS[] = "0123456789abcdef";
     std::string result;
     result.reserve(5 * data.size());
     for (const unsigned char byte : data)
     {
-        result += {'0', 'x', kDigits[byte >> 4], kDigits[byte & 0x0F], ' '};
+        result += {'0', 'x', DIGITS[byte >> 4], DIGITS[byte & 0x0F], ' '};
     }
     text = std::move(result);
     return true;

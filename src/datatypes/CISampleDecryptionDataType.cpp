@@ -8,14 +8,14 @@ namespace CIM
 {
 namespace
 {
-constexpr unsigned short kInvalidSystemId = 0xFFFF;
+constexpr unsigned short INVALID_SYSTEM_ID = 0xFFFF;
 }
 
 TSDRMSystemId::TSDRMSystemId(unsigned short systemId) : systemId(systemId) {}
 
 CIM_DEFINE_TREE_OPERATIONS(TSDRMSystemId)
 
-bool TSDRMSystemId::IsValid() const { return systemId < kInvalidSystemId; }
+bool TSDRMSystemId::IsValid() const { return systemId < INVALID_SYSTEM_ID; }
 TSDRMSystemId::operator unsigned short const&() const { return systemId; }
 bool TSDRMSystemId::operator==(const TSDRMSystemId& other) const { return protocol::EqualMembers(*this, other); }
 bool TSDRMSystemId::operator!=(const TSDRMSystemId& other) const { return !(*this == other); }

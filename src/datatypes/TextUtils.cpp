@@ -7,7 +7,7 @@ namespace CIM
 {
 namespace
 {
-constexpr std::size_t kMostBytesShown = 100;
+constexpr std::size_t MOST_BYTES_SHOWN = 100;
 
 template <class T>
 void Put(std::vector<unsigned char>& bytes, T value)
@@ -28,15 +28,15 @@ std::string ToString(int value)
 
 std::string ByteArrayToString(const std::vector<unsigned char>& bytes)
 {
-    static constexpr char kDigits[] = "0123456789abcdef";
+    static constexpr char DIGITS[] = "0123456789abcdef";
     std::string text = "SIZE(" + std::to_string(bytes.size()) + ") ";
-    if (bytes.size() > kMostBytesShown)
+    if (bytes.size() > MOST_BYTES_SHOWN)
     {
-        text += "PRINT LIMITED TO(" + std::to_string(kMostBytesShown) + ") ";
+        text += "PRINT LIMITED TO(" + std::to_string(MOST_BYTES_SHOWN) + ") ";
     }
-    for (std::size_t i = 0; i < std::min(bytes.size(), kMostBytesShown); ++i)
+    for (std::size_t i = 0; i < std::min(bytes.size(), MOST_BYTES_SHOWN); ++i)
     {
-        text += {' ', '0', 'x', kDigits[bytes[i] >> 4], kDigits[bytes[i] & 0x0F]};
+        text += {' ', '0', 'x', DIGITS[bytes[i] >> 4], DIGITS[bytes[i] & 0x0F]};
     }
     return text;
 }

@@ -10,7 +10,7 @@ namespace CIM
 {
 namespace
 {
-constexpr char kReplacementCharacter[] = "\xEF\xBF\xBD"; // U+FFFD in UTF-8
+constexpr char REPLACEMENT_CHARACTER[] = "\xEF\xBF\xBD"; // U+FFFD in UTF-8
 
 /// A converter of the C library, closed at the end.
 class TConverter
@@ -67,10 +67,10 @@ std::string TCUnicodeUtils::UnicodeToUtf8(const std::basic_string<unsigned short
     std::size_t outLeft = utf8.size();
     while (inLeft > 0 && converter.Convert(in, inLeft, out, outLeft) != 0 && inLeft >= 2)
     {
-        constexpr std::size_t kSize = sizeof(kReplacementCharacter) - 1;
-        std::memcpy(out, kReplacementCharacter, kSize);
-        out += kSize;
-        outLeft -= kSize;
+        constexpr std::size_t SIZE = sizeof(REPLACEMENT_CHARACTER) - 1;
+        std::memcpy(out, REPLACEMENT_CHARACTER, SIZE);
+        out += SIZE;
+        outLeft -= SIZE;
         in += 2;
         inLeft -= 2;
     }
