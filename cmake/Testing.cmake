@@ -3,7 +3,7 @@
 function(ciapi_add_test NAME)
   cmake_parse_arguments(TEST "" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
   add_executable(${NAME} ${TEST_SOURCES})
-  target_link_libraries(${NAME} PRIVATE ${TEST_LIBS} GTest::gmock_main)
+  target_link_libraries(${NAME} PRIVATE ${TEST_LIBS} ciapi_privatebus GTest::gmock_main)
   target_include_directories(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
   if(NOT TEST_TIMEOUT)
     set(TEST_TIMEOUT 60)

@@ -1,16 +1,12 @@
 #include "Sandbox.h"
 
-#include "Keeper.h"
-
-#include <ciapi/CINames.h>
+#include "privatebus/Keeper.h"
 
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
+#include <exception>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,34 +15,6 @@ namespace CIM::sim
 {
 namespace
 {
-/// A bus for one purpose: nobody of the machine's services is on it, and 256 clients with two connections each fit.
-std::string BusConfiguration(const std::string& folder)
-{
-    return "<busconfig><type>system</type><listen>unix:path=" + folder + "/socket</listen>" +
-           "<auth>EXTERNAL</auth><policy context=\"default\"><allow user=\"*\"/><allow own=\"*\"/>"
-           "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow receive_sender=\"*\" eavesdrop=\"true\"/>"
-           "<allow eavesdrop=\"true\"/></policy>\n"
-           "<limit name=\"max_connections_per_user\">2048</limit>"
-           "<limit name=\"max_completed_connections\">2048</limit>"
-           "</busconfig>\n";
-}
-
-bool WriteFeatureKeys(const std::string& path, const std::map<std::string, std::string>& keys)
-{
-    std::map<std::string, std::string> groups;
-    for (const auto& [key, value] : keys)
-    {
-        const auto slash = key.rfind('/');
-        groups[key.substr(0, slash)] += key.substr(slash + 1) + '=' + value + '\n';
-    }
-    std::ofstream file(path);
-    for (const auto& [group, lines] : groups)
-    {
-        file << '[' << group << "]\n" << lines;
-    }
-    return file.flush().good();
-}
-
 void Complain(const std::string& text) { std::fprintf(stderr, "ci-daemon-sim: %s\n", text.c_str()); }
 
 /// Runs the command and passes on what is sent to us. The signals are blocked.
@@ -95,27 +63,11 @@ int RunCommand(const std::vector<std::string>& command, const sigset_t& waited, 
 }
 } // namespace
 
-std::map<std::string, std::string> DefaultFeatureKeys(int slots)
-{
-    return {{CI_FMS_NUM_OF_CI, std::to_string(slots)},
-            {CI_FMS_SUPPORT, "true"},
-            {CI_FMS_SUPPORT_CERTIFICATION, "true"},
-            {CI_FMS_TVS_SUPPORTED, "true"},
-            {CI_FMS_TV_MODEL_TYPE, "0"}};
-}
-
 int RunInSandbox(const TSSandboxOptions& options)
+try
 {
-    std::string folder = (std::filesystem::temp_directory_path() / "ci-daemon-sim-XXXXXX").string();
-    if (mkdtemp(folder.data()) == nullptr)
-    {
-        Complain("no temporary folder: " + folder + ": " + std::strerror(errno));
-        return EXIT_SANDBOX_FAILED;
-    }
-    const std::string keyFile = folder + "/system-info.conf";
-    setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + folder + "/socket").c_str(), 1);
-    setenv("TVPLATFORM_SYSTEM_INFO", keyFile.c_str(), 1);
-    setenv("CIAPI_DAEMON_READY_FILE", (folder + "/ready").c_str(), 1);
+    const auto folder = privatebus::TCBusFolder::Make("ci-daemon-sim");
+    folder.PutIntoEnvironment();
 
     sigset_t waited;
     sigset_t before;
@@ -126,28 +78,29 @@ int RunInSandbox(const TSSandboxOptions& options)
     }
     sigprocmask(SIG_BLOCK, &waited, &before);
 
+    privatebus::TSKeeperOptions held;
+    held.name = "ci-sim-keeper";
+    held.companion = [&](const std::function<void()>& ready)
+    {
+        prctl(PR_SET_NAME, "ci-daemon-sim");
+        return options.simulator(ready);
+    };
     int status = EXIT_SANDBOX_FAILED;
     {
-        TKeeper keeper;
-        std::string error;
-        if (!WriteFeatureKeys(keyFile, options.featureKeys))
-        {
-            Complain("cannot write " + keyFile);
-        }
-        else if (!keeper.Start(folder, BusConfiguration(folder), options.simulator, error))
-        {
-            Complain(error);
-        }
-        else
-        {
-            status = RunCommand(options.command, waited, before);
-            const int simulatorStatus = keeper.LetGo();
-            status = status == 0 ? simulatorStatus : status;
-        }
+        privatebus::TCKeeper keeper;
+        privatebus::WriteFeatureKeys(folder.FeatureKeyFile(), options.featureKeys);
+        keeper.Start(folder, held);
+        status = RunCommand(options.command, waited, before);
+        const int simulatorStatus = keeper.LetGo();
+        status = status == 0 ? simulatorStatus : status;
     }
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored); // in case the keeper was killed
+    privatebus::TCBusFolder::Remove(folder.Path().c_str()); // in case the keeper was killed
     sigprocmask(SIG_SETMASK, &before, nullptr);
     return status;
+}
+catch (const std::exception& error)
+{
+    Complain(error.what());
+    return EXIT_SANDBOX_FAILED;
 }
 } // namespace CIM::sim

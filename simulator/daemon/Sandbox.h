@@ -28,7 +28,4 @@ struct TSSandboxOptions
 /// \return the command's exit status, or 128 and the signal that ended it; when that is 0, the simulator's; or one of
 ///         the statuses above, with a line on standard error
 int RunInSandbox(const TSSandboxOptions& options);
-
-/// The feature keys of a set with CI, for RunInSandbox.
-std::map<std::string, std::string> DefaultFeatureKeys(int slots);
 } // namespace CIM::sim

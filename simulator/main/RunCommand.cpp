@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "privatebus/BusFolder.h"
 #include "ServeOptions.h"
 #include "simulator/daemon/Sandbox.h"
 
@@ -28,7 +29,7 @@ int Run(const TSRunOptions& options)
     TSServeOptions serve = options.serve.Take();
     TSSandboxOptions sandbox;
     sandbox.command = options.command;
-    sandbox.featureKeys = DefaultFeatureKeys(serve.set.slots);
+    sandbox.featureKeys = privatebus::DefaultFeatureKeys(serve.set.slots);
     for (const std::string& key : options.keys)
     {
         const auto equals = key.find('=');

@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "privatebus/BusFolder.h"
 #include "simulator/daemon/Sandbox.h"
 #include "simulator/daemon/Serve.h"
 #include "simulator/scenario/Story.h"
@@ -115,7 +116,7 @@ int PlayBeside(const TSScenario& scenario, const TSPlayOptions& options)
     thePlayer = getpid();
     TSSandboxOptions sandbox;
     sandbox.command = options.command;
-    sandbox.featureKeys = DefaultFeatureKeys(scenario.set.slots);
+    sandbox.featureKeys = privatebus::DefaultFeatureKeys(scenario.set.slots);
     sandbox.simulator = [&](const std::function<void()>& ready)
     {
         const int status = Play(scenario, options.journal, ready);

@@ -2,7 +2,7 @@
 
 #include <ciapi-testing/Daemon.h>
 
-#include "simulator/daemon/Sandbox.h"
+#include "privatebus/BusFolder.h"
 
 namespace CIM::test
 {
@@ -10,7 +10,7 @@ namespace CIM::test
 inline std::map<std::string, std::string> FeatureKeys(const TSOptions& options, int slots)
 {
     std::map<std::string, std::string> keys = options.featureKeys;
-    keys.merge(sim::DefaultFeatureKeys(slots));
+    keys.merge(privatebus::DefaultFeatureKeys(slots));
     return keys;
 }
 } // namespace CIM::test

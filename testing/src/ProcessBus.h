@@ -1,5 +1,7 @@
 #pragma once
 
+#include "privatebus/BusFolder.h"
+
 #include <map>
 #include <string>
 
@@ -15,16 +17,15 @@ public:
     /// \throws std::runtime_error when it does not start
     static TProcessBus& Instance();
 
-    std::string MarkerPath() const { return Path("ready"); }
+    std::string MarkerPath() const { return m_folder.MarkerFile(); }
     /// A file of that name in the folder.
-    std::string Path(const std::string& name) const { return m_folder + '/' + name; }
+    std::string Path(const std::string& name) const { return m_folder.File(name); }
     /// Replaces the feature keys of the set. \param[in] keys  whole names with values
     void WriteFeatureKeys(const std::map<std::string, std::string>& keys) const;
 
 private:
     TProcessBus();
-    std::string m_KeyPath() const { return Path("system-info.conf"); }
 
-    std::string m_folder;
+    privatebus::TCBusFolder m_folder;
 };
 } // namespace CIM::test

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "privatebus/BusFolder.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -110,24 +112,7 @@ public:
     std::string Path() const { return m_folder.File("system-info.conf"); }
 
 private:
-    void m_Write()
-    {
-        std::map<std::string, std::string> groups;
-        for (const auto& [key, value] : m_keys)
-        {
-            const auto slash = key.rfind('/');
-            groups[key.substr(0, slash)] += key.substr(slash + 1) + "=" + value + "\n";
-        }
-        const std::string fresh = Path() + ".new";
-        {
-            std::ofstream file(fresh);
-            for (const auto& [group, lines] : groups)
-            {
-                file << '[' << group << "]\n" << lines;
-            }
-        }
-        std::filesystem::rename(fresh, Path()); // a reader in another process sees the old or the new file, never half
-    }
+    void m_Write() { privatebus::WriteFeatureKeys(Path(), m_keys); }
 
     TTempFolder m_folder;
     std::map<std::string, std::string> m_keys;
