@@ -64,7 +64,7 @@ std::string SignatureOf(const TSVerb& verb)
     return signature;
 }
 
-TMessage AnswerVerb(TDaemon& daemon, DBusMessage* call, const TSVerb& verb)
+TMessage AnswerVerb(TCSimulatedDaemon& daemon, DBusMessage* call, const TSVerb& verb)
 {
     const std::string expected = SignatureOf(verb);
     if (expected != dbus_message_get_signature(call))
@@ -163,7 +163,7 @@ bool IsControlCall(DBusMessage* call)
            dbus_message_has_path(call, CONTROL_OBJECT);
 }
 
-TMessage AnswerControl(TDaemon& daemon, DBusMessage* call)
+TMessage AnswerControl(TCSimulatedDaemon& daemon, DBusMessage* call)
 {
     if (dbus_message_is_method_call(call, DBUS_INTERFACE_INTROSPECTABLE, "Introspect"))
     {

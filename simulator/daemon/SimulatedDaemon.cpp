@@ -1,4 +1,4 @@
-#include "Daemon.h"
+#include "SimulatedDaemon.h"
 
 #include "ControlObject.h"
 #include "FaultyReply.h"
@@ -57,7 +57,7 @@ std::optional<unsigned> SlotOf(const json::TOperationForm* operation, TCMessageB
 }
 } // namespace
 
-TDaemon::TDaemon(TModel& model, TSDaemonOptions options)
+TCSimulatedDaemon::TCSimulatedDaemon(TModel& model, TSSimulatedDaemonOptions options)
     : onCrash(EndProcess), m_model(model), m_options(std::move(options)), m_clients(model.Subscriber()),
       m_skeletons(model, m_clients),
       m_port(m_options.context, {[this](DBusMessage* message) { m_OnCall(message); },
@@ -83,13 +83,13 @@ TDaemon::TDaemon(TModel& model, TSDaemonOptions options)
         });
 }
 
-TDaemon::~TDaemon()
+TCSimulatedDaemon::~TCSimulatedDaemon()
 {
     Stop();
     m_model.SetSignalSink({});
 }
 
-bool TDaemon::Start(std::string& error)
+bool TCSimulatedDaemon::Start(std::string& error)
 {
     m_isLeaving = false;
     bool isRefused = false;
@@ -113,7 +113,7 @@ bool TDaemon::Start(std::string& error)
     return true;
 }
 
-void TDaemon::Stop()
+void TCSimulatedDaemon::Stop()
 {
     m_timers.CancelAll();
     m_events.CancelAll();
@@ -123,7 +123,7 @@ void TDaemon::Stop()
     m_clients.ForgetAll();
 }
 
-unsigned TDaemon::AddFault(TSFault fault)
+unsigned TCSimulatedDaemon::AddFault(TSFault fault)
 {
     if (!fault.operation.empty())
     {
@@ -133,7 +133,7 @@ unsigned TDaemon::AddFault(TSFault fault)
     return 0;
 }
 
-void TDaemon::RequestQuit()
+void TCSimulatedDaemon::RequestQuit()
 {
     m_events.After(0,
                    [this]
@@ -145,14 +145,15 @@ void TDaemon::RequestQuit()
                    });
 }
 
-nlohmann::json TDaemon::State() const
+nlohmann::json TCSimulatedDaemon::State() const
 {
     nlohmann::json state = m_model.State();
     state["daemon"] = {{"names", m_owned}, {"now", m_model.Now()}, {"manualClock", m_options.isManualClock}};
     return state;
 }
 
-void TDaemon::m_TakeNames(unsigned afterMs, unsigned stepMs, const std::function<void(const std::string&)>& onRefused)
+void TCSimulatedDaemon::m_TakeNames(unsigned afterMs, unsigned stepMs,
+                                    const std::function<void(const std::string&)>& onRefused)
 {
     unsigned delay = afterMs;
     for (const std::string& name : m_names)
@@ -183,7 +184,7 @@ void TDaemon::m_TakeNames(unsigned afterMs, unsigned stepMs, const std::function
     }
 }
 
-bool TDaemon::m_TakeName(const std::string& name, std::string& error)
+bool TCSimulatedDaemon::m_TakeName(const std::string& name, std::string& error)
 {
     if (!m_port.TakeName(name, error))
     {
@@ -204,7 +205,7 @@ bool TDaemon::m_TakeName(const std::string& name, std::string& error)
     return true;
 }
 
-void TDaemon::m_OnCall(DBusMessage* message)
+void TCSimulatedDaemon::m_OnCall(DBusMessage* message)
 {
     if (m_isLeaving)
     {
@@ -229,7 +230,7 @@ void TDaemon::m_OnCall(DBusMessage* message)
     m_clock.Settle();
 }
 
-void TDaemon::m_OnInterfaceCall(DBusMessage* message)
+void TCSimulatedDaemon::m_OnInterfaceCall(DBusMessage* message)
 {
     TSCall call;
     std::string error;
@@ -281,7 +282,7 @@ void TDaemon::m_OnInterfaceCall(DBusMessage* message)
     m_Reply(message, kept, fault);
 }
 
-void TDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entry, const std::optional<TSFault>& fault)
+void TCSimulatedDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entry, const std::optional<TSFault>& fault)
 {
     if (fault && !fault->IsReplyFault())
     {
@@ -309,7 +310,7 @@ void TDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entry, const s
     m_timers.After(fault->ms, [this, late] { m_port.Send(late.get()); });
 }
 
-void TDaemon::m_Happen(const TSFault& fault)
+void TCSimulatedDaemon::m_Happen(const TSFault& fault)
 {
     switch (fault.kind)
     {
@@ -329,7 +330,7 @@ void TDaemon::m_Happen(const TSFault& fault)
     }
 }
 
-void TDaemon::m_Restart(const TSFault& fault)
+void TCSimulatedDaemon::m_Restart(const TSFault& fault)
 {
     if (m_isLeaving)
     {
@@ -356,7 +357,7 @@ void TDaemon::m_Restart(const TSFault& fault)
                    });
 }
 
-void TDaemon::m_LoseName(const TSFault& fault)
+void TCSimulatedDaemon::m_LoseName(const TSFault& fault)
 {
     m_port.LeaveName(fault.name);
     m_owned.erase(fault.name);
@@ -374,7 +375,7 @@ void TDaemon::m_LoseName(const TSFault& fault)
     }
 }
 
-void TDaemon::m_Lost(const std::string& reason)
+void TCSimulatedDaemon::m_Lost(const std::string& reason)
 {
     g_printerr("ci-daemon-sim: %s\n", reason.c_str());
     if (onLost)
