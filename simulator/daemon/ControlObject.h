@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BusHandles.h"
+#include "bus/Handles.h"
 
 #include <string>
 
@@ -11,7 +11,7 @@ class TCSimulatedDaemon;
 /// Answers a method call that is none of the interfaces': introspection of any object, and the verbs of the control
 /// object.
 /// \return the reply, or an error that says what is wrong
-TMessage AnswerControl(TCSimulatedDaemon& daemon, DBusMessage* call);
+TCMessagePtr AnswerControl(TCSimulatedDaemon& daemon, DBusMessage* call);
 
 /// Whether a call is for AnswerControl.
 bool IsControlCall(DBusMessage* call);

@@ -2,10 +2,10 @@
 
 #include "ControlObject.h"
 #include "FaultyReply.h"
+#include "Messages.h"
 #include "simulator/model/Model.h"
 #include "simulator/model/Parts.h"
 #include "Verbs.h"
-#include "WireForm.h"
 
 #include <cstdlib>
 #include <sys/resource.h>
@@ -214,17 +214,18 @@ void TCSimulatedDaemon::m_OnCall(DBusMessage* message)
     m_clock.CatchUp();
     if (IsControlCall(message) && m_options.hasControl)
     {
-        const TMessage reply = AnswerControl(*this, message);
+        const TCMessagePtr reply = AnswerControl(*this, message);
         m_port.Send(reply.get());
     }
-    else if (dbus_message_has_path(message, CALL_OBJECT) && dbus_message_has_member(message, CALL_MEMBER))
+    else if (dbus_message_has_path(message, protocol::CALL_OBJECT_PATH) &&
+             dbus_message_has_member(message, protocol::CALL_MEMBER))
     {
         m_OnInterfaceCall(message);
     }
     else if (!dbus_message_get_no_reply(message))
     {
         m_port.Send(MakeError(message, DBUS_ERROR_UNKNOWN_METHOD,
-                              std::string("calls go to ") + CALL_MEMBER + " of " + CALL_OBJECT)
+                              std::string("calls go to ") + protocol::CALL_MEMBER + " of " + protocol::CALL_OBJECT_PATH)
                         .get());
     }
     m_clock.Settle();
@@ -243,29 +244,30 @@ void TCSimulatedDaemon::m_OnInterfaceCall(DBusMessage* message)
         return;
     }
     m_clients.OnCall(call);
+    const short methodId = protocol::MethodIdOf(call.envelope.header);
+    const protocol::SBytes& payload = call.envelope.payload;
 
     const json::TInterfaceForm* const interface = json::FindInterface(call.interface);
     TSJournalEntry entry;
     entry.time = m_model.Now();
     entry.interface = interface != nullptr ? interface->Name() : call.interface;
-    entry.operation = interface != nullptr ? interface->Find(call.methodId) : nullptr;
-    entry.methodId = call.methodId;
+    entry.operation = interface != nullptr ? interface->Find(methodId) : nullptr;
+    entry.methodId = methodId;
     entry.isOneWay = call.isOneWay;
     entry.client = call.sender;
-    entry.processId = call.processId;
+    entry.processId = call.envelope.processId;
     entry.program = m_clients.ProgramOf(call.sender);
 
     TCMessageBuffer request;
     TCMessageBuffer reply;
-    request.PushBorrowed(call.payload.size(), call.payload.data());
+    request.PushBorrowed(payload.length, payload.data);
     const std::optional<TSFault> fault =
         m_faults.Meet(entry.interface, entry.OperationName(), SlotOf(entry.operation, request));
     protocol::TISkeleton* const skeleton = m_skeletons.Find(call.interface);
-    const protocol::EHandled handled = skeleton != nullptr
-                                           ? skeleton->Handle(call.methodId, call.isOneWay, request, reply)
-                                           : protocol::EHandled::UNKNOWN_METHOD;
+    const protocol::EHandled handled = skeleton != nullptr ? skeleton->Handle(methodId, call.isOneWay, request, reply)
+                                                           : protocol::EHandled::UNKNOWN_METHOD;
     entry.outcome = OutcomeOf(handled);
-    entry.request.assign(call.payload.begin(), call.payload.end());
+    entry.request.assign(payload.data, payload.length);
     if (reply.GetUnreadSize() > 0)
     {
         entry.reply.assign(reply.GetAsCStr(0), reply.GetUnreadSize());
@@ -292,11 +294,12 @@ void TCSimulatedDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entr
     {
         return;
     }
-    unsigned char status = entry.outcome == OutcomeOf(protocol::EHandled::ANSWERED) ? STATUS_HANDLED : 0;
-    status |= m_clients.IsHelloWanted() ? STATUS_HELLO_WANTED : 0;
-    const std::span<const unsigned char> payload(reinterpret_cast<const unsigned char*>(entry.reply.data()),
-                                                 entry.reply.size());
-    TMessage reply = fault ? MakeFaultyReply(message, *fault, status, payload) : MakeReply(message, status, payload);
+    protocol::SReplyEnvelope envelope;
+    envelope.status |= entry.outcome == OutcomeOf(protocol::EHandled::ANSWERED) ? protocol::STATUS_HANDLED : 0;
+    envelope.status |= m_clients.IsHelloWanted() ? protocol::STATUS_HELLO_WANTED : 0;
+    envelope.length = static_cast<std::int32_t>(entry.reply.size());
+    envelope.payload = {entry.reply.data(), envelope.length};
+    TCMessagePtr reply = fault ? MakeFaultyReply(message, *fault, envelope) : MakeReply(message, envelope);
     if (reply == nullptr)
     {
         return;
