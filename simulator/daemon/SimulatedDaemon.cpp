@@ -58,7 +58,7 @@ std::optional<unsigned> SlotOf(const json::TOperationForm* operation, TCMessageB
 } // namespace
 
 TCSimulatedDaemon::TCSimulatedDaemon(TModel& model, TSSimulatedDaemonOptions options)
-    : onCrash(EndProcess), m_model(model), m_options(std::move(options)), m_clients(model.Subscriber()),
+    : onCrash(EndProcess), m_model(model), m_options(std::move(options)), m_clients(model.Of<ICISignalSubscriber>()),
       m_skeletons(model, m_clients),
       m_port(m_options.context, {[this](DBusMessage* message) { m_OnCall(message); },
                                  [this](const std::string& name) { m_clients.OnGone(name); },
@@ -66,7 +66,7 @@ TCSimulatedDaemon::TCSimulatedDaemon(TModel& model, TSSimulatedDaemonOptions opt
       m_timers(m_options.context), m_events(m_options.context),
       m_clock(model, m_options.context, m_options.isManualClock), m_faults(m_options.seed),
       m_signalFaults(m_port, m_timers, m_clients), m_marker(m_options.markerPath),
-      m_names(m_skeletons.ConnectionNames())
+      m_names(TSkeletons::ConnectionNames())
 {
     if (m_options.hasControl)
     {
