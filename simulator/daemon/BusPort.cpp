@@ -16,18 +16,18 @@ TBusPort::TBusPort(GMainContext* context, TSEvents events) : m_context(context),
 
 bool TBusPort::Connect(std::string& error)
 {
-    TBusError busError;
-    m_connection = ConnectToSystemBus(busError);
+    TCDBusError busError;
+    m_connection = OpenCurrentSystemBus(busError);
     if (m_connection == nullptr)
     {
-        error = "no system bus: " + busError.Text();
+        error = std::string("no system bus: ") + busError.Text();
         return false;
     }
     DBusConnection* const connection = m_connection.get();
-    dbus_bus_add_match(connection, GONE_RULE, busError.Out());
+    dbus_bus_add_match(connection, GONE_RULE, busError.Get());
     if (busError.IsSet() || !dbus_connection_add_filter(connection, m_Filter, this, nullptr))
     {
-        error = "the system bus refuses: " + busError.Text();
+        error = std::string("the system bus refuses: ") + busError.Text();
         m_connection.reset();
         return false;
     }
@@ -52,8 +52,8 @@ bool TBusPort::TakeName(const std::string& name, std::string& error)
         error = "not on the bus";
         return false;
     }
-    TBusError busError;
-    switch (dbus_bus_request_name(m_connection.get(), name.c_str(), DBUS_NAME_FLAG_DO_NOT_QUEUE, busError.Out()))
+    TCDBusError busError;
+    switch (dbus_bus_request_name(m_connection.get(), name.c_str(), DBUS_NAME_FLAG_DO_NOT_QUEUE, busError.Get()))
     {
     case DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER:
     case DBUS_REQUEST_NAME_REPLY_ALREADY_OWNER:
@@ -71,8 +71,8 @@ void TBusPort::LeaveName(const std::string& name)
 {
     if (m_connection != nullptr)
     {
-        TBusError busError;
-        dbus_bus_release_name(m_connection.get(), name.c_str(), busError.Out());
+        TCDBusError busError;
+        dbus_bus_release_name(m_connection.get(), name.c_str(), busError.Get());
     }
 }
 
@@ -92,7 +92,7 @@ long TBusPort::OutgoingBytes() const
 DBusHandlerResult TBusPort::m_Filter(DBusConnection*, DBusMessage* message, void* self)
 {
     auto& port = *static_cast<TBusPort*>(self);
-    const TMessage kept(dbus_message_ref(message)); // a handler may close the connection that holds it
+    const TCMessagePtr kept(dbus_message_ref(message)); // a handler may close the connection that holds it
     try
     {
         if (dbus_message_get_type(message) == DBUS_MESSAGE_TYPE_METHOD_CALL)

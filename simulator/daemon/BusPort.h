@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BusHandles.h"
+#include "bus/Handles.h"
 
 #include <glib.h>
 
@@ -46,6 +46,6 @@ private:
 
     GMainContext* m_context;
     TSEvents m_events;
-    TConnection m_connection;
+    TCConnectionPtr m_connection;
 };
 } // namespace CIM::sim

@@ -1,6 +1,6 @@
 #include "Clients.h"
 
-#include "WireForm.h"
+#include "Messages.h"
 
 #include <nlohmann/json.hpp>
 
@@ -10,10 +10,10 @@ void TClients::OnCall(const TSCall& call)
 {
     m_caller = call.sender;
     TSClient& client = m_clients[call.sender];
-    client.processId = call.processId;
-    if (call.saysHello)
+    client.processId = call.envelope.processId;
+    if (call.envelope.CarriesProgram())
     {
-        client.program = call.program;
+        client.program = call.envelope.program;
     }
 }
 

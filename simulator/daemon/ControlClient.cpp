@@ -1,8 +1,8 @@
 #include "ControlClient.h"
 
-#include "BusHandles.h"
 #include "Verbs.h"
 
+#include "bus/Handles.h"
 #include "json/Scalars.h"
 
 #include <stdexcept>
@@ -69,7 +69,8 @@ TSControlAnswer CallControl(const TSVerb& verb, const std::vector<std::string>& 
                                                   std::to_string(verb.arguments.size()) + " arguments, not " +
                                                   std::to_string(arguments.size()));
     }
-    const TMessage message(dbus_message_new_method_call(CONTROL_NAME, CONTROL_OBJECT, CONTROL_INTERFACE, verb.name));
+    const TCMessagePtr message(
+        dbus_message_new_method_call(CONTROL_NAME, CONTROL_OBJECT, CONTROL_INTERFACE, verb.name));
     DBusMessageIter iterator;
     dbus_message_iter_init_append(message.get(), &iterator);
     try
@@ -85,21 +86,23 @@ TSControlAnswer CallControl(const TSVerb& verb, const std::vector<std::string>& 
     }
     dbus_message_set_auto_start(message.get(), FALSE);
 
-    TBusError error;
-    const TConnection connection = ConnectToSystemBus(error);
+    TCDBusError error;
+    const TCConnectionPtr connection = OpenCurrentSystemBus(error);
     if (connection == nullptr)
     {
-        return Failed(TSControlAnswer::NO_SIMULATOR, "no system bus: " + error.Text());
+        return Failed(TSControlAnswer::NO_SIMULATOR, std::string("no system bus: ") + error.Text());
     }
-    const TMessage reply(dbus_connection_send_with_reply_and_block(connection.get(), message.get(), -1, error.Out()));
+    const TCMessagePtr reply(
+        dbus_connection_send_with_reply_and_block(connection.get(), message.get(), -1, error.Get()));
     if (reply == nullptr)
     {
-        const bool isRefusal = error.Name() == CONTROL_REFUSED || error.Name() == DBUS_ERROR_INVALID_ARGS;
+        const bool isRefusal = dbus_error_has_name(error.Get(), CONTROL_REFUSED) ||
+                               dbus_error_has_name(error.Get(), DBUS_ERROR_INVALID_ARGS);
         return Failed(isRefusal ? TSControlAnswer::REFUSED : TSControlAnswer::NO_SIMULATOR,
-                      isRefusal ? error.Text() : "no simulator answers: " + error.Text());
+                      (isRefusal ? "" : "no simulator answers: ") + std::string(error.Text()));
     }
     const char* text = "";
-    if (verb.hasResult && !dbus_message_get_args(reply.get(), error.Out(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID))
+    if (verb.hasResult && !dbus_message_get_args(reply.get(), error.Get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID))
     {
         return Failed(TSControlAnswer::REFUSED, error.Text());
     }

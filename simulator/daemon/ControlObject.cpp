@@ -1,13 +1,11 @@
 #include "ControlObject.h"
 
+#include "Messages.h"
 #include "Verbs.h"
-#include "WireForm.h"
 
 #include "json/Scalars.h"
 
 #include <ciapi/CINames.h>
-
-#include <new>
 
 namespace CIM::sim
 {
@@ -64,7 +62,7 @@ std::string SignatureOf(const TSVerb& verb)
     return signature;
 }
 
-TMessage AnswerVerb(TDaemon& daemon, DBusMessage* call, const TSVerb& verb)
+TCMessagePtr AnswerVerb(TCSimulatedDaemon& daemon, DBusMessage* call, const TSVerb& verb)
 {
     const std::string expected = SignatureOf(verb);
     if (expected != dbus_message_get_signature(call))
@@ -90,14 +88,8 @@ TMessage AnswerVerb(TDaemon& daemon, DBusMessage* call, const TSVerb& verb)
     {
         return MakeError(call, CONTROL_REFUSED, error.what());
     }
-    TMessage reply(dbus_message_new_method_return(call));
     const char* const text = result.c_str();
-    if (reply == nullptr ||
-        (verb.hasResult && !dbus_message_append_args(reply.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID)))
-    {
-        throw std::bad_alloc();
-    }
-    return reply;
+    return verb.hasResult ? MakeReplyWith(call, DBUS_TYPE_STRING, &text) : MakeReplyWith(call);
 }
 
 std::string ControlXml()
@@ -119,11 +111,13 @@ std::string ControlXml()
 
 std::string SignalXml()
 {
-    return "  <interface name=\"" + CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME +
-           "\">\n    <signal name=\"Signal\">\n"
-           "      <arg name=\"identifier\" type=\"s\"/>\n      <arg name=\"handle\" type=\"s\"/>\n"
-           "      <arg name=\"length\" type=\"i\"/>\n      <arg name=\"payload\" type=\"ay\"/>\n"
-           "    </signal>\n  </interface>\n";
+    std::string xml = "  <interface name=\"" + CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME + "\">\n    <signal name=\"" +
+                      SIGNAL_MEMBER + "\">\n";
+    for (const TSArgument& argument : ArgumentsOf(protocol::SSignalEnvelope()))
+    {
+        xml += std::string("      <arg name=\"") + argument.name + "\" type=\"" + argument.type + "\"/>\n";
+    }
+    return xml + "    </signal>\n  </interface>\n";
 }
 
 /// The children of a path among the objects that there are.
@@ -132,7 +126,7 @@ std::string ChildrenXml(const std::string& path)
     std::string xml;
     const std::string prefix = path == "/" ? path : path + '/';
     for (const std::string& object :
-         {std::string(CALL_OBJECT), CI_SIGNAL_SUBSCRIBER_OBJECT_NAME, std::string(CONTROL_OBJECT)})
+         {std::string(protocol::CALL_OBJECT_PATH), CI_SIGNAL_SUBSCRIBER_OBJECT_NAME, std::string(CONTROL_OBJECT)})
     {
         if (object.rfind(prefix, 0) == 0)
         {
@@ -163,18 +157,13 @@ bool IsControlCall(DBusMessage* call)
            dbus_message_has_path(call, CONTROL_OBJECT);
 }
 
-TMessage AnswerControl(TDaemon& daemon, DBusMessage* call)
+TCMessagePtr AnswerControl(TCSimulatedDaemon& daemon, DBusMessage* call)
 {
     if (dbus_message_is_method_call(call, DBUS_INTERFACE_INTROSPECTABLE, "Introspect"))
     {
-        TMessage reply(dbus_message_new_method_return(call));
         const std::string xml = Introspect(dbus_message_get_path(call));
         const char* const text = xml.c_str();
-        if (reply == nullptr || !dbus_message_append_args(reply.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID))
-        {
-            throw std::bad_alloc();
-        }
-        return reply;
+        return MakeReplyWith(call, DBUS_TYPE_STRING, &text);
     }
     const char* const interface = dbus_message_get_interface(call);
     const TSVerb* const verb = FindVerb(dbus_message_get_member(call));

@@ -1,17 +1,17 @@
 #pragma once
 
-#include "BusHandles.h"
+#include "bus/Handles.h"
 
 #include <string>
 
 namespace CIM::sim
 {
-class TDaemon;
+class TCSimulatedDaemon;
 
 /// Answers a method call that is none of the interfaces': introspection of any object, and the verbs of the control
 /// object.
 /// \return the reply, or an error that says what is wrong
-TMessage AnswerControl(TDaemon& daemon, DBusMessage* call);
+TCMessagePtr AnswerControl(TCSimulatedDaemon& daemon, DBusMessage* call);
 
 /// Whether a call is for AnswerControl.
 bool IsControlCall(DBusMessage* call);

@@ -1,38 +1,30 @@
 #include "FaultyReply.h"
 
-#include "WireForm.h"
+#include "Messages.h"
 
 #include <tvplatform/Tree.h>
 
 #include <algorithm>
 #include <cstring>
-#include <new>
-#include <vector>
 
 namespace CIM::sim
 {
 namespace
 {
-using TPayload = std::vector<unsigned char>;
-
 /// A node's header as it stands in a payload, with any size.
-void PushNode(TPayload& payload, ETreeNodeType type, std::uint16_t tag, std::uint32_t size)
+void PushNode(std::string& payload, ETreeNodeType type, std::uint16_t tag, std::uint32_t size)
 {
-    const auto push = [&](const auto& value)
-    {
-        const auto* const bytes = reinterpret_cast<const unsigned char*>(&value);
-        payload.insert(payload.end(), bytes, bytes + sizeof value);
-    };
+    const auto push = [&](const auto& value) { payload.append(reinterpret_cast<const char*>(&value), sizeof value); };
     push(static_cast<std::uint16_t>(type)); // the type and a zero byte on a little-endian machine
     push(tag);
     push(size);
 }
 
 /// A tree made to break readers. Written by hand: the marshalling library refuses to write it.
-TPayload HostileTree(const std::string& shape, std::uint16_t tag)
+std::string HostileTree(const std::string& shape, std::uint16_t tag)
 {
     constexpr std::uint32_t HEADER = 8;
-    TPayload payload = {1, 0, 0, 0};
+    std::string payload("\1\0\0\0", 4);
     if (shape == "deep") // branches inside branches, each size being right
     {
         constexpr std::uint32_t DEPTH = 100'000;
@@ -45,7 +37,7 @@ TPayload HostileTree(const std::string& shape, std::uint16_t tag)
     {
         PushNode(payload, TREE_NODE_BRANCH_LIST, tag, 0xFFFFFFFF);
         PushNode(payload, TREE_NODE_LEAF, 0, 0xFFFFFFF0);
-        payload.insert(payload.end(), 16, 0xAA);
+        payload.append(16, '\xAA');
     }
     else if (shape == "wide") // very many empty leaves of the same tag
     {
@@ -62,13 +54,13 @@ TPayload HostileTree(const std::string& shape, std::uint16_t tag)
         PushNode(payload, TREE_NODE_BRANCH_LIST, 0, HEADER);
         PushNode(payload, TREE_NODE_LEAF, 0, 12);
         PushNode(payload, TREE_NODE_LEAF, 1, 4);
-        payload.insert(payload.end(), 4, 0);
+        payload.append(4, '\0');
     }
     return payload;
 }
 
 /// The tag of a payload's root: the method that it answers.
-std::uint16_t RootTag(std::span<const unsigned char> payload)
+std::uint16_t RootTag(const std::string& payload)
 {
     std::uint16_t tag = 0;
     if (payload.size() >= 8)
@@ -78,72 +70,66 @@ std::uint16_t RootTag(std::span<const unsigned char> payload)
     return tag;
 }
 
-template <class... Arguments>
-TMessage ReplyWith(DBusMessage* call, Arguments... arguments)
-{
-    TMessage reply(dbus_message_new_method_return(call));
-    if (reply == nullptr || !dbus_message_append_args(reply.get(), arguments..., DBUS_TYPE_INVALID))
-    {
-        throw std::bad_alloc();
-    }
-    return reply;
-}
-
-TMessage WrongTypes(DBusMessage* call)
+TCMessagePtr WrongTypes(DBusMessage* call)
 {
     const char* const text = "one";
     const double number = 2.0;
     const dbus_int32_t list[] = {3, 4};
     const dbus_int32_t* const first = list;
-    return ReplyWith(call, DBUS_TYPE_STRING, &text, DBUS_TYPE_DOUBLE, &number, DBUS_TYPE_ARRAY, DBUS_TYPE_INT32, &first,
-                     2);
+    return MakeReplyWith(call, DBUS_TYPE_STRING, &text, DBUS_TYPE_DOUBLE, &number, DBUS_TYPE_ARRAY, DBUS_TYPE_INT32,
+                         &first, 2);
 }
 } // namespace
 
-TMessage MakeFaultyReply(DBusMessage* call, const TSFault& fault, unsigned char status,
-                         std::span<const unsigned char> payload)
+TCMessagePtr MakeFaultyReply(DBusMessage* call, const TSFault& fault, protocol::SReplyEnvelope reply)
 {
+    std::string payload(reply.payload.data, reply.payload.length);
     switch (fault.kind)
     {
     case FAULT_NEVER:
         return nullptr;
     case FAULT_ERROR:
         return MakeError(call, fault.name, fault.text);
-    case FAULT_STATUS:
-        return MakeReply(call, static_cast<unsigned char>(fault.status), payload);
-    case FAULT_HELLO:
-        return MakeReply(call, status | STATUS_HELLO_WANTED, payload);
     case FAULT_WRONG_TYPES:
         return WrongTypes(call);
     case FAULT_NO_ARGUMENTS:
-        return ReplyWith(call);
+        return MakeReplyWith(call);
     case FAULT_SHORT:
-        return ReplyWith(call, DBUS_TYPE_BYTE, &status);
+        return MakeReplyWith(call, DBUS_TYPE_BYTE, &reply.status);
     case FAULT_LONG:
     {
-        TMessage reply = MakeReply(call, status, payload);
+        TCMessagePtr longer = MakeReply(call, reply);
         const char* const more = "more";
         const dbus_int32_t number = 4711;
-        dbus_message_append_args(reply.get(), DBUS_TYPE_STRING, &more, DBUS_TYPE_INT32, &number, DBUS_TYPE_INVALID);
-        return reply;
+        dbus_message_append_args(longer.get(), DBUS_TYPE_STRING, &more, DBUS_TYPE_INT32, &number, DBUS_TYPE_INVALID);
+        return longer;
     }
     case FAULT_LENGTH:
-        return MakeReply(call, status, fault.length, payload);
+        reply.length = fault.length;
+        return MakeReply(call, reply);
+    case FAULT_STATUS:
+        reply.status = static_cast<unsigned char>(fault.status);
+        break;
+    case FAULT_HELLO:
+        reply.status |= protocol::STATUS_HELLO_WANTED;
+        break;
     case FAULT_CUT:
-        return MakeReply(call, status, payload.first(std::min<std::size_t>(fault.bytes, payload.size())));
+        payload.resize(std::min<std::size_t>(fault.bytes, payload.size()));
+        break;
     case FAULT_VERSION:
-    {
-        TPayload other(payload.begin(), payload.end());
-        if (!other.empty())
+        if (!payload.empty())
         {
-            other[0] = static_cast<unsigned char>(fault.version);
+            payload[0] = static_cast<char>(fault.version);
         }
-        return MakeReply(call, status, other);
-    }
+        break;
     case FAULT_HOSTILE:
-        return MakeReply(call, status, HostileTree(fault.shape, RootTag(payload)));
+        payload = HostileTree(fault.shape, RootTag(payload));
+        break;
     default:
-        return MakeReply(call, status, payload);
+        break;
     }
+    reply.length = static_cast<std::int32_t>(payload.size());
+    reply.payload = {payload.data(), reply.length};
+    return MakeReply(call, reply);
 }
 } // namespace CIM::sim

@@ -1,15 +1,13 @@
 #pragma once
 
-#include "BusHandles.h"
 #include "Fault.h"
 
-#include <span>
+#include "bus/Handles.h"
+#include "protocol/Envelope.h"
 
 namespace CIM::sim
 {
 /// The reply that a fault makes of the right one.
-/// \param[in] payload  the right reply's
 /// \return null for no reply
-TMessage MakeFaultyReply(DBusMessage* call, const TSFault& fault, unsigned char status,
-                         std::span<const unsigned char> payload);
+TCMessagePtr MakeFaultyReply(DBusMessage* call, const TSFault& fault, protocol::SReplyEnvelope reply);
 } // namespace CIM::sim

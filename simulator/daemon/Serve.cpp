@@ -71,7 +71,7 @@ int Serve(const TSServeOptions& options)
     TLoop loop;
     TModel model(options.set, options.seed);
     model.AdvanceTo(options.warmUpMs);
-    TDaemon daemon(model, options.daemon);
+    TCSimulatedDaemon daemon(model, options.daemon);
     daemon.onReady = options.onReady;
     daemon.onLost = [&] { loop.Quit(1); };
     daemon.onQuit = [&] { loop.Quit(0); };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Daemon.h"
+#include "SimulatedDaemon.h"
 #include "simulator/model/Definition.h"
 
 #include <functional>
@@ -15,13 +15,13 @@ struct TSServeOptions
     TSSetDefinition set = DefaultSet();
     std::uint64_t seed = 1;
     TTime warmUpMs = 0; ///< the virtual time that has passed when the daemon goes on the bus
-    TSDaemonOptions daemon;
+    TSSimulatedDaemonOptions daemon;
     std::vector<TSFault> faults; ///< of calls, on from the beginning
     /// Called once all names are owned.
     std::function<void()> onReady;
     /// Called before the daemon goes on the bus, with a function that ends the simulator with an exit status; what it
     /// returns lives as long as the daemon. For whoever plays a story.
-    std::function<std::shared_ptr<void>(TDaemon& daemon, std::function<void(int)> quit)> company;
+    std::function<std::shared_ptr<void>(TCSimulatedDaemon& daemon, std::function<void(int)> quit)> company;
 };
 
 /// Plays the daemon in this process, on the default main context, until SIGTERM, SIGINT, the control object or its

@@ -1,13 +1,10 @@
 #include "SignalFaults.h"
 
-#include "WireForm.h"
-
-#include <ciapi/CINames.h>
+#include "Messages.h"
 
 #include <tvplatform/BusName.h>
 
 #include <algorithm>
-#include <new>
 
 namespace CIM::sim
 {
@@ -43,15 +40,9 @@ void AppendArray(DBusMessageIter& arguments, const char* signature, const T* val
 }
 } // namespace
 
-TMessage MakeMalformedSignal(const std::string& shape, const TSSignal& signal)
+TCMessagePtr MakeMalformedSignal(const std::string& shape, const TSSignal& signal)
 {
-    const char* const member = shape == "unknown-member" ? "NoSuchSignal" : "Signal";
-    TMessage message(dbus_message_new_signal(CI_SIGNAL_SUBSCRIBER_OBJECT_NAME.c_str(),
-                                             CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME.c_str(), member));
-    if (message == nullptr)
-    {
-        throw std::bad_alloc();
-    }
+    TCMessagePtr message = MakeEmptySignal(shape == "unknown-member" ? "NoSuchSignal" : SIGNAL_MEMBER);
     if (shape == "empty")
     {
         return message;
@@ -69,14 +60,14 @@ TMessage MakeMalformedSignal(const std::string& shape, const TSSignal& signal)
     }
     if (shape != "no-handle")
     {
-        AppendText(arguments, std::to_string(HandleValue(signal.profile, signal.handle)));
+        AppendText(arguments, std::to_string(protocol::HandleValue(signal.profile, signal.handle)));
     }
     if (shape == "no-length")
     {
         return message;
     }
     unsigned char payload[64] = {};
-    const TSSignalPayload right = PayloadOf(signal);
+    const protocol::SSignalPayload right = PayloadOf(signal);
     std::copy_n(reinterpret_cast<const unsigned char*>(&right), sizeof right, payload);
     const std::size_t size = shape == "short" ? 15 : shape == "long" ? sizeof payload : sizeof right;
     if (shape == "length-type")
@@ -148,7 +139,7 @@ void TSignalFaults::m_Storm(const TSFault& fault, unsigned sent, gint64 startUs)
     }
 }
 
-void TSignalFaults::m_Send(const TSFault& fault, TMessage message)
+void TSignalFaults::m_Send(const TSFault& fault, TCMessagePtr message)
 {
     if (!fault.isToSubscribers)
     {
@@ -157,7 +148,7 @@ void TSignalFaults::m_Send(const TSFault& fault, TMessage message)
     }
     for (const std::string& client : m_clients.Subscribers())
     {
-        const TMessage copy(dbus_message_copy(message.get()));
+        const TCMessagePtr copy(dbus_message_copy(message.get()));
         dbus_message_set_destination(copy.get(), ReceiverOf(client).c_str());
         m_port.Send(copy.get());
     }
@@ -165,11 +156,11 @@ void TSignalFaults::m_Send(const TSFault& fault, TMessage message)
 
 void TSignalFaults::m_SendFromStranger(const TSFault& fault)
 {
-    TBusError error;
-    const TConnection stranger = ConnectToSystemBus(error);
+    TCDBusError error;
+    const TCConnectionPtr stranger = OpenCurrentSystemBus(error);
     if (stranger == nullptr)
     {
-        g_printerr("ci-daemon-sim: no connection for a stranger: %s\n", error.Text().c_str());
+        g_printerr("ci-daemon-sim: no connection for a stranger: %s\n", error.Text());
         return;
     }
     for (unsigned i = 0; i < fault.count; ++i)

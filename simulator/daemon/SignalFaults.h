@@ -21,7 +21,7 @@ namespace CIM::sim
 ///   short, long       15 or 64 bytes, stated rightly
 ///   identifier-text   an identifier that is no number
 ///   unknown-member    the right arguments under another member
-TMessage MakeMalformedSignal(const std::string& shape, const TSSignal& signal);
+TCMessagePtr MakeMalformedSignal(const std::string& shape, const TSSignal& signal);
 
 /// Signals that nothing in the model has caused: storms, malformed ones, a stranger's. Bound to its thread.
 class TSignalFaults
@@ -37,7 +37,7 @@ public:
 
 private:
     void m_Storm(const TSFault& fault, unsigned sent, gint64 startUs);
-    void m_Send(const TSFault& fault, TMessage message);
+    void m_Send(const TSFault& fault, TCMessagePtr message);
     void m_SendFromStranger(const TSFault& fault);
 
     TBusPort& m_port;

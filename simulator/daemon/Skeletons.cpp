@@ -4,36 +4,47 @@
 
 namespace CIM::sim
 {
+namespace
+{
+template <class Interface>
+Interface& ObjectOf(TModel& model, ICISignalSubscriber& subscriber)
+{
+    if constexpr (std::is_same_v<Interface, ICISignalSubscriber>)
+    {
+        return subscriber;
+    }
+    else
+    {
+        return model.Of<Interface>();
+    }
+}
+} // namespace
+
+template <class... Interfaces>
+TSkeletons::TTuple TSkeletons::m_Make(TModel& model, ICISignalSubscriber& subscriber, protocol::TList<Interfaces...>)
+{
+    return TTuple(ObjectOf<Interfaces>(model, subscriber)...);
+}
+
 TSkeletons::TSkeletons(TModel& model, ICISignalSubscriber& subscriber)
-    : m_skeletons(protocol::TSkeleton<ICIGeneral>(model.General()),
-                  protocol::TSkeleton<ICIOperatorProfile>(model.OperatorProfile()),
-                  protocol::TSkeleton<ICIAppMMI>(model.AppMMI()), protocol::TSkeleton<IPvrCip>(model.PvrCip()),
-                  protocol::TSkeleton<ICIDebug>(model.Debug()),
-                  protocol::TSkeleton<ICIAuxiliaryFileSystem>(model.AuxiliaryFileSystem()),
-                  protocol::TSkeleton<ICICAMPlayer>(model.CICAMPlayer()),
-                  protocol::TSkeleton<ICISampleDecryption>(model.SampleDecryption()),
-                  protocol::TSkeleton<ICISignalSubscriber>(subscriber))
+    : m_skeletons(m_Make(model, subscriber, protocol::TInterfaces()))
 {
 }
 
 protocol::TISkeleton* TSkeletons::Find(const std::string& connectionName)
 {
     protocol::TISkeleton* found = nullptr;
-    m_ForEach(
-        [&](protocol::TISkeleton& skeleton)
-        {
-            if (skeleton.ConnectionName() == connectionName)
-            {
-                found = &skeleton;
-            }
-        });
+    const auto look = [&](protocol::TISkeleton& skeleton)
+    { found = skeleton.ConnectionName() == connectionName ? &skeleton : found; };
+    std::apply([&](auto&... skeleton) { (look(skeleton), ...); }, m_skeletons);
     return found;
 }
 
 std::vector<std::string> TSkeletons::ConnectionNames()
 {
     std::vector<std::string> names;
-    m_ForEach([&](protocol::TISkeleton& skeleton) { names.push_back(skeleton.ConnectionName()); });
+    protocol::ForEachInterface([&]<class Interface>(protocol::TType<Interface>)
+                               { names.push_back(protocol::TTable<Interface>::ConnectionName()); });
     return names;
 }
 } // namespace CIM::sim

@@ -1,16 +1,9 @@
 #pragma once
 
-#include "protocol/AppMMI.h"
-#include "protocol/AuxiliaryFileSystem.h"
-#include "protocol/CICAMPlayer.h"
-#include "protocol/Debug.h"
-#include "protocol/General.h"
-#include "protocol/OperatorProfile.h"
-#include "protocol/PvrCip.h"
-#include "protocol/SampleDecryption.h"
-#include "protocol/SignalSubscriber.h"
+#include "protocol/Interfaces.h"
 #include "protocol/Skeleton.h"
 
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -18,7 +11,7 @@ namespace CIM::sim
 {
 class TModel;
 
-/// The nine interfaces as the bus sees them. Bound to its thread.
+/// The interfaces as the bus sees them. Bound to its thread.
 class TSkeletons
 {
 public:
@@ -29,7 +22,7 @@ public:
     /// The interface of that name; null when there is none.
     protocol::TISkeleton* Find(const std::string& connectionName);
     /// The bus names of the interfaces, in the order in which they are taken.
-    std::vector<std::string> ConnectionNames();
+    static std::vector<std::string> ConnectionNames();
 
     template <class Interface>
     protocol::TSkeleton<Interface>& Of()
@@ -38,16 +31,11 @@ public:
     }
 
 private:
-    template <class Visitor>
-    void m_ForEach(Visitor visitor)
-    {
-        std::apply([&](auto&... skeleton) { (visitor(skeleton), ...); }, m_skeletons);
-    }
+    using TTuple = protocol::TInterfaces::AsEach<std::tuple, protocol::TSkeleton>;
 
-    std::tuple<protocol::TSkeleton<ICIGeneral>, protocol::TSkeleton<ICIOperatorProfile>, protocol::TSkeleton<ICIAppMMI>,
-               protocol::TSkeleton<IPvrCip>, protocol::TSkeleton<ICIDebug>, protocol::TSkeleton<ICIAuxiliaryFileSystem>,
-               protocol::TSkeleton<ICICAMPlayer>, protocol::TSkeleton<ICISampleDecryption>,
-               protocol::TSkeleton<ICISignalSubscriber>>
-        m_skeletons;
+    template <class... Interfaces>
+    static TTuple m_Make(TModel& model, ICISignalSubscriber& subscriber, protocol::TList<Interfaces...>);
+
+    TTuple m_skeletons;
 };
 } // namespace CIM::sim

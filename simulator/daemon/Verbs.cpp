@@ -1,6 +1,6 @@
 #include "Verbs.h"
 
-#include "Daemon.h"
+#include "SimulatedDaemon.h"
 #include "simulator/model/Controls.h"
 #include "simulator/model/Model.h"
 #include "simulator/model/World.h"
@@ -37,7 +37,7 @@ TJson Parse(const TJson& arguments, const char* name)
 }
 
 /// Does one of the model's controls with the verb's own arguments; an empty text counts as not given.
-void Control(TDaemon& daemon, std::string_view name, TJson arguments)
+void Control(TCSimulatedDaemon& daemon, std::string_view name, TJson arguments)
 {
     for (auto member = arguments.begin(); member != arguments.end();)
     {
@@ -49,7 +49,7 @@ void Control(TDaemon& daemon, std::string_view name, TJson arguments)
 
 // A control of the model as a verb. The name must have linkage to be an argument of a template.
 template <const char* const& Name>
-std::string RunByName(TDaemon& daemon, const TJson& arguments)
+std::string RunByName(TCSimulatedDaemon& daemon, const TJson& arguments)
 {
     Control(daemon, Name, arguments);
     return {};
@@ -64,14 +64,14 @@ constexpr const char* OFFER_PROFILE = "offer-profile";
 constexpr const char* STOP_RECORDING = "stop-recording";
 constexpr const char* EXPIRE = "expire";
 
-std::string RunControlByJson(TDaemon& daemon, const TJson& arguments)
+std::string RunControlByJson(TCSimulatedDaemon& daemon, const TJson& arguments)
 {
     Require(RunControl(daemon.Model(), arguments.at("name").get<std::string>(),
                        nlohmann::json(Parse(arguments, "arguments"))));
     return {};
 }
 
-std::string ListControls(TDaemon&, const TJson&)
+std::string ListControls(TCSimulatedDaemon&, const TJson&)
 {
     TJson list = TJson::array();
     for (const TSControl& control : Controls())
@@ -81,7 +81,7 @@ std::string ListControls(TDaemon&, const TJson&)
     return list.dump(2);
 }
 
-std::string ListCams(TDaemon& daemon, const TJson&)
+std::string ListCams(TCSimulatedDaemon& daemon, const TJson&)
 {
     const TSWorld& world = daemon.Model().World();
     TJson list = TJson::array();
@@ -101,7 +101,7 @@ std::string ListCams(TDaemon& daemon, const TJson&)
     return list.dump(2);
 }
 
-std::string RaiseSignal(TDaemon& daemon, const TJson& arguments)
+std::string RaiseSignal(TCSimulatedDaemon& daemon, const TJson& arguments)
 {
     const auto bytes = json::BytesFromJson(arguments.at("data"), json::TJsonPath("data"));
     TSSignal signal{static_cast<ECISignalType>(arguments.at("type").get<std::uint32_t>()),
@@ -117,23 +117,23 @@ std::string RaiseSignal(TDaemon& daemon, const TJson& arguments)
     return {};
 }
 
-std::string AdvanceClock(TDaemon& daemon, const TJson& arguments)
+std::string AdvanceClock(TCSimulatedDaemon& daemon, const TJson& arguments)
 {
     constexpr std::uint64_t YEAR = 366ull * 24 * 3600 * 1000;
     daemon.Clock().Advance(static_cast<TTime>(std::min(arguments.at("ms").get<std::uint64_t>(), YEAR)));
     return std::to_string(daemon.Model().Now());
 }
 
-std::string State(TDaemon& daemon, const TJson&) { return daemon.State().dump(2); }
-std::string Subscriptions(TDaemon& daemon, const TJson&) { return daemon.Clients().Subscriptions().dump(2); }
-std::string Journal(TDaemon& daemon, const TJson&) { return daemon.Journal().ToJson().dump(2); }
-std::string ClearJournal(TDaemon& daemon, const TJson&) { return daemon.Journal().Clear(), std::string(); }
+std::string State(TCSimulatedDaemon& daemon, const TJson&) { return daemon.State().dump(2); }
+std::string Subscriptions(TCSimulatedDaemon& daemon, const TJson&) { return daemon.Clients().Subscriptions().dump(2); }
+std::string Journal(TCSimulatedDaemon& daemon, const TJson&) { return daemon.Journal().ToJson().dump(2); }
+std::string ClearJournal(TCSimulatedDaemon& daemon, const TJson&) { return daemon.Journal().Clear(), std::string(); }
 
-std::string AddFault(TDaemon& daemon, const TJson& arguments)
+std::string AddFault(TCSimulatedDaemon& daemon, const TJson& arguments)
 {
     return std::to_string(daemon.AddFault(FaultFromJson(Parse(arguments, "fault"), json::TJsonPath("fault"))));
 }
-std::string RemoveFault(TDaemon& daemon, const TJson& arguments)
+std::string RemoveFault(TCSimulatedDaemon& daemon, const TJson& arguments)
 {
     if (!daemon.Faults().Remove(arguments.at("number").get<unsigned>()))
     {
@@ -141,11 +141,11 @@ std::string RemoveFault(TDaemon& daemon, const TJson& arguments)
     }
     return {};
 }
-std::string ClearFaults(TDaemon& daemon, const TJson&) { return daemon.Faults().Clear(), std::string(); }
-std::string ListFaults(TDaemon& daemon, const TJson&) { return daemon.Faults().List().dump(2); }
-std::string ListFaultKinds(TDaemon&, const TJson&) { return DescribeFaults().dump(2); }
+std::string ClearFaults(TCSimulatedDaemon& daemon, const TJson&) { return daemon.Faults().Clear(), std::string(); }
+std::string ListFaults(TCSimulatedDaemon& daemon, const TJson&) { return daemon.Faults().List().dump(2); }
+std::string ListFaultKinds(TCSimulatedDaemon&, const TJson&) { return DescribeFaults().dump(2); }
 
-std::string Restart(TDaemon& daemon, const TJson& arguments)
+std::string Restart(TCSimulatedDaemon& daemon, const TJson& arguments)
 {
     TSFault fault;
     fault.kind = FAULT_RESTART;
@@ -153,7 +153,7 @@ std::string Restart(TDaemon& daemon, const TJson& arguments)
     daemon.AddFault(std::move(fault));
     return {};
 }
-std::string Quit(TDaemon& daemon, const TJson&)
+std::string Quit(TCSimulatedDaemon& daemon, const TJson&)
 {
     daemon.RequestQuit();
     return {};

@@ -10,7 +10,7 @@
 
 namespace CIM::sim
 {
-class TDaemon;
+class TCSimulatedDaemon;
 
 /// One argument of a verb.
 struct TSVerbArgument
@@ -30,7 +30,7 @@ struct TSVerb
     bool hasResult; ///< a text; JSON where the help says so
     /// \param[in] arguments  an object: numbers, texts; bytes as hexadecimal digits
     /// \throws std::exception with a text for people when it is refused; nothing has happened then
-    std::string (*run)(TDaemon& daemon, const json::TJson& arguments);
+    std::string (*run)(TCSimulatedDaemon& daemon, const json::TJson& arguments);
 };
 
 std::span<const TSVerb> Verbs();

@@ -3,6 +3,8 @@
 #include "ServeOptions.h"
 #include "simulator/daemon/Sandbox.h"
 
+#include <ciapi/CINames.h>
+
 #include <cstdio>
 #include <memory>
 
@@ -10,7 +12,8 @@ namespace CIM::sim
 {
 namespace
 {
-constexpr const char* KEY_PREFIX = "com.kelvora/featureconf/";
+/// Where the set's feature keys lie.
+std::string KeyPrefix() { return CI_FMS_SUPPORT.substr(0, CI_FMS_SUPPORT.rfind('/') + 1); }
 
 struct TSRunOptions
 {
@@ -39,7 +42,7 @@ int Run(const TSRunOptions& options)
             return 2;
         }
         const std::string name = key.substr(0, equals);
-        sandbox.featureKeys[name.find('/') == std::string::npos ? KEY_PREFIX + name : name] = key.substr(equals + 1);
+        sandbox.featureKeys[name.find('/') == std::string::npos ? KeyPrefix() + name : name] = key.substr(equals + 1);
     }
     sandbox.simulator = [&](const std::function<void()>& ready)
     {
@@ -60,7 +63,7 @@ std::function<int()> PrepareRun(CLI::App& app)
                    "virtual milliseconds that the CAMs have had when the command starts; 0: they are just being put in")
         ->capture_default_str();
     app.add_option("--key", options->keys,
-                   "a feature key of the set, as NAME=VALUE; names without '/' lie under com.kelvora/featureconf/");
+                   "a feature key of the set, as NAME=VALUE; names without '/' lie under " + KeyPrefix());
     app.add_option("command", options->command, "the command and its arguments");
     app.positionals_at_end(); // everything behind the command's name is the command's
     return [options] { return Run(*options); };

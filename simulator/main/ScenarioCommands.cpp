@@ -48,7 +48,7 @@ int Play(const TSScenario& scenario, const std::string& journalPath, const std::
     options.daemon.namesAfterMs = scenario.namesAfterMs;
     options.daemon.nameStepMs = scenario.nameStepMs;
     std::shared_ptr<TStory> story;
-    options.company = [&](TDaemon& daemon, std::function<void(int)> quit)
+    options.company = [&](TCSimulatedDaemon& daemon, std::function<void(int)> quit)
     {
         story = std::make_shared<TStory>(scenario, daemon, std::move(quit), journal.is_open() ? &journal : nullptr);
         // What the application has sent last may still be on its way when the simulator is told to end.

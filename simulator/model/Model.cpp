@@ -18,7 +18,10 @@ TSParts::TSParts(TSWorld& world)
 }
 
 TModel::TModel(TSSetDefinition definition, std::uint64_t seed)
-    : m_world(std::make_unique<TSWorld>(std::move(definition), seed)), m_parts(std::make_unique<TSParts>(*m_world))
+    : m_world(std::make_unique<TSWorld>(std::move(definition), seed)), m_parts(std::make_unique<TSParts>(*m_world)),
+      // In the order of the list: the compiler refuses any other, and a gap.
+      m_interfaces(m_parts->general, m_parts->appMmi, m_parts->profiles, m_parts->pvr, m_parts->debug,
+                   m_parts->fileSystems, m_parts->subscriber, m_parts->player, m_parts->decryption)
 {
     for (const auto& [slot, cam] : m_world->definition.inserted)
     {
@@ -31,15 +34,6 @@ TModel::TModel(TSSetDefinition definition, std::uint64_t seed)
 
 TModel::~TModel() = default;
 
-ICIGeneral& TModel::General() { return m_parts->general; }
-ICIAppMMI& TModel::AppMMI() { return m_parts->appMmi; }
-ICIAuxiliaryFileSystem& TModel::AuxiliaryFileSystem() { return m_parts->fileSystems; }
-ICICAMPlayer& TModel::CICAMPlayer() { return m_parts->player; }
-ICIDebug& TModel::Debug() { return m_parts->debug; }
-ICIOperatorProfile& TModel::OperatorProfile() { return m_parts->profiles; }
-ICISampleDecryption& TModel::SampleDecryption() { return m_parts->decryption; }
-IPvrCip& TModel::PvrCip() { return m_parts->pvr; }
-ICISignalSubscriber& TModel::Subscriber() { return m_parts->subscriber; }
 TSubscriber& TModel::Subscriptions() { return m_parts->subscriber; }
 
 void TModel::SetSignalSink(std::function<void(const TSSignal&)> sink) { m_world->sink = std::move(sink); }

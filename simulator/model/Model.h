@@ -4,20 +4,14 @@
 #include "Definition.h"
 #include "Outcome.h"
 
-#include <ciapi/ICIAppMMI.h>
-#include <ciapi/ICIAuxiliaryFileSystem.h>
-#include <ciapi/ICICAMPlayer.h>
-#include <ciapi/ICIDebug.h>
-#include <ciapi/ICIGeneral.h>
-#include <ciapi/ICIOperatorProfile.h>
-#include <ciapi/ICISampleDecryption.h>
-#include <ciapi/ICISignalSubscriber.h>
-#include <ciapi/IPvrCip.h>
+#include "protocol/InterfaceList.h"
 
 #include <nlohmann/json_fwd.hpp>
 
 #include <functional>
 #include <memory>
+#include <tuple>
+#include <type_traits>
 
 namespace CIM::sim
 {
@@ -25,7 +19,7 @@ struct TSParts;
 struct TSWorld;
 class TSubscriber;
 
-/// The set, its slots and its CAMs: one model behind the nine interfaces. It knows no bus and starts no thread; it is
+/// The set, its slots and its CAMs: one model behind the interfaces. It knows no bus and starts no thread; it is
 /// bound to the thread that uses it. Its clock is virtual and its randomness comes from the seed, so that the same
 /// definition, seed, calls and times give the same signals, byte for byte.
 ///
@@ -40,17 +34,14 @@ public:
     TModel(const TModel&) = delete;
     TModel& operator=(const TModel&) = delete;
 
-    ICIGeneral& General();
-    ICIAppMMI& AppMMI();
-    ICIAuxiliaryFileSystem& AuxiliaryFileSystem();
-    ICICAMPlayer& CICAMPlayer();
-    ICIDebug& Debug();
-    ICIOperatorProfile& OperatorProfile();
-    ICISampleDecryption& SampleDecryption();
-    IPvrCip& PvrCip();
-    /// The reserved argument of its operations is the id of the process that subscribes.
-    ICISignalSubscriber& Subscriber();
-    /// The same object, with what only the daemon asks: who has subscribed what.
+    /// One of the interfaces, such as Of<ICIGeneral>(). The reserved argument of the subscriber's operations is the id
+    /// of the process that subscribes.
+    template <class Interface>
+    Interface& Of()
+    {
+        return std::get<Interface&>(m_interfaces);
+    }
+    /// The subscriber with what only the daemon asks: who has subscribed what.
     TSubscriber& Subscriptions();
 
     /// Replaces who receives the signals; an empty function lets them go.
@@ -80,5 +71,6 @@ public:
 private:
     std::unique_ptr<TSWorld> m_world;
     std::unique_ptr<TSParts> m_parts;
+    protocol::TInterfaces::AsEach<std::tuple, std::add_lvalue_reference_t> m_interfaces;
 };
 } // namespace CIM::sim

@@ -1,5 +1,6 @@
 #include "CallPattern.h"
 
+#include "protocol/InterfaceList.h"
 #include "simulator/daemon/Journal.h"
 #include "json/OperationForm.h"
 
@@ -10,8 +11,6 @@ namespace CIM::sim
 {
 namespace
 {
-constexpr const char* SUBSCRIBER = "ICISignalSubscriber";
-
 /// Whether what is wanted is there: of an object its members, everything else as it is.
 bool Contains(const nlohmann::json& value, const nlohmann::json& wanted)
 {
@@ -60,7 +59,7 @@ TSMadeCall ToMadeCall(const TSJournalEntry& entry)
 {
     TSMadeCall made;
     made.operation = entry.interface + "." + entry.OperationName();
-    made.isSubscription = entry.interface == SUBSCRIBER;
+    made.isSubscription = entry.interface == protocol::NameOf<ICISignalSubscriber>();
     if (entry.operation != nullptr)
     {
         made.operation = entry.operation->FullName();

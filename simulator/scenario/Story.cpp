@@ -23,7 +23,7 @@ bool Expects(const TSStep& step)
 }
 } // namespace
 
-TStory::TStory(TSScenario scenario, TDaemon& daemon, std::function<void(int)> quit, std::ostream* journal)
+TStory::TStory(TSScenario scenario, TCSimulatedDaemon& daemon, std::function<void(int)> quit, std::ostream* journal)
     : m_scenario(std::move(scenario)), m_daemon(daemon), m_quit(std::move(quit)), m_journal(journal), m_timers(nullptr)
 {
     m_daemon.onCall = [this](const TSJournalEntry& entry) { m_OnCall(entry); };

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Scenario.h"
-#include "simulator/daemon/Daemon.h"
+#include "simulator/daemon/SimulatedDaemon.h"
 
 #include <deque>
 #include <functional>
@@ -19,7 +19,7 @@ public:
     /// \param[in] daemon   over a model of the scenario's set and seed
     /// \param[in] quit     ends the simulator with an exit status
     /// \param[in] journal  gets a line for each call and signal; null: no journal; outlives this
-    TStory(TSScenario scenario, TDaemon& daemon, std::function<void(int)> quit, std::ostream* journal);
+    TStory(TSScenario scenario, TCSimulatedDaemon& daemon, std::function<void(int)> quit, std::ostream* journal);
     TStory(const TStory&) = delete;
     TStory& operator=(const TStory&) = delete;
 
@@ -56,7 +56,7 @@ private:
     EProgress m_Try(const TSEnd& step);
 
     TSScenario m_scenario;
-    TDaemon& m_daemon;
+    TCSimulatedDaemon& m_daemon;
     std::function<void(int)> m_quit;
     std::ostream* m_journal;
     TTimers m_timers;

@@ -2,7 +2,9 @@
 
 #include <dbus/dbus.h>
 
+#include <cstdlib>
 #include <memory>
+#include <utility>
 
 // libdbus's objects with one owner each, and the way to a bus.
 
@@ -71,5 +73,12 @@ inline TCConnectionPtr OpenBusAt(const char* address, TCDBusError& error)
         }
     }
     return connection;
+}
+
+/// The same for the system bus to which DBUS_SYSTEM_BUS_ADDRESS leads now, whatever it was at the first connection.
+inline TCConnectionPtr OpenCurrentSystemBus(TCDBusError& error)
+{
+    const char* const address = secure_getenv("DBUS_SYSTEM_BUS_ADDRESS");
+    return address != nullptr ? OpenBusAt(address, error) : OpenSystemBus(error);
 }
 } // namespace CIM

@@ -48,9 +48,14 @@ public:
     EHandled Handle(short methodId, bool oneWay, TCMessageBuffer& request, TCMessageBuffer& reply) override
     {
         EHandled handled = EHandled::UNKNOWN_METHOD;
-        m_ForRow([&](const auto& row) { return row.id == methodId && !row.isLocal; },
-                 [&](const auto& row, const auto& function)
-                 { handled = m_Answer(row, function, oneWay, request, reply); });
+        ForEachRow<Interface>(
+            [&](const auto& row)
+            {
+                if (row.id == methodId && !row.isLocal)
+                {
+                    handled = m_Answer(row, oneWay, request, reply);
+                }
+            });
         return handled;
     }
 
@@ -59,23 +64,17 @@ public:
     template <class Result, class... Arguments>
     bool On(Result (Interface::*member)(Arguments...), std::type_identity_t<std::function<Result(Arguments...)>> answer)
     {
-        using TMember = Result (Interface::*)(Arguments...);
         bool found = false;
-        m_ForRow(
+        ForEachRow<Interface>(
             [&]<class Row>(const Row& row)
             {
-                if constexpr (std::is_same_v<typename Row::Member, TMember>)
+                if constexpr (std::is_same_v<typename Row::Member, decltype(member)>)
                 {
-                    return Row::MEMBER == member && !row.isLocal;
-                }
-                return false;
-            },
-            [&]<class Row>(const Row&, auto& function)
-            {
-                if constexpr (std::is_same_v<typename Row::Member, TMember>)
-                {
-                    function = std::move(answer);
-                    found = true;
+                    if (Row::MEMBER == member && !row.isLocal)
+                    {
+                        std::get<TAnswer<Row>>(m_answers).function = std::move(answer);
+                        found = true;
+                    }
                 }
             });
         return found;
@@ -89,27 +88,17 @@ private:
     {
         using type = std::function<Result(Arguments...)>;
     };
-    template <class... Rows>
-    static std::tuple<typename TFunctionOf<typename Rows::Member>::type...> m_FunctionsOf(const std::tuple<Rows...>&);
-    using TFunctions = decltype(m_FunctionsOf(TTable<Interface>::ROWS));
-
-    /// Calls visitor(row, its function) for the first row that passes the test.
-    template <class Test, class Visitor>
-    void m_ForRow(Test test, Visitor visitor)
+    /// What answers a row in the object's place, if anything.
+    template <class Row>
+    struct TAnswer
     {
-        [&]<std::size_t... Indices>(std::index_sequence<Indices...>)
-        {
-            ((test(std::get<Indices>(TTable<Interface>::ROWS))
-                  ? (visitor(std::get<Indices>(TTable<Interface>::ROWS), std::get<Indices>(m_functions)), true)
-                  : false) ||
-             ...);
-        }
-        (std::make_index_sequence<std::tuple_size_v<TFunctions>>{});
-    }
+        typename TFunctionOf<typename Row::Member>::type function;
+    };
+    template <class... Rows>
+    static std::tuple<TAnswer<Rows>...> m_AnswersTo(const std::tuple<Rows...>&);
 
-    template <class Row, class Function>
-    EHandled m_Answer(const Row& row, const Function& function, bool oneWay, TCMessageBuffer& request,
-                      TCMessageBuffer& reply)
+    template <class Row>
+    EHandled m_Answer(const Row& row, bool oneWay, TCMessageBuffer& request, TCMessageBuffer& reply)
     {
         TCTreeBranchList requestTree(&request);
         if (!requestTree.IsValid() || requestTree.GetTag() != static_cast<unsigned short>(row.id))
@@ -133,6 +122,7 @@ private:
         }
         ForEachPushed<Row>(parameters, IsInput, [](auto& pushed) { pushed.Load(); });
 
+        const auto& function = std::get<TAnswer<Row>>(m_answers).function;
         result = std::apply([&](auto&... arguments) -> typename Row::Result
                             { return function ? function(arguments...) : (m_object.*Row::MEMBER)(arguments...); },
                             values);
@@ -152,6 +142,6 @@ private:
     }
 
     Interface& m_object;
-    TFunctions m_functions;
+    decltype(m_AnswersTo(TTable<Interface>::ROWS)) m_answers;
 };
 } // namespace CIM::protocol

@@ -7,7 +7,7 @@
 #include "ProcessBus.h"
 #include "Scenarios.h"
 
-#include "simulator/daemon/Daemon.h"
+#include "simulator/daemon/SimulatedDaemon.h"
 #include "simulator/model/Controls.h"
 #include "simulator/model/Parts.h"
 #include "simulator/scenario/Story.h"
@@ -49,7 +49,7 @@ struct TDaemon::TSImpl
 {
     TCallRecord calls;
     std::unique_ptr<sim::TModel> model;
-    std::unique_ptr<sim::TDaemon> daemon;
+    std::unique_ptr<sim::TCSimulatedDaemon> daemon;
     std::unique_ptr<sim::TStory> story;
     std::map<TMemberKey, std::vector<unsigned>> failures; ///< their numbers
     bool isGone = false;
@@ -58,14 +58,14 @@ struct TDaemon::TSImpl
     void Start(const sim::TSScenario& scenario, const std::string& markerPath)
     {
         model = std::make_unique<sim::TModel>(scenario.set, scenario.seed);
-        sim::TSDaemonOptions options;
+        sim::TSSimulatedDaemonOptions options;
         options.context = thread.Context();
         options.markerPath = markerPath;
         options.seed = scenario.seed;
         options.isManualClock = scenario.isManualClock;
         options.namesAfterMs = scenario.namesAfterMs;
         options.nameStepMs = scenario.nameStepMs;
-        daemon = std::make_unique<sim::TDaemon>(*model, options);
+        daemon = std::make_unique<sim::TCSimulatedDaemon>(*model, options);
         story = std::make_unique<sim::TStory>(
             scenario, *daemon, [](int) {}, nullptr);
         daemon->onCall = [this, tellStory = daemon->onCall](const sim::TSJournalEntry& entry)

@@ -17,7 +17,7 @@ TEST(SimDefinition, TextsArriveAsTheyWereWritten)
         "inserted": {"0": "texts"}})");
     TRecorder recorder(ReadSet({json, ""}));
     recorder.Advance(0);
-    ICIGeneral& general = recorder.model.General();
+    ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     ASSERT_EQ(general.EnterMenu(0, false), 1);
     recorder.Advance(0);
     TCIText title = MakeText(u"old");

@@ -21,19 +21,20 @@ void BusyWithEverything(TRecorder& recorder)
     TModel& model = recorder.model;
     unsigned short session = 0;
     EOperatorProfileStartInstallationStatus status{};
-    ASSERT_EQ(model.General().SendCaPmt(0, RECORD, {}, ECAPMTCMD_OKDESCR, false), 1);
-    ASSERT_EQ(model.PvrCip().SetRecordingEsPids(RECORD, {256}, false), 1);
+    ASSERT_EQ(model.Of<ICIGeneral>().SendCaPmt(0, RECORD, {}, ECAPMTCMD_OKDESCR, false), 1);
+    ASSERT_EQ(model.Of<IPvrCip>().SetRecordingEsPids(RECORD, {256}, false), 1);
     ASSERT_TRUE(recorder.Do("play-recording", {{"file", "/pvr/play-twice.ts"}}));
-    ASSERT_EQ(model.General().ConnectToSasApplication(1, session), 1);
-    ASSERT_TRUE(model.CICAMPlayer().PlayRequest(TSIPServiceLocationData("<location>news</location>")).IsValid());
-    ASSERT_TRUE(model.SampleDecryption().StartSampleDecryption(RECORD, 0x0B00, {TSDRMMetadataRecord()}));
+    ASSERT_EQ(model.Of<ICIGeneral>().ConnectToSasApplication(1, session), 1);
+    ASSERT_TRUE(model.Of<ICICAMPlayer>().PlayRequest(TSIPServiceLocationData("<location>news</location>")).IsValid());
+    ASSERT_TRUE(model.Of<ICISampleDecryption>().StartSampleDecryption(RECORD, 0x0B00, {TSDRMMetadataRecord()}));
     ASSERT_TRUE(recorder.Do("host-control"));
     ASSERT_TRUE(recorder.Do("start-app"));
     recorder.Advance(400);
     ASSERT_TRUE(recorder.Do("open-menu"));
     ASSERT_TRUE(recorder.Do("start-upgrade"));
-    ASSERT_EQ(model.General().SendCamUpgradeReply(0, CAM_UPGRADE_ANSWER_YES, false), 1);
-    ASSERT_EQ(model.OperatorProfile().StartOperatorProfileInstallation(OP_INSTALLATION_ACTIVATED_PNP, 0, status), 1);
+    ASSERT_EQ(model.Of<ICIGeneral>().SendCamUpgradeReply(0, CAM_UPGRADE_ANSWER_YES, false), 1);
+    ASSERT_EQ(model.Of<ICIOperatorProfile>().StartOperatorProfileInstallation(OP_INSTALLATION_ACTIVATED_PNP, 0, status),
+              1);
     ASSERT_EQ(status, OP_START_INSTALLATION_STARTED);
     recorder.Take();
 }
@@ -46,7 +47,7 @@ TEST(SimLifecycle, InsertionTakesItsTimeAndTellsInOrder)
     ECIApplicationType type{};
     TCIText name;
     TCIText maker;
-    ICIGeneral& general = recorder.model.General();
+    ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     recorder.Advance(499);
     EXPECT_EQ(general.GetApplicationInfo(0, type, name, maker), 0);
     recorder.Advance(1);
@@ -105,15 +106,15 @@ TEST(SimLifecycle, AnswersForAGoneCamAreRefusedAndTheNextCamStartsAfresh)
     TModel& model = recorder.model;
     TBytes data;
     std::vector<TCCiAuxiliaryFileSystemDTO> fileSystems;
-    EXPECT_EQ(model.General().AnswerMmiMenu(0, 1, false, false), 0);
-    EXPECT_EQ(model.General().SendSasData(1, {1}), 0);
-    EXPECT_EQ(model.General().SendCamUpgradeReply(0, CAM_UPGRADE_ANSWER_YES, false), 0);
-    EXPECT_EQ(model.AppMMI().SendRequestStartAck(1, 1), 0);
-    EXPECT_EQ(model.AuxiliaryFileSystem().GetAllAvailableFileSystems(fileSystems), 1);
+    EXPECT_EQ(model.Of<ICIGeneral>().AnswerMmiMenu(0, 1, false, false), 0);
+    EXPECT_EQ(model.Of<ICIGeneral>().SendSasData(1, {1}), 0);
+    EXPECT_EQ(model.Of<ICIGeneral>().SendCamUpgradeReply(0, CAM_UPGRADE_ANSWER_YES, false), 0);
+    EXPECT_EQ(model.Of<ICIAppMMI>().SendRequestStartAck(1, 1), 0);
+    EXPECT_EQ(model.Of<ICIAuxiliaryFileSystem>().GetAllAvailableFileSystems(fileSystems), 1);
     ASSERT_EQ(fileSystems.size(), 1u);
     EXPECT_EQ(fileSystems[0].shortValue, 2) << "identifiers are not used twice";
     unsigned short session = 0;
-    EXPECT_EQ(model.General().ConnectToSasApplication(1, session), 1);
+    EXPECT_EQ(model.Of<ICIGeneral>().ConnectToSasApplication(1, session), 1);
     EXPECT_EQ(session, 2);
 }
 
@@ -121,15 +122,15 @@ TEST(SimLifecycle, ResetAndFailures)
 {
     TRecorder recorder;
     MakeReady(recorder);
-    EXPECT_EQ(recorder.model.Debug().ResetPcmcia(0), 1);
-    EXPECT_EQ(recorder.model.Debug().ResetPcmcia(1), 0) << "nothing to reset";
+    EXPECT_EQ(recorder.model.Of<ICIDebug>().ResetPcmcia(0), 1);
+    EXPECT_EQ(recorder.model.Of<ICIDebug>().ResetPcmcia(1), 0) << "nothing to reset";
     recorder.Advance(1'500);
     EXPECT_THAT(recorder.Take(), testing::Contains("3000 CAM_READY_STATUS_CHANGED slot 0 code 1 id 0 value 0"));
-    EXPECT_EQ(recorder.model.Debug().DisableCAM(true), 1);
+    EXPECT_EQ(recorder.model.Of<ICIDebug>().DisableCAM(true), 1);
     recorder.Take();
     recorder.Advance(60'000);
     EXPECT_THAT(recorder.Take(), IsEmpty());
-    EXPECT_EQ(recorder.model.Debug().DisableCAM(false), 1);
+    EXPECT_EQ(recorder.model.Of<ICIDebug>().DisableCAM(false), 1);
     recorder.Advance(1'500);
     EXPECT_THAT(recorder.Take(), testing::Contains("64500 CAM_READY_STATUS_CHANGED slot 0 code 1 id 0 value 0"));
 
@@ -155,7 +156,7 @@ TEST(SimLifecycle, ResetAndFailures)
     ASSERT_TRUE(failing.Do("insert", {{"cam", "plus"}}));
     failing.Advance(1'500);
     std::map<unsigned char, ECamMode> modes;
-    failing.model.General().GetCamModes(modes);
+    failing.model.Of<ICIGeneral>().GetCamModes(modes);
     EXPECT_EQ(modes, (std::map<unsigned char, ECamMode>{{0, CAM_MODE_CI}})) << "14 falls back to plain CI";
     failing.Take();
     ASSERT_TRUE(failing.Do("insert", {{"slot", 1}, {"cam", "plain"}}));
@@ -178,11 +179,11 @@ TEST(SimLifecycle, SameSeedSameSignalsHoweverTheClockIsMoved)
         };
         wait(2'000);
         unsigned short session = 0;
-        recorder.model.General().ConnectToSasApplication(2, session);
-        recorder.model.CICAMPlayer().PlayRequest(TSIPServiceLocationData("<location>news</location>"));
+        recorder.model.Of<ICIGeneral>().ConnectToSasApplication(2, session);
+        recorder.model.Of<ICICAMPlayer>().PlayRequest(TSIPServiceLocationData("<location>news</location>"));
         recorder.Do("start-upgrade", {{"mode", "CAM_UPGRADE_MODE_IMMEDIATE"}});
         wait(1'000);
-        recorder.model.CICAMPlayer().MonitorPlayerInfo(TSCICAMPlayerHandle(0), 700);
+        recorder.model.Of<ICICAMPlayer>().MonitorPlayerInfo(TSCICAMPlayerHandle(0), 700);
         wait(20'000);
         return recorder.bytes;
     };
@@ -223,7 +224,7 @@ TEST(SimLifecycle, TheSeedDecidesHowLongThingsTake)
 TEST(SimLifecycle, SubscriptionsAreCountedByProcess)
 {
     TRecorder recorder;
-    ICISignalSubscriber& subscriber = recorder.model.Subscriber();
+    ICISignalSubscriber& subscriber = recorder.model.Of<ICISignalSubscriber>();
     TSubscriber& list = recorder.model.Subscriptions();
     const auto type = SIGNAL_CI_MMI_STATUS_CHANGED;
     EXPECT_EQ(subscriber.Subscribe(type, nullptr, PROFILE_MAIN, 0, 100), 1);

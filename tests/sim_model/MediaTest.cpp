@@ -15,7 +15,7 @@ constexpr TTime MINUTE = 60'000;
 
 TSCICAMPlayerHandle Started(TRecorder& recorder, const TSIPServiceLocationData& location)
 {
-    const TSCICAMPlayerHandle handle = recorder.model.CICAMPlayer().PlayRequest(location);
+    const TSCICAMPlayerHandle handle = recorder.model.Of<ICICAMPlayer>().PlayRequest(location);
     recorder.Advance(300);
     recorder.Take();
     return handle;
@@ -31,7 +31,7 @@ TEST(SimPlayer, PositionFollowsSpeedAndSeeks)
 {
     TRecorder recorder;
     MakeReady(recorder);
-    ICICAMPlayer& player = recorder.model.CICAMPlayer();
+    ICICAMPlayer& player = recorder.model.Of<ICICAMPlayer>();
     const TSCICAMPlayerHandle handle = Started(recorder, NEWS);
     ASSERT_TRUE(handle.IsValid());
     EXPECT_FALSE(player.PlayRequest(NEWS).IsValid()) << "one playback at a time";
@@ -71,7 +71,7 @@ TEST(SimPlayer, MonitoringLiveAndErrors)
 {
     TRecorder recorder;
     MakeReady(recorder);
-    ICICAMPlayer& player = recorder.model.CICAMPlayer();
+    ICICAMPlayer& player = recorder.model.Of<ICICAMPlayer>();
     const TSCICAMPlayerHandle live = Started(recorder, LIVE);
     ASSERT_TRUE(player.MonitorPlayerInfo(live, 2'000));
     recorder.Advance(5'000);
@@ -107,7 +107,7 @@ TEST(SimPvr, RetentionRunsOutOnTheVirtualClock)
 {
     TRecorder recorder;
     MakeReady(recorder);
-    IPvrCip& pvr = recorder.model.PvrCip();
+    IPvrCip& pvr = recorder.model.Of<IPvrCip>();
     const std::string file = "/pvr/ninety-minutes.ts";
     ASSERT_TRUE(recorder.Do("play-recording", {{"file", file}, {"profile", 1}, {"handle", 5}}));
     const struct
@@ -151,7 +151,7 @@ TEST(SimPvr, PlayCountsLicencesAndLimits)
 {
     TRecorder recorder;
     MakeReady(recorder);
-    IPvrCip& pvr = recorder.model.PvrCip();
+    IPvrCip& pvr = recorder.model.Of<IPvrCip>();
     const std::string file = "/pvr/play-twice.ts";
     EInfoType info{};
     unsigned char value = 9;
@@ -197,7 +197,7 @@ TEST(SimDecryption, StatusesComeInTheirTime)
     set.cams[0].drmSystems[0].changes = {{5'000, CI_SD_DRM_STATUS_DECRYPTION_POSSIBLE}};
     TRecorder recorder(set);
     MakeReady(recorder);
-    ICISampleDecryption& decryption = recorder.model.SampleDecryption();
+    ICISampleDecryption& decryption = recorder.model.Of<ICISampleDecryption>();
     const TSDRMUuid uuid(set.cams[0].drmSystems[0].uuid);
     const TVSHandle pipeline(PROFILE_MAIN, 2);
     EXPECT_TRUE(decryption.IsDRMSupported(TSDRMSystemId(0x0B00)));

@@ -66,7 +66,7 @@ TEST(SimMmi, AMenuIsWalkedDownAndBackAndOut)
 {
     TRecorder recorder;
     MakeReady(recorder);
-    ICIGeneral& general = recorder.model.General();
+    ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     EXPECT_EQ(general.AnswerMmiMenu(0, 0, false, false), 0) << "nothing is open";
     EXPECT_EQ(general.EnterMenu(0, false), 1);
     recorder.Advance(50);
@@ -143,7 +143,7 @@ TEST(SimPin, TriesAreCountedAndTheThirdWrongOneBlocksForATime)
     for (const auto& step : cases)
     {
         const std::string at = " at " + std::to_string(recorder.model.Now());
-        EXPECT_EQ(recorder.model.General().VerifyCamPin(0, step.pin, false), step.result) << at;
+        EXPECT_EQ(recorder.model.Of<ICIGeneral>().VerifyCamPin(0, step.pin, false), step.result) << at;
         recorder.Advance(step.wait);
         const auto lines = recorder.Take();
         ASSERT_EQ(lines.size(), step.result == 1 ? 1u : 0u) << at;
@@ -161,7 +161,7 @@ TEST(SimPin, BusyRequestAndChange)
 {
     TRecorder recorder(SetWithPin("0042"));
     MakeReady(recorder);
-    ICIGeneral& general = recorder.model.General();
+    ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     const TBytes old = {'0', '0', '4', '2'};
     const TBytes next = {'7', '7', '7', '7'};
     EXPECT_EQ(general.SetCamPin(0, next, false), 1);
@@ -191,7 +191,7 @@ TEST(SimPin, TheCamsOwnEnquiryCountsTheSameTries)
 {
     TRecorder recorder(SetWithPin("0042"));
     MakeReady(recorder);
-    ICIGeneral& general = recorder.model.General();
+    ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     ASSERT_TRUE(recorder.Do("open-menu"));
     general.AnswerMmiMenu(0, 2, false, false);
     general.AnswerMmiMenu(0, 1, false, false);
@@ -218,7 +218,7 @@ TEST(SimUpgrade, RunsGetsStuckAndResetsTheCam)
     set.cams[0].upgrade = {100, 45, 99, 600'000, -1, 5'000, UPGRADE_RESET_INTERFACE, u"Kelvora CAM 2"};
     TRecorder recorder(set);
     MakeReady(recorder);
-    ICIGeneral& general = recorder.model.General();
+    ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     EXPECT_EQ(general.SendCamUpgradeReply(0, CAM_UPGRADE_ANSWER_YES, false), 0) << "nobody asked";
     ASSERT_TRUE(recorder.Do("start-upgrade"));
     EXPECT_FALSE(recorder.Do("start-upgrade"));

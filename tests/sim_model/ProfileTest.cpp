@@ -11,7 +11,7 @@ TEST(SimProfiles, AProfilesLife)
 {
     TRecorder recorder;
     MakeReady(recorder);
-    ICIOperatorProfile& profiles = recorder.model.OperatorProfile();
+    ICIOperatorProfile& profiles = recorder.model.Of<ICIOperatorProfile>();
     const TSTvMode mode(ANTENNA_MODE_SATELLITE, SERVICE_MODE_OPERATOR);
     std::list<TSCIOperatorProfileData> list;
     std::map<TSTvMode, std::basic_string<unsigned short>> names;
@@ -54,7 +54,7 @@ TEST(SimProfiles, AProfilesLife)
     EXPECT_EQ(Utf8(label), "Children");
     EXPECT_EQ(profiles.GetOperatorProfileContentLabel(mode, 0, 3, label), 0);
     EXPECT_EQ(profiles.UpdateOperatorProfile(0), 1);
-    EXPECT_EQ(recorder.model.Debug().OPRegisterSchedule(10), 1);
+    EXPECT_EQ(recorder.model.Of<ICIDebug>().OPRegisterSchedule(10), 1);
     recorder.Advance(10'000);
     ASSERT_TRUE(recorder.Do("remove"));
     profiles.GetInstalledOperatorProfiles(list);
@@ -78,7 +78,7 @@ TEST(SimFileSystems, RequestsAreAnsweredInOrder)
 {
     TRecorder recorder;
     MakeReady(recorder);
-    ICIAuxiliaryFileSystem& files = recorder.model.AuxiliaryFileSystem();
+    ICIAuxiliaryFileSystem& files = recorder.model.Of<ICIAuxiliaryFileSystem>();
     unsigned char application = 0;
     EXPECT_EQ(files.RegisterApplication(9, application), 0);
     ASSERT_EQ(files.RegisterApplication(1, application), 1);
@@ -113,7 +113,7 @@ TEST(SimAppMmi, ASessionFromStartToAbort)
 {
     TRecorder recorder;
     MakeReady(recorder);
-    ICIAppMMI& app = recorder.model.AppMMI();
+    ICIAppMMI& app = recorder.model.Of<ICIAppMMI>();
     TBytes first;
     TBytes second;
     TVSHandle pipeline;

@@ -4,6 +4,8 @@
 #include "simulator/model/Model.h"
 #include "simulator/model/Text.h"
 
+#include <ciapi/CIService.h>
+
 #include <gmock/gmock.h>
 
 #include <nlohmann/json.hpp>

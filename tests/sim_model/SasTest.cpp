@@ -23,7 +23,7 @@ TBytes Hex(std::string_view digits)
 unsigned short Connected(TRecorder& recorder, unsigned long long application)
 {
     unsigned short session = 0;
-    EXPECT_EQ(recorder.model.General().ConnectToSasApplication(application, session), 1);
+    EXPECT_EQ(recorder.model.Of<ICIGeneral>().ConnectToSasApplication(application, session), 1);
     recorder.Advance(20);
     return session;
 }
@@ -33,7 +33,7 @@ TEST(SimSas, SessionsConnectOrAreDenied)
 {
     TRecorder recorder;
     MakeReady(recorder);
-    ICIGeneral& general = recorder.model.General();
+    ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     unsigned short session = 0;
     EXPECT_EQ(general.ConnectToSasApplication(2, session), 1);
     EXPECT_EQ(general.SendSasData(session, {1}), 0) << "not connected yet";
@@ -56,7 +56,7 @@ TEST(SimSas, MessagesQueueInOrder)
 {
     TRecorder recorder;
     MakeReady(recorder);
-    ICIGeneral& general = recorder.model.General();
+    ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     const unsigned short echo = Connected(recorder, 1);
     const TBytes first = {'a', 0, 'b'};
     const TBytes large(65'536, 0x5A);
@@ -89,7 +89,7 @@ TEST(SimSas, CryptographyAgreesWithKnownVectors)
 {
     TRecorder recorder;
     MakeReady(recorder);
-    ICIGeneral& general = recorder.model.General();
+    ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     TBytes out = {1};
     EXPECT_EQ(general.EncryptUsingAesCbcWithSAK(1, TBytes(16), out), 0) << "no session";
     const unsigned short session = Connected(recorder, 1);

@@ -78,8 +78,8 @@ TSimulatorProcess::~TSimulatorProcess()
 
 TRawClient::TRawClient()
 {
-    TBusError error;
-    m_connection = ConnectToSystemBus(error);
+    TCDBusError error;
+    m_connection = OpenCurrentSystemBus(error);
     if (m_connection == nullptr)
     {
         throw std::runtime_error(error.Text());
@@ -89,7 +89,7 @@ TRawClient::TRawClient()
 DBusPendingCall* TRawClient::Send(const std::string& interface, int header, const std::string& payload,
                                   const char* program)
 {
-    const TMessage call(
+    const TCMessagePtr call(
         dbus_message_new_method_call(interface.c_str(), "/com/kelvora/Object", interface.c_str(), "MethodCall"));
     const dbus_int32_t numbers[] = {header, static_cast<dbus_int32_t>(payload.size()), 4711};
     for (const dbus_int32_t& number : numbers)
@@ -112,10 +112,10 @@ DBusPendingCall* TRawClient::Send(const std::string& interface, int header, cons
     return pending;
 }
 
-TMessage TRawClient::Wait(DBusPendingCall* pending)
+TCMessagePtr TRawClient::Wait(DBusPendingCall* pending)
 {
     dbus_pending_call_block(pending);
-    TMessage reply(dbus_pending_call_steal_reply(pending));
+    TCMessagePtr reply(dbus_pending_call_steal_reply(pending));
     dbus_pending_call_unref(pending);
     return reply;
 }
@@ -132,17 +132,17 @@ std::string TRawClient::Control(const char* verb, const std::vector<std::string>
 
 void TRawClient::Match(const std::string& rule)
 {
-    TBusError error;
-    dbus_bus_add_match(m_connection.get(), rule.c_str(), error.Out());
+    TCDBusError error;
+    dbus_bus_add_match(m_connection.get(), rule.c_str(), error.Get());
     if (error.IsSet())
     {
         throw std::runtime_error(error.Text());
     }
 }
 
-TMessage TRawClient::NextSignal()
+TCMessagePtr TRawClient::NextSignal()
 {
-    TMessage found;
+    TCMessagePtr found;
     Eventually(
         [&]
         {

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "simulator/daemon/BusHandles.h"
 #include "support/PrivateBus.h"
 #include "support/TestEnvironment.h"
+
+#include "bus/Handles.h"
 
 #include <nlohmann/json.hpp>
 
@@ -43,8 +44,9 @@ public:
     /// Sends a call with a payload as the bytes stand. \return the pending reply
     DBusPendingCall* Send(const std::string& interface, int header, const std::string& payload,
                           const char* program = nullptr);
-    static TMessage Wait(DBusPendingCall* pending);
-    TMessage Call(const std::string& interface, int header, const std::string& payload, const char* program = nullptr)
+    static TCMessagePtr Wait(DBusPendingCall* pending);
+    TCMessagePtr Call(const std::string& interface, int header, const std::string& payload,
+                      const char* program = nullptr)
     {
         return Wait(Send(interface, header, payload, program));
     }
@@ -54,13 +56,13 @@ public:
 
     void Match(const std::string& rule);
     /// The next signal of the daemon; null when none comes within ten seconds.
-    TMessage NextSignal();
+    TCMessagePtr NextSignal();
     bool OwnsName(const std::string& name);
 
     DBusConnection* Get() { return m_connection.get(); }
 
 private:
-    TConnection m_connection;
+    TCConnectionPtr m_connection;
 };
 
 /// GetCamModes with no argument but the tree's root, by hand.

@@ -1,10 +1,10 @@
 #include "SimulatorProcess.h"
 
-#include "simulator/daemon/ControlObject.h"
+#include "simulator/daemon/Messages.h"
 
 #include <csignal>
-#include <cstring>
 #include <filesystem>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace CIM::sim
@@ -18,7 +18,7 @@ struct TSSeenReply
     std::string payload;
 };
 
-TSSeenReply Read(const TMessage& reply)
+TSSeenReply Read(const TCMessagePtr& reply)
 {
     TSSeenReply seen;
     unsigned char status = 0;
@@ -70,7 +70,7 @@ TEST(SimulatorCalls, HandWrittenBytes)
     TRawClient stranger;
     EXPECT_EQ(Read(stranger.Call(GENERAL, GET_CAM_MODES_HEADER, GET_CAM_MODES)).status, 0x81U)
         << "a client without a name is asked for it";
-    EXPECT_EQ(dbus_message_get_type(client.Call(GENERAL, HELLO, GET_CAM_MODES).get()), DBUS_MESSAGE_TYPE_ERROR)
+    EXPECT_TRUE(dbus_message_is_error(client.Call(GENERAL, HELLO, GET_CAM_MODES).get(), DBUS_ERROR_INVALID_ARGS))
         << "the hello without its text";
 
     // A one-way call is handled and not answered: the next reply is the next call's.
@@ -96,6 +96,99 @@ TEST(SimulatorCalls, HandWrittenBytes)
     EXPECT_EQ(journal[1].at("outcome"), "unknown-method");
 }
 
+/// A call with arguments of these D-Bus types: header, length and 4711 as numbers, "by hand", the bytes "abc".
+TCMessagePtr CallWith(const std::string& signature, dbus_int32_t header, dbus_int32_t length)
+{
+    TCMessagePtr call(dbus_message_new_method_call(GENERAL.c_str(), "/com/kelvora/Object", nullptr, "MethodCall"));
+    const dbus_int32_t numbers[] = {header, length, 4711};
+    const dbus_int32_t* number = numbers;
+    const char* const text = "by hand";
+    const char* const bytes = "abc";
+    for (std::size_t i = 0; i < signature.size(); ++i)
+    {
+        if (signature[i] == 'i')
+        {
+            dbus_message_append_args(call.get(), DBUS_TYPE_INT32, number++, DBUS_TYPE_INVALID);
+        }
+        else if (signature[i] == 's')
+        {
+            dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+        }
+        else if (signature[++i] == 'y')
+        {
+            dbus_message_append_args(call.get(), DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &bytes, 3, DBUS_TYPE_INVALID);
+        }
+        else
+        {
+            const dbus_int32_t* const list = numbers;
+            dbus_message_append_args(call.get(), DBUS_TYPE_ARRAY, DBUS_TYPE_INT32, &list, 3, DBUS_TYPE_INVALID);
+        }
+    }
+    EXPECT_EQ(dbus_message_get_signature(call.get()), signature);
+    return call;
+}
+
+TEST(SimulatorCalls, WhatACallCarries)
+{
+    struct TSCase
+    {
+        const char* signature;
+        int header;
+        int length;
+        const char* payload; ///< null: it is no call
+    };
+    const TSCase cases[] = {
+        {"iii", 2, 0, ""},
+        {"iii", 2, 1000, ""},
+        {"iiiay", 2, 3, "abc"},
+        {"iiiay", 2, 2, "ab"},
+        {"iiiay", 2, 1000, "abc"},
+        {"iiiay", 2, -1, ""},
+        {"iiis", HELLO | 2, 0, ""},
+        {"iiisay", HELLO | 2, 3, "abc"},
+        {"", 0, 0, nullptr},
+        {"i", 2, 0, nullptr},
+        {"ii", HELLO | 2, 0, nullptr},
+        {"sii", 2, 0, nullptr},
+        {"iis", 2, 0, nullptr},
+        {"iiay", 2, 0, nullptr},
+        {"iiis", 2, 0, nullptr},
+        {"iiii", 2, 0, nullptr},
+        {"iiiai", 2, 3, nullptr},
+        {"iiiays", 2, 3, nullptr},
+        {"iiisay", 2, 3, nullptr},
+        {"iii", HELLO | 2, 0, nullptr},
+        {"iiiay", HELLO | 2, 3, nullptr},
+        {"iiisays", HELLO | 2, 3, nullptr},
+    };
+    for (const auto& [signature, header, length, payload] : cases)
+    {
+        SCOPED_TRACE(std::string(signature) + " " + std::to_string(header) + " " + std::to_string(length));
+        const bool saysHello = (header & HELLO) != 0;
+        const TCMessagePtr message = CallWith(signature, header, length);
+        TSCall call;
+        std::string error;
+        ASSERT_EQ(DecodeCall(message.get(), call, error), payload != nullptr);
+        if (payload == nullptr)
+        {
+            EXPECT_THAT(error, testing::HasSubstr("\"i\" processId, " + std::string(saysHello ? "\"s\" " : "\"ay\" ")));
+            EXPECT_THAT(error, testing::EndsWith("not \"" + std::string(signature) + '"'));
+            continue;
+        }
+        EXPECT_EQ(call.interface, GENERAL);
+        EXPECT_EQ(call.envelope.processId, 4711);
+        EXPECT_EQ(std::string(call.envelope.payload.data, call.envelope.payload.length), payload);
+        EXPECT_STREQ(call.envelope.program, saysHello ? "by hand" : nullptr);
+        EXPECT_FALSE(call.isOneWay);
+    }
+    TSCall call;
+    std::string error;
+    EXPECT_TRUE(DecodeCall(CallWith("iii", ONE_WAY | 2, 0).get(), call, error) && call.isOneWay);
+    const TCMessagePtr silent = CallWith("iii", 2, 0);
+    dbus_message_set_no_reply(silent.get(), TRUE);
+    EXPECT_TRUE(DecodeCall(silent.get(), call, error) && call.isOneWay);
+}
+
 TEST(SimulatorCalls, SignalsAndSubscriptions)
 {
     TSimulatorProcess simulator;
@@ -104,7 +197,7 @@ TEST(SimulatorCalls, SignalsAndSubscriptions)
                  "member='Signal',arg0='17',arg1='4294901763'"); // profile -1, handle 3
     client.Control("RaiseSignal", {"17", "-1", "4", "01"});
     client.Control("RaiseSignal", {"17", "-1", "3", "0102030405060708"});
-    const TMessage signal = client.NextSignal();
+    const TCMessagePtr signal = client.NextSignal();
     ASSERT_NE(signal, nullptr);
     const char* identifier = nullptr;
     const char* handle = nullptr;

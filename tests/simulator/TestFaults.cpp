@@ -19,7 +19,7 @@ struct TSSeen
     std::string payload;
 };
 
-TSSeen Look(const TMessage& reply)
+TSSeen Look(const TCMessagePtr& reply)
 {
     TSSeen seen;
     if (reply == nullptr)
@@ -188,18 +188,18 @@ TEST(SimulatorFaults, Signals)
     {
         client.Control("AddFault",
                        {std::string(R"({"kind":"malformed-signal","signal":17,"shape":")") + shape + "\"}"});
-        const TMessage signal = client.NextSignal();
+        const TCMessagePtr signal = client.NextSignal();
         ASSERT_NE(signal, nullptr) << shape;
         EXPECT_STREQ(dbus_message_get_signature(signal.get()), signature) << shape;
     }
     client.Control("AddFault", {R"({"kind":"stranger","signal":17})"});
-    const TMessage strange = client.NextSignal();
+    const TCMessagePtr strange = client.NextSignal();
     ASSERT_NE(strange, nullptr);
     client.Control("AddFault", {R"({"kind":"storm","signal":17,"count":5000})"});
     std::string sender;
     for (std::uint32_t i = 0; i < 5000; ++i)
     {
-        const TMessage signal = client.NextSignal();
+        const TCMessagePtr signal = client.NextSignal();
         ASSERT_NE(signal, nullptr) << i;
         DBusMessageIter argument;
         DBusMessageIter array;

@@ -1,11 +1,11 @@
-#include "Daemon.h"
+#include "SimulatedDaemon.h"
 
 #include "ControlObject.h"
 #include "FaultyReply.h"
+#include "Messages.h"
 #include "simulator/model/Model.h"
 #include "simulator/model/Parts.h"
 #include "Verbs.h"
-#include "WireForm.h"
 
 #include <cstdlib>
 #include <sys/resource.h>
@@ -57,8 +57,8 @@ std::optional<unsigned> SlotOf(const json::TOperationForm* operation, TCMessageB
 }
 } // namespace
 
-TDaemon::TDaemon(TModel& model, TSDaemonOptions options)
-    : onCrash(EndProcess), m_model(model), m_options(std::move(options)), m_clients(model.Subscriber()),
+TCSimulatedDaemon::TCSimulatedDaemon(TModel& model, TSSimulatedDaemonOptions options)
+    : onCrash(EndProcess), m_model(model), m_options(std::move(options)), m_clients(model.Of<ICISignalSubscriber>()),
       m_skeletons(model, m_clients),
       m_port(m_options.context, {[this](DBusMessage* message) { m_OnCall(message); },
                                  [this](const std::string& name) { m_clients.OnGone(name); },
@@ -66,7 +66,7 @@ TDaemon::TDaemon(TModel& model, TSDaemonOptions options)
       m_timers(m_options.context), m_events(m_options.context),
       m_clock(model, m_options.context, m_options.isManualClock), m_faults(m_options.seed),
       m_signalFaults(m_port, m_timers, m_clients), m_marker(m_options.markerPath),
-      m_names(m_skeletons.ConnectionNames())
+      m_names(TSkeletons::ConnectionNames())
 {
     if (m_options.hasControl)
     {
@@ -83,13 +83,13 @@ TDaemon::TDaemon(TModel& model, TSDaemonOptions options)
         });
 }
 
-TDaemon::~TDaemon()
+TCSimulatedDaemon::~TCSimulatedDaemon()
 {
     Stop();
     m_model.SetSignalSink({});
 }
 
-bool TDaemon::Start(std::string& error)
+bool TCSimulatedDaemon::Start(std::string& error)
 {
     m_isLeaving = false;
     bool isRefused = false;
@@ -113,7 +113,7 @@ bool TDaemon::Start(std::string& error)
     return true;
 }
 
-void TDaemon::Stop()
+void TCSimulatedDaemon::Stop()
 {
     m_timers.CancelAll();
     m_events.CancelAll();
@@ -123,7 +123,7 @@ void TDaemon::Stop()
     m_clients.ForgetAll();
 }
 
-unsigned TDaemon::AddFault(TSFault fault)
+unsigned TCSimulatedDaemon::AddFault(TSFault fault)
 {
     if (!fault.operation.empty())
     {
@@ -133,7 +133,7 @@ unsigned TDaemon::AddFault(TSFault fault)
     return 0;
 }
 
-void TDaemon::RequestQuit()
+void TCSimulatedDaemon::RequestQuit()
 {
     m_events.After(0,
                    [this]
@@ -145,14 +145,15 @@ void TDaemon::RequestQuit()
                    });
 }
 
-nlohmann::json TDaemon::State() const
+nlohmann::json TCSimulatedDaemon::State() const
 {
     nlohmann::json state = m_model.State();
     state["daemon"] = {{"names", m_owned}, {"now", m_model.Now()}, {"manualClock", m_options.isManualClock}};
     return state;
 }
 
-void TDaemon::m_TakeNames(unsigned afterMs, unsigned stepMs, const std::function<void(const std::string&)>& onRefused)
+void TCSimulatedDaemon::m_TakeNames(unsigned afterMs, unsigned stepMs,
+                                    const std::function<void(const std::string&)>& onRefused)
 {
     unsigned delay = afterMs;
     for (const std::string& name : m_names)
@@ -183,7 +184,7 @@ void TDaemon::m_TakeNames(unsigned afterMs, unsigned stepMs, const std::function
     }
 }
 
-bool TDaemon::m_TakeName(const std::string& name, std::string& error)
+bool TCSimulatedDaemon::m_TakeName(const std::string& name, std::string& error)
 {
     if (!m_port.TakeName(name, error))
     {
@@ -204,7 +205,7 @@ bool TDaemon::m_TakeName(const std::string& name, std::string& error)
     return true;
 }
 
-void TDaemon::m_OnCall(DBusMessage* message)
+void TCSimulatedDaemon::m_OnCall(DBusMessage* message)
 {
     if (m_isLeaving)
     {
@@ -213,23 +214,24 @@ void TDaemon::m_OnCall(DBusMessage* message)
     m_clock.CatchUp();
     if (IsControlCall(message) && m_options.hasControl)
     {
-        const TMessage reply = AnswerControl(*this, message);
+        const TCMessagePtr reply = AnswerControl(*this, message);
         m_port.Send(reply.get());
     }
-    else if (dbus_message_has_path(message, CALL_OBJECT) && dbus_message_has_member(message, CALL_MEMBER))
+    else if (dbus_message_has_path(message, protocol::CALL_OBJECT_PATH) &&
+             dbus_message_has_member(message, protocol::CALL_MEMBER))
     {
         m_OnInterfaceCall(message);
     }
     else if (!dbus_message_get_no_reply(message))
     {
         m_port.Send(MakeError(message, DBUS_ERROR_UNKNOWN_METHOD,
-                              std::string("calls go to ") + CALL_MEMBER + " of " + CALL_OBJECT)
+                              std::string("calls go to ") + protocol::CALL_MEMBER + " of " + protocol::CALL_OBJECT_PATH)
                         .get());
     }
     m_clock.Settle();
 }
 
-void TDaemon::m_OnInterfaceCall(DBusMessage* message)
+void TCSimulatedDaemon::m_OnInterfaceCall(DBusMessage* message)
 {
     TSCall call;
     std::string error;
@@ -242,29 +244,30 @@ void TDaemon::m_OnInterfaceCall(DBusMessage* message)
         return;
     }
     m_clients.OnCall(call);
+    const short methodId = protocol::MethodIdOf(call.envelope.header);
+    const protocol::SBytes& payload = call.envelope.payload;
 
     const json::TInterfaceForm* const interface = json::FindInterface(call.interface);
     TSJournalEntry entry;
     entry.time = m_model.Now();
     entry.interface = interface != nullptr ? interface->Name() : call.interface;
-    entry.operation = interface != nullptr ? interface->Find(call.methodId) : nullptr;
-    entry.methodId = call.methodId;
+    entry.operation = interface != nullptr ? interface->Find(methodId) : nullptr;
+    entry.methodId = methodId;
     entry.isOneWay = call.isOneWay;
     entry.client = call.sender;
-    entry.processId = call.processId;
+    entry.processId = call.envelope.processId;
     entry.program = m_clients.ProgramOf(call.sender);
 
     TCMessageBuffer request;
     TCMessageBuffer reply;
-    request.PushBorrowed(call.payload.size(), call.payload.data());
+    request.PushBorrowed(payload.length, payload.data);
     const std::optional<TSFault> fault =
         m_faults.Meet(entry.interface, entry.OperationName(), SlotOf(entry.operation, request));
     protocol::TISkeleton* const skeleton = m_skeletons.Find(call.interface);
-    const protocol::EHandled handled = skeleton != nullptr
-                                           ? skeleton->Handle(call.methodId, call.isOneWay, request, reply)
-                                           : protocol::EHandled::UNKNOWN_METHOD;
+    const protocol::EHandled handled = skeleton != nullptr ? skeleton->Handle(methodId, call.isOneWay, request, reply)
+                                                           : protocol::EHandled::UNKNOWN_METHOD;
     entry.outcome = OutcomeOf(handled);
-    entry.request.assign(call.payload.begin(), call.payload.end());
+    entry.request.assign(payload.data, payload.length);
     if (reply.GetUnreadSize() > 0)
     {
         entry.reply.assign(reply.GetAsCStr(0), reply.GetUnreadSize());
@@ -281,7 +284,7 @@ void TDaemon::m_OnInterfaceCall(DBusMessage* message)
     m_Reply(message, kept, fault);
 }
 
-void TDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entry, const std::optional<TSFault>& fault)
+void TCSimulatedDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entry, const std::optional<TSFault>& fault)
 {
     if (fault && !fault->IsReplyFault())
     {
@@ -291,11 +294,12 @@ void TDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entry, const s
     {
         return;
     }
-    unsigned char status = entry.outcome == OutcomeOf(protocol::EHandled::ANSWERED) ? STATUS_HANDLED : 0;
-    status |= m_clients.IsHelloWanted() ? STATUS_HELLO_WANTED : 0;
-    const std::span<const unsigned char> payload(reinterpret_cast<const unsigned char*>(entry.reply.data()),
-                                                 entry.reply.size());
-    TMessage reply = fault ? MakeFaultyReply(message, *fault, status, payload) : MakeReply(message, status, payload);
+    protocol::SReplyEnvelope envelope;
+    envelope.status |= entry.outcome == OutcomeOf(protocol::EHandled::ANSWERED) ? protocol::STATUS_HANDLED : 0;
+    envelope.status |= m_clients.IsHelloWanted() ? protocol::STATUS_HELLO_WANTED : 0;
+    envelope.length = static_cast<std::int32_t>(entry.reply.size());
+    envelope.payload = {entry.reply.data(), envelope.length};
+    TCMessagePtr reply = fault ? MakeFaultyReply(message, *fault, envelope) : MakeReply(message, envelope);
     if (reply == nullptr)
     {
         return;
@@ -309,7 +313,7 @@ void TDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entry, const s
     m_timers.After(fault->ms, [this, late] { m_port.Send(late.get()); });
 }
 
-void TDaemon::m_Happen(const TSFault& fault)
+void TCSimulatedDaemon::m_Happen(const TSFault& fault)
 {
     switch (fault.kind)
     {
@@ -329,7 +333,7 @@ void TDaemon::m_Happen(const TSFault& fault)
     }
 }
 
-void TDaemon::m_Restart(const TSFault& fault)
+void TCSimulatedDaemon::m_Restart(const TSFault& fault)
 {
     if (m_isLeaving)
     {
@@ -356,7 +360,7 @@ void TDaemon::m_Restart(const TSFault& fault)
                    });
 }
 
-void TDaemon::m_LoseName(const TSFault& fault)
+void TCSimulatedDaemon::m_LoseName(const TSFault& fault)
 {
     m_port.LeaveName(fault.name);
     m_owned.erase(fault.name);
@@ -374,7 +378,7 @@ void TDaemon::m_LoseName(const TSFault& fault)
     }
 }
 
-void TDaemon::m_Lost(const std::string& reason)
+void TCSimulatedDaemon::m_Lost(const std::string& reason)
 {
     g_printerr("ci-daemon-sim: %s\n", reason.c_str());
     if (onLost)

@@ -20,7 +20,7 @@ namespace CIM::sim
 class TModel;
 struct TSCall;
 
-struct TSDaemonOptions
+struct TSSimulatedDaemonOptions
 {
     GMainContext* context = nullptr;                 ///< null: the default one
     std::string markerPath = TMarker::DefaultPath(); ///< empty: no marker
@@ -33,14 +33,14 @@ struct TSDaemonOptions
 
 /// The CI daemon on the system bus, over a model: owns the interfaces' names, answers calls, sends signals, goes wrong
 /// when told to. Bound to the thread that runs its context.
-class TDaemon
+class TCSimulatedDaemon
 {
 public:
     /// \param[in] model  outlives the daemon, which takes its signal sink
-    TDaemon(TModel& model, TSDaemonOptions options);
-    ~TDaemon();
-    TDaemon(const TDaemon&) = delete;
-    TDaemon& operator=(const TDaemon&) = delete;
+    TCSimulatedDaemon(TModel& model, TSSimulatedDaemonOptions options);
+    ~TCSimulatedDaemon();
+    TCSimulatedDaemon(const TCSimulatedDaemon&) = delete;
+    TCSimulatedDaemon& operator=(const TCSimulatedDaemon&) = delete;
 
     /// Goes on the bus and takes the names; the marker is written when all are owned. Blocks until the bus has
     /// answered; names that are to come later are taken by timers.
@@ -85,7 +85,7 @@ private:
     void m_Lost(const std::string& reason);
 
     TModel& m_model;
-    TSDaemonOptions m_options;
+    TSSimulatedDaemonOptions m_options;
     TClients m_clients;
     TSkeletons m_skeletons;
     TBusPort m_port;
