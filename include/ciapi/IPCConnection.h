@@ -69,8 +69,8 @@ extern "C"
     /// \param[in] objectPath        D-Bus object path of the signals to receive
     /// \param[in] attachToMainLoop  receive signals at once; otherwise the first SetCallbackFunction starts it
     /// \return true
-    /// \throws std::logic_error when a text is null: an error in usage. Callers in C must not do this: the process ends,
-    ///         for no exception passes through C.
+    /// \throws std::logic_error when a text is null: an error in usage. Callers in C must not do this: the process
+    ///         ends, for no exception passes through C.
     CIAPI_EXPORT bool IPCConnection__Create(const char* interfaceName, const char* objectPath, bool attachToMainLoop);
 
     /// Ends the connection object: no callback starts after this. Nothing happens when there is none.
