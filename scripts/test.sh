@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds with warnings as errors, and runs all tests.
+# Installs what is missing, checks the format of the sources, builds with warnings as errors, and runs all tests.
 #   scripts/test.sh                the tests
 #   scripts/test.sh --sanitizers   the tests, then again with address+undefined and with thread sanitizers
 set -euo pipefail
@@ -14,6 +14,7 @@ elif [ $# -gt 0 ]; then
 fi
 
 scripts/install-packages.sh
+scripts/check-format.sh
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 # For the programs that the tests start: the thread sanitizer sees neither GLib's nor libdbus's own synchronisation.
 export TSAN_OPTIONS="ignore_noninstrumented_modules=1:suppressions=$PWD/tests/support/thread-sanitizer.supp"

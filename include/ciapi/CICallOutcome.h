@@ -42,7 +42,8 @@ struct TSCallOutcome
 /// of them on a set without CI. Subscribing what is subscribed already, and unsubscribing what is not, gives
 /// CALL_OUTCOME_NONE; when the bus refuses a subscription, its error is here.
 /// Each thread has its own; a signal callback that makes calls changes that of the thread it runs on.
-/// Thread-safe. Never blocks. \throws std::bad_alloc when memory is out
+/// Thread-safe. Never blocks.
+/// \throws std::bad_alloc when memory is out
 CIAPI_EXPORT TSCallOutcome LastCallOutcome();
 
 /// "answered", "no reply in time", "org.freedesktop.DBus.Error.ServiceUnknown: The name ...": for log lines and people.

@@ -63,8 +63,7 @@ struct CIAPI_EXPORT TSCIOperatorProfileData : public TCMarshalable
     /// Reads a list and appends its profiles to a list, made up as above where bytes are missing.
     /// \return true
     /// \throws std::length_error when the count of profiles exceeds what the bytes hold by more than 65536, or as
-    /// above;
-    ///         std::bad_alloc when memory is out. The list is then unchanged.
+    ///         above; std::bad_alloc when memory is out. The list is then unchanged.
     static bool Deserialize(const std::vector<unsigned char>& data, std::list<TSCIOperatorProfileData>& profiles);
 
     EAntennaMode antennaMode = ANTENNA_MODE_NONE;
@@ -88,8 +87,10 @@ CIAPI_EXPORT std::string ToString(const TSCIOperatorProfileData& profile);
 CIAPI_EXPORT bool SerializedDataToString(const std::vector<unsigned char>& data, std::string& text);
 
 /// Reads what SerializedDataToString prints: hexadecimal numbers between blanks, with or without "0x"; of a number
-/// above 0xff only the low byte counts. \param[in,out] data  the bytes are appended \return true \throws
-/// std::invalid_argument for a token that is no hexadecimal number, std::out_of_range for one beyond 64 bits; the
-///         bytes before it stay appended
+/// above 0xff only the low byte counts.
+/// \param[in,out] data  the bytes are appended
+/// \return true
+/// \throws std::invalid_argument for a token that is no hexadecimal number, std::out_of_range for one beyond 64 bits;
+///         the bytes before it stay appended
 CIAPI_EXPORT bool StringToSerializedData(const std::string& text, std::vector<unsigned char>& data);
 } // namespace CIM

@@ -26,11 +26,17 @@ namespace CIM
 /// Instances belong to the facade: never delete one, and use none after Destroy. A process that ends without Destroy
 /// ends cleanly: the instances go when the library is unloaded, after the application's own static objects.
 ///
-/// Thread-safe. All operations take one lock, so a thread that asks for an instance waits for another's that is being
-/// created. What can take long, each once per process: reading the set's feature keys (30 seconds a key that is
-/// missing), connecting to the system bus (about a minute; when that fails for good the process ends), waiting for the
-/// daemon's interface (15 seconds an interface, and it is created nevertheless). Each may throw std::system_error when
-/// the lock cannot be taken, and std::bad_alloc.
+/// Thread-safe. An instance that exists is handed out at once, without a lock. All else takes one lock: a thread that
+/// asks for an instance that does not exist yet waits for another's that is being created. What can take long, each
+/// once per process: reading the set's feature keys (30 seconds a key that is missing), connecting to the system bus
+/// (about a minute; when that fails for good the process ends), waiting for the daemon's interface (15 seconds an
+/// interface, and it is created nevertheless). Each may throw std::system_error when the lock cannot be taken, and
+/// std::bad_alloc.
+///
+/// The child of a fork cannot use the connection of its parent, which stays as it is: on a set with CI every call in
+/// the child gets the null answer at once, and LastCallOutcome() says CALL_OUTCOME_NOT_SENT (for Subscribe and
+/// Unsubscribe CALL_OUTCOME_ERROR_REPLY). ICIAuxiliaryFileSystem::RequestFile, which repeats itself, does not return
+/// there. A child that needs the daemon executes a program of its own.
 class CIAPI_EXPORT TCCIService
 {
 public:
@@ -53,8 +59,7 @@ public:
     static ICIDebug* CIDebugInstance();
     /// Signals of the daemon.
     /// \param[in] callback  called for every signal that is subscribed to, on the thread that runs the default GLib
-    /// main
-    ///                      context. The first caller wins: when the instance exists, the callback is ignored.
+    ///                      main context. The first caller wins: when the instance exists, the callback is ignored.
     static ICISignalSubscriber* CISignalSubscriberInstance(TCISignalCallback callback);
     /// Auxiliary file systems of the CAMs.
     static ICIAuxiliaryFileSystem* CIAuxiliaryFileSystemInstance();
@@ -65,7 +70,8 @@ public:
 
     /// Deletes all instances, ending their subscriptions, and closes the connection to the bus. There is no way back:
     /// from then on every instance operation returns null. No other thread may be inside an operation of an interface,
-    /// nor may a signal be on its way to the callback. May be called again, which does nothing.
+    /// nor may a signal be on its way to the callback. May be called again, which does nothing; on another thread it
+    /// returns only after the first has deleted everything.
     static void Destroy();
 };
 } // namespace CIM

@@ -29,8 +29,7 @@ class CIAPI_EXPORT TCUnicodeUtils
 public:
     /// \param[in] text  UTF-16 code units, in the host's byte order
     /// \return the text in UTF-8; a surrogate without its other half becomes U+FFFD, a null character stays. Empty,
-    /// after
-    ///         an error line in the log, when the C library has no UTF-16 converter.
+    ///         after an error line in the log, when the C library has no UTF-16 converter.
     static std::string UnicodeToUtf8(const std::basic_string<unsigned short>& text);
 };
 } // namespace CIM

@@ -33,7 +33,7 @@ public:
 
     /// Registers the application with a file system.
     /// \param[in]  fileSystemId  16-bit identifier of the file system
-    /// \param[out] applicationId identifier that the daemon gives the application
+    /// \param[out] applicationId  identifier that the daemon gives the application
     virtual int RegisterApplication(unsigned short fileSystemId, unsigned char& applicationId) = 0;
 
     /// Ends a registration. Mind the order, which is the reverse of RegisterApplication's.
@@ -47,9 +47,8 @@ public:
     /// \param[in] requestType    what is requested
     /// \param[in] request        the request's bytes (e.g. the file's name); may be empty
     /// \return what the daemon answered, -1 when its answer held no result. On a set with CI a request that does not
-    /// get
-    ///         through is repeated at once and without limit: as long as the daemon is gone this does not return, and
-    ///         each try takes a little of the calling thread's stack. On a set without CI 0, at once.
+    ///         get through is repeated at once and without limit, which takes no stack: as long as the daemon stays
+    ///         away this does not return, and in the child of a fork it never does. On a set without CI 0, at once.
     virtual int RequestFile(unsigned short fileSystemId, unsigned char applicationId, EFileRequestType requestType,
                             std::vector<unsigned char> const& request) = 0;
 

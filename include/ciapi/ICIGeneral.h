@@ -23,8 +23,7 @@ namespace CIM
 /// - The result is what the daemon answered, non-zero meaning success, or -1 when its answer held no result. On a set
 ///   without CI, without daemon or without a timely answer it is 0, unless the operation says otherwise.
 /// - Outputs are filled in place and not cleared first: whenever the daemon did not answer they keep what the caller
-/// put
-///   in them, unless the operation says otherwise.
+///   put in them, unless the operation says otherwise.
 /// - Arguments are not checked; slots are numbered from 0. The caller keeps everything it passes. Nothing is thrown.
 ///
 /// Obtained from TCCIService::CIGeneralInstance() and owned by it. The order of the declarations is binary interface:

@@ -36,8 +36,7 @@ public:
     /// \param[in] handle      the TV pipeline's handle number
     /// \param[in] reserved    not used; pass 0
     /// \return as said above. 0 also when this subscription exists already, which then keeps its user data, and when
-    /// the
-    ///         bus refuses. Unless 0 came of a set without CI, the subscription is kept and Unsubscribe ends it.
+    ///         the bus refuses. Unless 0 came of a set without CI, the subscription is kept and Unsubscribe ends it.
     virtual int Subscribe(ECISignalType signalType, void* userData, EProfile profile, unsigned short handle,
                           long reserved) = 0;
 

@@ -4,13 +4,31 @@
 
 #include <tvplatform/Types.h>
 
-// The connection to the CI daemon for callers without the facade: plain functions over one connection of the process.
-// Thread-safe, except that Create and Destroy must not run beside any other function here.
+#ifndef __cplusplus
+#include <stdbool.h>
+#endif
 
+// The connection to the CI daemon for callers without the facade: plain functions over one connection of the process,
+// for C (from C99 on) as well as for C++, where they are in namespace CIM.
+//
+// Thread-safe, except that Create and Destroy must not run beside any other function here. Texts end with a zero byte
+// and are only lent.
+//
+// The child of a fork cannot use the connection of its parent, which stays as it is: every call in the child returns
+// false at once, match rules and waiting fail too, and no signal is received. For callers in C++,
+// LastCallOutcome() (CICallOutcome.h) says CALL_OUTCOME_NOT_SENT. A child that needs the daemon executes a program of
+// its own.
+
+#ifdef __cplusplus
 namespace CIM
 {
+#endif
+
 /// What kind of signal the daemon sends; the value is also the kind's place in the callback table.
-enum EIPCMessageType : int
+enum EIPCMessageType
+#ifdef __cplusplus
+    : int
+#endif
 {
     IPC_MESSAGE_SIGNAL = 0,
     IPC_MESSAGE_PIPELINE_EVENT = 1,
@@ -29,26 +47,34 @@ enum EIPCMessageType : int
     IPC_MESSAGE_MAX = 14, ///< the number of kinds; also stands for "none of them"
 };
 
+#ifndef __cplusplus
+typedef enum EIPCMessageType EIPCMessageType;
+// Does not compile where the enumeration has another size than in the library.
+typedef char EIPCMessageTypeHasFourBytes[sizeof(EIPCMessageType) == 4 ? 1 : -1];
+#endif
+
 /// Receives signals of one kind, on the thread that runs the default GLib main context.
 /// \param messageId  the signal's identifier
 /// \param data       the payload; valid only during the call
 /// \param length     its length in bytes
-using TCIIPCCallback = void (*)(int messageId, const char* data, int length);
+typedef void (*TCIIPCCallback)(int messageId, const char* data, int length);
 
-// C linkage: the layer is for callers in C as well as in C++.
+#ifdef __cplusplus
 extern "C"
 {
+#endif
     /// Connects to the system bus. Blocks until there is a bus, up to a minute, and then ends the process when there is
     /// none. Call Destroy before creating again.
     /// \param[in] interfaceName     D-Bus interface of the signals to receive
     /// \param[in] objectPath        D-Bus object path of the signals to receive
     /// \param[in] attachToMainLoop  receive signals at once; otherwise the first SetCallbackFunction starts it
     /// \return true
-    /// \throws std::logic_error when a text is null
+    /// \throws std::logic_error when a text is null: an error in usage. Callers in C must not do this: the process
+    ///         ends, for no exception passes through C.
     CIAPI_EXPORT bool IPCConnection__Create(const char* interfaceName, const char* objectPath, bool attachToMainLoop);
 
     /// Ends the connection object: no callback starts after this. Nothing happens when there is none.
-    CIAPI_EXPORT void IPCConnection__Destroy();
+    CIAPI_EXPORT void IPCConnection__Destroy(void);
 
     /// Calls a method of the daemon and blocks until its answer, up to 25 seconds.
     /// \param[in]  interfaceName  interface and bus name to call
@@ -56,8 +82,7 @@ extern "C"
     /// \param[in]  input          payload; only lent
     /// \param[in]  inputLength    its length in bytes, at most 16 MiB; a negative one counts as 0
     /// \param[out] output         the answer's payload, to be given to CallDisposeOutputBuffer also when the call
-    /// failed
-    ///                            (then it is empty); untouched when a pointer is null or there is no connection
+    ///                            failed (then it is empty); untouched when a pointer is null or there is no connection
     /// \param[out] outputLength   its length in bytes
     /// \return true when the daemon handled the call
     CIAPI_EXPORT bool IPCConnection__Call(const char* interfaceName, short methodId, const char* input, int inputLength,
@@ -76,12 +101,18 @@ extern "C"
     CIAPI_EXPORT bool IPCConnection__WaitForCreateInterface(const char* name);
 
     /// Asks the bus for the signals of a kind that carry an identifier and a pipeline handle. Blocks for the bus's
-    /// answer. \param[in] profile  the handle's profile \param[in] value    the handle's number \return false when
-    /// there is no connection, the kind is none or the bus refuses (it allows 512 rules)
+    /// answer.
+    /// \param[in] type       the kind
+    /// \param[in] messageId  the identifier
+    /// \param[in] profile    the handle's profile
+    /// \param[in] value      the handle's number
+    /// \return false when there is no connection or the bus refuses (it allows 512 rules). A kind that is none of the
+    ///         enumeration's ends the process.
     CIAPI_EXPORT bool IPCConnection__AddMatchRule(EIPCMessageType type, int messageId, EProfile profile,
                                                   unsigned short value);
 
-    /// Takes back one AddMatchRule with the same parameters. \return false also when there was no such rule
+    /// Takes back one AddMatchRule with the same parameters.
+    /// \return false also when there was no such rule
     CIAPI_EXPORT bool IPCConnection__RemoveMatchRule(EIPCMessageType type, int messageId, EProfile profile,
                                                      unsigned short value);
 
@@ -92,5 +123,7 @@ extern "C"
     /// Removes the callback of a kind; when this returns, it does not run and will not start.
     /// Not from a callback of the same kind.
     CIAPI_EXPORT void IPCConnection__UnsetCallbackFunction(EIPCMessageType type);
+#ifdef __cplusplus
 } // extern "C"
 } // namespace CIM
+#endif

@@ -78,9 +78,8 @@ public:
     /// Whether the viewer may skip forward.
     /// \param[in]     position  the current position; its unit is the daemon's
     /// \param[in,out] allowed   the wanted position in, the limit out; its unit is the daemon's
-    /// \return what the daemon answered, false when its answer held no result; without CI or answer true, and \a
-    /// allowed
-    ///         is -1
+    /// \return what the daemon answered, false when its answer held no result; without CI or answer true, and
+    ///         \a allowed is -1
     virtual bool IsSkippingForwardAllowed(int position, int& allowed) = 0;
 
     /// Whether the viewer may skip backwards. See IsSkippingForwardAllowed.

@@ -21,8 +21,7 @@ struct TSControlAnswer
     std::string text; ///< the verb's result, or what is wrong
 };
 
-/// Asks the simulator on the system bus to do something.
+/// Asks the simulator on the system bus to do something. Blocks until it has answered, 25 seconds at most.
 /// \param[in] arguments  as texts, in the verb's order; those left out at the end are 0 or empty
-/// Blocks until it has answered, 25 seconds at most.
 TSControlAnswer CallControl(const TSVerb& verb, const std::vector<std::string>& arguments);
 } // namespace CIM::sim

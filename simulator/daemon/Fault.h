@@ -14,20 +14,21 @@ namespace CIM::sim
 enum EFaultKind : int
 {
     // Faults of a reply.
-    FAULT_LATE,             ///< the right reply, ms later
-    FAULT_NEVER,            ///< none
-    FAULT_ERROR,            ///< an error reply with name and text
-    FAULT_STATUS,           ///< the right reply with another status
-    FAULT_HELLO,            ///< the right reply with status bit 7: the hello again
-    FAULT_WRONG_TYPES,      ///< a text, a double and a list of numbers
-    FAULT_NO_ARGUMENTS,     ///< nothing in it
-    FAULT_SHORT,            ///< the status alone
-    FAULT_LONG,             ///< further arguments behind the right ones
-    FAULT_LENGTH,           ///< a stated length that lies
-    FAULT_CUT,              ///< the payload cut to so many bytes
-    FAULT_VERSION,          ///< a payload of another version
-    FAULT_HOSTILE,          ///< a payload made to break readers; shape: deep, huge, wide or overlap
-                            // What happens with a call, or at once when no operation is named.
+    FAULT_LATE,         ///< the right reply, ms later
+    FAULT_NEVER,        ///< none
+    FAULT_ERROR,        ///< an error reply with name and text
+    FAULT_STATUS,       ///< the right reply with another status
+    FAULT_HELLO,        ///< the right reply with status bit 7: the hello again
+    FAULT_WRONG_TYPES,  ///< a text, a double and a list of numbers
+    FAULT_NO_ARGUMENTS, ///< nothing in it
+    FAULT_SHORT,        ///< the status alone
+    FAULT_LONG,         ///< further arguments behind the right ones
+    FAULT_LENGTH,       ///< a stated length that lies
+    FAULT_CUT,          ///< the payload cut to so many bytes
+    FAULT_VERSION,      ///< a payload of another version
+    FAULT_HOSTILE,      ///< a payload made to break readers; shape: deep, huge, wide or overlap
+
+    // What happens with a call, or at once when no operation is named.
     FAULT_CRASH,            ///< the process ends in the middle; shape: exit or abort
     FAULT_RESTART,          ///< gone from the bus, back after ms, names stepMs apart
     FAULT_LOSE_NAME,        ///< a bus name is lost, and retaken after ms (0: never)
@@ -64,7 +65,8 @@ struct TSFault
 };
 
 /// Reads a fault: {"kind": "error", "operation": "EnterMenu", "name": ..., ...}. A member that the kind does not take
-/// is refused. \throws json::TJsonError
+/// is refused.
+/// \throws json::TJsonError
 TSFault FaultFromJson(const json::TJson& fault, const json::TJsonPath& path);
 json::TJson ToJson(const TSFault& fault);
 /// Each kind with a line of help and the members it takes.

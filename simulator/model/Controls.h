@@ -22,6 +22,6 @@ std::vector<TSControl> Controls();
 /// Does one. The arguments are a JSON object with the parameters as members. Common to several: "slot" (default 0);
 /// "profile" and "handle", the TV pipeline (default PROFILE_MAIN and 0).
 /// \return why not, when the name or an argument is wrong, or the set is not in a state for it; nothing has happened
-/// then
+///         then
 TSOutcome RunControl(TModel& model, std::string_view name, const nlohmann::json& arguments);
 } // namespace CIM::sim

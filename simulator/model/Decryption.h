@@ -12,8 +12,7 @@ namespace CIM::sim
 {
 /// Sample decryption: one session for each pipeline. What the interface leaves to the daemon is decided so:
 /// - The DRM system is the first one, in the order given, that a ready CAM supports, by system id or by UUID. When
-/// there
-///   is none the start is refused.
+///   there is none the start is refused.
 /// - The 16-bit number that goes with metadata records is a DRM system id, tried before the records' own; 0xFFFF is
 ///   none.
 /// - An update without tracks or records ends the session.

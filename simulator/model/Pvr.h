@@ -10,8 +10,7 @@ namespace CIM::sim
 /// - A retention limit counts from the recording's end; "copy never" without one has 90 minutes.
 /// - Times and positions are milliseconds of the recording. A section's first value is its begin, its second its end.
 /// - Trick-mode questions are about the recording that is played (see Play); without one nothing is limited. Outputs:
-/// -1
-///   without limit, else how many milliseconds may be skipped or wound; false when it is not allowed at all.
+///   -1 without limit, else how many milliseconds may be skipped or wound; false when it is not allowed at all.
 ///   Backwards, nothing reaches into an expired section.
 /// A file that is not known is refused.
 class TPvr final : public IPvrCip

@@ -17,8 +17,8 @@ namespace CIM
 class TCCIMIPCUtility
 {
 public:
-    /// \param advanceFirst  move to the next argument before looking; \return false when there is none
-    /// \return whether the argument at the iterator has the D-Bus type
+    /// \param advanceFirst  move to the next argument before looking
+    /// \return whether there is an argument at the iterator and it has the D-Bus type
     static bool m_CheckArgumentType(DBusMessageIter& iter, int type, bool advanceFirst)
     {
         if (advanceFirst && !dbus_message_iter_next(&iter))

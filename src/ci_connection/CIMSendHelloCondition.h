@@ -4,7 +4,7 @@
 
 namespace CIM
 {
-/// Whether calls carry the program's name: until the daemon answered one, and again when it asks for it.
+/// Whether calls carry the program's name: until the daemon has answered one, and again when it asks for it.
 /// Calls on several threads may race here: at worst the name is sent once more.
 class TCCIMSendHelloCondition
 {

@@ -40,14 +40,14 @@ public:
     explicit TCCIMarshallingHelperProxy(boost::shared_ptr<TIIPCHelper> helper);
     ~TCCIMarshallingHelperProxy() override;
 
-    /// Makes the call; to be used once.
+    /// Makes the call; to be used once. Blocks up to the connection's time-out.
     /// \param[in] interfaceName  the D-Bus interface and bus name of the daemon's interface
     /// \param[in] methodName     for the log only: the daemon goes by the identifier
     /// \param[in] methodId       the method's identifier
     /// \param[in] async          do not wait for an answer; nothing is then written to the arguments
-    /// \return false when the call could not be made or was not answered: after an error line, but for arguments that
-    ///         cannot be written; no argument is then changed. True when the daemon answered, whatever it wrote: what
-    ///         cannot be read keeps its value, after an error line. Blocks up to the connection's time-out.
+    /// \return false when the call could not be made or was not answered; no argument is then changed. An error line
+    ///         says so, except when the arguments cannot be brought into a tree, or the tree into bytes. True when the
+    ///         daemon answered, whatever it wrote: what cannot be read keeps its value, after an error line.
     virtual bool Run(std::string& interfaceName, const std::string& methodName, short methodId, bool async);
 
 private:

@@ -12,8 +12,8 @@ namespace CIM::test
 class TProcessBus
 {
 public:
-    /// Starts it the first time, and puts it into the environment. A forked process gets one
-    /// of its own, if nothing in its parent has used libdbus.
+    /// Starts it the first time, and puts it into the environment. A forked process gets one of its own, if nothing in
+    /// its parent has used libdbus.
     /// \throws std::runtime_error when it does not start
     static TProcessBus& Instance();
 

@@ -1,7 +1,7 @@
-#include "utils/CIAPIDebug.h"
 #include "support/FakeClock.h"
 #include "support/LogCapture.h"
 #include "support/TestEnvironment.h"
+#include "utils/CIAPIDebug.h"
 
 #include <gmock/gmock.h>
 

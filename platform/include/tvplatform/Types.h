@@ -1,15 +1,20 @@
 #pragma once
 
+// The TV platform's types that travel through its services. Plain enumerations of 32 bits: the numbers are what
+// crosses process borders, and a value without an enumerator is legal. For callers in C: EProfile alone.
+
+#ifdef __cplusplus
 #include <tvplatform/Export.h>
 #include <tvplatform/Marshalable.h>
 
 #include <cstdint>
-
-// The TV platform's types that travel through its services. Plain enumerations of 32 bits: the numbers are what
-// crosses process borders, and a value without an enumerator is legal.
+#endif
 
 /// A TV pipeline's profile.
-enum EProfile : std::int32_t
+enum EProfile
+#ifdef __cplusplus
+    : std::int32_t
+#endif
 {
     PROFILE_NONE = -1,
     PROFILE_MAIN = 0,
@@ -17,6 +22,12 @@ enum EProfile : std::int32_t
     PROFILE_RECORD = 2,
     PROFILE_RECORD_SECOND = 3,
 };
+
+#ifndef __cplusplus
+typedef enum EProfile EProfile;
+// Does not compile where the enumeration has another size than in the library.
+typedef char EProfileHasFourBytes[sizeof(EProfile) == 4 ? 1 : -1];
+#else
 
 /// How a broadcast reaches the set.
 enum EAntennaMode : std::int32_t
@@ -78,3 +89,4 @@ public:
 TVPLATFORM_EXPORT bool operator==(const TSTvMode& a, const TSTvMode& b);
 TVPLATFORM_EXPORT bool operator!=(const TSTvMode& a, const TSTvMode& b);
 TVPLATFORM_EXPORT bool operator<(const TSTvMode& a, const TSTvMode& b);
+#endif

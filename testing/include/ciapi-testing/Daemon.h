@@ -59,8 +59,10 @@ CIAPI_TESTING_EXPORT TSSignalData SignalData(unsigned char slot, unsigned char c
 /// the simulator's model, or as the test says.
 /// \code
 /// CIM::test::TDaemon daemon; // before anything of the library is used
-/// daemon.On(&ICIGeneral::GetCiSlotStatus, [](auto& statuses, unsigned) { statuses[0] = CAM_STATUS_NO_CAM; return 1;
-/// }); EXPECT_EQ(myApplication.Status(), "No CAM"); EXPECT_EQ(daemon.CallCount(&ICIGeneral::GetCiSlotStatus), 1u);
+/// daemon.On(&ICIGeneral::GetCiSlotStatus,
+///           [](auto& statuses, unsigned) { statuses[0] = CAM_STATUS_NO_CAM; return 1; });
+/// EXPECT_EQ(myApplication.Status(), "No CAM");
+/// EXPECT_EQ(daemon.CallCount(&ICIGeneral::GetCiSlotStatus), 1u);
 /// \endcode
 ///
 /// The first one of a process starts the bus, which lasts until the process ends, in whatever way it ends: the library

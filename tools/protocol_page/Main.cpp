@@ -1,0 +1,184 @@
+// Prints the part of docs/protocol.md that follows from the tables: operations, objects, enumerations, kinds of
+// signals.
+
+#include "WireText.h"
+
+#include "protocol/Envelope.h"
+#include "protocol/Interfaces.h"
+#include "protocol/Pushed.h"
+
+#include <iostream>
+#include <stdexcept>
+#include <tuple>
+
+namespace CIM::page
+{
+namespace
+{
+using namespace protocol;
+
+/// The arguments of one operation, as cells of its line.
+struct SOperation
+{
+    std::string request;
+    std::string reply;
+    std::size_t count = 1; ///< of the arguments so far; 0 is the result
+
+    void Add(bool inRequest, bool inReply, const std::string& name, const std::string& form)
+    {
+        const std::string text = std::to_string(count++) + " " + name + ": " + form;
+        for (const auto& [isIn, cell] : {std::pair(inRequest, &request), std::pair(inReply, &reply)})
+        {
+            if (isIn)
+            {
+                *cell += (cell->empty() ? "" : "<br>") + text;
+            }
+        }
+    }
+};
+
+template <EWord Word, class T>
+void AddParameter(SOperation& operation, const char* name, SGlossary& glossary)
+{
+    if constexpr (Word == EWord::IN_MEMBERS || Word == EWord::OUT_MEMBERS)
+    {
+        T handle;
+        ForEachMember(handle,
+                      [&]<class Field>(const auto& member, Field&)
+                      {
+                          operation.Add(IsInput(Word), IsOutput(Word), Code(std::string(name) + "." + member.NAME),
+                                        WireText<Field>(glossary));
+                      });
+    }
+    else if constexpr (IsSent(Word))
+    {
+        operation.Add(IsInput(Word), IsOutput(Word), Code(name), WireText<T>(glossary));
+    }
+}
+
+/// How many arguments the two sides push for a row, the result included.
+template <class Row>
+std::size_t PushedCount()
+{
+    typename Row::Values values{};
+    typename Row::Result result = Row::Seed(false);
+    TCMarshallingHelperStub frame;
+    TPushedResult<typename Row::Result>(result).Push(frame);
+    TPushedParameters<Row> parameters = std::make_from_tuple<TPushedParameters<Row>>(values);
+    ForEachPushed<Row>(parameters, IsSent, [&](auto& pushed) { pushed.Push(frame); });
+    return frame.GetArgumentCount();
+}
+
+std::string Cell(const std::string& text) { return text.empty() ? " |" : " | " + text; }
+
+/// A line of an interface's table.
+template <class Row>
+std::string OperationLine(const Row& row, SGlossary& glossary)
+{
+    std::string line = "| " + std::to_string(row.id) + " | " + Code(Row::NAME);
+    if (row.isLocal)
+    {
+        return line + " | never sent: the library answers by itself | | |\n";
+    }
+    const std::string result = WireText<typename Row::Result>(glossary);
+    SOperation operation;
+    [&]<std::size_t... Indices>(std::index_sequence<Indices...>)
+    {
+        (AddParameter<Row::WORDS[Indices], std::tuple_element_t<Indices, typename Row::Values>>(
+             operation, row.parameterNames[Indices], glossary),
+         ...);
+    }
+    (std::make_index_sequence<Row::COUNT>{});
+    if (operation.count != PushedCount<Row>())
+    {
+        throw std::logic_error(std::string("the arguments of ") + Row::NAME + " are counted wrongly");
+    }
+    return line + (Row::HAS_ONE_WAY ? ", one-way" : "") + Cell(operation.request) + Cell(result) +
+           Cell(operation.reply) + " |\n";
+}
+
+void PrintOperations(SGlossary& glossary)
+{
+    ForEachInterface(
+        [&]<class Interface>(TType<Interface>)
+        {
+            std::cout
+                << "### " << NameOf<Interface>()
+                << "\n\nBus name and D-Bus interface: " << Code(TTable<Interface>::ConnectionName())
+                << "\n\n| Id | Operation | Request | Result (0) | Reply, further arguments |\n|---|---|---|---|---|\n";
+            ForEachRow<Interface>([&](const auto& row) { std::cout << OperationLine(row, glossary); });
+            std::cout << '\n';
+        });
+}
+
+void PrintTables(const SGlossary& glossary)
+{
+    std::cout << "### Objects\n\n| Object | Tag | Field | Form |\n|---|---|---|---|\n";
+    for (const auto& [name, lines] : glossary.objects)
+    {
+        std::cout << lines;
+    }
+    std::cout << "\n### Packed records\n\n| Record | Offset | Field | Form |\n|---|---|---|---|\n";
+    for (const auto& [name, lines] : glossary.packedRecords)
+    {
+        std::cout << lines;
+    }
+}
+
+void PrintEnumerations(const SGlossary& glossary)
+{
+    constexpr std::size_t LINE_WIDTH = 120;
+    std::cout << "\n### Enumerations\n\n";
+    for (const auto& [name, values] : glossary.enumerations)
+    {
+        std::string line = "- " + Code(name) + ":";
+        for (std::size_t begin = 0; begin < values.size();)
+        {
+            const std::size_t comma = values.find(',', begin);
+            const std::string value = values.substr(begin, comma == std::string::npos ? comma : comma + 1 - begin);
+            if (line.size() + 1 + value.size() > LINE_WIDTH)
+            {
+                std::cout << line << '\n';
+                line = " ";
+            }
+            line += " " + value;
+            begin = comma == std::string::npos ? values.size() : comma + 2;
+        }
+        std::cout << line << '\n';
+    }
+}
+
+void PrintSignalKinds()
+{
+    std::cout << "\n### Kinds of signals\n\n| Kind | Member | Has the pipeline |\n|---|---|---|\n";
+    for (std::size_t type = 0; type < SIGNAL_KINDS.size(); ++type)
+    {
+        std::cout << "| " << type << " | " << Code(SIGNAL_KINDS[type].member) << " | "
+                  << (SIGNAL_KINDS[type].carriesHandle ? "yes" : "no") << " |\n";
+    }
+}
+
+/// Enumerations that stand in no operation, but in the data of signals: docs/signals.md names them.
+using TSignalEnumerations =
+    TList<EAppMmiMessage, ECIAuxiliaryFileSystemMessage, ECamOperatorProfileStatus, ECamPinCodeStatus, ECamSasStatus,
+          ECamUpgradeMode, ECamUpgradeStatus, ECiCamMonitorStatus, ECiMmiStatus, EPvrPlaybackStopReasonByCI,
+          EPvrRecordStopReasonByCI, EPvrTimeshiftStopReasonByCI, ESampleDecryptionDRMStatus,
+          ESampleDecryptionTransmissionStatus, ESasConnectionStatus>;
+
+template <class... Enumerations>
+void ExplainAll(TList<Enumerations...>, SGlossary& glossary)
+{
+    (Explain<Enumerations>(glossary), ...);
+}
+} // namespace
+} // namespace CIM::page
+
+int main()
+{
+    CIM::page::SGlossary glossary;
+    CIM::page::PrintOperations(glossary);
+    CIM::page::PrintTables(glossary);
+    CIM::page::ExplainAll(CIM::page::TSignalEnumerations(), glossary);
+    CIM::page::PrintEnumerations(glossary);
+    CIM::page::PrintSignalKinds();
+}
