@@ -8,6 +8,10 @@
 
 #include <string>
 
+#ifdef NDEBUG
+#error "what ends the process for an empty helper is the assertion of its pointer: compile with -UNDEBUG"
+#endif
+
 namespace CIM
 {
 /// Gives the proxies the one connection to the daemon.

@@ -19,6 +19,17 @@ enum class EFieldForm
     LOW_BYTE, ///< only the low byte of a number or an enumeration; the rest of what the field held is lost
 };
 
+namespace detail
+{
+template <class Pointer>
+struct TFieldOf;
+template <class Object, class Field>
+struct TFieldOf<Field Object::*>
+{
+    using type = Field;
+};
+} // namespace detail
+
 /// One row. Made by Member().
 template <auto Field_, EFieldForm Form>
 struct TMember
@@ -34,6 +45,7 @@ struct TMember
 template <auto Field, EFieldForm Form = EFieldForm::OF_TYPE>
 constexpr TMember<Field, Form> Member(unsigned tag)
 {
+    static_assert(HAS_WIRE_FORM<typename detail::TFieldOf<decltype(Field)>::type>, "this type has no form on the wire");
     return {tag};
 }
 

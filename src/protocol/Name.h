@@ -46,10 +46,12 @@ constexpr std::array<char, Size + 1> Terminated(std::string_view text)
     return characters;
 }
 
+// Hidden by hand: gcc lets a variable template follow the visibility of its arguments, which are public interfaces.
 template <auto Member>
-inline constexpr auto MEMBER_NAME = Terminated<NameText<Member>().size()>(NameText<Member>());
+inline constexpr auto MEMBER_NAME
+    [[gnu::visibility("hidden")]] = Terminated<NameText<Member>().size()>(NameText<Member>());
 template <class Type>
-inline constexpr auto TYPE_NAME = Terminated<NameText<Type>().size()>(NameText<Type>());
+inline constexpr auto TYPE_NAME [[gnu::visibility("hidden")]] = Terminated<NameText<Type>().size()>(NameText<Type>());
 } // namespace detail
 
 /// The name of a member function or field, without its class.

@@ -26,6 +26,14 @@ public:
     }
 };
 
+/// Whether the call may write whatever is given for the outputs of a row. Given as forwarding references deduce them.
+template <class Row, class... Given>
+constexpr bool GivesOutputs()
+{
+    [[maybe_unused]] std::size_t place = 0;
+    return ((!protocol::IsOutput(Row::WORDS[place++]) || protocol::detail::IS_WRITABLE<Given>)&&...);
+}
+
 /// What every proxy holds and does: the daemon's interface, the way to it, and the one place where a call is made.
 class TCProxyCall
 {
@@ -44,15 +52,16 @@ public:
     const boost::shared_ptr<TIIPCHelper>& Helper() const { return m_ipcHelper; }
 
     /// Calls an operation of the daemon: m_call.Do<&ICIGeneral::GetMmiText>(slot, text).
-    /// \param[in] arguments  exactly the arguments of the member function; outputs are filled in place
+    /// \param arguments  exactly the arguments of the member function; outputs are filled in place
     /// \return what the daemon answered, or the seed when its answer holds no result; nothing when the call failed
     template <auto Operation, class... Arguments>
-    auto Do(const Arguments&... arguments)
+    auto Do(Arguments&&... arguments)
     {
         constexpr const auto& row = protocol::RowOf<Operation>();
         using TRow = std::remove_cvref_t<decltype(row)>;
         using TResult = typename TRow::Result;
         static_assert(TRow::template Takes<Arguments...>(), "the arguments differ from the declared operation's");
+        static_assert(GivesOutputs<TRow, Arguments...>(), "an output must be a variable that is not const");
         bool oneWay = false;
         if constexpr (TRow::HAS_ONE_WAY)
         {

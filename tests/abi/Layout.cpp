@@ -1,6 +1,7 @@
 // Prints how each record lies in memory, one line a record, to be compared with layout.txt: what an application was
 // compiled with must fit the library that it meets.
 
+#include <ciapi/CICallOutcome.h>
 #include <ciapi/CIService.h>
 
 #include <cstddef>
@@ -52,5 +53,7 @@ int main()
         MEMBER(TCCiAuxiliaryFileSystemDTO, intValue) MEMBER(TCCiAuxiliaryFileSystemDTO, domainId) END
     RECORD(TCCiFileAckDTO) MEMBER(TCCiFileAckDTO, firstFlag) MEMBER(TCCiFileAckDTO, secondFlag)
         MEMBER(TCCiFileAckDTO, requestType) MEMBER(TCCiFileAckDTO, firstData) MEMBER(TCCiFileAckDTO, secondData) END
+    RECORD(TSCallOutcome) MEMBER(TSCallOutcome, outcome) MEMBER(TSCallOutcome, errorName)
+        MEMBER(TSCallOutcome, errorText) END
     // clang-format on
 }

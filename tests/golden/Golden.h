@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -103,6 +104,10 @@ private:
             if constexpr (std::is_same_v<std::remove_reference_t<decltype(value)>, bool>)
             {
                 value = argument.use == CHOOSES_ONE_WAY ? oneWay : value;
+                if (argument.use == FILLED)
+                {
+                    std::memset(&value, 0x55, 1); // never set: no valid bool, which nobody may look at
+                }
             }
             if (argument.use == PROCESS_ID) // it is the last argument
             {

@@ -79,8 +79,8 @@ TEST(Adapters, PackedElementsAreTakenWholeFromTheFirstLeafOnly)
     TCTreeBranchList tree(0);
     tree.AddNode(tree.NewBranch(0));
     std::vector<unsigned short> read{9, 9};
-    EXPECT_FALSE(TVector<unsigned short>(&read).TreeToClass(tree));
-    EXPECT_EQ(read, (std::vector<unsigned short>{9, 9}));
+    EXPECT_TRUE(TVector<unsigned short>(&read).TreeToClass(tree)) << "a branch holds no bytes";
+    EXPECT_TRUE(read.empty());
 }
 
 TEST(Adapters, ElementsOfAnotherSizeAreCutOrFilledWithZeros)
@@ -161,8 +161,20 @@ TEST(Adapters, EmptyStringsLeaveTheOldContent)
         EXPECT_EQ(read, row.read) << row.what;
     }
 
-    std::string narrow;
-    std::basic_string<unsigned short> wide;
+    // A branch in the place of the characters holds none: both kinds of strings are then empty.
+    const std::uint32_t three = 3;
+    TCTreeBranchList narrowBranch(0);
+    narrowBranch.AddNode(narrowBranch.NewLeaf(0, sizeof(three), &three));
+    narrowBranch.AddNode(narrowBranch.NewBranch(1));
+    TCTreeBranchList wideBranch(0);
+    wideBranch.AddNode(wideBranch.NewBranch(0));
+    std::string narrow = "abc";
+    std::basic_string<unsigned short> wide{1, 2, 3};
+    EXPECT_TRUE(CIM::TCMarshalableString(&narrow).TreeToClass(narrowBranch));
+    EXPECT_TRUE(CIM::TCMarshalableWString(&wide).TreeToClass(wideBranch));
+    EXPECT_EQ(narrow, "");
+    EXPECT_TRUE(wide.empty());
+
     TCTreeBranchList narrowTree(0);
     TCTreeBranchList wideTree(0);
     EXPECT_TRUE(CIM::TCMarshalableString(&narrow).ClassToTree(narrowTree));

@@ -10,8 +10,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <csignal>
 #include <cstring>
 #include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace CIM
 {
@@ -27,15 +32,21 @@ std::string Bytes(std::initializer_list<int> values)
     return bytes;
 }
 
-/// What a daemon would answer that answers with this payload, whatever is asked.
-void AnswerWith(TFakeHelper& helper, std::string payload)
+/// What a daemon would answer that answers with these payloads in turn, the last one for ever, whatever is asked.
+void AnswerWith(TFakeHelper& helper, std::vector<std::string> payloads)
 {
-    helper.connection->answer = [payload](const TFakeConnection::TCall&, std::string& reply)
+    helper.connection->answer =
+        [payloads, next = std::size_t(0)](const TFakeConnection::TCall&, std::string& reply) mutable
     {
-        reply = payload;
+        reply = payloads[next];
+        next = std::min(next + 1, payloads.size() - 1);
         return true;
     };
 }
+
+const std::string VERSION = Bytes({1, 0, 0, 0});
+/// A list of method 16 that holds one argument as a leaf of four bytes: the result alone.
+const std::string RESULT_ONLY = VERSION + Bytes({2, 0, 16, 0, 12, 0, 0, 0, 1, 0, 0, 0, 4, 0, 0, 0, 7, 0, 0, 0});
 } // namespace
 
 class FrameTest : public testing::Test
@@ -106,49 +117,130 @@ TEST_F(FrameTest, CallsWaitForTheDaemonOnSomeModels)
     }
 }
 
+// A daemon that answers has answered, whatever it wrote: nobody asks again or answers in its place, and what cannot be
+// read keeps its value.
 TEST_F(FrameTest, OutputsSurviveEveryKindOfBadAnswer)
 {
-    TCCIGeneralProxy proxy(m_helper);
-    const std::string version = Bytes({1, 0, 0, 0});
-    // A list of method 16 that holds one argument as a leaf of four bytes: the result alone.
-    const std::string resultOnly = version + Bytes({2, 0, 16, 0, 12, 0, 0, 0, 1, 0, 0, 0, 4, 0, 0, 0, 7, 0, 0, 0});
-    std::string deep = version;
+    TCCIGeneralProxy general(m_helper);
+    TCCICAMPlayerProxy player(m_helper);
+    TCCIAuxiliaryFileSystemProxy files(m_helper);
+    std::string deep = VERSION;
     for (int level = 100; level > 0; --level)
     {
         deep += Bytes({2, 0, 0, 0, level * 8, 0, 0, 0});
     }
+    constexpr const char* NO_TREE = "bytes is not an argument tree";
+    constexpr const char* OTHER_KIND = "The answer holds an argument of another kind; it keeps its value";
     struct TCase
     {
         const char* what;
         std::string payload;
         int result;
-        std::size_t errors;
+        const char* error;
     };
     const TCase cases[] = {
-        {"nothing", "", -1, 0},
-        {"result only", resultOnly, 7, 0},
-        {"cut", resultOnly.substr(0, resultOnly.size() - 1), 0, 2},
-        {"another version", Bytes({2}) + resultOnly.substr(1), 0, 2},
-        {"bytes left over", resultOnly + "x", 0, 2},
-        {"deep", deep, 0, 2},
-        {"a size beyond the end", version + Bytes({2, 0, 16, 0, 255, 255, 255, 255}), 0, 2},
-        {"a result of two bytes", version + Bytes({2, 0, 16, 0, 10, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 7, 0}), -1, 2},
+        {"nothing", "", -1, nullptr},
+        {"result only", RESULT_ONLY, 7, nullptr},
+        {"cut", RESULT_ONLY.substr(0, RESULT_ONLY.size() - 1), -1, NO_TREE},
+        {"another version", Bytes({2}) + RESULT_ONLY.substr(1), -1, NO_TREE},
+        {"bytes left over", RESULT_ONLY + "x", -1, NO_TREE},
+        {"deep", deep, -1, NO_TREE},
+        {"a size beyond the end", VERSION + Bytes({2, 0, 16, 0, 255, 255, 255, 255}), -1, NO_TREE},
+        {"a result of two bytes", VERSION + Bytes({2, 0, 16, 0, 10, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 7, 0}), -1,
+         OTHER_KIND},
     };
     for (const TCase& test : cases)
     {
         SCOPED_TRACE(test.what);
-        AnswerWith(*m_helper, test.payload);
-        TLogCapture::Clear();
+        const auto expectOneCall = [&](auto operation)
+        {
+            AnswerWith(*m_helper, {test.payload, RESULT_ONLY}); // who asks again gets an answer
+            m_helper->connection->calls.clear();
+            TLogCapture::Clear();
+            operation();
+            EXPECT_EQ(m_helper->connection->calls.size(), 1u);
+            EXPECT_EQ(TLogCapture::Count("CIM_MAJOR"), test.error != nullptr ? 2u : 0u);
+            EXPECT_EQ(TLogCapture::Count(test.error != nullptr ? test.error : "CIM_MAJOR"), test.error ? 2u : 0u);
+        };
         TCIText title;
         title.text = {'t'};
         TCIText subtitle = title;
         TCIText bottomLine = title;
         std::vector<TCIText> choices(3, title);
-        EXPECT_EQ(proxy.GetMmiMenu(0, title, subtitle, bottomLine, choices), test.result);
+        expectOneCall([&] { EXPECT_EQ(general.GetMmiMenu(0, title, subtitle, bottomLine, choices), test.result); });
         EXPECT_EQ(title.text, std::vector<unsigned short>{'t'});
         EXPECT_EQ(choices.size(), 3u);
-        EXPECT_EQ(TLogCapture::Count("CIM_MAJOR"), test.errors);
+        bool active = true; // the null answer takes it away
+        expectOneCall([&] { EXPECT_EQ(general.IsHostControlActive(active), test.result); });
+        EXPECT_TRUE(active);
+        expectOneCall([&] { EXPECT_EQ(files.RequestFile(1, 2, APP_REQUEST_FILE, {}), test.result); });
+        if (test.error == NO_TREE)
+        {
+            expectOneCall([&] { EXPECT_FALSE(player.StopPlayer(TSCICAMPlayerHandle(7))); });
+            expectOneCall([&] { EXPECT_FALSE(player.PlayRequest(TSIPServiceLocationData("location")).IsValid()); });
+        }
     }
+
+    // What is right beside it is taken: the result 7, a flag of two bytes, a length of 9, no text.
+    AnswerWith(*m_helper, {VERSION + Bytes({2, 0, 14, 0, 31, 0, 0, 0, 1, 0, 0, 0, 4, 0, 0, 0, 7, 0, 0, 0, //
+                                            1, 0, 2,  0, 2,  0, 0, 0, 0, 0, 1, 0, 3, 0, 1, 0, 0, 0, 9})});
+    TLogCapture::Clear();
+    bool blindAnswer = true;
+    unsigned char answerLength = 1;
+    TCIText text;
+    text.text = {'t'};
+    EXPECT_EQ(general.GetMmiEnquiry(0, blindAnswer, answerLength, text), 7);
+    EXPECT_TRUE(blindAnswer);
+    EXPECT_EQ(answerLength, 9);
+    EXPECT_EQ(text.text, std::vector<unsigned short>{'t'});
+    EXPECT_EQ(TLogCapture::Count(OTHER_KIND), 2u);
+}
+
+// An application need not set a flag that only comes out; a bool that was never set may hold any byte, and must not be
+// looked at. What is wrong here is seen by the undefined-behaviour sanitizer.
+TEST_F(FrameTest, OutputFlagsMayHoldAnyByteBeforeTheCall)
+{
+    const auto withFlag = [](int byte)
+    {
+        return VERSION + Bytes({2, 0, 39, 0, 21, 0, 0, 0, 1,   0, 0, 0, 4, 0, 0, 0, 7, 0, 0, 0, //
+                                1, 0, 1,  0, 1,  0, 0, 0, byte});
+    };
+    struct TCase
+    {
+        const char* what;
+        std::optional<std::string> payload; // none: the call fails
+        bool flag;
+    };
+    const TCase cases[] = {
+        {"false", withFlag(0), false},  {"true", withFlag(1), true}, {"another true", withFlag(0x80), true},
+        {"no flag", RESULT_ONLY, true}, {"no call", {}, false},
+    };
+    TCCIGeneralProxy proxy(m_helper);
+    for (const TCase& test : cases)
+    {
+        SCOPED_TRACE(test.what);
+        m_helper->connection->answer = nullptr;
+        if (test.payload)
+        {
+            AnswerWith(*m_helper, {*test.payload});
+        }
+        const unsigned char unset = 0x55;
+        unsigned char byte = 0;
+        bool flag;
+        std::memcpy(&flag, &unset, 1);
+        EXPECT_EQ(proxy.IsHostControlActive(flag), test.payload ? 7 : 1);
+        std::memcpy(&byte, &flag, 1);
+        EXPECT_EQ(byte != 0, test.flag);
+    }
+}
+
+TEST_F(FrameTest, AnEmptyHelperEndsTheProcess)
+{
+    const boost::shared_ptr<TIIPCHelper> none;
+    std::string interfaceName = "a.b";
+    EXPECT_EXIT(TCCIGeneralProxy{none}, testing::KilledBySignal(SIGABRT), "px != 0");
+    EXPECT_EXIT(TCCIMarshallingHelperProxy(none).Run(interfaceName, "Name", 1, false), testing::KilledBySignal(SIGABRT),
+                "px != 0");
 }
 
 TEST_F(FrameTest, FailedCallsGiveTheNullAnswer)
