@@ -135,7 +135,7 @@ TJson ValueFromWord(const json::TSType& type, const std::string& word)
     return value.is_discarded() ? TJson(word) : value;
 }
 
-EExit CallAndPrint(TDaemon& daemon, const json::TOperationForm& operation, const TJson& arguments, bool asJson)
+EExit CallAndPrint(TCDaemonAccess& daemon, const json::TOperationForm& operation, const TJson& arguments, bool asJson)
 {
     TJson answer = daemon.Call(operation, arguments);
     const bool isYes = IsYes(operation, answer);
@@ -204,7 +204,7 @@ EExit CallVerb(const TArguments& arguments)
         values["oneWay"] = true;
     }
     operation.Check(values); // wrong arguments are told even where there is no daemon
-    TDaemon daemon;
+    TCDaemonAccess daemon;
     return CallAndPrint(daemon, operation, values, arguments.IsJson());
 }
 

@@ -83,7 +83,7 @@ EExit PlayerVerb(const TArguments& arguments)
     }
     const TJson values = ArgumentsInOrder(operation, words);
     operation.Check(values);
-    TDaemon daemon;
+    TCDaemonAccess daemon;
     return CallAndPrint(daemon, operation, values, arguments.IsJson());
 }
 
@@ -108,7 +108,7 @@ EExit DebugVerb(const TArguments& arguments)
         {
             throw TFailure(EXIT_USAGE, dashed + " deletes data for good: give --yes to go on");
         }
-        TDaemon daemon;
+        TCDaemonAccess daemon;
         return CallAndPrint(daemon, *operation, values, arguments.IsJson());
     }
     if (!command.empty())

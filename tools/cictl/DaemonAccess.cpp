@@ -1,12 +1,15 @@
-#include "cictl/Daemon.h"
+#include "cictl/DaemonAccess.h"
 
-#include "cictl/FailedCalls.h"
 #include "cictl/Verb.h"
 
+#include <ciapi/CICallOutcome.h>
 #include <ciapi/CINames.h>
 #include <ciapi/CIService.h>
 
 #include <tvplatform/SystemInfo.h>
+
+#include <string_view>
+#include <utility>
 
 namespace CIM::cictl
 {
@@ -43,13 +46,41 @@ void RequireFeatureKeys()
                                                         CI_FMS_SUPPORT + ", " + CI_FMS_SUPPORT_CERTIFICATION + ")");
     }
 }
+
+/// Why a call failed. What D-Bus says of these errors is meant for programmers.
+std::string ReasonOf(const TSCallOutcome& outcome)
+{
+    constexpr std::pair<std::string_view, const char*> words[] = {
+        {DBUS_ERROR_SERVICE_UNKNOWN, "the CI daemon is gone"},
+        {DBUS_ERROR_NAME_HAS_NO_OWNER, "the CI daemon is gone"},
+        {DBUS_ERROR_NO_REPLY, "the CI daemon did not answer in time, or went away before it answered"},
+        {DBUS_ERROR_ACCESS_DENIED, "the bus does not allow this to this user"},
+    };
+    for (const auto& [error, text] : words)
+    {
+        if (outcome.errorName == error)
+        {
+            return std::string(text) + " (" + outcome.errorName + ")";
+        }
+    }
+    return ToString(outcome);
+}
 } // namespace
 
-TDaemon::TDaemon() : m_bus((RequireFeatureKeys(), TBus())) {}
+void RequireThrough(const std::string& what)
+{
+    const TSCallOutcome outcome = LastCallOutcome();
+    if (outcome.outcome != CALL_OUTCOME_ANSWERED && outcome.outcome != CALL_OUTCOME_SENT)
+    {
+        throw TFailure(EXIT_NO_DAEMON, what + " did not get through: " + ReasonOf(outcome));
+    }
+}
 
-TDaemon::~TDaemon() { TCCIService::Destroy(); }
+TCDaemonAccess::TCDaemonAccess() : m_bus((RequireFeatureKeys(), TBus())) {}
 
-void TDaemon::Require(const json::TInterfaceForm& interface)
+TCDaemonAccess::~TCDaemonAccess() { TCCIService::Destroy(); }
+
+void TCDaemonAccess::Require(const json::TInterfaceForm& interface)
 {
     if (m_bus.OwnerOf(interface.ConnectionName()).empty())
     {
@@ -58,25 +89,21 @@ void TDaemon::Require(const json::TInterfaceForm& interface)
     }
 }
 
-TJson TDaemon::Call(const json::TOperationForm& operation, const TJson& arguments)
+TJson TCDaemonAccess::Call(const json::TOperationForm& operation, const TJson& arguments)
 {
     operation.Check(arguments);
     const json::TInterfaceForm& interface = *json::FindInterface(operation.InterfaceName());
-    if (!operation.IsLocal())
+    if (operation.IsLocal())
     {
-        Require(interface);
+        return operation.Invoke(interface.Instance(), arguments);
     }
-    void* const instance = interface.Instance();
-    const TFailedCalls failed;
-    TJson answer = operation.Invoke(instance, arguments);
-    if (!failed.Reason().empty())
-    {
-        throw TFailure(EXIT_NO_DAEMON, operation.FullName() + " did not get through: " + failed.Reason());
-    }
+    Require(interface);
+    TJson answer = operation.Invoke(interface.Instance(), arguments);
+    RequireThrough(operation.FullName());
     return answer;
 }
 
-TJson TDaemon::Call(const char* interface, const char* operation, const TJson& arguments)
+TJson TCDaemonAccess::Call(const char* interface, const char* operation, const TJson& arguments)
 {
     return Call(*json::FindInterface(interface)->Find(operation), arguments);
 }
