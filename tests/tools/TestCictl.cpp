@@ -37,9 +37,9 @@ TSRun Cictl(std::vector<std::string> arguments, const std::string& input = {})
 std::vector<std::string> AllNames()
 {
     std::vector<std::string> names;
-    for (const json::TInterfaceForm* interface : json::Interfaces())
+    for (const json::TInterfaceForm& interface : json::Interfaces())
     {
-        names.push_back(interface->ConnectionName());
+        names.push_back(interface.ConnectionName());
     }
     return names;
 }

@@ -2,6 +2,8 @@
 
 #include "cictl/Verb.h"
 
+#include "protocol/Interfaces.h"
+
 #include <ciapi/CICallOutcome.h>
 #include <ciapi/CINames.h>
 #include <ciapi/CIService.h>
@@ -9,6 +11,7 @@
 #include <tvplatform/SystemInfo.h>
 
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 namespace CIM::cictl
@@ -45,6 +48,37 @@ void RequireFeatureKeys()
                                                   : "CI is not enabled or not certified on this set (" +
                                                         CI_FMS_SUPPORT + ", " + CI_FMS_SUPPORT_CERTIFICATION + ")");
     }
+}
+
+ICISignalSubscriber* SubscriberInstance()
+{
+    return TCCIService::CISignalSubscriberInstance(nullptr); // a single call hears no signals; TSignals does
+}
+
+/// The facade's instance of an interface, as Invoke takes it. Connects when it is the first.
+void* InstanceOf(const json::TInterfaceForm& interface)
+{
+    static constexpr std::tuple instances{
+        &TCCIService::CIGeneralInstance,
+        &TCCIService::CIAppMMIInstance,
+        &TCCIService::CIOperatorProfileInstance,
+        &TCCIService::PvrCipInstance,
+        &TCCIService::CIDebugInstance,
+        &TCCIService::CIAuxiliaryFileSystemInstance,
+        &TCCIService::CICAMPlayerInstance,
+        &TCCIService::CISampleDecryptionInstance,
+        &SubscriberInstance,
+    };
+    void* instance = nullptr;
+    protocol::ForEachInterface(
+        [&]<class Interface>(protocol::TType<Interface>)
+        {
+            if (interface.Name() == protocol::NameOf<Interface>())
+            {
+                instance = std::get<Interface* (*)()>(instances)();
+            }
+        });
+    return instance;
 }
 
 /// Why a call failed. What D-Bus says of these errors is meant for programmers.
@@ -95,10 +129,10 @@ TJson TCDaemonAccess::Call(const json::TOperationForm& operation, const TJson& a
     const json::TInterfaceForm& interface = *json::FindInterface(operation.InterfaceName());
     if (operation.IsLocal())
     {
-        return operation.Invoke(interface.Instance(), arguments);
+        return operation.Invoke(InstanceOf(interface), arguments);
     }
     Require(interface);
-    TJson answer = operation.Invoke(interface.Instance(), arguments);
+    TJson answer = operation.Invoke(InstanceOf(interface), arguments);
     RequireThrough(operation.FullName());
     return answer;
 }
@@ -110,7 +144,7 @@ TJson TCDaemonAccess::Call(const char* interface, const char* operation, const T
 
 bool IsYes(const json::TOperationForm& operation, const TJson& answer)
 {
-    const bool isPlayerHandle = operation.ResultType().Type().text == "uint16";
+    const bool isPlayerHandle = operation.ResultType().text == "uint16";
     return isPlayerHandle ? answer["result"] != 0xFFFF : IsYes(answer);
 }
 
