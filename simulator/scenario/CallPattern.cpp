@@ -36,7 +36,7 @@ std::string ParameterNames(const json::TOperationForm& form)
 /// Checks the value of an enumeration: the commonest slip, and one that would only show as a call that never comes.
 void CheckValue(const json::TSParameter& parameter, const nlohmann::json& value)
 {
-    const json::TSType& type = parameter.type->Type();
+    const json::TSType& type = *parameter.type;
     if (type.kind == json::EKind::ENUM && value.is_string())
     {
         json::EnumFromJson(*type.enumerations.front(), json::TJson(value), json::TJsonPath());
@@ -77,9 +77,9 @@ TCallPattern::TCallPattern(const std::string& operation, const nlohmann::json& a
     if (interface == nullptr)
     {
         std::string names;
-        for (const json::TInterfaceForm* const known : json::Interfaces())
+        for (const json::TInterfaceForm& known : json::Interfaces())
         {
-            names += (names.empty() ? "" : ", ") + known->Name();
+            names += (names.empty() ? "" : ", ") + known.Name();
         }
         throw std::invalid_argument("expected one of the interfaces " + names);
     }

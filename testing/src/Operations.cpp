@@ -2,6 +2,8 @@
 
 #include "simulator/daemon/Skeletons.h"
 
+#include "protocol/Interfaces.h"
+
 #include <stdexcept>
 
 namespace CIM::test
@@ -52,15 +54,7 @@ const TSKnown& Find(const TMemberKey& member)
     static const std::map<TMemberKey, TSKnown> known = []
     {
         std::map<TMemberKey, TSKnown> all;
-        AddTo<ICIGeneral>(all);
-        AddTo<ICIOperatorProfile>(all);
-        AddTo<ICIAppMMI>(all);
-        AddTo<IPvrCip>(all);
-        AddTo<ICIDebug>(all);
-        AddTo<ICIAuxiliaryFileSystem>(all);
-        AddTo<ICICAMPlayer>(all);
-        AddTo<ICISampleDecryption>(all);
-        AddTo<ICISignalSubscriber>(all);
+        protocol::ForEachInterface([&]<class Interface>(protocol::TType<Interface>) { AddTo<Interface>(all); });
         return all;
     }();
     const auto found = known.find(member);

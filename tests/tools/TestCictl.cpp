@@ -37,9 +37,9 @@ TSRun Cictl(std::vector<std::string> arguments, const std::string& input = {})
 std::vector<std::string> AllNames()
 {
     std::vector<std::string> names;
-    for (const json::TInterfaceForm* interface : json::Interfaces())
+    for (const json::TInterfaceForm& interface : json::Interfaces())
     {
-        names.push_back(interface->ConnectionName());
+        names.push_back(interface.ConnectionName());
     }
     return names;
 }
@@ -168,9 +168,13 @@ TEST(Cictl, TellsARefusalFromACallThatDoesNotGetThrough)
          "result:    0", ""},
         {"nothing written", [](const auto& r) { return TScriptedDaemon::Reply(r, 1, ""); }, 1, "result:    -1", ""},
         {"an error", [](const auto& r) { return TScriptedDaemon::Error(r, "org.x.Bad", "went wrong"); }, 3, "",
-         "went wrong"},
-        {"not handled", [](const auto& r) { return TScriptedDaemon::Reply(r, 0, ""); }, 3, "", "broken"},
-        {"no tree", [](const auto& r) { return TScriptedDaemon::Reply(r, 1, "\xff\xff"); }, 3, "", "argument tree"},
+         "ICIDebug.GetSlotsCount did not get through: org.x.Bad: went wrong\n"},
+        {"gone meanwhile", [](const auto& r) { return TScriptedDaemon::Error(r, DBUS_ERROR_NO_REPLY, "?"); }, 3, "",
+         "through: the CI daemon did not answer in time, or went away before it answered (org.freedesktop.DBus.Error."},
+        {"not handled", [](const auto& r) { return TScriptedDaemon::Reply(r, 0, ""); }, 3, "",
+         "the daemon did not handle the call"},
+        {"no tree", [](const auto& r) { return TScriptedDaemon::Reply(r, 1, "\xff\xff"); }, 3, "",
+         "the reply is not readable"},
     };
     for (const auto& test : cases)
     {
@@ -232,7 +236,8 @@ TEST(Cictl, WatchesSignalsAndUnsubscribesWhenInterrupted)
         (*daemon).Send(TScriptedDaemon::Signal("Signal", "31", "3", {payload, sizeof payload}));
     };
 
-    TStartedCommand counting({CICTL, "watch", "31", "--handle", "3", "--json", "--count", "2", "--timeout", "30"});
+    TStartedCommand counting(
+        {CICTL, "watch", "31", "31", "--handle", "3", "--json", "--count", "2", "--timeout", "30"});
     ASSERT_TRUE(waitFor(1));
     for (unsigned char value = 1; value < 4; ++value)
     {

@@ -40,6 +40,7 @@ TEST(CictlWithSimulator, ShowsTheSet)
         {"cictl call ICISampleDecryption.IsDRMSupported systemId=0x0B00", 0, "IsDRMSupported#systemId"},
         {"cictl call general.EnterMenu slot=0 --one-way", 0, "result:    1"},
         {"cictl call general.GetApplicationInfo slot=9", 1, "result:    0"},
+        {"cictl call general.IsCiSupported", 0, "result:    1"},
         {"echo 1234 | cictl pin 0 verify", 0, "CAM_PIN_CODE_STATUS_CORRECT"},
         {"echo 4321 | cictl pin 0 verify --json", 1, R"("status":"CAM_PIN_CODE_STATUS_BAD","triesLeft":2)"},
         {"echo 1234 | cictl pin 0 verify && echo 0000 | cictl pin 0 set && echo 0000 | cictl pin 0 verify", 0,

@@ -101,7 +101,7 @@ TJson SampleArguments(const TOperationForm& operation, bool (*passes)(protocol::
     {
         if (passes(parameter.word))
         {
-            const std::vector<TJson> samples = SamplesOf(parameter.type->Type());
+            const std::vector<TJson> samples = SamplesOf(*parameter.type);
             arguments[parameter.name] = samples.empty() ? TJson() : samples[n % samples.size()];
         }
     }
@@ -111,12 +111,12 @@ TJson SampleArguments(const TOperationForm& operation, bool (*passes)(protocol::
 template <class Body>
 void ForEveryOperation(Body body)
 {
-    for (const TInterfaceForm* interface : Interfaces())
+    for (const TInterfaceForm& interface : Interfaces())
     {
-        for (const auto& operation : interface->Operations())
+        for (const TOperationForm& operation : interface.Operations())
         {
-            SCOPED_TRACE(operation->FullName());
-            body(*interface, *operation);
+            SCOPED_TRACE(operation.FullName());
+            body(interface, operation);
         }
     }
 }
@@ -154,7 +154,7 @@ TEST(Json, CarriesEveryOperationsRequestsAndReplies)
                 EXPECT_EQ(decoded.error, "");
                 EXPECT_EQ(decoded.json, inputs);
 
-                const std::vector<TJson> results = SamplesOf(operation.ResultType().Type());
+                const std::vector<TJson> results = SamplesOf(operation.ResultType());
                 const TJson outcome = {{"result", results[n % results.size()]},
                                        {"outputs", SampleArguments(operation, protocol::IsOutput, n)}};
                 const std::string reply = operation.ReplyFromJson(outcome);

@@ -6,29 +6,30 @@ namespace CIM::cictl
 {
 TBus::TBus()
 {
-    TBusError error;
-    m_connection.reset(dbus_bus_get_private(DBUS_BUS_SYSTEM, error.Get()));
+    TCDBusError error;
+    m_connection = OpenSystemBus(error);
     if (!m_connection)
     {
-        throw TFailure(EXIT_NO_DAEMON, "there is no system bus: " + error.Text());
+        throw TFailure(EXIT_NO_DAEMON, std::string("there is no system bus: ") + error.Text());
     }
-    dbus_connection_set_exit_on_disconnect(m_connection.get(), FALSE);
+}
+
+TCMessagePtr TBus::Ask(DBusMessage* call, TCDBusError& error)
+{
+    return TCMessagePtr(
+        dbus_connection_send_with_reply_and_block(m_connection.get(), call, DBUS_TIMEOUT_USE_DEFAULT, error.Get()));
 }
 
 std::string TBus::OwnerOf(const std::string& name)
 {
-    const std::unique_ptr<DBusMessage, decltype(&dbus_message_unref)> call(
-        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "GetNameOwner"),
-        &dbus_message_unref);
+    const TCMessagePtr call(
+        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "GetNameOwner"));
     const char* const text = name.c_str();
     dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
-    TBusError error;
-    const std::unique_ptr<DBusMessage, decltype(&dbus_message_unref)> reply(
-        dbus_connection_send_with_reply_and_block(m_connection.get(), call.get(), DBUS_TIMEOUT_USE_DEFAULT,
-                                                  error.Get()),
-        &dbus_message_unref);
+    TCDBusError error;
+    const TCMessagePtr reply = Ask(call.get(), error);
     const char* owner = nullptr;
-    if (reply && dbus_message_get_args(reply.get(), nullptr, DBUS_TYPE_STRING, &owner, DBUS_TYPE_INVALID))
+    if (reply && dbus_message_get_args(reply.get(), error.Get(), DBUS_TYPE_STRING, &owner, DBUS_TYPE_INVALID))
     {
         return owner;
     }
@@ -36,6 +37,6 @@ std::string TBus::OwnerOf(const std::string& name)
     {
         return {};
     }
-    throw TFailure(EXIT_NO_DAEMON, "the system bus does not answer: " + error.Text());
+    throw TFailure(EXIT_NO_DAEMON, std::string("the system bus does not answer: ") + error.Text());
 }
 } // namespace CIM::cictl

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <dbus/dbus.h>
+#include "bus/Handles.h"
 
-#include <memory>
 #include <string>
 
 namespace CIM::cictl
@@ -17,32 +16,11 @@ public:
     /// The unique name that owns a bus name; empty when nobody does. Blocks for the bus's answer.
     /// \throws TFailure when the bus is gone
     std::string OwnerOf(const std::string& name);
+    /// Blocks for the reply to a call. \return null, with the error set, when there is none or it is an error
+    TCMessagePtr Ask(DBusMessage* call, TCDBusError& error);
     DBusConnection* Get() const { return m_connection.get(); }
 
 private:
-    struct TClose
-    {
-        void operator()(DBusConnection* connection) const
-        {
-            dbus_connection_close(connection);
-            dbus_connection_unref(connection);
-        }
-    };
-    std::unique_ptr<DBusConnection, TClose> m_connection;
-};
-
-/// A DBusError that frees itself.
-class TBusError
-{
-public:
-    TBusError() { dbus_error_init(&m_error); }
-    ~TBusError() { dbus_error_free(&m_error); }
-    TBusError(const TBusError&) = delete;
-    TBusError& operator=(const TBusError&) = delete;
-    DBusError* Get() { return &m_error; }
-    std::string Text() const { return dbus_error_is_set(&m_error) ? m_error.message : "unknown error"; }
-
-private:
-    DBusError m_error;
+    TCConnectionPtr m_connection;
 };
 } // namespace CIM::cictl

@@ -135,7 +135,7 @@ TJson ValueFromWord(const json::TSType& type, const std::string& word)
     return value.is_discarded() ? TJson(word) : value;
 }
 
-EExit CallAndPrint(TDaemon& daemon, const json::TOperationForm& operation, const TJson& arguments, bool asJson)
+EExit CallAndPrint(TCDaemonAccess& daemon, const json::TOperationForm& operation, const TJson& arguments, bool asJson)
 {
     TJson answer = daemon.Call(operation, arguments);
     const bool isYes = IsYes(operation, answer);
@@ -160,7 +160,7 @@ TJson ArgumentsInOrder(const json::TOperationForm& operation, std::span<const st
             inputs += std::string(" ") + parameter.name;
             if (count < words.size())
             {
-                arguments[parameter.name] = ValueFromWord(parameter.type->Type(), words[count]);
+                arguments[parameter.name] = ValueFromWord(*parameter.type, words[count]);
             }
             ++count;
         }
@@ -193,7 +193,7 @@ EExit CallVerb(const TArguments& arguments)
     for (const auto& [name, word] : given)
     {
         const json::TSParameter* const parameter = operation.FindParameter(name);
-        values[name] = parameter ? ValueFromWord(parameter->type->Type(), word) : TJson(word);
+        values[name] = parameter ? ValueFromWord(*parameter->type, word) : TJson(word);
     }
     if (arguments.IsSet("one-way"))
     {
@@ -204,7 +204,7 @@ EExit CallVerb(const TArguments& arguments)
         values["oneWay"] = true;
     }
     operation.Check(values); // wrong arguments are told even where there is no daemon
-    TDaemon daemon;
+    TCDaemonAccess daemon;
     return CallAndPrint(daemon, operation, values, arguments.IsJson());
 }
 
@@ -221,13 +221,13 @@ EExit ListVerb(const TArguments& arguments)
     {
         operations = FindOperations(wanted);
     }
-    for (const json::TInterfaceForm* interface : json::Interfaces())
+    for (const json::TInterfaceForm& interface : json::Interfaces())
     {
-        for (const auto& operation : interface->Operations())
+        for (const json::TOperationForm& operation : interface.Operations())
         {
-            if (interface == only || wanted.empty())
+            if (&interface == only || wanted.empty())
             {
-                operations.push_back(operation.get());
+                operations.push_back(&operation);
             }
         }
     }

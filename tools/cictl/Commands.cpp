@@ -83,7 +83,7 @@ EExit PlayerVerb(const TArguments& arguments)
     }
     const TJson values = ArgumentsInOrder(operation, words);
     operation.Check(values);
-    TDaemon daemon;
+    TCDaemonAccess daemon;
     return CallAndPrint(daemon, operation, values, arguments.IsJson());
 }
 
@@ -92,24 +92,24 @@ EExit DebugVerb(const TArguments& arguments)
     const json::TInterfaceForm& interface = *json::FindInterface("ICIDebug");
     const std::string command = arguments.Text("command");
     TJson commands = TJson::array();
-    for (const auto& operation : interface.Operations())
+    for (const json::TOperationForm& operation : interface.Operations())
     {
-        const std::string dashed = Dashed(operation->Name());
-        commands.push_back({{"command", dashed}, {"values", InputNames(*operation)}});
-        if (command != dashed && command != operation->Name())
+        const std::string dashed = Dashed(operation.Name());
+        commands.push_back({{"command", dashed}, {"values", InputNames(operation)}});
+        if (command != dashed && command != operation.Name())
         {
             continue;
         }
-        const TJson values = ArgumentsInOrder(*operation, arguments.Many("value"));
-        operation->Check(values);
+        const TJson values = ArgumentsInOrder(operation, arguments.Many("value"));
+        operation.Check(values);
         const bool deletes =
-            std::find(std::begin(DELETING), std::end(DELETING), operation->Name()) != std::end(DELETING);
+            std::find(std::begin(DELETING), std::end(DELETING), operation.Name()) != std::end(DELETING);
         if (deletes && !arguments.IsSet("yes"))
         {
             throw TFailure(EXIT_USAGE, dashed + " deletes data for good: give --yes to go on");
         }
-        TDaemon daemon;
-        return CallAndPrint(daemon, *operation, values, arguments.IsJson());
+        TCDaemonAccess daemon;
+        return CallAndPrint(daemon, operation, values, arguments.IsJson());
     }
     if (!command.empty())
     {

@@ -23,7 +23,7 @@ constexpr unsigned PAGE_MS = 20'000; ///< how long a CAM may think about the nex
 class TWalk
 {
 public:
-    TWalk(TDaemon& daemon, unsigned char slot)
+    TWalk(TCDaemonAccess& daemon, unsigned char slot)
         : m_daemon(daemon), m_slot(slot), m_signals(daemon, [this](const TSSignal& signal) { OnSignal(signal); })
     {
     }
@@ -308,7 +308,7 @@ private:
         }
     }
 
-    TDaemon& m_daemon;
+    TCDaemonAccess& m_daemon;
     unsigned char m_slot;
     TSignals m_signals;
     TInputLines m_lines;
@@ -328,7 +328,7 @@ private:
 EExit MenuVerb(const TArguments& arguments)
 {
     const unsigned char slot = arguments.Slot();
-    TDaemon daemon;
+    TCDaemonAccess daemon;
     return TWalk(daemon, slot).Go();
 }
 } // namespace CIM::cictl

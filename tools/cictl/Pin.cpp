@@ -44,7 +44,7 @@ EExit PinVerb(const TArguments& arguments)
         throw TFailure(EXIT_USAGE, "pin can verify or set, not \"" + action + "\"");
     }
     const unsigned char slot = arguments.Slot();
-    TDaemon daemon;
+    TCDaemonAccess daemon;
     daemon.Require(*json::FindInterface("ICIGeneral"));
 
     TInputLines input;

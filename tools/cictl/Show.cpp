@@ -60,7 +60,7 @@ TJson HexNumbers(const TJson& numbers)
 }
 
 // Everything about the slots, each under its number as text, as the interfaces give it.
-TJson GatherSlots(TDaemon& daemon)
+TJson GatherSlots(TCDaemonAccess& daemon)
 {
     TJson statuses = daemon.Call("ICIGeneral", "GetCiSlotStatus", {{"selection", 0}});
     if (!IsYes(statuses))
@@ -91,7 +91,7 @@ TJson GatherSlots(TDaemon& daemon)
 
 EExit SlotsVerb(const TArguments& arguments)
 {
-    TDaemon daemon;
+    TCDaemonAccess daemon;
     TJson records = GatherSlots(daemon);
     for (TJson& record : records)
     {
@@ -104,7 +104,7 @@ EExit SlotsVerb(const TArguments& arguments)
 EExit InfoVerb(const TArguments& arguments)
 {
     const long wanted = arguments.Number("slot", 0, 255, -1);
-    TDaemon daemon;
+    TCDaemonAccess daemon;
     TJson records = GatherSlots(daemon);
     const TJson caSystems = daemon.Call("ICIGeneral", "GetCaSystemIds", TJson::object())["outputs"]["caSystemIds"];
     const TJson states = daemon.Call("ICIGeneral", "GetCurrentCiStatus", TJson::object())["outputs"]["status"]["slots"];
@@ -142,7 +142,7 @@ EExit InfoVerb(const TArguments& arguments)
 
 EExit CaSystemsVerb(const TArguments& arguments)
 {
-    TDaemon daemon;
+    TCDaemonAccess daemon;
     const TJson answer = daemon.Call("ICIGeneral", "GetCaSystemIds", TJson::object());
     if (!IsYes(answer))
     {
@@ -159,7 +159,7 @@ EExit CaSystemsVerb(const TArguments& arguments)
 
 EExit ProfilesVerb(const TArguments& arguments)
 {
-    TDaemon daemon;
+    TCDaemonAccess daemon;
     TJson records = TJson::array();
     bool isAnswered = false;
     for (const auto& [operation, state] : {std::pair("GetInstalledOperatorProfiles#list", "installed"),
@@ -192,7 +192,7 @@ EExit RecordingVerb(const TArguments& arguments)
         {"IsBlockedByParentalControl", {{"blocked", "blocked"}}},
         {"GetExpiredContentSections", {{"sections", "expiredSections"}}},
     };
-    TDaemon daemon;
+    TCDaemonAccess daemon;
     const TJson file = json::TextToJson(arguments.Text("file"));
     TJson record = {{"file", file}};
     bool isAnswered = false;

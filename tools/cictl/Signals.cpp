@@ -1,10 +1,10 @@
 #include "cictl/Signals.h"
 
-#include "cictl/FailedCalls.h"
 #include "cictl/Verb.h"
 
 #include <ciapi/CIService.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -26,7 +26,7 @@ unsigned short TSSignal::Number() const
     return number;
 }
 
-TSignals::TSignals(TDaemon& daemon, std::function<void(const TSSignal&)> handler)
+TSignals::TSignals(TCDaemonAccess& daemon, std::function<void(const TSSignal&)> handler)
     : m_daemon(daemon), m_handler(std::move(handler)), m_loop(g_main_loop_new(nullptr, FALSE), &g_main_loop_unref)
 {
     m_daemon.Require(SubscriberForm());
@@ -50,18 +50,18 @@ TSignals::~TSignals()
 
 void TSignals::Subscribe(ECISignalType type, EProfile profile, unsigned short handle)
 {
-    m_Subscribe({type, profile, handle});
-    m_subscriptions.push_back({type, profile, handle});
+    const TSSubscription subscription{type, profile, handle};
+    if (std::find(m_subscriptions.begin(), m_subscriptions.end(), subscription) == m_subscriptions.end())
+    {
+        m_Subscribe(subscription);
+        m_subscriptions.push_back(subscription);
+    }
 }
 
 void TSignals::m_Subscribe(const TSSubscription& subscription)
 {
-    const TFailedCalls failed;
     const int result = Subscriber()->Subscribe(subscription.type, this, subscription.profile, subscription.handle, 0);
-    if (!failed.Reason().empty())
-    {
-        throw TFailure(EXIT_NO_DAEMON, "the subscription did not get through: " + failed.Reason());
-    }
+    RequireThrough("the subscription to " + ToString(subscription.type));
     if (result == 0)
     {
         throw TFailure(EXIT_REFUSED, "the subscription to " + ToString(subscription.type) + " was refused");

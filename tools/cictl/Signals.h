@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cictl/Daemon.h"
+#include "cictl/DaemonAccess.h"
 
 #include <ciapi/CISignalDataType.h>
 
@@ -32,12 +32,12 @@ struct TSSignal
 class TSignals
 {
 public:
-    TSignals(TDaemon& daemon, std::function<void(const TSSignal&)> handler);
+    TSignals(TCDaemonAccess& daemon, std::function<void(const TSSignal&)> handler);
     ~TSignals();
     TSignals(const TSignals&) = delete;
     TSignals& operator=(const TSignals&) = delete;
 
-    /// \throws TFailure when the daemon or the bus refuses
+    /// Does nothing when it is subscribed already. \throws TFailure when the daemon or the bus refuses
     void Subscribe(ECISignalType type, EProfile profile, unsigned short handle);
     /// Calls back until Quit, or until the time is over. What a callback throws comes out here.
     /// \return false when the time was over
@@ -57,6 +57,8 @@ private:
         ECISignalType type;
         EProfile profile;
         unsigned short handle;
+
+        bool operator==(const TSSubscription&) const = default;
     };
 
     static int s_OnSignal(ECISignalType type, EProfile profile, unsigned short handle, TSSignalData data, void* self);
@@ -66,7 +68,7 @@ private:
     void m_Subscribe(const TSSubscription& subscription);
     void m_CheckDaemon();
 
-    TDaemon& m_daemon;
+    TCDaemonAccess& m_daemon;
     std::function<void(const TSSignal&)> m_handler;
     std::vector<TSSubscription> m_subscriptions;
     std::vector<guint> m_sources;

@@ -78,7 +78,7 @@ EExit WatchVerb(const TArguments& arguments)
     const long count = arguments.Number("count", 1, 1'000'000'000, 0);
     const long timeout = arguments.Number("timeout", 1, 4'000'000, 0);
 
-    TDaemon daemon;
+    TCDaemonAccess daemon;
     long seen = 0;
     TSignals* loop = nullptr;
     TSignals signals(daemon,

@@ -1,15 +1,28 @@
-#include "json/Interfaces.h"
-
 #include "json/OperationForm.h"
+#include "json/RowForm.h"
+
+#include "protocol/Interfaces.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
+
+// The one source that knows the rows of all interfaces. One is cheaper to compile than one an interface: they have
+// their values' types in common.
 
 namespace CIM::json
 {
 namespace
 {
+template <class... Interfaces>
+struct TForms
+{
+    static std::span<const TInterfaceForm> All()
+    {
+        static const TInterfaceForm forms[] = {MakeInterfaceForm<Interfaces>()...};
+        return forms;
+    }
+};
+
 std::string Lower(std::string_view text)
 {
     std::string lower(text);
@@ -18,24 +31,17 @@ std::string Lower(std::string_view text)
 }
 } // namespace
 
-std::span<const TInterfaceForm* const> Interfaces()
-{
-    static const std::array<const TInterfaceForm*, 9> interfaces = {
-        &GeneralForm(),         &AppMMIForm(), &AuxiliaryFileSystemForm(), &CICAMPlayerForm(),      &DebugForm(),
-        &OperatorProfileForm(), &PvrCipForm(), &SampleDecryptionForm(),    &SignalSubscriberForm(),
-    };
-    return interfaces;
-}
+std::span<const TInterfaceForm> Interfaces() { return protocol::TInterfaces::As<TForms>::All(); }
 
 const TInterfaceForm* FindInterface(std::string_view name)
 {
     const std::string wanted = Lower(name);
-    for (const TInterfaceForm* form : Interfaces())
+    for (const TInterfaceForm& form : Interfaces())
     {
-        const std::string known = Lower(form->Name());
-        if (wanted == known || "ici" + wanted == known || "i" + wanted == known || name == form->ConnectionName())
+        const std::string known = Lower(form.Name());
+        if (wanted == known || "ici" + wanted == known || "i" + wanted == known || name == form.ConnectionName())
         {
-            return form;
+            return &form;
         }
     }
     return nullptr;

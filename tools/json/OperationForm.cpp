@@ -4,6 +4,7 @@
 #include <tvplatform/MessageBuffer.h>
 #include <tvplatform/Tree.h>
 
+#include <functional>
 #include <set>
 
 namespace CIM::json
@@ -98,19 +99,78 @@ private:
 };
 } // namespace
 
-TOperationForm::TOperationForm(std::string interfaceName, const char* name, short id, bool isLocal,
-                               const TITypeForm& resultType)
-    : m_interfaceName(std::move(interfaceName)), m_key(name), m_name(name), m_id(id), m_isLocal(isLocal),
-      m_resultType(&resultType)
+/// The values of one call.
+class TOperationForm::TCValues
 {
-}
+public:
+    explicit TCValues(const TOperationForm& operation) : m_operation(operation), m_result(operation.m_result.newValue())
+    {
+        for (const TSParameter& parameter : operation.m_parameters)
+        {
+            m_parameters.push_back(parameter.newValue());
+        }
+    }
+    TIValue& Result() { return *m_result; }
+    TIValue& Parameter(std::size_t index) { return *m_parameters[index]; }
 
-void TOperationForm::t_AddParameter(const char* name, EWord word, const TITypeForm& type)
+    /// Writes what is sent or answered, the result first.
+    std::string Write(TCMarshallingHelper& frame)
+    {
+        m_ForEach(&TIValue::Store);
+        m_Push(frame);
+        return Bytes(frame, m_operation.Id());
+    }
+    /// \return false when the tree does not fit
+    bool Read(TCMarshallingHelper& frame, TCTreeBranchList& tree)
+    {
+        m_Push(frame);
+        const bool fits = frame.TreeToClass(tree);
+        m_ForEach(&TIValue::Load);
+        return fits;
+    }
+    void Call(void* object)
+    {
+        std::vector<void*> addresses;
+        for (const auto& parameter : m_parameters)
+        {
+            addresses.push_back(parameter->Address());
+        }
+        m_operation.m_call(object, m_result->Address(), addresses.data());
+    }
+
+private:
+    void m_Push(TCMarshallingHelper& frame)
+    {
+        m_ForEach([&](TIValue& value) { value.Push(frame); });
+    }
+    template <class Action>
+    void m_ForEach(Action action)
+    {
+        std::invoke(action, *m_result);
+        for (const auto& parameter : m_parameters)
+        {
+            std::invoke(action, *parameter);
+        }
+    }
+
+    const TOperationForm& m_operation;
+    std::unique_ptr<TIValue> m_result;
+    std::vector<std::unique_ptr<TIValue>> m_parameters;
+};
+
+TOperationForm::TOperationForm(const TSRowForm& row)
+    : m_interfaceName(row.interfaceName), m_key(row.name), m_name(row.name), m_id(row.id), m_isLocal(row.isLocal),
+      m_result(row.result), m_call(row.call)
 {
-    const bool isPair = word == EWord::IN_MEMBERS || word == EWord::OUT_MEMBERS;
-    const unsigned nodes = !protocol::IsSent(word) ? 0 : isPair ? 2 : 1;
-    m_parameters.push_back({name, word, &type, m_nodeCount, nodes});
-    m_nodeCount += nodes;
+    unsigned position = 1; // behind the result
+    for (std::size_t i = 0; i < row.parameters.size(); ++i)
+    {
+        const auto& [word, type, newValue] = row.parameters[i];
+        const bool isPair = word == EWord::IN_MEMBERS || word == EWord::OUT_MEMBERS;
+        const unsigned nodes = !protocol::IsSent(word) ? 0 : isPair ? 2 : 1;
+        m_parameters.push_back({row.parameterNames[i], word, &type(), position, nodes, newValue});
+        position += nodes;
+    }
 }
 
 const TSParameter* TOperationForm::FindParameter(std::string_view name) const
@@ -130,7 +190,7 @@ TJson TOperationForm::Describe() const
     TJson parameters = TJson::array();
     for (const TSParameter& parameter : m_parameters)
     {
-        const TSType& type = parameter.type->Type();
+        const TSType& type = *parameter.type;
         TJson described = {{"name", parameter.name}, {"direction", WordText(parameter.word)}, {"type", type.text}};
         for (const TSEnumeration* enumeration : type.enumerations)
         {
@@ -148,18 +208,16 @@ TJson TOperationForm::Describe() const
         described["local"] = true;
     }
     described["parameters"] = std::move(parameters);
-    described["result"] = m_resultType->Type().text;
+    described["result"] = ResultType().text;
     return described;
 }
 
 TSDecoded TOperationForm::RequestToJson(std::string_view payload) const
 {
     TPayload request(payload, *this);
-    const std::unique_ptr<TIValues> values = m_NewValues();
+    TCValues values(*this);
     TCMarshallingHelperStub frame;
-    values->Push(frame);
-    const bool fits = frame.TreeToClass(request.Tree());
-    values->Load();
+    const bool fits = values.Read(frame, request.Tree());
     TJson arguments = TJson::object();
     std::set<unsigned> known;
     bool isComplete = true;
@@ -174,7 +232,7 @@ TSDecoded TOperationForm::RequestToJson(std::string_view payload) const
         known.insert(parameter.position + parameter.nodeCount - 1);
         if (HasNodes(request.Tree(), parameter))
         {
-            arguments[parameter.name] = parameter.type->To(values->Parameter(i));
+            arguments[parameter.name] = values.Parameter(i).ToJson();
         }
         else if (request.Tree().IsValid())
         {
@@ -198,15 +256,13 @@ TSDecoded TOperationForm::ReplyToJson(std::string_view payload) const
         return {std::move(decoded), {}}; // handled, and nothing written
     }
     TPayload reply(payload, *this);
-    const std::unique_ptr<TIValues> values = m_NewValues();
+    TCValues values(*this);
     TCMarshallingHelperProxy frame;
-    values->Push(frame);
-    const bool fits = frame.TreeToClass(reply.Tree());
-    values->Load();
+    const bool fits = values.Read(frame, reply.Tree());
     std::set<unsigned> known{0};
     if (reply.Tree().FindNode(0))
     {
-        decoded["result"] = m_resultType->To(values->Result());
+        decoded["result"] = values.Result().ToJson();
     }
     TJson outputs = TJson::object();
     for (std::size_t i = 0; i < m_parameters.size(); ++i)
@@ -220,7 +276,7 @@ TSDecoded TOperationForm::ReplyToJson(std::string_view payload) const
         known.insert(parameter.position + parameter.nodeCount - 1);
         if (HasNodes(reply.Tree(), parameter))
         {
-            outputs[parameter.name] = parameter.type->To(values->Parameter(i));
+            outputs[parameter.name] = values.Parameter(i).ToJson();
         }
     }
     decoded["outputs"] = std::move(outputs);
@@ -232,7 +288,7 @@ TSDecoded TOperationForm::ReplyToJson(std::string_view payload) const
     return {std::move(decoded), reply.Error()};
 }
 
-void TOperationForm::m_Take(const TJson& arguments, TIValues& values) const
+void TOperationForm::m_Take(const TJson& arguments, TCValues& values) const
 {
     if (!arguments.is_object())
     {
@@ -255,43 +311,45 @@ void TOperationForm::m_Take(const TJson& arguments, TIValues& values) const
         const TSParameter& parameter = m_parameters[i];
         if (const auto given = arguments.find(parameter.name); given != arguments.end())
         {
-            parameter.type->From(*given, values.Parameter(i), TJsonPath(parameter.name));
+            values.Parameter(i).FromJson(*given, TJsonPath(parameter.name));
         }
         else if (protocol::IsInput(parameter.word))
         {
             throw TJsonError(TJsonPath(parameter.name),
-                             "this argument of " + FullName() + " is missing (" + parameter.type->Type().text + ")");
+                             "this argument of " + FullName() + " is missing (" + parameter.type->text + ")");
         }
     }
 }
 
-void TOperationForm::Check(const TJson& arguments) const { m_Take(arguments, *m_NewValues()); }
+void TOperationForm::Check(const TJson& arguments) const
+{
+    TCValues values(*this);
+    m_Take(arguments, values);
+}
 
 std::string TOperationForm::RequestFromJson(const TJson& arguments) const
 {
-    const std::unique_ptr<TIValues> values = m_NewValues();
-    m_Take(arguments, *values);
-    values->Store();
+    TCValues values(*this);
+    m_Take(arguments, values);
     TCMarshallingHelperProxy frame;
-    values->Push(frame);
-    return Bytes(frame, m_id);
+    return values.Write(frame);
 }
 
 std::string TOperationForm::ReplyFromJson(const TJson& reply) const
 {
-    const std::unique_ptr<TIValues> values = m_NewValues();
+    TCValues values(*this);
     const auto result = reply.find("result");
     if (result != reply.end())
     {
-        m_resultType->From(*result, values->Result(), TJsonPath("result"));
+        values.Result().FromJson(*result, TJsonPath("result"));
     }
-    else if (m_resultType->Type().kind == EKind::BOOL)
+    else if (ResultType().kind == EKind::BOOL)
     {
-        m_resultType->From(true, values->Result(), TJsonPath("result"));
+        values.Result().FromJson(true, TJsonPath("result"));
     }
-    else if (m_resultType->Type().text == "int32")
+    else if (ResultType().text == "int32")
     {
-        m_resultType->From(1, values->Result(), TJsonPath("result"));
+        values.Result().FromJson(1, TJsonPath("result"));
     }
     if (const auto outputs = reply.find("outputs"); outputs != reply.end())
     {
@@ -308,34 +366,27 @@ std::string TOperationForm::ReplyFromJson(const TJson& reply) const
             {
                 throw TJsonError(place, FullName() + " has no such output");
             }
-            parameter->type->From(output.value(), values->Parameter(parameter - m_parameters.data()), place);
+            values.Parameter(parameter - m_parameters.data()).FromJson(output.value(), place);
         }
     }
-    values->Store();
     TCMarshallingHelperStub frame;
-    values->Push(frame);
-    return Bytes(frame, m_id);
+    return values.Write(frame);
 }
 
-TJson TOperationForm::m_Results(TIValues& values) const
+TJson TOperationForm::Invoke(void* object, const TJson& arguments) const
 {
+    TCValues values(*this);
+    m_Take(arguments, values);
+    values.Call(object);
     TJson outputs = TJson::object();
     for (std::size_t i = 0; i < m_parameters.size(); ++i)
     {
         if (protocol::IsOutput(m_parameters[i].word))
         {
-            outputs[m_parameters[i].name] = m_parameters[i].type->To(values.Parameter(i));
+            outputs[m_parameters[i].name] = values.Parameter(i).ToJson();
         }
     }
-    return {{"result", m_resultType->To(values.Result())}, {"outputs", std::move(outputs)}};
-}
-
-TJson TOperationForm::Invoke(void* object, const TJson& arguments) const
-{
-    const std::unique_ptr<TIValues> values = m_NewValues();
-    m_Take(arguments, *values);
-    values->Call(object);
-    return m_Results(*values);
+    return {{"result", values.Result().ToJson()}, {"outputs", std::move(outputs)}};
 }
 
 std::string TOperationForm::m_DistinctWord(const TOperationForm& other) const
@@ -353,7 +404,7 @@ std::string TOperationForm::m_DistinctWord(const TOperationForm& other) const
 
 std::string TOperationForm::m_ShapeWord() const
 {
-    const std::string& text = m_parameters.empty() ? m_resultType->Type().text : m_parameters.back().type->Type().text;
+    const std::string& text = m_parameters.empty() ? ResultType().text : m_parameters.back().type->text;
     return text.substr(0, text.find(' '));
 }
 
@@ -365,19 +416,17 @@ std::optional<short> MethodOf(std::string_view payload)
     return tree.IsValid() ? std::optional(static_cast<short>(tree.GetTag())) : std::nullopt;
 }
 
-TInterfaceForm::TInterfaceForm(std::string name, std::string connectionName, void* (*instance)(),
-                               std::vector<std::unique_ptr<TOperationForm>> operations)
-    : m_name(std::move(name)), m_connectionName(std::move(connectionName)), m_instance(instance),
-      m_operations(std::move(operations))
+TInterfaceForm::TInterfaceForm(std::string name, std::string connectionName, std::vector<TOperationForm> operations)
+    : m_name(std::move(name)), m_connectionName(std::move(connectionName)), m_operations(std::move(operations))
 {
-    for (const auto& operation : m_operations)
+    for (TOperationForm& operation : m_operations)
     {
-        for (const auto& other : m_operations)
+        for (const TOperationForm& other : m_operations)
         {
-            if (operation != other && std::string_view(operation->m_name) == other->m_name)
+            if (&operation != &other && std::string_view(operation.m_name) == other.m_name)
             {
-                const std::string word = operation->m_DistinctWord(*other);
-                operation->m_key = operation->m_name + ("#" + (word.empty() ? operation->m_ShapeWord() : word));
+                const std::string word = operation.m_DistinctWord(other);
+                operation.m_key = operation.m_name + ("#" + (word.empty() ? operation.m_ShapeWord() : word));
             }
         }
     }
@@ -385,11 +434,11 @@ TInterfaceForm::TInterfaceForm(std::string name, std::string connectionName, voi
 
 const TOperationForm* TInterfaceForm::Find(short methodId) const
 {
-    for (const auto& operation : m_operations)
+    for (const TOperationForm& operation : m_operations)
     {
-        if (operation->Id() == methodId)
+        if (operation.Id() == methodId)
         {
-            return operation.get();
+            return &operation;
         }
     }
     return nullptr;
@@ -397,11 +446,11 @@ const TOperationForm* TInterfaceForm::Find(short methodId) const
 
 const TOperationForm* TInterfaceForm::Find(std::string_view key) const
 {
-    for (const auto& operation : m_operations)
+    for (const TOperationForm& operation : m_operations)
     {
-        if (operation->Key() == key)
+        if (operation.Key() == key)
         {
-            return operation.get();
+            return &operation;
         }
     }
     return nullptr;
@@ -410,11 +459,11 @@ const TOperationForm* TInterfaceForm::Find(std::string_view key) const
 std::vector<const TOperationForm*> TInterfaceForm::FindAll(std::string_view name) const
 {
     std::vector<const TOperationForm*> found;
-    for (const auto& operation : m_operations)
+    for (const TOperationForm& operation : m_operations)
     {
-        if (operation->Key() == name || operation->Name() == name)
+        if (operation.Key() == name || operation.Name() == name)
         {
-            found.push_back(operation.get());
+            found.push_back(&operation);
         }
     }
     return found;

@@ -18,40 +18,38 @@ class TCMarshallingHelper;
 
 namespace CIM::json
 {
-/// The JSON form of some type.
-class TITypeForm
+/// A value of a call: its result or one of its parameters.
+class TIValue
 {
 public:
-    virtual ~TITypeForm() = default;
-    virtual const TSType& Type() const = 0;
-    /// \param[in] value  points to a value of the type
-    virtual TJson To(const void* value) const = 0;
-    virtual void From(const TJson& json, void* value, const TJsonPath& path) const = 0;
-};
-
-/// The values of one call of an operation: its result and its parameters, as objects.
-class TIValues
-{
-public:
-    virtual ~TIValues() = default;
-    virtual void* Parameter(std::size_t index) = 0;
-    virtual void* Result() = 0;
-    /// Pushes everything that is sent or answered, the result first.
+    virtual ~TIValue() = default;
+    /// The object itself.
+    virtual void* Address() = 0;
+    virtual TJson ToJson() const = 0;
+    virtual void FromJson(const TJson& json, const TJsonPath& path) = 0;
+    /// Pushes it, unless it is never sent.
     virtual void Push(TCMarshallingHelper& frame) = 0;
-    /// Brings what a frame has read into the values; what was put into the values into what a frame will write.
+    /// Brings what a frame has read into the value; what was put into the value into what a frame will write.
     virtual void Load() = 0;
     virtual void Store() = 0;
-    /// Calls the operation. \param[in] object  implements the interface of the operation
-    virtual void Call(void* object) = 0;
+};
+
+/// What the values in one place have in common.
+struct TSValueForm
+{
+    protocol::EWord word;
+    const TSType& (*type)();
+    std::unique_ptr<TIValue> (*newValue)();
 };
 
 struct TSParameter
 {
     const char* name;
     protocol::EWord word;
-    const TITypeForm* type;
+    const TSType* type;
     unsigned position;  ///< of its node in the argument tree; of the first one of two
     unsigned nodeCount; ///< 0 when it is not sent
+    std::unique_ptr<TIValue> (*newValue)();
 };
 
 /// A payload as JSON, and what is wrong with it.
@@ -67,11 +65,25 @@ struct TSDecoded
 /// \param[in,out] arguments  the call's arguments by name
 void HideSecrets(const std::string& operation, TJson& arguments);
 
+/// What a row says of its operation, without its types.
+struct TSRowForm
+{
+    const char* interfaceName;
+    const char* name;
+    short id;
+    bool isLocal;
+    const TSValueForm& result;
+    std::span<const TSValueForm> parameters;
+    const char* const* parameterNames;
+    /// Calls the operation of an object that implements the interface; addresses of the result and of each parameter.
+    void (*call)(void* object, void* result, void* const* parameters);
+};
+
 /// One operation of an interface. Thread-safe.
 class TOperationForm
 {
 public:
-    virtual ~TOperationForm() = default;
+    explicit TOperationForm(const TSRowForm& row);
 
     const std::string& InterfaceName() const { return m_interfaceName; }
     const char* Name() const { return m_name; }
@@ -84,7 +96,7 @@ public:
     short Id() const { return m_id; }
     /// Answered by the library itself, never sent.
     bool IsLocal() const { return m_isLocal; }
-    const TITypeForm& ResultType() const { return *m_resultType; }
+    const TSType& ResultType() const { return m_result.type(); }
     std::span<const TSParameter> Parameters() const { return m_parameters; }
     const TSParameter* FindParameter(std::string_view name) const;
 
@@ -102,7 +114,7 @@ public:
     std::string ReplyFromJson(const TJson& reply) const;
 
     /// Calls the operation.
-    /// \param[in] object     points to the interface of the operation
+    /// \param[in] object     points to the interface of the operation, such as the facade's instance
     /// \param[in] arguments  {"<input>": value, ...}; each must be given but "oneWay" and what is not sent
     /// \return {"result": value, "outputs": {...}}
     /// \throws TJsonError before the call, when the arguments are wrong
@@ -110,16 +122,11 @@ public:
     /// Like Invoke, but does not call: finds what is wrong with arguments. \throws TJsonError
     void Check(const TJson& arguments) const;
 
-protected:
-    TOperationForm(std::string interfaceName, const char* name, short id, bool isLocal, const TITypeForm& resultType);
-    void t_AddParameter(const char* name, protocol::EWord word, const TITypeForm& type);
-
 private:
     friend class TInterfaceForm;
+    class TCValues;
 
-    virtual std::unique_ptr<TIValues> m_NewValues() const = 0;
-    void m_Take(const TJson& arguments, TIValues& values) const;
-    TJson m_Results(TIValues& values) const;
+    void m_Take(const TJson& arguments, TCValues& values) const;
     std::string m_ShapeWord() const;
     std::string m_DistinctWord(const TOperationForm& other) const;
 
@@ -128,39 +135,36 @@ private:
     const char* m_name;
     short m_id;
     bool m_isLocal;
-    const TITypeForm* m_resultType;
+    TSValueForm m_result;
     std::vector<TSParameter> m_parameters;
-    unsigned m_nodeCount = 1; ///< of a request and its reply together: the result's and the parameters'
+    void (*m_call)(void* object, void* result, void* const* parameters);
 };
 
 /// One interface with its operations in slot order. Thread-safe.
 class TInterfaceForm
 {
 public:
-    /// \param[in] instance  gets the process's instance from the facade
-    TInterfaceForm(std::string name, std::string connectionName, void* (*instance)(),
-                   std::vector<std::unique_ptr<TOperationForm>> operations);
+    TInterfaceForm(std::string name, std::string connectionName, std::vector<TOperationForm> operations);
+    TInterfaceForm(const TInterfaceForm&) = delete;
+    TInterfaceForm& operator=(const TInterfaceForm&) = delete;
 
     const std::string& Name() const { return m_name; }
     /// Bus name and D-Bus interface.
     const std::string& ConnectionName() const { return m_connectionName; }
-    std::span<const std::unique_ptr<TOperationForm>> Operations() const { return m_operations; }
+    std::span<const TOperationForm> Operations() const { return m_operations; }
     const TOperationForm* Find(short methodId) const;
     const TOperationForm* Find(std::string_view key) const;
     /// All operations of a name, usually one.
     std::vector<const TOperationForm*> FindAll(std::string_view name) const;
-    /// The facade's instance, to be given to Invoke. Connects when it is the first; null after TCCIService::Destroy.
-    void* Instance() const { return m_instance(); }
 
 private:
     std::string m_name;
     std::string m_connectionName;
-    void* (*m_instance)();
-    std::vector<std::unique_ptr<TOperationForm>> m_operations;
+    std::vector<TOperationForm> m_operations;
 };
 
-/// The nine interfaces. Thread-safe.
-std::span<const TInterfaceForm* const> Interfaces();
+/// All interfaces, in the order of protocol::TInterfaces. Thread-safe.
+std::span<const TInterfaceForm> Interfaces();
 /// An interface by its name ("ICIGeneral", also without its prefix and in any case: "general") or by its bus name.
 /// \return null when there is none
 const TInterfaceForm* FindInterface(std::string_view name);

@@ -8,126 +8,84 @@
 #include <array>
 #include <tuple>
 
-// From the rows of a table to TOperationForm: only what needs a row's types, so that each interface compiles quickly.
-// Included by one source for each interface.
+// From the rows of a table to TOperationForm: only what needs a row's types. What needs no more than the type and the
+// word of one value is compiled once for all rows that have such a value.
 
 namespace CIM::json
 {
-template <class T>
-class TTypeForm final : public TITypeForm
-{
-public:
-    const TSType& Type() const override { return m_type; }
-    TJson To(const void* value) const override { return TJsonForm<T>::To(*static_cast<const T*>(value)); }
-    void From(const TJson& json, void* value, const TJsonPath& path) const override
-    {
-        TJsonForm<T>::From(json, *static_cast<T*>(value), path);
-    }
-
-private:
-    TSType m_type = TJsonForm<T>::Type();
-};
-
 /// Never sent and never read from JSON: the user data of a subscription.
 template <>
-class TTypeForm<void*> final : public TITypeForm
+struct TJsonForm<void*>
 {
-public:
-    const TSType& Type() const override { return m_type; }
-    TJson To(const void*) const override { return nullptr; }
-    void From(const TJson&, void*, const TJsonPath& path) const override
+    static TSType Type() { return {EKind::STRUCTURED, "address", {}}; }
+    static TJson To(const void*) { return nullptr; }
+    static void From(const TJson&, void*&, const TJsonPath& path)
     {
         throw TJsonError(path, "an address cannot be given");
     }
+};
+
+template <class T, protocol::EWord Word>
+class TCValue final : public TIValue
+{
+public:
+    void* Address() override { return &m_value; }
+    TJson ToJson() const override { return TJsonForm<T>::To(m_value); }
+    void FromJson(const TJson& json, const TJsonPath& path) override { TJsonForm<T>::From(json, m_value, path); }
+    void Push(TCMarshallingHelper& frame) override { m_pushed.Push(frame); }
+    void Load() override { m_pushed.Load(); }
+    void Store() override { m_pushed.Store(); }
 
 private:
-    TSType m_type{EKind::STRUCTURED, "address", {}};
+    T m_value{};
+    protocol::TPushed<Word, T> m_pushed{m_value};
 };
 
 template <class T>
-const TITypeForm& TypeForm()
+const TSType& TypeOf()
 {
-    static const TTypeForm<T> form;
-    return form;
+    static const TSType type = TJsonForm<T>::Type();
+    return type;
 }
 
-template <class Row>
-class TRowValues final : public TIValues
+template <class T, protocol::EWord Word>
+std::unique_ptr<TIValue> NewValueOf()
 {
-public:
-    explicit TRowValues(const Row& row) : m_row(row) {}
-    void* Parameter(std::size_t index) override
-    {
-        return std::apply([](auto&... values) { return std::array<void*, Row::COUNT>{&values...}; }, m_values)[index];
-    }
-    void* Result() override { return &m_result; }
-    void Push(TCMarshallingHelper& frame) override
-    {
-        m_pushedResult.Push(frame);
-        m_ForEach([&](auto& pushed) { pushed.Push(frame); });
-    }
-    void Load() override
-    {
-        m_pushedResult.Load();
-        m_ForEach([](auto& pushed) { pushed.Load(); });
-    }
-    void Store() override
-    {
-        m_pushedResult.Store();
-        m_ForEach([](auto& pushed) { pushed.Store(); });
-    }
-    void Call(void* object) override
-    {
-        m_result = std::apply([&](auto&... values) -> typename Row::Result
-                              { return (static_cast<typename Row::Interface*>(object)->*Row::MEMBER)(values...); },
-                              m_values);
-    }
+    return std::make_unique<TCValue<T, Word>>();
+}
 
-private:
-    template <class Visitor>
-    void m_ForEach(Visitor visitor)
-    {
-        protocol::ForEachPushed<Row>(m_parameters, protocol::IsSent, visitor);
-    }
+template <class T, protocol::EWord Word>
+inline constexpr TSValueForm VALUE_FORM{Word, &TypeOf<T>, &NewValueOf<T, Word>};
 
-    const Row& m_row;
-    typename Row::Values m_values{};
-    typename Row::Result m_result{};
-    protocol::TPushedResult<typename Row::Result> m_pushedResult{m_result};
-    protocol::TPushedParameters<Row> m_parameters = std::make_from_tuple<protocol::TPushedParameters<Row>>(m_values);
-};
-
+/// The form of one operation.
 template <class Row>
-class TRowForm final : public TOperationForm
+TOperationForm MakeOperationForm(const Row& row)
 {
-public:
-    TRowForm(const char* interfaceName, const Row& row)
-        : TOperationForm(interfaceName, row.NAME, row.id, row.isLocal, TypeForm<typename Row::Result>()), m_row(row)
+    return [&]<std::size_t... Indices>(std::index_sequence<Indices...>)
     {
-        [&]<std::size_t... Indices>(std::index_sequence<Indices...>)
+        using TInterface = typename Row::Interface;
+        using TValues = typename Row::Values;
+        static constexpr TSValueForm RESULT = VALUE_FORM<typename Row::Result, protocol::EWord::OUT>;
+        static constexpr std::array<TSValueForm, Row::COUNT> PARAMETERS{
+            VALUE_FORM<std::tuple_element_t<Indices, TValues>, Row::WORDS[Indices]>...};
+        const auto call = [](void* object, void* result, [[maybe_unused]] void* const* parameters)
         {
-            (t_AddParameter(row.parameterNames[Indices], Row::WORDS[Indices],
-                            TypeForm<std::tuple_element_t<Indices, typename Row::Values>>()),
-             ...);
-        }
-        (std::make_index_sequence<Row::COUNT>{});
+            *static_cast<typename Row::Result*>(result) = (static_cast<TInterface*>(object)->*Row::MEMBER)(
+                *static_cast<std::tuple_element_t<Indices, TValues>*>(parameters[Indices])...);
+        };
+        return TOperationForm({protocol::NameOf<TInterface>(), row.NAME, row.id, row.isLocal, RESULT, PARAMETERS,
+                               row.parameterNames.data(), call});
     }
+    (std::make_index_sequence<Row::COUNT>{});
+}
 
-private:
-    std::unique_ptr<TIValues> m_NewValues() const override { return std::make_unique<TRowValues<Row>>(m_row); }
-
-    const Row& m_row;
-};
-
-/// The form of an interface. \param[in] instance  asks the facade
+/// The form of an interface.
 template <class Interface>
-TInterfaceForm MakeInterfaceForm(void* (*instance)())
+TInterfaceForm MakeInterfaceForm()
 {
-    std::vector<std::unique_ptr<TOperationForm>> operations;
-    protocol::ForEachRow<Interface>(
-        [&]<class Row>(const Row& row)
-        { operations.push_back(std::make_unique<TRowForm<Row>>(protocol::NameOf<Interface>(), row)); });
-    return TInterfaceForm(protocol::NameOf<Interface>(), protocol::TTable<Interface>::ConnectionName(), instance,
+    std::vector<TOperationForm> operations;
+    protocol::ForEachRow<Interface>([&](const auto& row) { operations.push_back(MakeOperationForm(row)); });
+    return TInterfaceForm(protocol::NameOf<Interface>(), protocol::TTable<Interface>::ConnectionName(),
                           std::move(operations));
 }
 } // namespace CIM::json

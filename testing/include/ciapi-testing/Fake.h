@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <typeindex>
 #include <utility>
 #include <vector>
 
@@ -15,9 +16,17 @@ namespace CIM::test
 {
 namespace detail
 {
-/// What an interface answers on a set without CI.
+/// Makes an object that answers as an interface does on a set without CI.
+/// \param[in] interface  one of the nine
+/// \return points to the interface, which deletes it
+/// \throws std::invalid_argument when it is no interface of the library's
+CIAPI_TESTING_EXPORT void* NewNull(std::type_index interface);
+
 template <class Interface>
-std::unique_ptr<Interface> MakeNull();
+std::unique_ptr<Interface> MakeNull()
+{
+    return std::unique_ptr<Interface>(static_cast<Interface*>(NewNull(typeid(Interface))));
+}
 } // namespace detail
 
 /// What all fakes have in common. An operation that the test says nothing about answers as on a set without CI: no, at

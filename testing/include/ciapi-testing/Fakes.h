@@ -22,28 +22,6 @@
 
 namespace CIM::test
 {
-namespace detail
-{
-template <>
-CIAPI_TESTING_EXPORT std::unique_ptr<ICIGeneral> MakeNull();
-template <>
-CIAPI_TESTING_EXPORT std::unique_ptr<ICIAppMMI> MakeNull();
-template <>
-CIAPI_TESTING_EXPORT std::unique_ptr<ICIAuxiliaryFileSystem> MakeNull();
-template <>
-CIAPI_TESTING_EXPORT std::unique_ptr<ICICAMPlayer> MakeNull();
-template <>
-CIAPI_TESTING_EXPORT std::unique_ptr<ICIDebug> MakeNull();
-template <>
-CIAPI_TESTING_EXPORT std::unique_ptr<ICIOperatorProfile> MakeNull();
-template <>
-CIAPI_TESTING_EXPORT std::unique_ptr<ICISampleDecryption> MakeNull();
-template <>
-CIAPI_TESTING_EXPORT std::unique_ptr<ICISignalSubscriber> MakeNull();
-template <>
-CIAPI_TESTING_EXPORT std::unique_ptr<IPvrCip> MakeNull();
-} // namespace detail
-
 /// Slots, CAMs, menus, PIN, CA PMT, SAS, host control.
 class TFakeGeneral : public TFake<ICIGeneral>
 {

@@ -11,14 +11,14 @@ using json::TJson;
 
 /// The way to the daemon, checked: every call ends as an answer or as a TFailure that says why there is none. Bound to
 /// its thread; one at a time. Its end destroys the facade, and with it every subscription.
-class TDaemon
+class TCDaemonAccess
 {
 public:
     /// \throws TFailure with EXIT_NO_DAEMON when this set has no CI or there is no bus
-    TDaemon();
-    ~TDaemon();
-    TDaemon(const TDaemon&) = delete;
-    TDaemon& operator=(const TDaemon&) = delete;
+    TCDaemonAccess();
+    ~TCDaemonAccess();
+    TCDaemonAccess(const TCDaemonAccess&) = delete;
+    TCDaemonAccess& operator=(const TCDaemonAccess&) = delete;
 
     /// \throws TFailure with EXIT_NO_DAEMON when nobody owns the bus name of an interface
     void Require(const json::TInterfaceForm& interface);
@@ -33,6 +33,10 @@ public:
 private:
     TBus m_bus;
 };
+
+/// Asks what became of the operation that was just called. \param[in] what  what was called, for the failure's text
+/// \throws TFailure with EXIT_NO_DAEMON when the call did not get through
+void RequireThrough(const std::string& what);
 
 /// Whether an answer's result says yes: not 0, not false, not -1 (no result), not an invalid player handle.
 bool IsYes(const json::TOperationForm& operation, const TJson& answer);

@@ -1,0 +1,60 @@
+#include "cictl/Output.h"
+#include "cictl/Verb.h"
+
+#include "json/OperationForm.h"
+
+#include <algorithm>
+#include <cctype>
+#include <iostream>
+
+namespace CIM::cictl
+{
+EExit DecodeVerb(const TArguments& arguments)
+{
+    static constexpr TSField fields[] = {{"operation", "operation"},
+                                         {"arguments", "arguments"},
+                                         {"result", "result"},
+                                         {"outputs", "outputs"},
+                                         {"error", "error"}};
+    const json::TInterfaceForm* const interface = json::FindInterface(arguments.Text("interface"));
+    if (!interface)
+    {
+        throw TFailure(EXIT_USAGE, "there is no interface " + arguments.Text("interface") + " (see cictl list)");
+    }
+    std::string text = arguments.Text("payload");
+    if (text == "-")
+    {
+        text.assign(std::istreambuf_iterator<char>(std::cin), {});
+    }
+    std::erase_if(text, [](unsigned char c) { return std::isspace(c) != 0; });
+    const std::vector<unsigned char> bytes = json::BytesFromJson(text, json::TJsonPath("payload"));
+    const std::string payload(bytes.begin(), bytes.end());
+    const std::optional<short> id = json::MethodOf(payload);
+    if (!id)
+    {
+        throw TFailure(EXIT_REFUSED, "the payload is not an argument tree");
+    }
+    const json::TOperationForm* const operation = interface->Find(*id);
+    if (!operation)
+    {
+        throw TFailure(EXIT_REFUSED, interface->Name() + " has no method " + std::to_string(*id));
+    }
+    json::TSDecoded decoded =
+        arguments.IsSet("reply") ? operation->ReplyToJson(payload) : operation->RequestToJson(payload);
+    TJson record = {{"operation", operation->FullName()}};
+    if (arguments.IsSet("reply"))
+    {
+        record.update(decoded.json);
+    }
+    else
+    {
+        record["arguments"] = std::move(decoded.json);
+    }
+    if (!decoded.error.empty())
+    {
+        record["error"] = decoded.error;
+    }
+    PrintRecord(fields, record, arguments.IsJson());
+    return decoded.error.empty() ? EXIT_ANSWERED : EXIT_REFUSED;
+}
+} // namespace CIM::cictl

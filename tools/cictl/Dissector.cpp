@@ -1,0 +1,192 @@
+#include "cictl/Dissector.h"
+
+#include "cictl/Time.h"
+
+#include "bus/Arguments.h"
+#include "json/ToJson.h"
+
+#include <ciapi/CINames.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <string_view>
+
+namespace CIM::cictl
+{
+using protocol::SCallEnvelope;
+using protocol::SReplyEnvelope;
+using protocol::SSignalEnvelope;
+
+namespace
+{
+constexpr std::size_t MOST_OPEN_CALLS = 10'000;
+
+std::string Text(const char* text) { return text ? text : ""; }
+
+std::string_view View(const protocol::SBytes& bytes) { return {bytes.data, static_cast<std::size_t>(bytes.length)}; }
+
+std::string Both(const std::string& first, const std::string& second)
+{
+    return first + (first.empty() || second.empty() ? "" : "; ") + second;
+}
+
+void AddError(TJson& record, const std::string& error)
+{
+    if (!error.empty())
+    {
+        record["error"] = error;
+    }
+}
+
+std::string WrongWith(const SCallEnvelope& call, const TArgumentsRead<SCallEnvelope>& read)
+{
+    if (call.payload.length != std::max(call.length, 0))
+    {
+        return std::to_string(call.payload.length) + " bytes, but a length of " + std::to_string(call.length);
+    }
+    const bool hasHeader = !read.IsWrong<&SCallEnvelope::header>() && !read.IsWrong<&SCallEnvelope::length>() &&
+                           !read.IsWrong<&SCallEnvelope::processId>();
+    return hasHeader ? "" : "the header is incomplete";
+}
+
+/// The kind of a signal, by its member. What nobody knows is read as the commonest.
+EIPCMessageType KindOf(DBusMessage* message)
+{
+    for (std::size_t type = 0; type < protocol::SIGNAL_KINDS.size(); ++type)
+    {
+        if (dbus_message_has_member(message, protocol::SIGNAL_KINDS[type].member))
+        {
+            return static_cast<EIPCMessageType>(type);
+        }
+    }
+    return IPC_MESSAGE_SIGNAL;
+}
+
+TJson SignalType(const std::string& identifier)
+{
+    int number = 0;
+    const char* const end = identifier.data() + identifier.size();
+    const auto [behind, bad] = std::from_chars(identifier.data(), end, number);
+    return bad == std::errc() && behind == end ? json::ToJson(static_cast<ECISignalType>(number)) : TJson(identifier);
+}
+} // namespace
+
+TJson TCDissector::Describe(DBusMessage* message)
+{
+    switch (dbus_message_get_type(message))
+    {
+    case DBUS_MESSAGE_TYPE_METHOD_CALL:
+        return dbus_message_has_member(message, protocol::CALL_MEMBER) ? m_DescribeCall(message) : TJson();
+    case DBUS_MESSAGE_TYPE_SIGNAL:
+        return dbus_message_has_interface(message, CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME.c_str())
+                   ? m_DescribeSignal(message)
+                   : TJson();
+    default:
+        return m_DescribeReply(message);
+    }
+}
+
+TJson TCDissector::m_DescribeCall(DBusMessage* message)
+{
+    const json::TInterfaceForm* const interface = json::FindInterface(Text(dbus_message_get_interface(message)));
+    if (!interface)
+    {
+        return {};
+    }
+    SCallEnvelope envelope;
+    const auto read = ReadArguments(message, envelope);
+    const short id = protocol::MethodIdOf(envelope.header);
+    const json::TOperationForm* const operation = interface->Find(id);
+    TSCall call{operation, operation ? operation->FullName() : interface->Name() + "." + std::to_string(id),
+                std::chrono::steady_clock::now()};
+    TJson record = {{"time", Now()}, {"kind", "call"}, {"from", envelope.processId}, {"operation", call.name}};
+    if ((protocol::FlagsOf(envelope.header) & protocol::CALL_FLAG_ONE_WAY) != 0)
+    {
+        record["oneWay"] = true;
+    }
+    if (envelope.program != nullptr)
+    {
+        record["program"] = envelope.program;
+    }
+    std::string error = WrongWith(envelope, read);
+    if (operation)
+    {
+        json::TSDecoded decoded = operation->RequestToJson(View(envelope.payload));
+        if (!m_showSecrets)
+        {
+            json::HideSecrets(operation->FullName(), decoded.json);
+        }
+        if (!decoded.json.empty())
+        {
+            record["arguments"] = std::move(decoded.json);
+        }
+        error = Both(error, decoded.error);
+    }
+    AddError(record, error);
+    if (!dbus_message_get_no_reply(message))
+    {
+        if (m_calls.size() == MOST_OPEN_CALLS)
+        {
+            m_calls.clear(); // nobody has answered for long
+        }
+        m_calls[{Text(dbus_message_get_sender(message)), dbus_message_get_serial(message)}] = std::move(call);
+    }
+    return record;
+}
+
+TJson TCDissector::m_DescribeReply(DBusMessage* message)
+{
+    const auto found =
+        m_calls.find({Text(dbus_message_get_destination(message)), dbus_message_get_reply_serial(message)});
+    if (found == m_calls.end())
+    {
+        return {};
+    }
+    const TSCall call = found->second;
+    m_calls.erase(found);
+    const std::chrono::duration<double, std::milli> after = std::chrono::steady_clock::now() - call.sent;
+    TJson record = {{"time", Now()},
+                    {"kind", "reply"},
+                    {"operation", call.name},
+                    {"after", std::round(after.count() * 1000) / 1000}};
+    if (dbus_message_get_type(message) == DBUS_MESSAGE_TYPE_ERROR)
+    {
+        const char* text = nullptr;
+        dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+        record["error"] = Text(dbus_message_get_error_name(message)) + ": " + Text(text);
+        return record;
+    }
+    SReplyEnvelope envelope;
+    const auto read = ReadArguments(message, envelope);
+    std::string error = read.IsWhole() ? "" : "the reply is incomplete";
+    record["status"] = envelope.status;
+    if (call.operation)
+    {
+        const json::TSDecoded decoded = call.operation->ReplyToJson(View(envelope.payload));
+        record.update(decoded.json);
+        if (record.contains("outputs") && record["outputs"].empty())
+        {
+            record.erase("outputs");
+        }
+        error = Both(error, decoded.error);
+    }
+    AddError(record, error);
+    return record;
+}
+
+TJson TCDissector::m_DescribeSignal(DBusMessage* message)
+{
+    SSignalEnvelope envelope;
+    envelope.type = KindOf(message);
+    const auto read = ReadArguments(message, envelope);
+    TJson record = {{"time", Now()}, {"kind", "signal"}, {"operation", Text(dbus_message_get_member(message))}};
+    record["type"] = SignalType(Text(envelope.identifier));
+    record["handle"] = Text(envelope.handle);
+    // Behind the data the payload repeats the handle.
+    const std::size_t size = std::min(View(envelope.payload).size(), sizeof(TSSignalData));
+    record["data"] = json::BytesToHex({reinterpret_cast<const unsigned char*>(envelope.payload.data), size});
+    AddError(record, read.IsWhole() ? "" : "the signal is incomplete");
+    return record;
+}
+} // namespace CIM::cictl
