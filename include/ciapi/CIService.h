@@ -34,9 +34,9 @@ namespace CIM
 /// std::bad_alloc.
 ///
 /// The child of a fork cannot use the connection of its parent, which stays as it is: on a set with CI every call in
-/// the child gets the null answer at once, and LastCallOutcome() says CALL_OUTCOME_NOT_SENT (for Subscribe and
-/// Unsubscribe CALL_OUTCOME_ERROR_REPLY). ICIAuxiliaryFileSystem::RequestFile, which repeats itself, does not return
-/// there. A child that needs the daemon executes a program of its own.
+/// the child gets the null answer at once, and LastCallOutcome() says CALL_OUTCOME_NOT_SENT.
+/// ICIAuxiliaryFileSystem::RequestFile, which repeats itself, does not return there. A child that needs the daemon
+/// executes a program of its own.
 class CIAPI_EXPORT TCCIService
 {
 public:
