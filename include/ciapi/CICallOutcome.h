@@ -29,7 +29,8 @@ struct TSCallOutcome
     /// The D-Bus name of the error, such as "org.freedesktop.DBus.Error.ServiceUnknown" when there is no daemon. Only
     /// with CALL_OUTCOME_ERROR_REPLY and CALL_OUTCOME_NO_REPLY; otherwise empty.
     std::string errorName;
-    /// What the error says, for people; cut to 255 bytes. Only with a name, and may be empty all the same.
+    /// What the error says, for people, in UTF-8; cut to at most 255 bytes, between two characters. Only with a name,
+    /// and may be empty all the same.
     std::string errorText;
 };
 

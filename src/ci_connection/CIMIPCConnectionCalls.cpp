@@ -257,7 +257,8 @@ bool TCCIMIPCConnection::CallAsync(const std::string& interfaceName, short metho
                         dbus_message_get_type(message.get()), dbus_message_get_serial(message.get()));
         return false;
     }
-    KeepOutcome(CALL_OUTCOME_SENT);
+    // libdbus takes a message for a bus that is gone, too.
+    KeepOutcome(dbus_connection_get_is_connected(t_pAPIConnection) ? CALL_OUTCOME_SENT : CALL_OUTCOME_NOT_SENT);
     return true;
 }
 

@@ -10,12 +10,26 @@
 #include <cstdio>
 #include <glib.h>
 #include <mutex>
+#include <string_view>
 
 namespace CIM
 {
 namespace
 {
 constexpr std::size_t MATCH_RULE_SIZE = 256;
+
+// A change that failed came to the same as a call would have.
+void KeepFailure(bool wasSent, const TCDBusError& error)
+{
+    if (!wasSent)
+    {
+        KeepOutcome(CALL_OUTCOME_NOT_SENT);
+        return;
+    }
+    const std::string_view name = error.Name();
+    const bool isMissing = name == DBUS_ERROR_NO_REPLY || name == DBUS_ERROR_DISCONNECTED;
+    KeepOutcome(isMissing ? CALL_OUTCOME_NO_REPLY : CALL_OUTCOME_ERROR_REPLY, error.Name(), error.Text());
+}
 } // namespace
 
 void TCCIMIPCConnection::t_CreateMatchRule(EIPCMessageType type, int messageId, char* buffer)
@@ -44,7 +58,6 @@ bool TCCIMIPCConnection::AddMatchRule(EIPCMessageType type, int messageId, const
     m_ChangeMatchRule(dbus_bus_add_match, type, messageId, handle, error);
     if (error.IsSet())
     {
-        KeepOutcome(CALL_OUTCOME_ERROR_REPLY, error.Name(), error.Text());
         CIM_LOG_ERROR("[TCCIMIPCConnection::%s] Cannot add match rule: %s", __func__, error.Text());
         return false;
     }
@@ -58,7 +71,6 @@ bool TCCIMIPCConnection::RemoveMatchRule(EIPCMessageType type, int messageId, co
     m_ChangeMatchRule(dbus_bus_remove_match, type, messageId, handle, error);
     if (error.IsSet())
     {
-        KeepOutcome(CALL_OUTCOME_ERROR_REPLY, error.Name(), error.Text());
         CIM_LOG_ERROR("[TCCIMIPCConnection::%s] Cannot remove match rule: %s", __func__, error.Text());
         return false;
     }
@@ -70,6 +82,7 @@ void TCCIMIPCConnection::m_ChangeMatchRule(TChangeMatch change, EIPCMessageType 
 {
     std::array<char, MATCH_RULE_SIZE> rule{};
     t_CreateMatchRule(type, messageId, handle, rule.data());
+    bool wasSent = false;
     if (!m_CreatedHere("m_ChangeMatchRule"))
     {
         dbus_set_error_const(error.Get(), DBUS_ERROR_ACCESS_DENIED, "Not the process that connected");
@@ -77,7 +90,12 @@ void TCCIMIPCConnection::m_ChangeMatchRule(TChangeMatch change, EIPCMessageType 
     else if (dbus_validate_utf8(rule.data(), error.Get()))
     {
         const std::lock_guard lock(m_receiver->matchRules);
+        wasSent = dbus_connection_get_is_connected(t_pMainLoopConnection);
         change(t_pMainLoopConnection, rule.data(), error.Get());
+    }
+    if (error.IsSet())
+    {
+        KeepFailure(wasSent, error);
     }
     // Waiting for the bus's answer may have read signals, and nothing more need come to wake the main loop for them.
     if (dbus_connection_get_dispatch_status(t_pMainLoopConnection) == DBUS_DISPATCH_DATA_REMAINS)

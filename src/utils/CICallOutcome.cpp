@@ -1,7 +1,8 @@
 #include "utils/CallOutcome.h"
 
 #include <array>
-#include <cstdio>
+#include <cstddef>
+#include <string_view>
 
 namespace CIM
 {
@@ -18,13 +19,20 @@ struct SKept
 };
 thread_local SKept g_kept{};
 
-void Copy(TText& target, const char* text)
+// A text that is too long is cut between two characters: D-Bus has UTF-8, and so has whoever shows it.
+void Copy(TText& target, std::string_view text)
 {
-    target[0] = '\0';
-    if (text[0] != '\0')
+    std::size_t length = text.size();
+    if (length >= target.size())
     {
-        std::snprintf(target.data(), target.size(), "%s", text);
+        length = target.size() - 1;
+        while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80)
+        {
+            --length;
+        }
     }
+    text.copy(target.data(), length);
+    target[length] = '\0';
 }
 
 const char* Words(ECallOutcome outcome)

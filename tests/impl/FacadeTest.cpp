@@ -2,6 +2,7 @@
 #include "support/InChild.h"
 #include "support/LogCapture.h"
 #include "support/PrivateBus.h"
+#include "support/ScriptedDaemon.h"
 
 #include <ciapi/CINames.h>
 #include <ciapi/CIService.h>
@@ -11,6 +12,8 @@
 #include <glib.h>
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <future>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -26,6 +29,8 @@ namespace CIM
 {
 namespace
 {
+constexpr std::chrono::seconds BOUND{20};
+
 // The set's feature keys, and who read which.
 struct SSystemInformation
 {
@@ -260,6 +265,63 @@ TEST_F(Facade, HandsOutProxiesUntilDestroyed)
             EXPECT_THAT(AllInstances(), testing::Each(testing::IsNull()));
             EXPECT_TRUE(TCCIService::IsCIOperable()) << "the capability is still known";
             TCCIService::Destroy();
+        });
+}
+
+// A callback that is running holds up the subscriber's end: whoever calls Destroy meanwhile waits for that, too.
+struct SHold
+{
+    std::promise<void> entered;
+    std::promise<void> released;
+};
+
+SHold& Hold()
+{
+    static SHold* const hold = new SHold;
+    return *hold;
+}
+
+int HoldingCallback(ECISignalType, EProfile, unsigned short, TSSignalData, void*)
+{
+    Hold().entered.set_value();
+    EXPECT_EQ(Hold().released.get_future().wait_for(BOUND), std::future_status::ready);
+    return 0;
+}
+
+TEST_F(Facade, EveryDestroyReturnsWhenEverythingHasEnded)
+{
+    InChild(
+        []
+        {
+            TCCIService::CISignalSubscriberInstance(&HoldingCallback)
+                ->Subscribe(SIGNAL_CI_CA_REPLY, nullptr, PROFILE_MAIN, 1, 0);
+            AllInstances();
+            GMainLoop* const loop = g_main_loop_new(nullptr, FALSE);
+            std::thread receiver([loop] { g_main_loop_run(loop); });
+            {
+                TScriptedDaemon sender({}, nullptr);
+                sender.Send(TScriptedDaemon::Signal("Signal", std::to_string(SIGNAL_CI_CA_REPLY), "1",
+                                                    std::string("payload!\0\0\0\0\1\0\0\0", 16)));
+            }
+            EXPECT_EQ(Hold().entered.get_future().wait_for(BOUND), std::future_status::ready);
+
+            TLogCapture::Clear();
+            std::thread first(TCCIService::Destroy);
+            EXPECT_TRUE(TLogCapture::WaitFor(": ~TCCISignalSubscriberProxy(", BOUND));
+            auto second = std::async(std::launch::async,
+                                     []
+                                     {
+                                         TCCIService::Destroy();
+                                         return Functions("~TCCIMIPCConnection").size();
+                                     });
+            EXPECT_EQ(second.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+            EXPECT_THAT(Functions("~TCCIMIPCConnection"), testing::IsEmpty());
+            Hold().released.set_value();
+            EXPECT_EQ(second.get(), 1u) << "it returned before the connection was closed";
+            first.join();
+            EXPECT_THAT(AllInstances(), testing::Each(testing::IsNull()));
+            g_main_loop_quit(loop);
+            receiver.join();
         });
 }
 

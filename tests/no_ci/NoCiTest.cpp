@@ -2,6 +2,8 @@
 #include "support/LogCapture.h"
 #include "support/TestEnvironment.h"
 
+#include <ciapi/CICallOutcome.h>
+
 #include <gmock/gmock.h>
 
 #include <iostream>
@@ -47,6 +49,7 @@ TEST(NoCi, EveryOperationAnswersAtOnceAndTheLivesOfTheInstancesAreLogged)
     operations += ExpectAnswers(Answers(TCCIService::CISignalSubscriberInstance(&OnSignal)));
     operations += ExpectAnswers(Answers(TCCIService::PvrCipInstance()));
     EXPECT_EQ(operations, 124u);
+    EXPECT_EQ(ToString(LastCallOutcome()), "no call was made");
     TCCIService::Destroy();
     EXPECT_EQ(TCCIService::CIGeneralInstance(), nullptr);
 
