@@ -64,11 +64,12 @@ public:
     template <class Result, class... Arguments>
     bool On(Result (Interface::*member)(Arguments...), std::type_identity_t<std::function<Result(Arguments...)>> answer)
     {
+        using TMember = Result (Interface::*)(Arguments...);
         bool found = false;
         ForEachRow<Interface>(
             [&]<class Row>(const Row& row)
             {
-                if constexpr (std::is_same_v<typename Row::Member, decltype(member)>)
+                if constexpr (std::is_same_v<typename Row::Member, TMember>)
                 {
                     if (Row::MEMBER == member && !row.isLocal)
                     {
