@@ -51,7 +51,7 @@ extern "C" void* realloc(void* old, std::size_t size)
 namespace
 {
 using CIM::TCCIMIPCConnection;
-using CIM::TScriptedDaemon;
+using CIM::TCScriptedDaemon;
 
 const std::string INTERFACE = "com.kelvora.ciapi.ICIGeneral";
 const std::string SIGNAL_INTERFACE = "com.kelvora.ciapi.SignalIFace";
@@ -73,10 +73,10 @@ double Median(std::vector<double> values)
 }
 
 // The daemon: a process of its own that ends when the pipe from the benchmark closes.
-class TDaemonProcess
+class TCDaemonProcess
 {
 public:
-    TDaemonProcess()
+    TCDaemonProcess()
     {
         int lifeline[2];
         int ready[2];
@@ -101,7 +101,7 @@ public:
         }
         close(ready[0]);
     }
-    ~TDaemonProcess()
+    ~TCDaemonProcess()
     {
         close(m_lifeline);
         waitpid(m_pid, nullptr, 0);
@@ -110,9 +110,9 @@ public:
 private:
     static void m_Serve(int lifeline, int ready)
     {
-        TScriptedDaemon* self = nullptr;
-        TScriptedDaemon daemon({INTERFACE},
-                               [&self](const TScriptedDaemon::TMessage& request) { return m_Answer(*self, request); });
+        TCScriptedDaemon* self = nullptr;
+        TCScriptedDaemon daemon({INTERFACE}, [&self](const TCScriptedDaemon::TMessage& request)
+                                { return m_Answer(*self, request); });
         self = &daemon;
         char byte = 0;
         if (write(ready, &byte, 1) == 1)
@@ -122,13 +122,13 @@ private:
             }
         }
     }
-    static TScriptedDaemon::TMessage m_Answer(TScriptedDaemon& daemon, const TScriptedDaemon::TMessage& request)
+    static TCScriptedDaemon::TMessage m_Answer(TCScriptedDaemon& daemon, const TCScriptedDaemon::TMessage& request)
     {
         DBusMessageIter iter;
         dbus_int32_t word = 0;
         dbus_message_iter_init(request.get(), &iter);
         dbus_message_iter_get_basic(&iter, &word);
-        const std::string payload = TScriptedDaemon::Payload(request.get());
+        const std::string payload = TCScriptedDaemon::Payload(request.get());
         if ((word & 0xffff) == RAISE)
         {
             int wanted[2];
@@ -136,10 +136,10 @@ private:
             const std::string bytes(16, 'x');
             for (int number = 0; number < wanted[1]; ++number)
             {
-                daemon.Send(TScriptedDaemon::Signal("Signal", std::to_string(wanted[0]), "65538", bytes));
+                daemon.Send(TCScriptedDaemon::Signal("Signal", std::to_string(wanted[0]), "65538", bytes));
             }
         }
-        return TScriptedDaemon::Reply(request, 1, payload);
+        return TCScriptedDaemon::Reply(request, 1, payload);
     }
 
     pid_t m_pid;
@@ -147,10 +147,10 @@ private:
 };
 
 /// What an application would write against libdbus.
-class TPlain
+class TCPlain
 {
 public:
-    TPlain() : m_connection(dbus_bus_get_private(DBUS_BUS_SYSTEM, nullptr))
+    TCPlain() : m_connection(dbus_bus_get_private(DBUS_BUS_SYSTEM, nullptr))
     {
         if (m_connection == nullptr)
         {
@@ -158,7 +158,7 @@ public:
         }
         dbus_connection_set_exit_on_disconnect(m_connection, FALSE);
     }
-    ~TPlain()
+    ~TCPlain()
     {
         dbus_connection_close(m_connection);
         dbus_connection_unref(m_connection);
@@ -256,7 +256,7 @@ std::pair<SCost, SCost> Compare(int rounds, const std::function<SCost()>& plain,
             {Median(values[3]), Median(values[4]), Median(values[5])}};
 }
 
-void RoundTrips(TPlain& plain, TCCIMIPCConnection& connection)
+void RoundTrips(TCPlain& plain, TCCIMIPCConnection& connection)
 {
     std::printf("| payload (bytes) | plain, us | library, us | ratio | plain CPU, us | library CPU, us | ratio | plain "
                 "allocations | library allocations |\n|--:|--:|--:|--:|--:|--:|--:|--:|--:|\n");
@@ -301,7 +301,7 @@ double CallsPerSecond(int threads, const std::function<void()>& call)
     return CALLS / (Seconds(CLOCK_MONOTONIC) - start);
 }
 
-void Threads(TPlain& plain, TCCIMIPCConnection& connection)
+void Threads(TCPlain& plain, TCCIMIPCConnection& connection)
 {
     const std::string payload(64, 'p');
     const std::function<void()> ways[] = {[&] { plain.Call(ECHO, payload); },
@@ -353,7 +353,7 @@ void LibraryCallback(int messageId, TCMessageBuffer& payload)
     ++g_received;
 }
 
-SCost ReceiveSignals(TPlain& caller, int identifier, int count)
+SCost ReceiveSignals(TCPlain& caller, int identifier, int count)
 {
     const int wanted[] = {identifier, count};
     g_received = 0;
@@ -369,10 +369,10 @@ SCost ReceiveSignals(TPlain& caller, int identifier, int count)
             static_cast<double>(g_allocations.load() - allocations) / count};
 }
 
-void Signals(TPlain& caller, TCCIMIPCConnection& connection)
+void Signals(TCPlain& caller, TCCIMIPCConnection& connection)
 {
     constexpr int COUNT = 20000;
-    TPlain receiver;
+    TCPlain receiver;
     const std::string rule = "path='" + SIGNAL_OBJECT + "', type='signal', interface='" + SIGNAL_INTERFACE +
                              "', member='Signal', arg0='1', arg1='65538'";
     dbus_bus_add_match(receiver.Connection(), rule.c_str(), nullptr);
@@ -395,10 +395,10 @@ void Signals(TPlain& caller, TCCIMIPCConnection& connection)
 
 int main()
 {
-    CIM::TPrivateBus bus;
-    TDaemonProcess daemon;
+    CIM::TCPrivateBus bus;
+    TCDaemonProcess daemon;
     dbus_threads_init_default();
-    TPlain plain;
+    TCPlain plain;
     TCCIMIPCConnection connection(SIGNAL_INTERFACE, SIGNAL_OBJECT, true);
     RoundTrips(plain, connection);
     Threads(plain, connection);

@@ -13,11 +13,11 @@ namespace CIM
 {
 namespace
 {
-using TProfiles = std::list<TSCIOperatorProfileData>;
+using TCProfiles = std::list<TSCIOperatorProfileData>;
 
-TProfiles FiftyProfiles()
+TCProfiles FiftyProfiles()
 {
-    TProfiles profiles;
+    TCProfiles profiles;
     for (int i = 0; i < 50; ++i)
     {
         std::basic_string<unsigned short> name;
@@ -32,19 +32,19 @@ TProfiles FiftyProfiles()
     return profiles;
 }
 
-bool Encode(TProfiles& profiles, TCMessageBuffer& buffer)
+bool Encode(TCProfiles& profiles, TCMessageBuffer& buffer)
 {
     TCTreeBranchList tree(4u);
-    TCMarshalableOneDimensionContainer<TProfiles, TSCIOperatorProfileData> adapter(&profiles);
+    TCMarshalableOneDimensionContainer<TCProfiles, TSCIOperatorProfileData> adapter(&profiles);
     return adapter.ClassToTree(tree) && tree.StoreInBuffer(buffer);
 }
 
 void CopyProfiles(benchmark::State& state)
 {
-    const TProfiles profiles = FiftyProfiles();
+    const TCProfiles profiles = FiftyProfiles();
     for (auto _ : state)
     {
-        TProfiles copy = profiles;
+        TCProfiles copy = profiles;
         benchmark::DoNotOptimize(copy);
     }
 }
@@ -52,7 +52,7 @@ BENCHMARK(CopyProfiles);
 
 void EncodeProfiles(benchmark::State& state)
 {
-    TProfiles profiles = FiftyProfiles();
+    TCProfiles profiles = FiftyProfiles();
     std::size_t size = 0;
     for (auto _ : state)
     {
@@ -70,14 +70,14 @@ BENCHMARK(EncodeProfiles);
 
 void DecodeProfiles(benchmark::State& state)
 {
-    TProfiles profiles = FiftyProfiles();
+    TCProfiles profiles = FiftyProfiles();
     TCMessageBuffer buffer;
     Encode(profiles, buffer);
-    TProfiles decoded;
+    TCProfiles decoded;
     for (auto _ : state)
     {
         TCTreeBranchList tree(&buffer);
-        TCMarshalableOneDimensionContainer<TProfiles, TSCIOperatorProfileData> adapter(&decoded);
+        TCMarshalableOneDimensionContainer<TCProfiles, TSCIOperatorProfileData> adapter(&decoded);
         benchmark::DoNotOptimize(adapter.TreeToClass(tree));
     }
     if (decoded != profiles)
@@ -89,7 +89,7 @@ BENCHMARK(DecodeProfiles);
 
 void SerializeProfiles(benchmark::State& state)
 {
-    const TProfiles profiles = FiftyProfiles();
+    const TCProfiles profiles = FiftyProfiles();
     std::vector<unsigned char> data;
     for (auto _ : state)
     {
@@ -102,12 +102,12 @@ BENCHMARK(SerializeProfiles);
 
 void DeserializeProfiles(benchmark::State& state)
 {
-    const TProfiles profiles = FiftyProfiles();
+    const TCProfiles profiles = FiftyProfiles();
     std::vector<unsigned char> data;
     TSCIOperatorProfileData::Serialize(profiles, data);
     for (auto _ : state)
     {
-        TProfiles read;
+        TCProfiles read;
         TSCIOperatorProfileData::Deserialize(data, read);
         if (read.size() != profiles.size())
         {

@@ -25,8 +25,8 @@ void Require(bool condition)
 }
 
 // Reading what was written reads the same: the second form equals the first.
-template <class TObject>
-void ReadWriteRead(TCTreeBranch& branch, TObject& object)
+template <class TSObject>
+void ReadWriteRead(TCTreeBranch& branch, TSObject& object)
 {
     object.TreeToClass(branch);
     TCMessageBuffer first;

@@ -8,7 +8,7 @@ constexpr unsigned short MOST_SLOTS = 2;
 constexpr unsigned ALL_SLOTS = 0;
 } // namespace
 
-TCamBanner::TCamBanner(CIM::ICIGeneral& general, CIM::ICISignalSubscriber& subscriber)
+TCCamBanner::TCCamBanner(CIM::ICIGeneral& general, CIM::ICISignalSubscriber& subscriber)
     : m_general(general), m_subscriber(subscriber)
 {
     for (unsigned short slot = 0; slot < MOST_SLOTS; ++slot)
@@ -18,7 +18,7 @@ TCamBanner::TCamBanner(CIM::ICIGeneral& general, CIM::ICISignalSubscriber& subsc
     m_Refresh();
 }
 
-TCamBanner::~TCamBanner()
+TCCamBanner::~TCCamBanner()
 {
     for (unsigned short slot = 0; slot < MOST_SLOTS; ++slot)
     {
@@ -26,7 +26,7 @@ TCamBanner::~TCamBanner()
     }
 }
 
-std::string TCamBanner::Text() const
+std::string TCCamBanner::Text() const
 {
     if (m_lines.empty())
     {
@@ -40,16 +40,16 @@ std::string TCamBanner::Text() const
     return text;
 }
 
-int TCamBanner::OnSignal(CIM::ECISignalType, EProfile, unsigned short, CIM::TSSignalData, void* banner)
+int TCCamBanner::OnSignal(CIM::ECISignalType, EProfile, unsigned short, CIM::TSSignalData, void* banner)
 {
     if (banner != nullptr)
     {
-        static_cast<TCamBanner*>(banner)->m_Refresh();
+        static_cast<TCCamBanner*>(banner)->m_Refresh();
     }
     return 1;
 }
 
-void TCamBanner::m_Refresh()
+void TCCamBanner::m_Refresh()
 {
     m_lines.clear();
     std::map<unsigned char, CIM::ECamStatus> statuses;

@@ -8,14 +8,14 @@
 
 /// What a TV shows about its CI slots: a line for each, which follows what happens in the slots. Lives on the thread
 /// that runs the default GLib main context, where signals arrive.
-class TCamBanner
+class TCCamBanner
 {
 public:
     /// \param[in] subscriber  its callback is OnSignal; both interfaces outlive the banner
-    TCamBanner(CIM::ICIGeneral& general, CIM::ICISignalSubscriber& subscriber);
-    ~TCamBanner();
-    TCamBanner(const TCamBanner&) = delete;
-    TCamBanner& operator=(const TCamBanner&) = delete;
+    TCCamBanner(CIM::ICIGeneral& general, CIM::ICISignalSubscriber& subscriber);
+    ~TCCamBanner();
+    TCCamBanner(const TCCamBanner&) = delete;
+    TCCamBanner& operator=(const TCCamBanner&) = delete;
 
     /// "Slot 0: Canal Plus", "Slot 1: no CAM"; one line, "CI is not available", when nobody answers.
     std::string Text() const;

@@ -7,8 +7,8 @@
 int main()
 {
     {
-        const TCamBanner banner(*CIM::TCCIService::CIGeneralInstance(),
-                                *CIM::TCCIService::CISignalSubscriberInstance(TCamBanner::OnSignal));
+        const TCCamBanner banner(*CIM::TCCIService::CIGeneralInstance(),
+                                 *CIM::TCCIService::CISignalSubscriberInstance(TCCamBanner::OnSignal));
         std::cout << banner.Text();
     }
     CIM::TCCIService::Destroy();

@@ -23,7 +23,7 @@ constexpr unsigned char SLOT = 0;
 
 /// What the callback has been told last. Callbacks run on the thread of the default GLib main context, which in this
 /// program is the main thread, so that nothing needs a lock.
-struct TKnown
+struct SKnown
 {
     int camStatus = -1;
     int mmiStatus = -1;
@@ -33,7 +33,7 @@ struct TKnown
 // signal; the simulator's are described in docs/signals.md: byte 0 is the slot, byte 1 a status.
 int OnCiSignal(CIM::ECISignalType type, EProfile, unsigned short, CIM::TSSignalData data, void* userData)
 {
-    TKnown& known = *static_cast<TKnown*>(userData);
+    SKnown& known = *static_cast<SKnown*>(userData);
     const int status = data.bytes[1];
     if (type == CIM::SIGNAL_CI_CAM_READY_STATUS_CHANGED)
     {

@@ -36,10 +36,10 @@ int SyslogLevel(int priority)
 }
 
 /// Lines of text to a descriptor. One write a line, so that lines of several threads and processes do not mix.
-class TFileDestination final : public TILogDestination
+class TCFileDestination final : public TILogDestination
 {
 public:
-    explicit TFileDestination(int fd) : m_fd(fd) {}
+    explicit TCFileDestination(int fd) : m_fd(fd) {}
 
     int Write(const SLogEntry& entry) override
     {
@@ -83,7 +83,7 @@ private:
     int m_fd; // open for the rest of the process: threads log until its very end
 };
 
-class TSyslogDestination final : public TILogDestination
+class TCSyslogDestination final : public TILogDestination
 {
 public:
     int Write(const SLogEntry& entry) override
@@ -94,10 +94,10 @@ public:
     }
 };
 
-class TJournalDestination final : public TILogDestination
+class TCJournalDestination final : public TILogDestination
 {
 public:
-    explicit TJournalDestination(const std::string& socketPath) : m_fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    explicit TCJournalDestination(const std::string& socketPath) : m_fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
     {
         m_address.sun_family = AF_UNIX;
         socketPath.copy(m_address.sun_path, sizeof m_address.sun_path - 1);
@@ -131,7 +131,7 @@ private:
 
     int m_fd;
     sockaddr_un m_address{};
-    TSyslogDestination m_fallback;
+    TCSyslogDestination m_fallback;
 };
 
 std::string OpenFile(std::string path, std::unique_ptr<TILogDestination>& destination)
@@ -140,17 +140,17 @@ std::string OpenFile(std::string path, std::unique_ptr<TILogDestination>& destin
     if (fd < 0)
     {
         const int error = errno;
-        destination = std::make_unique<TFileDestination>(STDERR_FILENO);
+        destination = std::make_unique<TCFileDestination>(STDERR_FILENO);
         return "cannot open " + path + ": " + std::strerror(error) + "; lines go to standard error";
     }
-    destination = std::make_unique<TFileDestination>(fd);
+    destination = std::make_unique<TCFileDestination>(fd);
     return {};
 }
 } // namespace
 
 std::unique_ptr<TILogDestination> MakeJournalDestination(const std::string& socketPath)
 {
-    return std::make_unique<TJournalDestination>(socketPath);
+    return std::make_unique<TCJournalDestination>(socketPath);
 }
 
 SLogSetting ReadLogSetting(std::string_view setting)
@@ -169,11 +169,11 @@ SLogSetting ReadLogSetting(std::string_view setting)
     }
     if (setting == "stderr")
     {
-        result.destination = std::make_unique<TFileDestination>(STDERR_FILENO);
+        result.destination = std::make_unique<TCFileDestination>(STDERR_FILENO);
     }
     else if (setting == "syslog")
     {
-        result.destination = std::make_unique<TSyslogDestination>();
+        result.destination = std::make_unique<TCSyslogDestination>();
     }
     else if (setting == "journal")
     {

@@ -19,19 +19,19 @@
 
 namespace
 {
-using TClock = std::chrono::steady_clock;
+using TCClock = std::chrono::steady_clock;
 
 /// A process that borrows: what its threads had of their own, and what it borrows from whom.
-class TBorrower
+class TCBorrower
 {
 public:
-    explicit TBorrower(pid_t process) : m_process(process), m_started(StartTimeOf(process, process)) {}
+    explicit TCBorrower(pid_t process) : m_process(process), m_started(StartTimeOf(process, process)) {}
 
     struct SLoan
     {
         pid_t lender;
         SScheduling scheduling;
-        TClock::time_point end;
+        TCClock::time_point end;
     };
 
     bool IsAlive() const { return m_started && StartTimeOf(m_process, m_process) == m_started; }
@@ -61,7 +61,7 @@ public:
         return m_Settle();
     }
 
-    void EndLoansUntil(TClock::time_point now)
+    void EndLoansUntil(TCClock::time_point now)
     {
         if (std::erase_if(m_loans, [=](const SLoan& loan) { return loan.end <= now; }) > 0)
         {
@@ -71,10 +71,10 @@ public:
 
     bool HasLoans() const { return !m_loans.empty(); }
 
-    TClock::time_point NextEnd() const
+    TCClock::time_point NextEnd() const
     {
         const auto next = std::ranges::min_element(m_loans, {}, &SLoan::end);
-        return next == m_loans.end() ? TClock::time_point() : next->end;
+        return next == m_loans.end() ? TCClock::time_point() : next->end;
     }
 
 private:
@@ -157,7 +157,7 @@ private:
 
 /// All borrowers, and the thread that ends loans that nobody ends. The thread runs only while there is something to
 /// end.
-class TResourceManager
+class TCResourceManager
 {
 public:
     int Lend(pid_t lender, const std::string& name, std::chrono::milliseconds timeout)
@@ -181,10 +181,10 @@ public:
             {
                 return -ENOENT;
             }
-            found = m_borrowers.emplace(name, TBorrower(process)).first;
+            found = m_borrowers.emplace(name, TCBorrower(process)).first;
         }
         m_StartTimer();
-        const int result = found->second.Borrow({lender, scheduling, TClock::now() + timeout});
+        const int result = found->second.Borrow({lender, scheduling, TCClock::now() + timeout});
         if (!found->second.HasLoans())
         {
             m_borrowers.erase(found);
@@ -250,13 +250,13 @@ private:
         std::unique_lock lock(m_mutex);
         while (!m_borrowers.empty())
         {
-            auto next = TClock::time_point::max();
+            auto next = TCClock::time_point::max();
             for (const auto& [name, borrower] : m_borrowers)
             {
                 next = std::min(next, borrower.NextEnd());
             }
             m_changed.wait_until(lock, next);
-            const auto now = TClock::now();
+            const auto now = TCClock::now();
             for (auto& [name, borrower] : m_borrowers)
             {
                 borrower.EndLoansUntil(now);
@@ -268,16 +268,16 @@ private:
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::map<std::string, TBorrower> m_borrowers;
+    std::map<std::string, TCBorrower> m_borrowers;
     bool m_timerRuns = false;
     std::string m_lastName;
     pid_t m_lastProcess = -1;
 };
 
 // Never destroyed: its thread may run until the process ends.
-TResourceManager& Manager()
+TCResourceManager& Manager()
 {
-    static TResourceManager* const manager = new TResourceManager;
+    static TCResourceManager* const manager = new TCResourceManager;
     return *manager;
 }
 

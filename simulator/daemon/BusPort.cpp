@@ -12,9 +12,9 @@ constexpr const char* GONE_RULE = "type='signal',sender='org.freedesktop.DBus',i
                                   "member='NameOwnerChanged',arg2=''";
 } // namespace
 
-TBusPort::TBusPort(GMainContext* context, TSEvents events) : m_context(context), m_events(std::move(events)) {}
+TCBusPort::TCBusPort(GMainContext* context, TSEvents events) : m_context(context), m_events(std::move(events)) {}
 
-bool TBusPort::Connect(std::string& error)
+bool TCBusPort::Connect(std::string& error)
 {
     TCDBusError busError;
     m_connection = OpenCurrentSystemBus(busError);
@@ -35,7 +35,7 @@ bool TBusPort::Connect(std::string& error)
     return true;
 }
 
-void TBusPort::Disconnect()
+void TCBusPort::Disconnect()
 {
     if (m_connection != nullptr)
     {
@@ -45,7 +45,7 @@ void TBusPort::Disconnect()
     }
 }
 
-bool TBusPort::TakeName(const std::string& name, std::string& error)
+bool TCBusPort::TakeName(const std::string& name, std::string& error)
 {
     if (m_connection == nullptr)
     {
@@ -67,7 +67,7 @@ bool TBusPort::TakeName(const std::string& name, std::string& error)
     }
 }
 
-void TBusPort::LeaveName(const std::string& name)
+void TCBusPort::LeaveName(const std::string& name)
 {
     if (m_connection != nullptr)
     {
@@ -76,7 +76,7 @@ void TBusPort::LeaveName(const std::string& name)
     }
 }
 
-void TBusPort::Send(DBusMessage* message)
+void TCBusPort::Send(DBusMessage* message)
 {
     if (m_connection != nullptr)
     {
@@ -84,14 +84,14 @@ void TBusPort::Send(DBusMessage* message)
     }
 }
 
-long TBusPort::OutgoingBytes() const
+long TCBusPort::OutgoingBytes() const
 {
     return m_connection != nullptr ? dbus_connection_get_outgoing_size(m_connection.get()) : 0;
 }
 
-DBusHandlerResult TBusPort::m_Filter(DBusConnection*, DBusMessage* message, void* self)
+DBusHandlerResult TCBusPort::m_Filter(DBusConnection*, DBusMessage* message, void* self)
 {
-    auto& port = *static_cast<TBusPort*>(self);
+    auto& port = *static_cast<TCBusPort*>(self);
     const TCMessagePtr kept(dbus_message_ref(message)); // a handler may close the connection that holds it
     try
     {

@@ -10,7 +10,7 @@
 namespace CIM::sim
 {
 /// The daemon's place on the system bus: one private connection on a GLib main context. Bound to the context's thread.
-class TBusPort
+class TCBusPort
 {
 public:
     struct TSEvents
@@ -21,9 +21,9 @@ public:
     };
 
     /// \param[in] context  null: the default one
-    TBusPort(GMainContext* context, TSEvents events);
-    TBusPort(const TBusPort&) = delete;
-    TBusPort& operator=(const TBusPort&) = delete;
+    TCBusPort(GMainContext* context, TSEvents events);
+    TCBusPort(const TCBusPort&) = delete;
+    TCBusPort& operator=(const TCBusPort&) = delete;
 
     /// Connects to the system bus. Blocks until the bus has answered.
     /// \return false with the reason when it cannot

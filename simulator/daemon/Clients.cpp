@@ -6,7 +6,7 @@
 
 namespace CIM::sim
 {
-void TClients::OnCall(const TSCall& call)
+void TCClients::OnCall(const TSCall& call)
 {
     m_caller = call.sender;
     TSClient& client = m_clients[call.sender];
@@ -17,19 +17,19 @@ void TClients::OnCall(const TSCall& call)
     }
 }
 
-bool TClients::IsHelloWanted() const
+bool TCClients::IsHelloWanted() const
 {
     const auto found = m_clients.find(m_caller);
     return found == m_clients.end() || found->second.program.empty();
 }
 
-std::string TClients::ProgramOf(const std::string& uniqueName) const
+std::string TCClients::ProgramOf(const std::string& uniqueName) const
 {
     const auto found = m_clients.find(uniqueName);
     return found != m_clients.end() ? found->second.program : std::string();
 }
 
-void TClients::OnGone(const std::string& uniqueName)
+void TCClients::OnGone(const std::string& uniqueName)
 {
     const auto found = m_clients.find(uniqueName);
     if (found != m_clients.end())
@@ -39,7 +39,7 @@ void TClients::OnGone(const std::string& uniqueName)
     }
 }
 
-void TClients::ForgetAll()
+void TCClients::ForgetAll()
 {
     for (auto& [name, client] : m_clients)
     {
@@ -48,8 +48,8 @@ void TClients::ForgetAll()
     m_clients.clear();
 }
 
-int TClients::Subscribe(ECISignalType signalType, void* userData, EProfile profile, unsigned short handle,
-                        long processId)
+int TCClients::Subscribe(ECISignalType signalType, void* userData, EProfile profile, unsigned short handle,
+                         long processId)
 {
     if (m_clients[m_caller].subscriptions.emplace(TKey(signalType, profile, handle), processId).second)
     {
@@ -58,7 +58,7 @@ int TClients::Subscribe(ECISignalType signalType, void* userData, EProfile profi
     return 1;
 }
 
-int TClients::Unsubscribe(ECISignalType signalType, EProfile profile, unsigned short handle, long)
+int TCClients::Unsubscribe(ECISignalType signalType, EProfile profile, unsigned short handle, long)
 {
     auto& subscriptions = m_clients[m_caller].subscriptions;
     const auto found = subscriptions.find(TKey(signalType, profile, handle));
@@ -71,7 +71,7 @@ int TClients::Unsubscribe(ECISignalType signalType, EProfile profile, unsigned s
     return 1;
 }
 
-std::vector<std::string> TClients::Subscribers() const
+std::vector<std::string> TCClients::Subscribers() const
 {
     std::vector<std::string> names;
     for (const auto& [name, client] : m_clients)
@@ -84,7 +84,7 @@ std::vector<std::string> TClients::Subscribers() const
     return names;
 }
 
-nlohmann::json TClients::Subscriptions() const
+nlohmann::json TCClients::Subscriptions() const
 {
     nlohmann::json result = nlohmann::json::array();
     for (const auto& [name, client] : m_clients)
@@ -104,7 +104,7 @@ nlohmann::json TClients::Subscriptions() const
     return result;
 }
 
-void TClients::m_Withdraw(TSClient& client)
+void TCClients::m_Withdraw(TSClient& client)
 {
     for (const auto& [key, processId] : client.subscriptions)
     {

@@ -15,11 +15,11 @@ struct TSCall;
 
 /// Who calls, and who has subscribed what: a process is known by its unique bus name until it leaves the bus. The list
 /// is a record, not a filter: who receives a signal is decided by the bus.
-class TClients final : public ICISignalSubscriber
+class TCClients final : public ICISignalSubscriber
 {
 public:
     /// \param[in] model  hears of every subscription as well; outlives this
-    explicit TClients(ICISignalSubscriber& model) : m_model(model) {}
+    explicit TCClients(ICISignalSubscriber& model) : m_model(model) {}
 
     /// Remembers who makes the call that is handled next.
     void OnCall(const TSCall& call);

@@ -6,18 +6,18 @@
 
 namespace CIM::sim
 {
-TClockDriver::TClockDriver(TModel& model, GMainContext* context, bool isManual)
+TCClockDriver::TCClockDriver(TCModel& model, GMainContext* context, bool isManual)
     : m_model(model), m_timers(context), m_isManual(isManual),
       m_startUs(g_get_monotonic_time() - static_cast<gint64>(model.Now()) * 1000)
 {
 }
 
-void TClockDriver::CatchUp()
+void TCClockDriver::CatchUp()
 {
     m_model.AdvanceTo(m_isManual ? m_model.Now() : (g_get_monotonic_time() - m_startUs) / 1000 + m_advanced);
 }
 
-void TClockDriver::Settle()
+void TCClockDriver::Settle()
 {
     m_model.AdvanceTo(m_model.Now());
     m_timers.Cancel(m_timer);
@@ -37,7 +37,7 @@ void TClockDriver::Settle()
     }
 }
 
-void TClockDriver::Advance(TTime milliseconds)
+void TCClockDriver::Advance(TTime milliseconds)
 {
     CatchUp();
     m_advanced += std::max<TTime>(milliseconds, 0);

@@ -7,14 +7,14 @@
 
 namespace CIM::sim
 {
-class TModel;
+class TCModel;
 
 /// Drives a model's virtual clock: from real time, or only when told to. Bound to its context's thread.
-class TClockDriver
+class TCClockDriver
 {
 public:
     /// \param[in] isManual  the clock stands still between calls of Advance
-    TClockDriver(TModel& model, GMainContext* context, bool isManual);
+    TCClockDriver(TCModel& model, GMainContext* context, bool isManual);
 
     /// Brings the clock up to real time and runs what is due. To be called before the model is used.
     void CatchUp();
@@ -25,11 +25,11 @@ public:
     void Advance(TTime milliseconds);
 
 private:
-    TModel& m_model;
-    TTimers m_timers;
+    TCModel& m_model;
+    TCTimers m_timers;
     bool m_isManual;
     gint64 m_startUs;     ///< the monotonic time at which the virtual clock, but for what Advance added, was 0
     TTime m_advanced = 0; ///< what Advance added
-    TTimers::TId m_timer = 0;
+    TCTimers::TId m_timer = 0;
 };
 } // namespace CIM::sim

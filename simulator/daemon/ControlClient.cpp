@@ -14,7 +14,7 @@ namespace
 TSControlAnswer Failed(TSControlAnswer::EStatus status, std::string text) { return {status, std::move(text)}; }
 
 template <class T>
-void AppendUnsigned(DBusMessageIter& message, int type, const json::TJson& value, const json::TJsonPath& path)
+void AppendUnsigned(DBusMessageIter& message, int type, const json::TJson& value, const json::TCJsonPath& path)
 {
     const T number = static_cast<T>(json::UnsignedFromJson(value, std::numeric_limits<T>::max(), path));
     dbus_message_iter_append_basic(&message, type, &number);
@@ -22,7 +22,7 @@ void AppendUnsigned(DBusMessageIter& message, int type, const json::TJson& value
 
 void Append(DBusMessageIter& message, const TSVerbArgument& row, const std::string& text)
 {
-    const json::TJsonPath path(row.name);
+    const json::TCJsonPath path(row.name);
     const json::TJson number = text.empty() ? json::TJson(0) : json::TJson(text);
     switch (row.type[0])
     {
@@ -53,7 +53,7 @@ void Append(DBusMessageIter& message, const TSVerbArgument& row, const std::stri
     default:
         if (!json::IsUtf8(text) || text.find('\0') != std::string::npos)
         {
-            throw json::TJsonError(path, "this is no UTF-8 text");
+            throw json::TCJsonError(path, "this is no UTF-8 text");
         }
         const char* const value = text.c_str();
         dbus_message_iter_append_basic(&message, DBUS_TYPE_STRING, &value);
@@ -80,7 +80,7 @@ TSControlAnswer CallControl(const TSVerb& verb, const std::vector<std::string>& 
             Append(iterator, verb.arguments[i], i < arguments.size() ? arguments[i] : std::string());
         }
     }
-    catch (const json::TJsonError& error)
+    catch (const json::TCJsonError& error)
     {
         return Failed(TSControlAnswer::USAGE, error.what());
     }

@@ -4,19 +4,19 @@
 
 namespace CIM::sim
 {
-unsigned TFaults::Add(TSFault fault)
+unsigned TCFaults::Add(TSFault fault)
 {
     m_faults.push_back({std::move(fault), ++m_lastNumber});
     return m_lastNumber;
 }
 
-bool TFaults::Remove(unsigned number)
+bool TCFaults::Remove(unsigned number)
 {
     return std::erase_if(m_faults, [&](const TSActive& active) { return active.number == number; }) > 0;
 }
 
-std::optional<TSFault> TFaults::Meet(const std::string& interface, const std::string& operation,
-                                     std::optional<unsigned> slot)
+std::optional<TSFault> TCFaults::Meet(const std::string& interface, const std::string& operation,
+                                      std::optional<unsigned> slot)
 {
     std::optional<TSFault> met;
     for (TSActive& active : m_faults)
@@ -43,7 +43,7 @@ std::optional<TSFault> TFaults::Meet(const std::string& interface, const std::st
     return met;
 }
 
-json::TJson TFaults::List() const
+json::TJson TCFaults::List() const
 {
     json::TJson list = json::TJson::array();
     for (const TSActive& active : m_faults)

@@ -66,17 +66,17 @@ struct TSFault
 
 /// Reads a fault: {"kind": "error", "operation": "EnterMenu", "name": ..., ...}. A member that the kind does not take
 /// is refused.
-/// \throws json::TJsonError
-TSFault FaultFromJson(const json::TJson& fault, const json::TJsonPath& path);
+/// \throws json::TCJsonError
+TSFault FaultFromJson(const json::TJson& fault, const json::TCJsonPath& path);
 json::TJson ToJson(const TSFault& fault);
 /// Each kind with a line of help and the members it takes.
 json::TJson DescribeFaults();
 
 /// The faults that are switched on. The seed decides whatever a probability leaves open. Bound to its thread.
-class TFaults
+class TCFaults
 {
 public:
-    explicit TFaults(std::uint64_t seed) : m_random(seed) {}
+    explicit TCFaults(std::uint64_t seed) : m_random(seed) {}
 
     /// \return its number
     unsigned Add(TSFault fault);
@@ -99,7 +99,7 @@ private:
     };
 
     std::deque<TSActive> m_faults;
-    TRandom m_random;
+    TCRandom m_random;
     unsigned m_lastNumber = 0;
 };
 } // namespace CIM::sim

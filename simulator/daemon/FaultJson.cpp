@@ -12,24 +12,24 @@ namespace CIM::sim
 {
 namespace
 {
+using json::TCJsonPath;
 using json::TJson;
-using json::TJsonPath;
 
 /// A member of a fault's JSON form.
 struct TSMember
 {
     const char* name;
-    void (*read)(const TJson&, TSFault&, const TJsonPath&);
+    void (*read)(const TJson&, TSFault&, const TCJsonPath&);
     void (*write)(const TSFault&, TJson&);
 };
 
 template <auto Member>
-void ReadNumber(const TJson& value, TSFault& fault, const TJsonPath& path)
+void ReadNumber(const TJson& value, TSFault& fault, const TCJsonPath& path)
 {
     fault.*Member = static_cast<unsigned>(json::UnsignedFromJson(value, 0xFFFFFFFF, path));
 }
 template <auto Member>
-void ReadText(const TJson& value, TSFault& fault, const TJsonPath& path)
+void ReadText(const TJson& value, TSFault& fault, const TCJsonPath& path)
 {
     fault.*Member = json::TextFromJson(value, path);
 }
@@ -42,7 +42,7 @@ void Write(const TSFault& fault, TJson& value)
 constexpr TSMember MEMBERS[] = {
     {"operation", ReadText<&TSFault::operation>, Write<&TSFault::operation>},
     {"slot",
-     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
      { fault.slot = static_cast<unsigned>(json::UnsignedFromJson(value, 255, path)); },
      [](const TSFault& fault, TJson& value)
      {
@@ -54,11 +54,11 @@ constexpr TSMember MEMBERS[] = {
     {"nth", ReadNumber<&TSFault::nth>, Write<&TSFault::nth>},
     {"times", ReadNumber<&TSFault::times>, Write<&TSFault::times>},
     {"probability",
-     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
      {
          if (!value.is_number() || value.get<double>() < 0 || value.get<double>() > 1)
          {
-             throw json::TJsonError(path, "a number from 0 to 1 is expected");
+             throw json::TCJsonError(path, "a number from 0 to 1 is expected");
          }
          fault.probability = value.get<double>();
      },
@@ -68,23 +68,23 @@ constexpr TSMember MEMBERS[] = {
     {"text", ReadText<&TSFault::text>, Write<&TSFault::text>},
     {"shape", ReadText<&TSFault::shape>, Write<&TSFault::shape>},
     {"status",
-     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
      { fault.status = static_cast<unsigned>(json::UnsignedFromJson(value, 255, path)); },
      Write<&TSFault::status>},
     {"length",
-     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
      { fault.length = static_cast<int>(json::SignedFromJson(value, INT32_MIN, INT32_MAX, path)); },
      Write<&TSFault::length>},
     {"bytes", ReadNumber<&TSFault::bytes>, Write<&TSFault::bytes>},
     {"version",
-     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
      { fault.version = static_cast<unsigned>(json::UnsignedFromJson(value, 255, path)); },
      Write<&TSFault::version>},
     {"stepMs", ReadNumber<&TSFault::stepMs>, Write<&TSFault::stepMs>},
     {"count", ReadNumber<&TSFault::count>, Write<&TSFault::count>},
     {"rate", ReadNumber<&TSFault::rate>, Write<&TSFault::rate>},
     {"signal",
-     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
      {
          fault.signal.type =
              static_cast<ECISignalType>(json::EnumFromJson(json::Enumeration<ECISignalType>(), value, path));
@@ -92,26 +92,26 @@ constexpr TSMember MEMBERS[] = {
      [](const TSFault& fault, TJson& value)
      { value = json::EnumToJson(json::Enumeration<ECISignalType>(), fault.signal.type); }},
     {"profile",
-     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
      { fault.signal.profile = static_cast<EProfile>(json::SignedFromJson(value, INT32_MIN, INT32_MAX, path)); },
      [](const TSFault& fault, TJson& value) { value = static_cast<int>(fault.signal.profile); }},
     {"handle",
-     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
      { fault.signal.handle = static_cast<unsigned short>(json::UnsignedFromJson(value, 0xFFFF, path)); },
      [](const TSFault& fault, TJson& value) { value = fault.signal.handle; }},
     {"data",
-     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
      {
          const auto bytes = json::BytesFromJson(value, path);
          if (bytes.size() != sizeof fault.signal.data.bytes)
          {
-             throw json::TJsonError(path, "a signal has 8 bytes of data, not " + std::to_string(bytes.size()));
+             throw json::TCJsonError(path, "a signal has 8 bytes of data, not " + std::to_string(bytes.size()));
          }
          std::copy(bytes.begin(), bytes.end(), fault.signal.data.bytes);
      },
      [](const TSFault& fault, TJson& value) { value = json::BytesToHex(fault.signal.data.bytes); }},
     {"toSubscribers",
-     [](const TJson& value, TSFault& fault, const TJsonPath& path)
+     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
      { fault.isToSubscribers = json::BoolFromJson(value, path); },
      Write<&TSFault::isToSubscribers>},
 };
@@ -182,13 +182,13 @@ std::string Joined(const std::vector<std::string>& words)
     return text;
 }
 
-const TSKind& KindOf(const TJson& fault, const TJsonPath& path)
+const TSKind& KindOf(const TJson& fault, const TCJsonPath& path)
 {
     if (!fault.is_object() || !fault.contains("kind"))
     {
-        throw json::TJsonError(path, "a fault is an object with a member \"kind\"");
+        throw json::TCJsonError(path, "a fault is an object with a member \"kind\"");
     }
-    const TJsonPath kindPath(path, "kind");
+    const TCJsonPath kindPath(path, "kind");
     const std::string name = json::TextFromJson(fault["kind"], kindPath);
     std::vector<std::string> names;
     for (const TSKind& kind : KINDS)
@@ -199,7 +199,7 @@ const TSKind& KindOf(const TJson& fault, const TJsonPath& path)
         }
         names.emplace_back(kind.name);
     }
-    throw json::TJsonError(kindPath, '"' + name + "\" is no kind of fault; there are " + Joined(names));
+    throw json::TCJsonError(kindPath, '"' + name + "\" is no kind of fault; there are " + Joined(names));
 }
 
 const TSKind& KindOf(const TSFault& fault)
@@ -208,39 +208,39 @@ const TSKind& KindOf(const TSFault& fault)
                          [&](const TSKind& kind) { return kind.kind == fault.kind; });
 }
 
-void Complete(TSFault& fault, const TSKind& kind, const TJsonPath& path)
+void Complete(TSFault& fault, const TSKind& kind, const TCJsonPath& path)
 {
     if (fault.IsReplyFault() && fault.operation.empty())
     {
-        throw json::TJsonError(TJsonPath(path, "operation"),
-                               "a fault of a reply needs an operation, such as ICIGeneral.EnterMenu or *");
+        throw json::TCJsonError(TCJsonPath(path, "operation"),
+                                "a fault of a reply needs an operation, such as ICIGeneral.EnterMenu or *");
     }
-    const TJsonPath shapePath(path, "shape");
+    const TCJsonPath shapePath(path, "shape");
     if (fault.shape.empty() && !kind.shapes.empty())
     {
         fault.shape = Words(kind.shapes).front();
     }
     if (!kind.shapes.empty() && !Contains(kind.shapes, fault.shape))
     {
-        throw json::TJsonError(shapePath, '"' + fault.shape + "\" is none of " + Joined(Words(kind.shapes)));
+        throw json::TCJsonError(shapePath, '"' + fault.shape + "\" is none of " + Joined(Words(kind.shapes)));
     }
-    const TJsonPath namePath(path, "name");
+    const TCJsonPath namePath(path, "name");
     if (fault.kind == FAULT_ERROR)
     {
         fault.name = fault.name.empty() ? "com.kelvora.ciapi.Error.Failed" : fault.name;
         if (!dbus_validate_error_name(fault.name.c_str(), nullptr))
         {
-            throw json::TJsonError(namePath, '"' + fault.name + "\" is no name of a D-Bus error");
+            throw json::TCJsonError(namePath, '"' + fault.name + "\" is no name of a D-Bus error");
         }
     }
     if (fault.kind == FAULT_LOSE_NAME && fault.name.empty())
     {
-        throw json::TJsonError(namePath, "which bus name is lost?");
+        throw json::TCJsonError(namePath, "which bus name is lost?");
     }
 }
 } // namespace
 
-TSFault FaultFromJson(const TJson& json, const TJsonPath& path)
+TSFault FaultFromJson(const TJson& json, const TCJsonPath& path)
 {
     const TSKind& kind = KindOf(json, path);
     TSFault fault;
@@ -251,14 +251,14 @@ TSFault FaultFromJson(const TJson& json, const TJsonPath& path)
         {
             continue;
         }
-        const TJsonPath memberPath(path, name);
+        const TCJsonPath memberPath(path, name);
         const auto member = std::find_if(std::begin(MEMBERS), std::end(MEMBERS),
                                          [&](const TSMember& candidate) { return candidate.name == name; });
         if (member == std::end(MEMBERS) || !(Contains(WHEN, name) || Contains(kind.members, name)))
         {
-            throw json::TJsonError(memberPath, "a fault of the kind \"" + std::string(kind.name) +
-                                                   "\" has no such member; it takes " +
-                                                   Joined(Words(std::string(WHEN) + std::string(kind.members))));
+            throw json::TCJsonError(memberPath, "a fault of the kind \"" + std::string(kind.name) +
+                                                    "\" has no such member; it takes " +
+                                                    Joined(Words(std::string(WHEN) + std::string(kind.members))));
         }
         member->read(value, fault, memberPath);
     }

@@ -64,7 +64,7 @@ json::TJson TSJournalEntry::ToJson() const
     return entry;
 }
 
-const TSJournalEntry& TJournal::Add(TSJournalEntry entry)
+const TSJournalEntry& TCJournal::Add(TSJournalEntry entry)
 {
     entry.number = ++m_lastNumber;
     m_bytes += entry.request.size() + entry.reply.size();
@@ -77,7 +77,7 @@ const TSJournalEntry& TJournal::Add(TSJournalEntry entry)
     return m_entries.back();
 }
 
-json::TJson TJournal::ToJson() const
+json::TJson TCJournal::ToJson() const
 {
     json::TJson list = json::TJson::array();
     for (const TSJournalEntry& entry : m_entries)

@@ -15,7 +15,7 @@ struct TSJournalEntry
     std::uint64_t number = 0; ///< counted from 1
     TTime time = 0;           ///< virtual
     std::string interface;    ///< "ICIGeneral", or the name that was called when there is no such interface
-    const json::TOperationForm* operation = nullptr; ///< null: unknown
+    const json::TCOperationForm* operation = nullptr; ///< null: unknown
     short methodId = 0;
     bool isOneWay = false;
     std::string client; ///< unique bus name
@@ -33,7 +33,7 @@ struct TSJournalEntry
 };
 
 /// The calls received, the latest last. It forgets the oldest ones rather than grow without end.
-class TJournal
+class TCJournal
 {
 public:
     const TSJournalEntry& Add(TSJournalEntry entry);

@@ -11,13 +11,13 @@
 
 namespace CIM::sim
 {
-std::string TMarker::DefaultPath()
+std::string TCMarker::DefaultPath()
 {
     const char* const path = secure_getenv("CIAPI_DAEMON_READY_FILE");
     return path != nullptr && *path != '\0' ? path : "/tmp/ci-daemon-ready";
 }
 
-bool TMarker::Write(std::string& error)
+bool TCMarker::Write(std::string& error)
 {
     if (m_path.empty())
     {
@@ -44,7 +44,7 @@ bool TMarker::Write(std::string& error)
     return true;
 }
 
-void TMarker::Remove()
+void TCMarker::Remove()
 {
     if (m_written.empty())
     {

@@ -5,14 +5,14 @@
 namespace CIM::sim
 {
 /// The file that tells the library that the daemon is ready. Bound to its thread.
-class TMarker
+class TCMarker
 {
 public:
     /// \param[in] path  empty: no marker is ever written
-    explicit TMarker(std::string path) : m_path(std::move(path)) {}
-    ~TMarker() { Remove(); }
-    TMarker(const TMarker&) = delete;
-    TMarker& operator=(const TMarker&) = delete;
+    explicit TCMarker(std::string path) : m_path(std::move(path)) {}
+    ~TCMarker() { Remove(); }
+    TCMarker(const TCMarker&) = delete;
+    TCMarker& operator=(const TCMarker&) = delete;
 
     /// What CIAPI_DAEMON_READY_FILE names, or else the daemon's usual path.
     static std::string DefaultPath();

@@ -81,7 +81,7 @@ std::vector<TSArgument> ArgumentsOf(const Envelope& envelope)
                                  isLeftOutWhenEmpty});
         }
     };
-    std::apply([&](const auto&... row) { (add(row), ...); }, protocol::TArguments<Envelope>::ROWS);
+    std::apply([&](const auto&... row) { (add(row), ...); }, protocol::TEnvelopeArguments<Envelope>::ROWS);
     return arguments;
 }
 } // namespace CIM::sim

@@ -11,10 +11,10 @@ namespace CIM::sim
 namespace
 {
 /// The loop of a simulator that has a process of its own.
-class TLoop
+class TCLoop
 {
 public:
-    TLoop() : m_loop(g_main_loop_new(nullptr, FALSE))
+    TCLoop() : m_loop(g_main_loop_new(nullptr, FALSE))
     {
         for (const int number : {SIGTERM, SIGINT, SIGHUP})
         {
@@ -22,13 +22,13 @@ public:
                 number,
                 [](void* self) -> gboolean
                 {
-                    static_cast<TLoop*>(self)->Quit(0);
+                    static_cast<TCLoop*>(self)->Quit(0);
                     return G_SOURCE_CONTINUE;
                 },
                 this));
         }
     }
-    ~TLoop()
+    ~TCLoop()
     {
         for (const guint source : m_signals)
         {
@@ -36,8 +36,8 @@ public:
         }
         g_main_loop_unref(m_loop);
     }
-    TLoop(const TLoop&) = delete;
-    TLoop& operator=(const TLoop&) = delete;
+    TCLoop(const TCLoop&) = delete;
+    TCLoop& operator=(const TCLoop&) = delete;
 
     /// The first status counts.
     void Quit(int status)
@@ -68,8 +68,8 @@ private:
 
 int Serve(const TSServeOptions& options)
 {
-    TLoop loop;
-    TModel model(options.set, options.seed);
+    TCLoop loop;
+    TCModel model(options.set, options.seed);
     model.AdvanceTo(options.warmUpMs);
     TCSimulatedDaemon daemon(model, options.daemon);
     daemon.onReady = options.onReady;

@@ -96,7 +96,7 @@ TCMessagePtr MakeMalformedSignal(const std::string& shape, const TSSignal& signa
     return message;
 }
 
-void TSignalFaults::Begin(const TSFault& fault)
+void TCSignalFaults::Begin(const TSFault& fault)
 {
     switch (fault.kind)
     {
@@ -117,7 +117,7 @@ void TSignalFaults::Begin(const TSFault& fault)
     }
 }
 
-void TSignalFaults::m_Storm(const TSFault& fault, unsigned sent, gint64 startUs)
+void TCSignalFaults::m_Storm(const TSFault& fault, unsigned sent, gint64 startUs)
 {
     constexpr unsigned BATCH = 200;          // then whoever else waits has a turn
     constexpr long OUTGOING_BYTES = 1 << 20; // more than this would only pile up here
@@ -139,7 +139,7 @@ void TSignalFaults::m_Storm(const TSFault& fault, unsigned sent, gint64 startUs)
     }
 }
 
-void TSignalFaults::m_Send(const TSFault& fault, TCMessagePtr message)
+void TCSignalFaults::m_Send(const TSFault& fault, TCMessagePtr message)
 {
     if (!fault.isToSubscribers)
     {
@@ -154,7 +154,7 @@ void TSignalFaults::m_Send(const TSFault& fault, TCMessagePtr message)
     }
 }
 
-void TSignalFaults::m_SendFromStranger(const TSFault& fault)
+void TCSignalFaults::m_SendFromStranger(const TSFault& fault)
 {
     TCDBusError error;
     const TCConnectionPtr stranger = OpenCurrentSystemBus(error);

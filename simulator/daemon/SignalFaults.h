@@ -24,11 +24,11 @@ namespace CIM::sim
 TCMessagePtr MakeMalformedSignal(const std::string& shape, const TSSignal& signal);
 
 /// Signals that nothing in the model has caused: storms, malformed ones, a stranger's. Bound to its thread.
-class TSignalFaults
+class TCSignalFaults
 {
 public:
     /// \param[in] timers  storms stop when they are cancelled
-    TSignalFaults(TBusPort& port, TTimers& timers, const TClients& clients)
+    TCSignalFaults(TCBusPort& port, TCTimers& timers, const TCClients& clients)
         : m_port(port), m_timers(timers), m_clients(clients)
     {
     }
@@ -40,8 +40,8 @@ private:
     void m_Send(const TSFault& fault, TCMessagePtr message);
     void m_SendFromStranger(const TSFault& fault);
 
-    TBusPort& m_port;
-    TTimers& m_timers;
-    const TClients& m_clients;
+    TCBusPort& m_port;
+    TCTimers& m_timers;
+    const TCClients& m_clients;
 };
 } // namespace CIM::sim

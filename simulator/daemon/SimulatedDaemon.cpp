@@ -40,7 +40,7 @@ const char* OutcomeOf(protocol::EHandled handled)
 }
 
 /// The slot that a request is about.
-std::optional<unsigned> SlotOf(const json::TOperationForm* operation, TCMessageBuffer& request)
+std::optional<unsigned> SlotOf(const json::TCOperationForm* operation, TCMessageBuffer& request)
 {
     const json::TSParameter* const parameter = operation != nullptr ? operation->FindParameter("slot") : nullptr;
     if (parameter == nullptr || !protocol::IsInput(parameter->word))
@@ -57,7 +57,7 @@ std::optional<unsigned> SlotOf(const json::TOperationForm* operation, TCMessageB
 }
 } // namespace
 
-TCSimulatedDaemon::TCSimulatedDaemon(TModel& model, TSSimulatedDaemonOptions options)
+TCSimulatedDaemon::TCSimulatedDaemon(TCModel& model, TSSimulatedDaemonOptions options)
     : onCrash(EndProcess), m_model(model), m_options(std::move(options)), m_clients(model.Of<ICISignalSubscriber>()),
       m_skeletons(model, m_clients),
       m_port(m_options.context, {[this](DBusMessage* message) { m_OnCall(message); },
@@ -66,7 +66,7 @@ TCSimulatedDaemon::TCSimulatedDaemon(TModel& model, TSSimulatedDaemonOptions opt
       m_timers(m_options.context), m_events(m_options.context),
       m_clock(model, m_options.context, m_options.isManualClock), m_faults(m_options.seed),
       m_signalFaults(m_port, m_timers, m_clients), m_marker(m_options.markerPath),
-      m_names(TSkeletons::ConnectionNames())
+      m_names(TCSkeletons::ConnectionNames())
 {
     if (m_options.hasControl)
     {
@@ -247,7 +247,7 @@ void TCSimulatedDaemon::m_OnInterfaceCall(DBusMessage* message)
     const short methodId = protocol::MethodIdOf(call.envelope.header);
     const protocol::SBytes& payload = call.envelope.payload;
 
-    const json::TInterfaceForm* const interface = json::FindInterface(call.interface);
+    const json::TCInterfaceForm* const interface = json::FindInterface(call.interface);
     TSJournalEntry entry;
     entry.time = m_model.Now();
     entry.interface = interface != nullptr ? interface->Name() : call.interface;

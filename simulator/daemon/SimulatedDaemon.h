@@ -17,14 +17,14 @@
 
 namespace CIM::sim
 {
-class TModel;
+class TCModel;
 struct TSCall;
 
 struct TSSimulatedDaemonOptions
 {
-    GMainContext* context = nullptr;                 ///< null: the default one
-    std::string markerPath = TMarker::DefaultPath(); ///< empty: no marker
-    std::uint64_t seed = 1;                          ///< of the faults' luck
+    GMainContext* context = nullptr;                  ///< null: the default one
+    std::string markerPath = TCMarker::DefaultPath(); ///< empty: no marker
+    std::uint64_t seed = 1;                           ///< of the faults' luck
     bool isManualClock = false;
     bool hasControl = true;    ///< offers the control object
     unsigned namesAfterMs = 0; ///< from the start until the first bus name is taken
@@ -37,7 +37,7 @@ class TCSimulatedDaemon
 {
 public:
     /// \param[in] model  outlives the daemon, which takes its signal sink
-    TCSimulatedDaemon(TModel& model, TSSimulatedDaemonOptions options);
+    TCSimulatedDaemon(TCModel& model, TSSimulatedDaemonOptions options);
     ~TCSimulatedDaemon();
     TCSimulatedDaemon(const TCSimulatedDaemon&) = delete;
     TCSimulatedDaemon& operator=(const TCSimulatedDaemon&) = delete;
@@ -64,12 +64,12 @@ public:
     /// The crash of the fault of that name: ends the process unless something else is put here.
     std::function<void(bool isAbort)> onCrash;
 
-    TModel& Model() { return m_model; }
-    TSkeletons& Skeletons() { return m_skeletons; }
-    TClients& Clients() { return m_clients; }
-    TClockDriver& Clock() { return m_clock; }
-    TFaults& Faults() { return m_faults; }
-    TJournal& Journal() { return m_journal; }
+    TCModel& Model() { return m_model; }
+    TCSkeletons& Skeletons() { return m_skeletons; }
+    TCClients& Clients() { return m_clients; }
+    TCClockDriver& Clock() { return m_clock; }
+    TCFaults& Faults() { return m_faults; }
+    TCJournal& Journal() { return m_journal; }
     /// The model's state and the daemon's own.
     nlohmann::json State() const;
 
@@ -84,18 +84,18 @@ private:
     void m_LoseName(const TSFault& fault);
     void m_Lost(const std::string& reason);
 
-    TModel& m_model;
+    TCModel& m_model;
     TSSimulatedDaemonOptions m_options;
-    TClients m_clients;
-    TSkeletons m_skeletons;
-    TBusPort m_port;
-    TTimers m_timers; ///< of what belongs to the time on the bus: late replies, storms, names
-    TTimers m_events; ///< of what outlives it: coming back
-    TClockDriver m_clock;
-    TFaults m_faults;
-    TSignalFaults m_signalFaults;
-    TJournal m_journal;
-    TMarker m_marker;
+    TCClients m_clients;
+    TCSkeletons m_skeletons;
+    TCBusPort m_port;
+    TCTimers m_timers; ///< of what belongs to the time on the bus: late replies, storms, names
+    TCTimers m_events; ///< of what outlives it: coming back
+    TCClockDriver m_clock;
+    TCFaults m_faults;
+    TCSignalFaults m_signalFaults;
+    TCJournal m_journal;
+    TCMarker m_marker;
     std::vector<std::string> m_names;
     std::set<std::string> m_owned;
     bool m_isLeaving = false; ///< a restart is due: what still arrives is nobody's

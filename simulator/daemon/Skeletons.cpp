@@ -7,7 +7,7 @@ namespace CIM::sim
 namespace
 {
 template <class Interface>
-Interface& ObjectOf(TModel& model, ICISignalSubscriber& subscriber)
+Interface& ObjectOf(TCModel& model, ICISignalSubscriber& subscriber)
 {
     if constexpr (std::is_same_v<Interface, ICISignalSubscriber>)
     {
@@ -21,17 +21,17 @@ Interface& ObjectOf(TModel& model, ICISignalSubscriber& subscriber)
 } // namespace
 
 template <class... Interfaces>
-TSkeletons::TTuple TSkeletons::m_Make(TModel& model, ICISignalSubscriber& subscriber, protocol::TList<Interfaces...>)
+TCSkeletons::TTuple TCSkeletons::m_Make(TCModel& model, ICISignalSubscriber& subscriber, protocol::TList<Interfaces...>)
 {
     return TTuple(ObjectOf<Interfaces>(model, subscriber)...);
 }
 
-TSkeletons::TSkeletons(TModel& model, ICISignalSubscriber& subscriber)
+TCSkeletons::TCSkeletons(TCModel& model, ICISignalSubscriber& subscriber)
     : m_skeletons(m_Make(model, subscriber, protocol::TInterfaces()))
 {
 }
 
-protocol::TISkeleton* TSkeletons::Find(const std::string& connectionName)
+protocol::TISkeleton* TCSkeletons::Find(const std::string& connectionName)
 {
     protocol::TISkeleton* found = nullptr;
     const auto look = [&](protocol::TISkeleton& skeleton)
@@ -40,7 +40,7 @@ protocol::TISkeleton* TSkeletons::Find(const std::string& connectionName)
     return found;
 }
 
-std::vector<std::string> TSkeletons::ConnectionNames()
+std::vector<std::string> TCSkeletons::ConnectionNames()
 {
     std::vector<std::string> names;
     protocol::ForEachInterface([&]<class Interface>(protocol::TType<Interface>)

@@ -9,15 +9,15 @@
 
 namespace CIM::sim
 {
-class TModel;
+class TCModel;
 
 /// The interfaces as the bus sees them. Bound to its thread.
-class TSkeletons
+class TCSkeletons
 {
 public:
     /// \param[in] model       answers; outlives this
     /// \param[in] subscriber  answers the subscriber interface; outlives this
-    TSkeletons(TModel& model, ICISignalSubscriber& subscriber);
+    TCSkeletons(TCModel& model, ICISignalSubscriber& subscriber);
 
     /// The interface of that name; null when there is none.
     protocol::TISkeleton* Find(const std::string& connectionName);
@@ -34,7 +34,7 @@ private:
     using TTuple = protocol::TInterfaces::AsEach<std::tuple, protocol::TSkeleton>;
 
     template <class... Interfaces>
-    static TTuple m_Make(TModel& model, ICISignalSubscriber& subscriber, protocol::TList<Interfaces...>);
+    static TTuple m_Make(TCModel& model, ICISignalSubscriber& subscriber, protocol::TList<Interfaces...>);
 
     TTuple m_skeletons;
 };

@@ -7,12 +7,12 @@ namespace
 struct TSTask
 {
     std::function<void()> action;
-    std::unordered_map<TTimers::TId, GSource*>* sources;
-    TTimers::TId id;
+    std::unordered_map<TCTimers::TId, GSource*>* sources;
+    TCTimers::TId id;
 };
 } // namespace
 
-TTimers::TId TTimers::After(unsigned milliseconds, std::function<void()> action)
+TCTimers::TId TCTimers::After(unsigned milliseconds, std::function<void()> action)
 {
     const TId id = ++m_lastId;
     GSource* const source = milliseconds == 0 ? g_idle_source_new() : g_timeout_source_new(milliseconds);
@@ -35,7 +35,7 @@ TTimers::TId TTimers::After(unsigned milliseconds, std::function<void()> action)
     return id;
 }
 
-void TTimers::Cancel(TId id)
+void TCTimers::Cancel(TId id)
 {
     const auto found = m_sources.find(id);
     if (found != m_sources.end())
@@ -47,7 +47,7 @@ void TTimers::Cancel(TId id)
     }
 }
 
-void TTimers::CancelAll()
+void TCTimers::CancelAll()
 {
     while (!m_sources.empty())
     {

@@ -9,16 +9,16 @@
 namespace CIM::sim
 {
 /// One-shot timers on a GLib main context, all taken back when the object ends. Bound to the context's thread.
-class TTimers
+class TCTimers
 {
 public:
     using TId = std::uint64_t;
 
     /// \param[in] context  null: the default one
-    explicit TTimers(GMainContext* context) : m_context(context) {}
-    ~TTimers() { CancelAll(); }
-    TTimers(const TTimers&) = delete;
-    TTimers& operator=(const TTimers&) = delete;
+    explicit TCTimers(GMainContext* context) : m_context(context) {}
+    ~TCTimers() { CancelAll(); }
+    TCTimers(const TCTimers&) = delete;
+    TCTimers& operator=(const TCTimers&) = delete;
 
     /// Runs an action after so many real milliseconds, never before this returns. An action must not throw.
     TId After(unsigned milliseconds, std::function<void()> action);

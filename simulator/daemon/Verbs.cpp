@@ -103,7 +103,7 @@ std::string ListCams(TCSimulatedDaemon& daemon, const TJson&)
 
 std::string RaiseSignal(TCSimulatedDaemon& daemon, const TJson& arguments)
 {
-    const auto bytes = json::BytesFromJson(arguments.at("data"), json::TJsonPath("data"));
+    const auto bytes = json::BytesFromJson(arguments.at("data"), json::TCJsonPath("data"));
     TSSignal signal{static_cast<ECISignalType>(arguments.at("type").get<std::uint32_t>()),
                     static_cast<EProfile>(arguments.at("profile").get<std::int32_t>()),
                     arguments.at("handle").get<unsigned short>(),
@@ -131,7 +131,7 @@ std::string ClearJournal(TCSimulatedDaemon& daemon, const TJson&) { return daemo
 
 std::string AddFault(TCSimulatedDaemon& daemon, const TJson& arguments)
 {
-    return std::to_string(daemon.AddFault(FaultFromJson(Parse(arguments, "fault"), json::TJsonPath("fault"))));
+    return std::to_string(daemon.AddFault(FaultFromJson(Parse(arguments, "fault"), json::TCJsonPath("fault"))));
 }
 std::string RemoveFault(TCSimulatedDaemon& daemon, const TJson& arguments)
 {

@@ -46,7 +46,7 @@ int Run(const TSRunOptions& options)
     }
     sandbox.simulator = [&](const std::function<void()>& ready)
     {
-        serve.daemon.markerPath = TMarker::DefaultPath(); // of the sandbox
+        serve.daemon.markerPath = TCMarker::DefaultPath(); // of the sandbox
         serve.onReady = ready;
         return Serve(serve);
     };

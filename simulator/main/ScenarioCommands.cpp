@@ -47,10 +47,10 @@ int Play(const TSScenario& scenario, const std::string& journalPath, const std::
     options.daemon.isManualClock = scenario.isManualClock;
     options.daemon.namesAfterMs = scenario.namesAfterMs;
     options.daemon.nameStepMs = scenario.nameStepMs;
-    std::shared_ptr<TStory> story;
+    std::shared_ptr<TCStory> story;
     options.company = [&](TCSimulatedDaemon& daemon, std::function<void(int)> quit)
     {
-        story = std::make_shared<TStory>(scenario, daemon, std::move(quit), journal.is_open() ? &journal : nullptr);
+        story = std::make_shared<TCStory>(scenario, daemon, std::move(quit), journal.is_open() ? &journal : nullptr);
         // What the application has sent last may still be on its way when the simulator is told to end.
         return std::shared_ptr<void>(story.get(),
                                      [](void*)
@@ -73,10 +73,10 @@ int Play(const TSScenario& scenario, const std::string& journalPath, const std::
 }
 
 /// A mark that the simulator's process leaves for this one.
-class TSharedMark
+class TCSharedMark
 {
 public:
-    TSharedMark()
+    TCSharedMark()
         : m_mark(static_cast<std::atomic<bool>*>(
               mmap(nullptr, sizeof *m_mark, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)))
     {
@@ -85,9 +85,9 @@ public:
             throw std::bad_alloc();
         }
     }
-    ~TSharedMark() { munmap(m_mark, sizeof *m_mark); }
-    TSharedMark(const TSharedMark&) = delete;
-    TSharedMark& operator=(const TSharedMark&) = delete;
+    ~TCSharedMark() { munmap(m_mark, sizeof *m_mark); }
+    TCSharedMark(const TCSharedMark&) = delete;
+    TCSharedMark& operator=(const TCSharedMark&) = delete;
 
     void Set() { *m_mark = true; }
     bool IsSet() const { return *m_mark; }
@@ -112,7 +112,7 @@ void OnTerminate(int number)
 /// Plays with the command beside. \return EXIT_UNMET when a step was not met, else the command's exit status
 int PlayBeside(const TSScenario& scenario, const TSPlayOptions& options)
 {
-    TSharedMark unmet;
+    TCSharedMark unmet;
     thePlayer = getpid();
     TSSandboxOptions sandbox;
     sandbox.command = options.command;
@@ -165,10 +165,10 @@ int CheckCommand(const std::vector<std::string>& files)
     {
         try
         {
-            const TSScenario scenario = ReadScenario(TJsonFile::Load(file));
+            const TSScenario scenario = ReadScenario(TCJsonFile::Load(file));
             std::printf("%s: good: %zu steps\n", file.c_str(), scenario.timeline.size());
         }
-        catch (const TFileError& error)
+        catch (const TCFileError& error)
         {
             std::fprintf(stderr, "%s\n", error.what());
             status = 1;

@@ -39,7 +39,7 @@ TSFault ReadFault(const std::string& text)
 {
     try
     {
-        TSFault fault = FaultFromJson(json::TJson::parse(text), json::TJsonPath("fault"));
+        TSFault fault = FaultFromJson(json::TJson::parse(text), json::TCJsonPath("fault"));
         if (fault.operation.empty())
         {
             throw std::runtime_error("fault.operation: on the command line a fault needs one, such as *");

@@ -28,19 +28,19 @@ ECISignalType SignalOf(EAppMmiMessage message)
 }
 } // namespace
 
-TAppMmi::TSSession* TAppMmi::m_Find(unsigned short id, EStep step)
+TCAppMmi::TSSession* TCAppMmi::m_Find(unsigned short id, EStep step)
 {
     const auto found = m_sessions.find(id);
     return found != m_sessions.end() && found->second.step == step ? &found->second : nullptr;
 }
 
-const TAppMmi::TSData* TAppMmi::m_Data(int dataId, EAppMmiMessage message) const
+const TCAppMmi::TSData* TCAppMmi::m_Data(int dataId, EAppMmiMessage message) const
 {
     const auto found = m_data.find(dataId);
     return found != m_data.end() && found->second.message == message ? &found->second : nullptr;
 }
 
-void TAppMmi::m_Announce(const TSSession& session, TSData data)
+void TCAppMmi::m_Announce(const TSSession& session, TSData data)
 {
     const EAppMmiMessage message = data.message;
     const unsigned short id = data.session;
@@ -57,8 +57,8 @@ void TAppMmi::m_Announce(const TSSession& session, TSData data)
     }
 }
 
-int TAppMmi::SetApplicationState(TVSHandle const&, EAppMmiName application, EAppMmiState state,
-                                 unsigned long long value)
+int TCAppMmi::SetApplicationState(TVSHandle const&, EAppMmiName application, EAppMmiState state,
+                                  unsigned long long value)
 {
     if (EnumName(application).empty() || application == CI_APPMMI_INVALID || EnumName(state).empty())
     {
@@ -68,7 +68,7 @@ int TAppMmi::SetApplicationState(TVSHandle const&, EAppMmiName application, EApp
     return 1;
 }
 
-int TAppMmi::SendAppAbortRequest(unsigned short id, std::vector<unsigned char> const& data)
+int TCAppMmi::SendAppAbortRequest(unsigned short id, std::vector<unsigned char> const& data)
 {
     const auto found = m_sessions.find(id);
     if (found == m_sessions.end())
@@ -86,7 +86,7 @@ int TAppMmi::SendAppAbortRequest(unsigned short id, std::vector<unsigned char> c
     return 1;
 }
 
-int TAppMmi::SendAppAbortAck(unsigned short id, std::vector<unsigned char> const&)
+int TCAppMmi::SendAppAbortAck(unsigned short id, std::vector<unsigned char> const&)
 {
     if (!m_Find(id, STEP_ABORTING))
     {
@@ -96,7 +96,7 @@ int TAppMmi::SendAppAbortAck(unsigned short id, std::vector<unsigned char> const
     return 1;
 }
 
-int TAppMmi::SendFileRequest(unsigned short id, std::vector<unsigned char> const& data, int value)
+int TCAppMmi::SendFileRequest(unsigned short id, std::vector<unsigned char> const& data, int value)
 {
     const TSSession* const session = m_Find(id, STEP_RUNNING);
     if (!session)
@@ -123,7 +123,7 @@ int TAppMmi::SendFileRequest(unsigned short id, std::vector<unsigned char> const
     return 1;
 }
 
-int TAppMmi::SendRequestStartAck(unsigned short id, unsigned char ackCode)
+int TCAppMmi::SendRequestStartAck(unsigned short id, unsigned char ackCode)
 {
     TSSession* const session = m_Find(id, STEP_WAITING);
     if (!session)
@@ -141,7 +141,7 @@ int TAppMmi::SendRequestStartAck(unsigned short id, unsigned char ackCode)
     return 1;
 }
 
-int TAppMmi::GetAbortAckData(int dataId, std::vector<unsigned char>& data)
+int TCAppMmi::GetAbortAckData(int dataId, std::vector<unsigned char>& data)
 {
     const TSData* const found = m_Data(dataId, CI_APPMMI_MESSAGE_ABORT_ACK);
     if (!found)
@@ -152,7 +152,7 @@ int TAppMmi::GetAbortAckData(int dataId, std::vector<unsigned char>& data)
     return 1;
 }
 
-int TAppMmi::GetAbortRequestData(int dataId, std::vector<unsigned char>& data)
+int TCAppMmi::GetAbortRequestData(int dataId, std::vector<unsigned char>& data)
 {
     const TSData* const found = m_Data(dataId, CI_APPMMI_MESSAGE_ABORT_REQ);
     if (!found)
@@ -163,8 +163,8 @@ int TAppMmi::GetAbortRequestData(int dataId, std::vector<unsigned char>& data)
     return 1;
 }
 
-int TAppMmi::GetFileAckData(int dataId, bool& firstFlag, bool& secondFlag, int& value,
-                            std::vector<unsigned char>& firstData, std::vector<unsigned char>& secondData)
+int TCAppMmi::GetFileAckData(int dataId, bool& firstFlag, bool& secondFlag, int& value,
+                             std::vector<unsigned char>& firstData, std::vector<unsigned char>& secondData)
 {
     const TSData* const found = m_Data(dataId, CI_APPMMI_MESSAGE_FILE_ACK);
     if (!found)
@@ -179,8 +179,8 @@ int TAppMmi::GetFileAckData(int dataId, bool& firstFlag, bool& secondFlag, int& 
     return 1;
 }
 
-int TAppMmi::GetStartAppData(unsigned short id, int dataId, std::vector<unsigned char>& firstData,
-                             std::vector<unsigned char>& secondData, TVSHandle& handle, bool& flag)
+int TCAppMmi::GetStartAppData(unsigned short id, int dataId, std::vector<unsigned char>& firstData,
+                              std::vector<unsigned char>& secondData, TVSHandle& handle, bool& flag)
 {
     const TSData* const found = m_Data(dataId, CI_APPMMI_MESSAGE_START_APP);
     if (!found || found->session != id)
@@ -194,8 +194,8 @@ int TAppMmi::GetStartAppData(unsigned short id, int dataId, std::vector<unsigned
     return 1;
 }
 
-TSOutcome TAppMmi::RequestStart(unsigned slot, const std::string& domain, const std::string& object,
-                                const TVSHandle& pipeline)
+TSOutcome TCAppMmi::RequestStart(unsigned slot, const std::string& domain, const std::string& object,
+                                 const TVSHandle& pipeline)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found)
@@ -219,7 +219,7 @@ TSOutcome TAppMmi::RequestStart(unsigned slot, const std::string& domain, const 
     return TSOutcome::Done();
 }
 
-TSOutcome TAppMmi::RequestAbort(unsigned slot, const TBytes& data)
+TSOutcome TCAppMmi::RequestAbort(unsigned slot, const TBytes& data)
 {
     for (auto& [id, session] : m_sessions)
     {
@@ -233,7 +233,7 @@ TSOutcome TAppMmi::RequestAbort(unsigned slot, const TBytes& data)
     return TSOutcome::Refused("the CAM in slot " + std::to_string(slot) + " has no application MMI session to abort");
 }
 
-void TAppMmi::OnCamGone(const TSSlot& slot)
+void TCAppMmi::OnCamGone(const TSSlot& slot)
 {
     for (auto session = m_sessions.begin(); session != m_sessions.end();)
     {
@@ -248,7 +248,7 @@ void TAppMmi::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TAppMmi::State() const
+nlohmann::json TCAppMmi::State() const
 {
     static constexpr const char* steps[] = {"waiting", "running", "aborting"};
     nlohmann::json sessions = nlohmann::json::array();

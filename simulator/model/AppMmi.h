@@ -23,10 +23,10 @@ namespace CIM::sim
 ///
 /// Each event is raised as its own signal and as SIGNAL_CI_APPMMI_MESSAGE, both with the session as id and the data
 /// identifier as value.
-class TAppMmi final : public ICIAppMMI
+class TCAppMmi final : public ICIAppMMI
 {
 public:
-    explicit TAppMmi(TSWorld& world) : m_world(world) {}
+    explicit TCAppMmi(TSWorld& world) : m_world(world) {}
 
     int SetApplicationState(TVSHandle const& handle, EAppMmiName application, EAppMmiState state,
                             unsigned long long value) override;

@@ -17,13 +17,13 @@ nlohmann::json ToJson(const TVSHandle& pipeline)
 }
 } // namespace
 
-std::vector<unsigned short> TCa::m_Ids(const TSSlot& slot) const
+std::vector<unsigned short> TCCa::m_Ids(const TSSlot& slot) const
 {
     const bool isShown = slot.hasCaInfo && slot.cam.isCardIn && slot.phase != CAM_PHASE_FAILED;
     return isShown ? slot.cam.caSystemIds : std::vector<unsigned short>();
 }
 
-void TCa::GetSystemIds(std::map<unsigned char, std::list<unsigned short>>& ids) const
+void TCCa::GetSystemIds(std::map<unsigned char, std::list<unsigned short>>& ids) const
 {
     ids.clear();
     for (const TSSlot& slot : m_world.slots)
@@ -36,8 +36,8 @@ void TCa::GetSystemIds(std::map<unsigned char, std::list<unsigned short>>& ids) 
     }
 }
 
-int TCa::SendPmt(unsigned char slot, const TVSHandle& pipeline, const std::list<unsigned short>& caSystemIds,
-                 ECaPmtCmd command)
+int TCCa::SendPmt(unsigned char slot, const TVSHandle& pipeline, const std::list<unsigned short>& caSystemIds,
+                  ECaPmtCmd command)
 {
     TSSlot* const found = m_world.FindReady(slot);
     if (!found || command < ECAPMTCMD_OKDESCR || command > ECAPMTCMD_NOT_SELECTED)
@@ -84,12 +84,12 @@ int TCa::SendPmt(unsigned char slot, const TVSHandle& pipeline, const std::list<
     return 1;
 }
 
-void TCa::m_Reply(const TSSlot& slot, const TVSHandle& pipeline, int reply)
+void TCCa::m_Reply(const TSSlot& slot, const TVSHandle& pipeline, int reply)
 {
     m_world.Raise(PipelineSignal(SIGNAL_CI_CA_REPLY, pipeline, slot.number, reply));
 }
 
-void TCa::m_Leave(TSSlot& slot, const TVSHandle& pipeline)
+void TCCa::m_Leave(TSSlot& slot, const TVSHandle& pipeline)
 {
     if (std::erase(slot.pipelines, pipeline) > 0)
     {
@@ -97,7 +97,7 @@ void TCa::m_Leave(TSSlot& slot, const TVSHandle& pipeline)
     }
 }
 
-int TCa::SwitchDescrambling(const std::vector<TVSHandle>& pipelines, bool isEnabled)
+int TCCa::SwitchDescrambling(const std::vector<TVSHandle>& pipelines, bool isEnabled)
 {
     for (const TVSHandle& pipeline : pipelines)
     {
@@ -114,7 +114,7 @@ int TCa::SwitchDescrambling(const std::vector<TVSHandle>& pipelines, bool isEnab
     return 1;
 }
 
-bool TCa::IsCopyProtected(const TVSHandle& pipeline) const
+bool TCCa::IsCopyProtected(const TVSHandle& pipeline) const
 {
     if (const auto own = m_emi.find(TKey(pipeline.profile, pipeline.handle)); own != m_emi.end())
     {
@@ -128,7 +128,7 @@ bool TCa::IsCopyProtected(const TVSHandle& pipeline) const
                        });
 }
 
-TSOutcome TCa::SetCard(unsigned slot, bool isIn)
+TSOutcome TCCa::SetCard(unsigned slot, bool isIn)
 {
     TSSlot* const found = m_world.FindReady(slot);
     if (!found)
@@ -144,7 +144,7 @@ TSOutcome TCa::SetCard(unsigned slot, bool isIn)
     return TSOutcome::Done();
 }
 
-TSOutcome TCa::SetEntitlement(unsigned slot, int reply)
+TSOutcome TCCa::SetEntitlement(unsigned slot, int reply)
 {
     TSSlot* const found = m_world.FindReady(slot);
     if (!found)
@@ -159,14 +159,14 @@ TSOutcome TCa::SetEntitlement(unsigned slot, int reply)
     return TSOutcome::Done();
 }
 
-void TCa::OnCaInfo(TSSlot& slot)
+void TCCa::OnCaInfo(TSSlot& slot)
 {
     slot.hasCaInfo = true;
     m_world.Raise(
         SlotSignal(SIGNAL_CI_CA_SYSTEMS_CHANGE, slot.number, 0, 0, static_cast<std::uint32_t>(m_Ids(slot).size())));
 }
 
-void TCa::OnCamGone(TSSlot& slot)
+void TCCa::OnCamGone(TSSlot& slot)
 {
     while (!slot.pipelines.empty())
     {
@@ -179,7 +179,7 @@ void TCa::OnCamGone(TSSlot& slot)
     }
 }
 
-nlohmann::json TCa::State() const
+nlohmann::json TCCa::State() const
 {
     nlohmann::json slots = nlohmann::json::array();
     for (const TSSlot& slot : m_world.slots)

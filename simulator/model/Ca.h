@@ -8,10 +8,10 @@
 namespace CIM::sim
 {
 /// CA systems, smart card, CA PMT, entitlement and descrambling.
-class TCa
+class TCCa
 {
 public:
-    TCa(TSWorld& world, TMmi& mmi) : m_world(world), m_mmi(mmi) {}
+    TCCa(TSWorld& world, TCMmi& mmi) : m_world(world), m_mmi(mmi) {}
 
     void GetSystemIds(std::map<unsigned char, std::list<unsigned short>>& ids) const;
     /// \param[in] caSystemIds  CA systems that the service uses; empty: not said. A CAM that has none of them answers
@@ -40,7 +40,7 @@ private:
     void m_Leave(TSSlot& slot, const TVSHandle& pipeline);
 
     TSWorld& m_world;
-    TMmi& m_mmi;
+    TCMmi& m_mmi;
     std::set<TKey> m_disabled;
     std::map<TKey, int> m_emi;
     std::vector<std::string> m_history; ///< of descrambling, the latest last

@@ -19,9 +19,9 @@ nlohmann::json ToJson(const TSCertificateStore& store)
 }
 } // namespace
 
-bool TCertificates::Has(ECICipCertificateKind kind) const { return Holds(m_storage, kind) || Holds(m_eeprom, kind); }
+bool TCCertificates::Has(ECICipCertificateKind kind) const { return Holds(m_storage, kind) || Holds(m_eeprom, kind); }
 
-EWriteCipKeyResult TCertificates::Write(ECICipCertificateType type, ECICipCertificateKind kind)
+EWriteCipKeyResult TCCertificates::Write(ECICipCertificateType type, ECICipCertificateKind kind)
 {
     if (!m_isWritable)
     {
@@ -36,7 +36,7 @@ EWriteCipKeyResult TCertificates::Write(ECICipCertificateType type, ECICipCertif
     return WRITE_CIP_SUCCESS;
 }
 
-bool TCertificates::MoveToStorage()
+bool TCCertificates::MoveToStorage()
 {
     if (!Holds(m_eeprom, CIP_CERTIFICATE_KIND_NONE))
     {
@@ -47,7 +47,7 @@ bool TCertificates::MoveToStorage()
     return true;
 }
 
-nlohmann::json TCertificates::State() const
+nlohmann::json TCCertificates::State() const
 {
     return {{"secureStorage", ToJson(m_storage)}, {"eeprom", ToJson(m_eeprom)}, {"writable", m_isWritable}};
 }

@@ -7,10 +7,10 @@
 namespace CIM::sim
 {
 /// The set's CI Plus certificates and key, in the EEPROM and in the secure storage.
-class TCertificates
+class TCCertificates
 {
 public:
-    explicit TCertificates(const TSSetDefinition& definition)
+    explicit TCCertificates(const TSSetDefinition& definition)
         : m_storage(definition.secureStorage), m_eeprom(definition.eeprom), m_isWritable(definition.isKeyWritable)
     {
     }

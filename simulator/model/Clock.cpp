@@ -4,7 +4,7 @@
 
 namespace CIM::sim
 {
-std::optional<TTime> TClock::NextEventAt() const
+std::optional<TTime> TCClock::NextEventAt() const
 {
     if (m_events.empty())
     {
@@ -13,7 +13,7 @@ std::optional<TTime> TClock::NextEventAt() const
     return m_events.begin()->first.first;
 }
 
-void TClock::AdvanceTo(TTime time)
+void TCClock::AdvanceTo(TTime time)
 {
     while (!m_events.empty() && m_events.begin()->first.first <= time)
     {
@@ -24,19 +24,19 @@ void TClock::AdvanceTo(TTime time)
     m_now = std::max(m_now, time);
 }
 
-TClock::TEventId TClock::At(TTime time, TAction action, std::uint64_t group)
+TCClock::TEventId TCClock::At(TTime time, TAction action, std::uint64_t group)
 {
     const TEventId id = ++m_lastId;
     m_events.emplace(std::make_pair(std::max(time, m_now), id), TSEvent{std::move(action), group});
     return id;
 }
 
-void TClock::Cancel(TEventId id)
+void TCClock::Cancel(TEventId id)
 {
     std::erase_if(m_events, [id](const auto& event) { return event.first.second == id; });
 }
 
-void TClock::CancelGroup(std::uint64_t group)
+void TCClock::CancelGroup(std::uint64_t group)
 {
     std::erase_if(m_events, [group](const auto& event) { return event.second.group == group; });
 }

@@ -13,7 +13,7 @@ using TTime = std::int64_t;
 
 /// The model's only clock. It moves when it is told to, and runs what was scheduled on its way, in order of time; what
 /// is due at the same time runs in the order in which it was scheduled. Bound to its thread.
-class TClock
+class TCClock
 {
 public:
     using TAction = std::function<void()>;

@@ -13,10 +13,10 @@ namespace CIM::sim
 namespace
 {
 /// The arguments of a control, on their way in. Everything is read before anything is done.
-class TArguments
+class TCArguments
 {
 public:
-    explicit TArguments(const nlohmann::json& json) : m_object({json, ""}) {}
+    explicit TCArguments(const nlohmann::json& json) : m_object({json, ""}) {}
 
     template <class T>
     T Take(const char* name, T value)
@@ -44,10 +44,10 @@ public:
     void Done() const { m_object.Done(); }
 
 private:
-    TJsonObject m_object;
+    TCJsonObject m_object;
 };
 
-using TAction = TSOutcome (*)(TModel&, TArguments&);
+using TAction = TSOutcome (*)(TCModel&, TCArguments&);
 
 struct TSRow
 {
@@ -55,7 +55,7 @@ struct TSRow
     TAction run;
 };
 
-TSOutcome Insert(TModel& model, TArguments& arguments)
+TSOutcome Insert(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto cam = arguments.Need<std::string>("cam");
@@ -63,21 +63,21 @@ TSOutcome Insert(TModel& model, TArguments& arguments)
     return model.InsertCam(slot, cam);
 }
 
-TSOutcome Remove(TModel& model, TArguments& arguments)
+TSOutcome Remove(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     arguments.Done();
     return model.RemoveCam(slot);
 }
 
-TSOutcome Reset(TModel& model, TArguments& arguments)
+TSOutcome Reset(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     arguments.Done();
     return model.ResetCam(slot);
 }
 
-TSOutcome OpenMenu(TModel& model, TArguments& arguments)
+TSOutcome OpenMenu(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto menu = arguments.Take<std::string>("menu", "");
@@ -85,7 +85,7 @@ TSOutcome OpenMenu(TModel& model, TArguments& arguments)
     return model.Parts().mmi.OpenUnsolicited(slot, menu);
 }
 
-TSOutcome ShowPage(TModel& model, TArguments& arguments)
+TSOutcome ShowPage(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto page = arguments.Need<TSMmiPage>("page");
@@ -99,7 +99,7 @@ TSOutcome ShowPage(TModel& model, TArguments& arguments)
     return TSOutcome::Done();
 }
 
-TSOutcome AskPin(TModel& model, TArguments& arguments)
+TSOutcome AskPin(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto rating = arguments.Take("rating", 18);
@@ -109,14 +109,14 @@ TSOutcome AskPin(TModel& model, TArguments& arguments)
 }
 
 template <bool IsIn>
-TSOutcome Card(TModel& model, TArguments& arguments)
+TSOutcome Card(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     arguments.Done();
     return model.Parts().ca.SetCard(slot, IsIn);
 }
 
-TSOutcome Entitlement(TModel& model, TArguments& arguments)
+TSOutcome Entitlement(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto reply = arguments.Need<unsigned char>("reply");
@@ -130,7 +130,7 @@ TSOutcome Entitlement(TModel& model, TArguments& arguments)
     return outcome;
 }
 
-TSOutcome StreamEmi(TModel& model, TArguments& arguments)
+TSOutcome StreamEmi(TCModel& model, TCArguments& arguments)
 {
     const auto emi = arguments.Need<unsigned char>("emi");
     const auto pipeline = arguments.Pipeline();
@@ -139,7 +139,7 @@ TSOutcome StreamEmi(TModel& model, TArguments& arguments)
     return TSOutcome::Done();
 }
 
-TSOutcome StartUpgrade(TModel& model, TArguments& arguments)
+TSOutcome StartUpgrade(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto mode = arguments.Take("mode", CAM_UPGRADE_MODE_DELAYED);
@@ -147,7 +147,7 @@ TSOutcome StartUpgrade(TModel& model, TArguments& arguments)
     return model.Parts().upgrade.Request(slot, mode);
 }
 
-TSOutcome UpgradeProgress(TModel& model, TArguments& arguments)
+TSOutcome UpgradeProgress(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto percent = arguments.Need<int>("percent");
@@ -155,7 +155,7 @@ TSOutcome UpgradeProgress(TModel& model, TArguments& arguments)
     return model.Parts().upgrade.SetProgress(slot, percent);
 }
 
-TSOutcome OfferProfile(TModel& model, TArguments& arguments)
+TSOutcome OfferProfile(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto index = arguments.Take<unsigned>("index", 0);
@@ -163,7 +163,7 @@ TSOutcome OfferProfile(TModel& model, TArguments& arguments)
     return model.Parts().profiles.Offer(slot, index);
 }
 
-TSOutcome ProfileStatus(TModel& model, TArguments& arguments)
+TSOutcome ProfileStatus(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto status = arguments.Need<ECamOperatorProfileStatus>("status");
@@ -171,7 +171,7 @@ TSOutcome ProfileStatus(TModel& model, TArguments& arguments)
     return model.Parts().profiles.Announce(slot, status);
 }
 
-TSOutcome SasSend(TModel& model, TArguments& arguments)
+TSOutcome SasSend(TCModel& model, TCArguments& arguments)
 {
     const auto application = arguments.Need<std::uint64_t>("application");
     const auto data = arguments.Need<TBytes>("data");
@@ -179,7 +179,7 @@ TSOutcome SasSend(TModel& model, TArguments& arguments)
     return model.Parts().sas.SendFromCam(application, data);
 }
 
-TSOutcome StartApp(TModel& model, TArguments& arguments)
+TSOutcome StartApp(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto domain = arguments.Take<std::string>("domain", "HbbTVEngineProfile1");
@@ -189,7 +189,7 @@ TSOutcome StartApp(TModel& model, TArguments& arguments)
     return model.Parts().appMmi.RequestStart(slot, domain, object, pipeline);
 }
 
-TSOutcome AbortApp(TModel& model, TArguments& arguments)
+TSOutcome AbortApp(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto data = arguments.Take<TBytes>("data", {});
@@ -198,16 +198,16 @@ TSOutcome AbortApp(TModel& model, TArguments& arguments)
 }
 
 template <bool IsOffered>
-TSOutcome FileSystem(TModel& model, TArguments& arguments)
+TSOutcome FileSystem(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto index = arguments.Take<unsigned>("index", 0);
     arguments.Done();
-    TFileSystems& fileSystems = model.Parts().fileSystems;
+    TCFileSystems& fileSystems = model.Parts().fileSystems;
     return IsOffered ? fileSystems.Offer(slot, index) : fileSystems.Drop(slot, index);
 }
 
-TSOutcome HostControl(TModel& model, TArguments& arguments)
+TSOutcome HostControl(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto isActive = arguments.Take("active", true);
@@ -216,7 +216,7 @@ TSOutcome HostControl(TModel& model, TArguments& arguments)
     return model.Parts().host.SetHostControl(slot, isActive, pipeline);
 }
 
-TSOutcome BlockTuning(TModel& model, TArguments& arguments)
+TSOutcome BlockTuning(TCModel& model, TCArguments& arguments)
 {
     const auto isBlocked = arguments.Take("blocked", true);
     const auto pipeline = arguments.Pipeline();
@@ -225,7 +225,7 @@ TSOutcome BlockTuning(TModel& model, TArguments& arguments)
     return TSOutcome::Done();
 }
 
-TSOutcome SetFlag(TModel& model, TArguments& arguments)
+TSOutcome SetFlag(TCModel& model, TCArguments& arguments)
 {
     static const std::map<std::string, bool TSCamDefinition::*> flags = {
         {"keep-app-running", &TSCamDefinition::wantsAppRunning},
@@ -252,7 +252,7 @@ TSOutcome SetFlag(TModel& model, TArguments& arguments)
     return TSOutcome::Done();
 }
 
-TSOutcome DecryptionStatus(TModel& model, TArguments& arguments)
+TSOutcome DecryptionStatus(TCModel& model, TCArguments& arguments)
 {
     const auto status = arguments.Need<ESampleDecryptionDRMStatus>("status");
     const auto pipeline = arguments.Pipeline();
@@ -260,7 +260,7 @@ TSOutcome DecryptionStatus(TModel& model, TArguments& arguments)
     return model.Parts().decryption.SetStatus(pipeline, status);
 }
 
-TSOutcome PlayerStart(TModel& model, TArguments& arguments)
+TSOutcome PlayerStart(TCModel& model, TCArguments& arguments)
 {
     const auto slot = arguments.Slot();
     const auto location = arguments.Need<std::string>("location");
@@ -268,7 +268,7 @@ TSOutcome PlayerStart(TModel& model, TArguments& arguments)
     return model.Parts().player.StartFromCam(slot, location);
 }
 
-TSOutcome PlayerError(TModel& model, TArguments& arguments)
+TSOutcome PlayerError(TCModel& model, TCArguments& arguments)
 {
     const auto error = arguments.Take<int>("error", PLAYER_ERROR_PLAYBACK);
     arguments.Done();
@@ -276,7 +276,7 @@ TSOutcome PlayerError(TModel& model, TArguments& arguments)
 }
 
 template <ECISignalType Type, class Reason>
-TSOutcome Stop(TModel& model, TArguments& arguments)
+TSOutcome Stop(TCModel& model, TCArguments& arguments)
 {
     const auto reason = arguments.Take("reason", Reason{});
     const auto pipeline = arguments.Pipeline();
@@ -285,7 +285,7 @@ TSOutcome Stop(TModel& model, TArguments& arguments)
     return TSOutcome::Done();
 }
 
-TSOutcome AddRecording(TModel& model, TArguments& arguments)
+TSOutcome AddRecording(TCModel& model, TCArguments& arguments)
 {
     auto recording = arguments.Need<TSRecordingDefinition>("recording");
     arguments.Done();
@@ -293,7 +293,7 @@ TSOutcome AddRecording(TModel& model, TArguments& arguments)
     return TSOutcome::Done();
 }
 
-TSOutcome PlayRecording(TModel& model, TArguments& arguments)
+TSOutcome PlayRecording(TCModel& model, TCArguments& arguments)
 {
     const auto file = arguments.Need<std::string>("file");
     const auto pipeline = arguments.Pipeline();
@@ -301,20 +301,20 @@ TSOutcome PlayRecording(TModel& model, TArguments& arguments)
     return model.Parts().pvr.Play(file, pipeline);
 }
 
-TSOutcome EndPlayback(TModel& model, TArguments& arguments)
+TSOutcome EndPlayback(TCModel& model, TCArguments& arguments)
 {
     arguments.Done();
     return model.Parts().pvr.EndPlay();
 }
 
-TSOutcome Expire(TModel& model, TArguments& arguments)
+TSOutcome Expire(TCModel& model, TCArguments& arguments)
 {
     const auto file = arguments.Need<std::string>("file");
     arguments.Done();
     return model.Parts().pvr.Expire(file);
 }
 
-TSOutcome BlockRecording(TModel& model, TArguments& arguments)
+TSOutcome BlockRecording(TCModel& model, TCArguments& arguments)
 {
     const auto file = arguments.Need<std::string>("file");
     const auto isBlocked = arguments.Take("blocked", true);
@@ -322,7 +322,7 @@ TSOutcome BlockRecording(TModel& model, TArguments& arguments)
     return model.Parts().pvr.SetBlocked(file, isBlocked);
 }
 
-TSOutcome Signal(TModel& model, TArguments& arguments)
+TSOutcome Signal(TCModel& model, TCArguments& arguments)
 {
     TSSignal signal;
     signal.type = arguments.Need<ECISignalType>("type");
@@ -404,7 +404,7 @@ std::vector<TSControl> Controls()
     return controls;
 }
 
-TSOutcome RunControl(TModel& model, std::string_view name, const nlohmann::json& arguments)
+TSOutcome RunControl(TCModel& model, std::string_view name, const nlohmann::json& arguments)
 {
     const auto row =
         std::find_if(ROWS.begin(), ROWS.end(), [&](const TSRow& candidate) { return candidate.control.name == name; });
@@ -415,10 +415,10 @@ TSOutcome RunControl(TModel& model, std::string_view name, const nlohmann::json&
     try
     {
         static const nlohmann::json none = nlohmann::json::object();
-        TArguments given(arguments.is_null() ? none : arguments);
+        TCArguments given(arguments.is_null() ? none : arguments);
         return row->run(model, given);
     }
-    catch (const TJsonError& error)
+    catch (const TCJsonError& error)
     {
         return TSOutcome::Refused(error.what());
     }

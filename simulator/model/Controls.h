@@ -23,5 +23,5 @@ std::vector<TSControl> Controls();
 /// "profile" and "handle", the TV pipeline (default PROFILE_MAIN and 0).
 /// \return why not, when the name or an argument is wrong, or the set is not in a state for it; nothing has happened
 ///         then
-TSOutcome RunControl(TModel& model, std::string_view name, const nlohmann::json& arguments);
+TSOutcome RunControl(TCModel& model, std::string_view name, const nlohmann::json& arguments);
 } // namespace CIM::sim

@@ -91,7 +91,7 @@ TBytes Sha256(const TBytes& input)
     return digest;
 }
 
-TCrypto::TCrypto(TSKeyDefinition keys) : m_keys(std::move(keys))
+TCCrypto::TCCrypto(TSKeyDefinition keys) : m_keys(std::move(keys))
 {
     if (m_keys.dhsk.empty())
     {
@@ -100,28 +100,28 @@ TCrypto::TCrypto(TSKeyDefinition keys) : m_keys(std::move(keys))
     }
 }
 
-TBytes TCrypto::DhskMsb() const
+TBytes TCCrypto::DhskMsb() const
 {
     return {m_keys.dhsk.begin(),
             m_keys.dhsk.begin() + static_cast<std::ptrdiff_t>(std::min(BLOCK, m_keys.dhsk.size()))};
 }
 
-bool TCrypto::EncryptCbc(const TBytes& input, TBytes& output) const
+bool TCCrypto::EncryptCbc(const TBytes& input, TBytes& output) const
 {
     return Run(EVP_aes_128_cbc(), true, m_keys.sak, m_keys.siv, input, output);
 }
 
-bool TCrypto::DecryptEcb(const TBytes& input, TBytes& output) const
+bool TCCrypto::DecryptEcb(const TBytes& input, TBytes& output) const
 {
     return Run(EVP_aes_128_ecb(), false, m_keys.sek, m_keys.siv, input, output);
 }
 
-bool TCrypto::EncryptCbcWithDhsk(const TBytes& input, TBytes& output) const
+bool TCCrypto::EncryptCbcWithDhsk(const TBytes& input, TBytes& output) const
 {
     return EncryptCbc(Joined(input, m_keys.dhsk), output);
 }
 
-bool TCrypto::Sha256WithDhsk(const TBytes& input, TBytes& output) const
+bool TCCrypto::Sha256WithDhsk(const TBytes& input, TBytes& output) const
 {
     output = Sha256(Joined(input, m_keys.dhsk));
     return true;

@@ -6,12 +6,12 @@ namespace CIM::sim
 {
 /// The cryptographic operations of SAS sessions, with the keys of the definition. All do real work; the keys are for
 /// testing only.
-class TCrypto
+class TCCrypto
 {
 public:
     /// \param[in] keys  without a DHSK it is computed as 2^(x*y) in the 2048-bit group of RFC 3526, x and y being the
     ///                  SHA-256 of "host" and "module"
-    explicit TCrypto(TSKeyDefinition keys);
+    explicit TCCrypto(TSKeyDefinition keys);
 
     /// The 16 most significant bytes of the DHSK.
     TBytes DhskMsb() const;

@@ -11,13 +11,13 @@ namespace
 constexpr std::size_t MAX_LOG = 100;
 } // namespace
 
-TDebug::TDebug(TSWorld& world, TSParts& parts)
+TCDebug::TCDebug(TSWorld& world, TSParts& parts)
     : m_world(world), m_parts(parts), m_mspus(world.slots.size()),
       m_protectedServices(world.definition.protectedServices)
 {
 }
 
-void TDebug::m_Log(std::string line)
+void TCDebug::m_Log(std::string line)
 {
     m_log.push_back(std::to_string(m_world.clock.Now()) + " ms: " + std::move(line));
     if (m_log.size() > MAX_LOG)
@@ -26,7 +26,7 @@ void TDebug::m_Log(std::string line)
     }
 }
 
-int TDebug::PrintStatus()
+int TCDebug::PrintStatus()
 {
     for (const TSSlot& slot : m_world.slots)
     {
@@ -36,27 +36,27 @@ int TDebug::PrintStatus()
     return 1;
 }
 
-int TDebug::ClearDescramblingHistory()
+int TCDebug::ClearDescramblingHistory()
 {
     m_parts.ca.ClearHistory();
     return 1;
 }
 
-int TDebug::ResetPcmcia(unsigned char slot) { return m_parts.lifecycle.Reset(slot) ? 1 : 0; }
+int TCDebug::ResetPcmcia(unsigned char slot) { return m_parts.lifecycle.Reset(slot) ? 1 : 0; }
 
-int TDebug::ResetCertificateDataInEeprom()
+int TCDebug::ResetCertificateDataInEeprom()
 {
     m_parts.certificates.ResetEeprom();
     return 1;
 }
 
-int TDebug::ResetCertificateDataInSecureStorage()
+int TCDebug::ResetCertificateDataInSecureStorage()
 {
     m_parts.certificates.ResetStorage();
     return 1;
 }
 
-int TDebug::SetTransportStreamRouteMode(unsigned char slot, bool through)
+int TCDebug::SetTransportStreamRouteMode(unsigned char slot, bool through)
 {
     if (!m_world.Find(slot))
     {
@@ -66,7 +66,7 @@ int TDebug::SetTransportStreamRouteMode(unsigned char slot, bool through)
     return 1;
 }
 
-int TDebug::GetTransportStreamRouteMode(unsigned char slot, bool& through)
+int TCDebug::GetTransportStreamRouteMode(unsigned char slot, bool& through)
 {
     if (!m_world.Find(slot))
     {
@@ -76,14 +76,14 @@ int TDebug::GetTransportStreamRouteMode(unsigned char slot, bool& through)
     return 1;
 }
 
-int TDebug::RestartCIMManager()
+int TCDebug::RestartCIMManager()
 {
     ++m_restarts;
     m_parts.lifecycle.ResetAll();
     return 1;
 }
 
-int TDebug::FactoryReset()
+int TCDebug::FactoryReset()
 {
     m_parts.profiles.RemoveAll();
     m_parts.profiles.ClearSchedule();
@@ -92,14 +92,14 @@ int TDebug::FactoryReset()
     return 1;
 }
 
-int TDebug::DebugTunePreparation(bool enable)
+int TCDebug::DebugTunePreparation(bool enable)
 {
     m_isPreparingTune = enable;
     m_parts.host.BlockTuning(enable);
     return 1;
 }
 
-int TDebug::DebugTunePreparationAck(bool ack)
+int TCDebug::DebugTunePreparationAck(bool ack)
 {
     if (!m_isPreparingTune)
     {
@@ -109,39 +109,39 @@ int TDebug::DebugTunePreparationAck(bool ack)
     return 1;
 }
 
-int TDebug::IsTunerLockedByCI(bool& locked)
+int TCDebug::IsTunerLockedByCI(bool& locked)
 {
     locked = m_parts.host.IsHostControlActive();
     return 1;
 }
 
-int TDebug::OPClearSchedule()
+int TCDebug::OPClearSchedule()
 {
     m_parts.profiles.ClearSchedule();
     return 1;
 }
 
-int TDebug::OPRegisterSchedule(unsigned int schedule)
+int TCDebug::OPRegisterSchedule(unsigned int schedule)
 {
     m_parts.profiles.Schedule(schedule);
     return 1;
 }
 
-int TDebug::OPPrintBootupReason()
+int TCDebug::OPPrintBootupReason()
 {
     m_Log("started by the simulator");
     return 1;
 }
 
-int TDebug::StartOperatorProfileInstallation() { return m_parts.profiles.StartFirst() ? 1 : 0; }
+int TCDebug::StartOperatorProfileInstallation() { return m_parts.profiles.StartFirst() ? 1 : 0; }
 
-int TDebug::RemoveAllOperatorProfiles()
+int TCDebug::RemoveAllOperatorProfiles()
 {
     m_parts.profiles.RemoveAll();
     return 1;
 }
 
-int TDebug::PrintCIServiceProtectionDatabase()
+int TCDebug::PrintCIServiceProtectionDatabase()
 {
     m_Log("protected services: " + std::to_string(m_protectedServices.size()));
     for (const std::string& service : m_protectedServices)
@@ -151,19 +151,19 @@ int TDebug::PrintCIServiceProtectionDatabase()
     return 1;
 }
 
-int TDebug::ClearCIServiceProtectionDatabase()
+int TCDebug::ClearCIServiceProtectionDatabase()
 {
     m_protectedServices.clear();
     return 1;
 }
 
-int TDebug::GetSlotsCount(unsigned char& count)
+int TCDebug::GetSlotsCount(unsigned char& count)
 {
     count = static_cast<unsigned char>(m_world.slots.size());
     return 1;
 }
 
-int TDebug::RunMSPUCommand(unsigned char slot, ECIDebugMSPUCommand command, unsigned char param, unsigned short ltsId)
+int TCDebug::RunMSPUCommand(unsigned char slot, ECIDebugMSPUCommand command, unsigned char param, unsigned short ltsId)
 {
     if (!m_world.Find(slot) || EnumName(command).empty())
     {
@@ -220,22 +220,22 @@ int TDebug::RunMSPUCommand(unsigned char slot, ECIDebugMSPUCommand command, unsi
     return 1;
 }
 
-int TDebug::DisableCAM(bool disable)
+int TCDebug::DisableCAM(bool disable)
 {
     m_parts.lifecycle.SetDisabled(disable);
     return 1;
 }
 
-int TDebug::TransferCertifcateDataFromEepromToSecureStorage() { return m_parts.certificates.MoveToStorage() ? 1 : 0; }
+int TCDebug::TransferCertifcateDataFromEepromToSecureStorage() { return m_parts.certificates.MoveToStorage() ? 1 : 0; }
 
-int TDebug::CILogToggle(bool& enabled)
+int TCDebug::CILogToggle(bool& enabled)
 {
     m_isLogging = !enabled;
     enabled = m_isLogging;
     return 1;
 }
 
-nlohmann::json TDebug::State() const
+nlohmann::json TCDebug::State() const
 {
     nlohmann::json mspus = nlohmann::json::array();
     for (std::size_t slot = 0; slot < m_mspus.size(); ++slot)

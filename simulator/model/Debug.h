@@ -18,10 +18,10 @@ struct TSParts;
 /// - RestartCIMManager resets every CAM; whoever wants the process gone does that outside of the model.
 /// - FactoryReset forgets profiles, protected services and the schedule, and resets every CAM; certificates stay.
 /// - RunMSPUCommand: the parameter is kept with the command; LTS identifiers are those of the slot.
-class TDebug final : public ICIDebug
+class TCDebug final : public ICIDebug
 {
 public:
-    TDebug(TSWorld& world, TSParts& parts);
+    TCDebug(TSWorld& world, TSParts& parts);
 
     int PrintStatus() override;
     int ClearDescramblingHistory() override;

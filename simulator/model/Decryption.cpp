@@ -40,10 +40,10 @@ std::vector<TSDRMMetadataRecord> RecordsOf(const std::vector<TSSampleTrackNonTSF
 }
 } // namespace
 
-bool TDecryption::IsDRMSupported(TSDRMSystemId const& systemId) { return IsSupported(m_world, systemId); }
-bool TDecryption::IsDRMSupported(TSDRMUuid const& uuid) { return IsSupported(m_world, uuid); }
+bool TCDecryption::IsDRMSupported(TSDRMSystemId const& systemId) { return IsSupported(m_world, systemId); }
+bool TCDecryption::IsDRMSupported(TSDRMUuid const& uuid) { return IsSupported(m_world, uuid); }
 
-TDecryption::TSChoice TDecryption::m_Choose(const TRecords& records) const
+TCDecryption::TSChoice TCDecryption::m_Choose(const TRecords& records) const
 {
     for (const TSDRMMetadataRecord& record : records)
     {
@@ -61,13 +61,13 @@ TDecryption::TSChoice TDecryption::m_Choose(const TRecords& records) const
     return {};
 }
 
-bool TDecryption::StartSampleDecryption(TVSHandle const& handle, std::vector<TSSampleTrackNonTSFormat> const& tracks)
+bool TCDecryption::StartSampleDecryption(TVSHandle const& handle, std::vector<TSSampleTrackNonTSFormat> const& tracks)
 {
     return m_Start(handle, RecordsOf(tracks));
 }
 
-bool TDecryption::StartSampleDecryption(TVSHandle const& handle, unsigned short drmSystem,
-                                        std::vector<TSDRMMetadataRecord> const& records)
+bool TCDecryption::StartSampleDecryption(TVSHandle const& handle, unsigned short drmSystem,
+                                         std::vector<TSDRMMetadataRecord> const& records)
 {
     TRecords all = records;
     if (!all.empty())
@@ -77,7 +77,7 @@ bool TDecryption::StartSampleDecryption(TVSHandle const& handle, unsigned short 
     return m_Start(handle, all);
 }
 
-bool TDecryption::m_Start(const TVSHandle& pipeline, const TRecords& records)
+bool TCDecryption::m_Start(const TVSHandle& pipeline, const TRecords& records)
 {
     const TKey key(pipeline.profile, pipeline.handle);
     const TSChoice choice = m_Choose(records);
@@ -99,17 +99,17 @@ bool TDecryption::m_Start(const TVSHandle& pipeline, const TRecords& records)
     return true;
 }
 
-bool TDecryption::UpdateSampleDecryption(TVSHandle const& handle, std::vector<TSSampleTrackNonTSFormat> const& tracks)
+bool TCDecryption::UpdateSampleDecryption(TVSHandle const& handle, std::vector<TSSampleTrackNonTSFormat> const& tracks)
 {
     return m_Update(handle, RecordsOf(tracks));
 }
 
-bool TDecryption::UpdateSampleDecryption(TVSHandle const& handle, std::vector<TSDRMMetadataRecord> const& records)
+bool TCDecryption::UpdateSampleDecryption(TVSHandle const& handle, std::vector<TSDRMMetadataRecord> const& records)
 {
     return m_Update(handle, records);
 }
 
-bool TDecryption::m_Update(const TVSHandle& pipeline, const TRecords& records)
+bool TCDecryption::m_Update(const TVSHandle& pipeline, const TRecords& records)
 {
     const auto found = m_sessions.find(TKey(pipeline.profile, pipeline.handle));
     if (found == m_sessions.end())
@@ -135,7 +135,7 @@ bool TDecryption::m_Update(const TVSHandle& pipeline, const TRecords& records)
     return true;
 }
 
-void TDecryption::m_Plan(const TSSession& session)
+void TCDecryption::m_Plan(const TSSession& session)
 {
     const auto plan = [&](TTime delay, ESampleDecryptionDRMStatus status)
     {
@@ -163,7 +163,7 @@ void TDecryption::m_Plan(const TSSession& session)
     }
 }
 
-void TDecryption::m_Announce(const TSSession& session, ESampleDecryptionTransmissionStatus transmission)
+void TCDecryption::m_Announce(const TSSession& session, ESampleDecryptionTransmissionStatus transmission)
 {
     const std::uint32_t value = static_cast<std::uint32_t>(session.status) & 0xFFFFu;
     const std::uint32_t buffer = m_world.slots[session.slot].cam.sampleBufferSize;
@@ -171,7 +171,7 @@ void TDecryption::m_Announce(const TSSession& session, ESampleDecryptionTransmis
                                  transmission, session.drm.systemId, value | buffer << 16));
 }
 
-TSOutcome TDecryption::SetStatus(const TVSHandle& pipeline, ESampleDecryptionDRMStatus status)
+TSOutcome TCDecryption::SetStatus(const TVSHandle& pipeline, ESampleDecryptionDRMStatus status)
 {
     const auto found = m_sessions.find(TKey(pipeline.profile, pipeline.handle));
     if (found == m_sessions.end())
@@ -183,7 +183,7 @@ TSOutcome TDecryption::SetStatus(const TVSHandle& pipeline, ESampleDecryptionDRM
     return TSOutcome::Done();
 }
 
-void TDecryption::OnCamGone(const TSSlot& slot)
+void TCDecryption::OnCamGone(const TSSlot& slot)
 {
     for (auto entry = m_sessions.begin(); entry != m_sessions.end();)
     {
@@ -199,7 +199,7 @@ void TDecryption::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TDecryption::State() const
+nlohmann::json TCDecryption::State() const
 {
     nlohmann::json result = nlohmann::json::array();
     for (const auto& [key, session] : m_sessions)

@@ -19,10 +19,10 @@ namespace CIM::sim
 /// - A CAM that has as many sessions as it can have answers a further start with the status that it is busy.
 /// SIGNAL_CI_SAMPLE_DECRYPTION_STATUS_CHANGED carries the transmission status as code, the DRM system id as id, and as
 /// value the DRM status plus 65536 times the size of the sample buffer.
-class TDecryption final : public ICISampleDecryption
+class TCDecryption final : public ICISampleDecryption
 {
 public:
-    explicit TDecryption(TSWorld& world) : m_world(world) {}
+    explicit TCDecryption(TSWorld& world) : m_world(world) {}
 
     bool IsDRMSupported(TSDRMSystemId const& systemId) override;
     bool IsDRMSupported(TSDRMUuid const& uuid) override;

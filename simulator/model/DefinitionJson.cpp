@@ -33,7 +33,7 @@ namespace CIM::sim
 {
 void Read(const TSJsonAt& at, TSPinDefinition& pin)
 {
-    TJsonObject(at)
+    TCJsonObject(at)
         .Field("digits", pin.digits)
         .Field("tries", pin.tries)
         .Field("blockMs", pin.blockMs)
@@ -51,7 +51,7 @@ void Read(const TSJsonAt& at, TSPinDefinition& pin)
 
 void Read(const TSJsonAt& at, TSUpgradeDefinition& upgrade)
 {
-    TJsonObject(at)
+    TCJsonObject(at)
         .Field("stepMs", upgrade.stepMs)
         .Field("stepPercent", upgrade.stepPercent)
         .Field("stuckAtPercent", upgrade.stuckAtPercent)
@@ -71,13 +71,13 @@ struct TSSasAnswer
 };
 void Read(const TSJsonAt& at, TSSasAnswer& answer)
 {
-    TJsonObject(at).Needed("to", answer.to).Needed("send", answer.send).Done();
+    TCJsonObject(at).Needed("to", answer.to).Needed("send", answer.send).Done();
 }
 
 void Read(const TSJsonAt& at, TSSasApplicationDefinition& application)
 {
     std::vector<TSSasAnswer> answers;
-    TJsonObject(at)
+    TCJsonObject(at)
         .Needed("id", application.id)
         .Field("answer", application.answer)
         .Field("maxSessions", application.maxSessions)
@@ -94,7 +94,7 @@ void Read(const TSJsonAt& at, TSSasApplicationDefinition& application)
 
 void Read(const TSJsonAt& at, TSFileDefinition& file)
 {
-    TJsonObject(at).Field("content", file.content).Field("size", file.size).Done();
+    TCJsonObject(at).Field("content", file.content).Field("size", file.size).Done();
     if (file.size > 64u * 1'024 * 1'024)
     {
         at.Child("size").Fail("expected at most 64 MiB");
@@ -103,7 +103,7 @@ void Read(const TSJsonAt& at, TSFileDefinition& file)
 
 void Read(const TSJsonAt& at, TSFileSystemDefinition& fileSystem)
 {
-    TJsonObject(at)
+    TCJsonObject(at)
         .Field("domain", fileSystem.domain)
         .Field("files", fileSystem.files)
         .Field("offered", fileSystem.isOffered)
@@ -113,12 +113,12 @@ void Read(const TSJsonAt& at, TSFileSystemDefinition& fileSystem)
 
 void Read(const TSJsonAt& at, TSAppMmiDefinition& appMmi)
 {
-    TJsonObject(at).Field("files", appMmi.files).Field("delayMs", appMmi.delayMs).Done();
+    TCJsonObject(at).Field("files", appMmi.files).Field("delayMs", appMmi.delayMs).Done();
 }
 
 void Read(const TSJsonAt& at, TSContentDefinition& content)
 {
-    TJsonObject(at)
+    TCJsonObject(at)
         .Needed("location", content.location)
         .Field("allowed", content.isAllowed)
         .Field("durationSeconds", content.durationSeconds)
@@ -131,12 +131,12 @@ void Read(const TSJsonAt& at, TSContentDefinition& content)
 
 void Read(const TSJsonAt& at, TSDrmStatusChange& change)
 {
-    TJsonObject(at).Field("afterMs", change.afterMs).Needed("status", change.status).Done();
+    TCJsonObject(at).Field("afterMs", change.afterMs).Needed("status", change.status).Done();
 }
 
 void Read(const TSJsonAt& at, TSDrmDefinition& drm)
 {
-    TJsonObject(at)
+    TCJsonObject(at)
         .Field("systemId", drm.systemId)
         .Field("uuid", drm.uuid)
         .Field("transmission", drm.transmission)
@@ -151,7 +151,7 @@ void Read(const TSJsonAt& at, TSDrmDefinition& drm)
 
 void Read(const TSJsonAt& at, TSProfileDefinition& profile)
 {
-    TJsonObject(at)
+    TCJsonObject(at)
         .Field("antennaMode", profile.antennaMode)
         .Field("serviceMode", profile.serviceMode)
         .Field("name", profile.name)
@@ -169,7 +169,7 @@ void Read(const TSJsonAt& at, TSProfileDefinition& profile)
 void Read(const TSJsonAt& at, TSCamDefinition& cam)
 {
     std::string base;
-    TJsonObject(at)
+    TCJsonObject(at)
         .Needed("name", cam.name)
         .Field("base", base)
         .Field("mode", cam.mode)
@@ -214,7 +214,7 @@ void Read(const TSJsonAt& at, TSCamDefinition& cam)
 
 void Read(const TSJsonAt& at, TSSectionDefinition& section)
 {
-    TJsonObject(at)
+    TCJsonObject(at)
         .Needed("begin", section.begin)
         .Needed("end", section.end)
         .Field("retentionMinutes", section.retentionMinutes)
@@ -223,7 +223,7 @@ void Read(const TSJsonAt& at, TSSectionDefinition& section)
 
 void Read(const TSJsonAt& at, TSTrickLimits& limits)
 {
-    TJsonObject(at)
+    TCJsonObject(at)
         .Field("skipForward", limits.skipForward)
         .Field("skipBackward", limits.skipBackward)
         .Field("fastForward", limits.fastForward)
@@ -234,7 +234,7 @@ void Read(const TSJsonAt& at, TSTrickLimits& limits)
 
 void Read(const TSJsonAt& at, TSRecordingDefinition& recording)
 {
-    TJsonObject(at)
+    TCJsonObject(at)
         .Needed("file", recording.file)
         .Field("emi", recording.emi)
         .Field("recordedAtMs", recording.recordedAtMs)
@@ -251,12 +251,12 @@ void Read(const TSJsonAt& at, TSRecordingDefinition& recording)
 
 void Read(const TSJsonAt& at, TSCertificateStore& store)
 {
-    TJsonObject(at).Field("type", store.type).Field("kind", store.kind).Done();
+    TCJsonObject(at).Field("type", store.type).Field("kind", store.kind).Done();
 }
 
 void Read(const TSJsonAt& at, TSKeyDefinition& keys)
 {
-    TJsonObject(at)
+    TCJsonObject(at)
         .Field("sak", keys.sak)
         .Field("siv", keys.siv)
         .Field("sek", keys.sek)
@@ -328,7 +328,7 @@ std::map<int, std::string> SlotsOf(const TSJsonAt& at, const TSSetDefinition& se
 
 TSSetDefinition ReadSet(const TSJsonAt& at)
 {
-    TJsonObject object(at);
+    TCJsonObject object(at);
     std::string base;
     object.Field("base", base);
     if (!base.empty() && base != "default")

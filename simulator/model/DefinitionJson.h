@@ -6,7 +6,7 @@
 namespace CIM::sim
 {
 /// Reads what docs/simulator-model.md describes.
-/// \throws TJsonError
+/// \throws TCJsonError
 TSSetDefinition ReadSet(const TSJsonAt& at);
 
 void Read(const TSJsonAt& at, TSCamDefinition& cam);

@@ -13,18 +13,18 @@ namespace
 constexpr std::size_t MAX_ACKNOWLEDGEMENTS = 64;
 } // namespace
 
-const TSFileSystemDefinition& TFileSystems::m_Definition(const TSFileSystem& fileSystem) const
+const TSFileSystemDefinition& TCFileSystems::m_Definition(const TSFileSystem& fileSystem) const
 {
     return m_world.slots[fileSystem.slot].cam.fileSystems[fileSystem.index];
 }
 
-TFileSystems::TFileSystemMap::iterator TFileSystems::m_Find(unsigned slot, std::size_t index)
+TCFileSystems::TFileSystemMap::iterator TCFileSystems::m_Find(unsigned slot, std::size_t index)
 {
     return std::find_if(m_fileSystems.begin(), m_fileSystems.end(),
                         [&](const auto& entry) { return entry.second.slot == slot && entry.second.index == index; });
 }
 
-int TFileSystems::GetAllAvailableFileSystems(std::vector<TCCiAuxiliaryFileSystemDTO>& fileSystems)
+int TCFileSystems::GetAllAvailableFileSystems(std::vector<TCCiAuxiliaryFileSystemDTO>& fileSystems)
 {
     fileSystems.clear();
     for (const auto& [id, fileSystem] : m_fileSystems)
@@ -34,7 +34,7 @@ int TFileSystems::GetAllAvailableFileSystems(std::vector<TCCiAuxiliaryFileSystem
     return 1;
 }
 
-int TFileSystems::RegisterApplication(unsigned short fileSystemId, unsigned char& applicationId)
+int TCFileSystems::RegisterApplication(unsigned short fileSystemId, unsigned char& applicationId)
 {
     const auto found = m_fileSystems.find(fileSystemId);
     if (found == m_fileSystems.end())
@@ -52,14 +52,14 @@ int TFileSystems::RegisterApplication(unsigned short fileSystemId, unsigned char
     return 0;
 }
 
-int TFileSystems::UnregisterApplication(unsigned char applicationId, unsigned short fileSystemId)
+int TCFileSystems::UnregisterApplication(unsigned char applicationId, unsigned short fileSystemId)
 {
     const auto found = m_fileSystems.find(fileSystemId);
     return found != m_fileSystems.end() && found->second.applications.erase(applicationId) > 0 ? 1 : 0;
 }
 
-int TFileSystems::RequestFile(unsigned short fileSystemId, unsigned char applicationId, EFileRequestType requestType,
-                              std::vector<unsigned char> const& request)
+int TCFileSystems::RequestFile(unsigned short fileSystemId, unsigned char applicationId, EFileRequestType requestType,
+                               std::vector<unsigned char> const& request)
 {
     const auto found = m_fileSystems.find(fileSystemId);
     if (found == m_fileSystems.end() || found->second.applications.count(applicationId) == 0)
@@ -90,7 +90,7 @@ int TFileSystems::RequestFile(unsigned short fileSystemId, unsigned char applica
     return 1;
 }
 
-int TFileSystems::GetFileAcknowledge(unsigned short fileSystemId, TCCiFileAckDTO& acknowledgement)
+int TCFileSystems::GetFileAcknowledge(unsigned short fileSystemId, TCCiFileAckDTO& acknowledgement)
 {
     const auto found = m_fileSystems.find(fileSystemId);
     if (found == m_fileSystems.end() || found->second.acknowledgements.empty())
@@ -102,7 +102,7 @@ int TFileSystems::GetFileAcknowledge(unsigned short fileSystemId, TCCiFileAckDTO
     return 1;
 }
 
-TSOutcome TFileSystems::Offer(unsigned slot, std::size_t index)
+TSOutcome TCFileSystems::Offer(unsigned slot, std::size_t index)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found || index >= found->cam.fileSystems.size())
@@ -127,7 +127,7 @@ TSOutcome TFileSystems::Offer(unsigned slot, std::size_t index)
     return TSOutcome::Done();
 }
 
-TSOutcome TFileSystems::Drop(unsigned slot, std::size_t index)
+TSOutcome TCFileSystems::Drop(unsigned slot, std::size_t index)
 {
     const auto found = m_Find(slot, index);
     if (found == m_fileSystems.end())
@@ -138,7 +138,7 @@ TSOutcome TFileSystems::Drop(unsigned slot, std::size_t index)
     return TSOutcome::Done();
 }
 
-void TFileSystems::m_Remove(TFileSystemMap::iterator fileSystem)
+void TCFileSystems::m_Remove(TFileSystemMap::iterator fileSystem)
 {
     const unsigned short id = fileSystem->first;
     const unsigned char slot = fileSystem->second.slot;
@@ -147,7 +147,7 @@ void TFileSystems::m_Remove(TFileSystemMap::iterator fileSystem)
     m_world.Raise(SlotSignal(SIGNAL_CI_FILE_RETRIEVAL_MESSAGE, slot, CI_FILE_RETRIEVAL_DEL_FILE_SYSTEM, id, domain));
 }
 
-void TFileSystems::OnCamReady(const TSSlot& slot)
+void TCFileSystems::OnCamReady(const TSSlot& slot)
 {
     for (std::size_t index = 0; index < slot.cam.fileSystems.size(); ++index)
     {
@@ -158,7 +158,7 @@ void TFileSystems::OnCamReady(const TSSlot& slot)
     }
 }
 
-void TFileSystems::OnCamGone(const TSSlot& slot)
+void TCFileSystems::OnCamGone(const TSSlot& slot)
 {
     for (auto entry = m_fileSystems.begin(); entry != m_fileSystems.end();)
     {
@@ -171,7 +171,7 @@ void TFileSystems::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TFileSystems::State() const
+nlohmann::json TCFileSystems::State() const
 {
     nlohmann::json result = nlohmann::json::array();
     for (const auto& [id, fileSystem] : m_fileSystems)

@@ -16,10 +16,10 @@ namespace CIM::sim
 /// - Acknowledgements queue up for each file system, at most 64; GetFileAcknowledge takes the oldest.
 /// - An acknowledgement's first flag says whether the file was found, its second whether the request type is served;
 ///   its first byte string is the request, its second the answer.
-class TFileSystems final : public ICIAuxiliaryFileSystem
+class TCFileSystems final : public ICIAuxiliaryFileSystem
 {
 public:
-    explicit TFileSystems(TSWorld& world) : m_world(world) {}
+    explicit TCFileSystems(TSWorld& world) : m_world(world) {}
 
     int GetAllAvailableFileSystems(std::vector<TCCiAuxiliaryFileSystemDTO>& fileSystems) override;
     int RegisterApplication(unsigned short fileSystemId, unsigned char& applicationId) override;

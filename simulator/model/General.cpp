@@ -4,7 +4,7 @@
 
 namespace CIM::sim
 {
-int TGeneral::GetCiSlotStatus(std::map<unsigned char, ECamStatus>& statuses, unsigned int selection)
+int TCGeneral::GetCiSlotStatus(std::map<unsigned char, ECamStatus>& statuses, unsigned int selection)
 {
     statuses.clear();
     for (const TSSlot& slot : m_parts.world.slots)
@@ -17,7 +17,7 @@ int TGeneral::GetCiSlotStatus(std::map<unsigned char, ECamStatus>& statuses, uns
     return 1;
 }
 
-int TGeneral::GetCamModes(std::map<unsigned char, ECamMode>& modes)
+int TCGeneral::GetCamModes(std::map<unsigned char, ECamMode>& modes)
 {
     modes.clear();
     for (const TSSlot& slot : m_parts.world.slots)
@@ -30,17 +30,17 @@ int TGeneral::GetCamModes(std::map<unsigned char, ECamMode>& modes)
     return 1;
 }
 
-int TGeneral::DisableDescrambling(std::vector<TVSHandle> const& handles)
+int TCGeneral::DisableDescrambling(std::vector<TVSHandle> const& handles)
 {
     return m_parts.ca.SwitchDescrambling(handles, false);
 }
 
-int TGeneral::EnableDescrambling(std::vector<TVSHandle> const& handles)
+int TCGeneral::EnableDescrambling(std::vector<TVSHandle> const& handles)
 {
     return m_parts.ca.SwitchDescrambling(handles, true);
 }
 
-int TGeneral::GetCurrentCiStatus(TCCiStatus& status)
+int TCGeneral::GetCurrentCiStatus(TCCiStatus& status)
 {
     std::map<unsigned char, std::list<unsigned short>> ids;
     m_parts.ca.GetSystemIds(ids);
@@ -59,33 +59,33 @@ int TGeneral::GetCurrentCiStatus(TCCiStatus& status)
     return 1;
 }
 
-int TGeneral::CipTest(bool& passed)
+int TCGeneral::CipTest(bool& passed)
 {
     passed = m_parts.certificates.Has(CIP_CERTIFICATE_KIND_NONE);
     return 1;
 }
 
-int TGeneral::CipTestStandard(bool& passed)
+int TCGeneral::CipTestStandard(bool& passed)
 {
     passed = m_parts.certificates.Has(CIP_CERTIFICATE_KIND_STANDARD);
     return 1;
 }
 
-int TGeneral::CipTestECP(bool& passed)
+int TCGeneral::CipTestECP(bool& passed)
 {
     passed = m_parts.certificates.Has(CIP_CERTIFICATE_KIND_ECP);
     return 1;
 }
 
-int TGeneral::WriteCipKey(ECICipCertificateType const& certificateType, ECICipCertificateKind const& certificateKind,
-                          EWriteCipKeyResult& result)
+int TCGeneral::WriteCipKey(ECICipCertificateType const& certificateType, ECICipCertificateKind const& certificateKind,
+                           EWriteCipKeyResult& result)
 {
     result = m_parts.certificates.Write(certificateType, certificateKind);
     return 1;
 }
 
-int TGeneral::GetApplicationInfo(unsigned char slot, ECIApplicationType& applicationType, TCIText& firstText,
-                                 TCIText& secondText)
+int TCGeneral::GetApplicationInfo(unsigned char slot, ECIApplicationType& applicationType, TCIText& firstText,
+                                  TCIText& secondText)
 {
     const TSSlot* const found = m_parts.world.Find(slot);
     if (!found || !found->hasApplicationInfo)
@@ -98,45 +98,45 @@ int TGeneral::GetApplicationInfo(unsigned char slot, ECIApplicationType& applica
     return 1;
 }
 
-int TGeneral::EnterMenu(unsigned char slot, bool) { return m_parts.mmi.Enter(slot); }
+int TCGeneral::EnterMenu(unsigned char slot, bool) { return m_parts.mmi.Enter(slot); }
 
-int TGeneral::HdsDisplayStatusChanged(unsigned char slot, bool status, bool)
+int TCGeneral::HdsDisplayStatusChanged(unsigned char slot, bool status, bool)
 {
     return m_parts.host.SetDisplayStatus(slot, status);
 }
 
-int TGeneral::GetMmiText(unsigned char slot, TCIText& text) { return m_parts.mmi.GetText(slot, text); }
+int TCGeneral::GetMmiText(unsigned char slot, TCIText& text) { return m_parts.mmi.GetText(slot, text); }
 
-int TGeneral::GetMmiEnquiry(unsigned char slot, bool& blindAnswer, unsigned char& answerLength, TCIText& text)
+int TCGeneral::GetMmiEnquiry(unsigned char slot, bool& blindAnswer, unsigned char& answerLength, TCIText& text)
 {
     return m_parts.mmi.GetEnquiry(slot, blindAnswer, answerLength, text);
 }
 
-int TGeneral::AnswerMmiEnquiry(unsigned char slot, EMmiAnswerId answerId, TCIText const& answer, bool, bool)
+int TCGeneral::AnswerMmiEnquiry(unsigned char slot, EMmiAnswerId answerId, TCIText const& answer, bool, bool)
 {
     return m_parts.mmi.AnswerEnquiry(slot, answerId, answer);
 }
 
-int TGeneral::GetMmiMenu(unsigned char slot, TCIText& title, TCIText& subtitle, TCIText& bottomLine,
-                         std::vector<TCIText>& choices)
+int TCGeneral::GetMmiMenu(unsigned char slot, TCIText& title, TCIText& subtitle, TCIText& bottomLine,
+                          std::vector<TCIText>& choices)
 {
     return m_parts.mmi.GetChoices(slot, MMI_KIND_MENU, title, subtitle, bottomLine, choices);
 }
 
-int TGeneral::AnswerMmiMenu(unsigned char slot, unsigned char choice, bool, bool)
+int TCGeneral::AnswerMmiMenu(unsigned char slot, unsigned char choice, bool, bool)
 {
     return m_parts.mmi.AnswerMenu(slot, choice);
 }
 
-int TGeneral::GetMmiList(unsigned char slot, TCIText& title, TCIText& subtitle, TCIText& bottomLine,
-                         std::vector<TCIText>& lines)
+int TCGeneral::GetMmiList(unsigned char slot, TCIText& title, TCIText& subtitle, TCIText& bottomLine,
+                          std::vector<TCIText>& lines)
 {
     return m_parts.mmi.GetChoices(slot, MMI_KIND_LIST, title, subtitle, bottomLine, lines);
 }
 
-int TGeneral::CloseMmi(unsigned char slot, bool, bool) { return m_parts.mmi.Close(slot); }
+int TCGeneral::CloseMmi(unsigned char slot, bool, bool) { return m_parts.mmi.Close(slot); }
 
-int TGeneral::GetPinWindowShowHandler(TVSHandle const& handle, EPinWindowShowHandler& handler)
+int TCGeneral::GetPinWindowShowHandler(TVSHandle const& handle, EPinWindowShowHandler& handler)
 {
     const TSSlot* const slot = m_parts.world.ServingOrFirstReady(handle);
     if (!slot)
@@ -147,59 +147,59 @@ int TGeneral::GetPinWindowShowHandler(TVSHandle const& handle, EPinWindowShowHan
     return 1;
 }
 
-int TGeneral::IsCamPinNeeded() { return m_parts.pin.IsNeeded(); }
+int TCGeneral::IsCamPinNeeded() { return m_parts.pin.IsNeeded(); }
 
-int TGeneral::SendAskRelease() { return m_parts.host.AskRelease(); }
+int TCGeneral::SendAskRelease() { return m_parts.host.AskRelease(); }
 
-int TGeneral::ShowCamPinWindow(TVSHandle const& handle)
+int TCGeneral::ShowCamPinWindow(TVSHandle const& handle)
 {
     const TSSlot* const slot = m_parts.world.ServingOrFirstReady(handle);
     return slot && m_parts.mmi.OpenPinDialogue(slot->number, handle) ? 1 : 0;
 }
 
-int TGeneral::VerifyCamPin(unsigned char slot, std::vector<unsigned char> const& pin, bool)
+int TCGeneral::VerifyCamPin(unsigned char slot, std::vector<unsigned char> const& pin, bool)
 {
     return m_parts.pin.Verify(slot, pin);
 }
 
-int TGeneral::SetCamPin(unsigned char slot, std::vector<unsigned char> const& pin, bool)
+int TCGeneral::SetCamPin(unsigned char slot, std::vector<unsigned char> const& pin, bool)
 {
     return m_parts.pin.Set(slot, pin);
 }
 
-int TGeneral::SendCamUpgradeReply(unsigned char slot, ECamUpgradeAnswer answer, bool)
+int TCGeneral::SendCamUpgradeReply(unsigned char slot, ECamUpgradeAnswer answer, bool)
 {
     return m_parts.upgrade.Reply(slot, answer);
 }
 
-int TGeneral::SendCaPmt(unsigned char slot, TVSHandle const& handle, std::list<unsigned short> const& values,
-                        ECaPmtCmd command, bool)
+int TCGeneral::SendCaPmt(unsigned char slot, TVSHandle const& handle, std::list<unsigned short> const& values,
+                         ECaPmtCmd command, bool)
 {
     return m_parts.ca.SendPmt(slot, handle, values, command);
 }
 
-int TGeneral::GetCaSystemIds(std::map<unsigned char, std::list<unsigned short>>& caSystemIds)
+int TCGeneral::GetCaSystemIds(std::map<unsigned char, std::list<unsigned short>>& caSystemIds)
 {
     m_parts.ca.GetSystemIds(caSystemIds);
     return 1;
 }
 
-int TGeneral::ConnectToSasApplication(unsigned long long applicationId, unsigned short& sessionId)
+int TCGeneral::ConnectToSasApplication(unsigned long long applicationId, unsigned short& sessionId)
 {
     return m_parts.sas.Connect(applicationId, sessionId);
 }
 
-int TGeneral::SendSasData(unsigned short sessionId, std::vector<unsigned char> const& data)
+int TCGeneral::SendSasData(unsigned short sessionId, std::vector<unsigned char> const& data)
 {
     return m_parts.sas.Send(sessionId, data);
 }
 
-int TGeneral::GetSasData(unsigned short sessionId, unsigned short dataId, std::vector<unsigned char>& data)
+int TCGeneral::GetSasData(unsigned short sessionId, unsigned short dataId, std::vector<unsigned char>& data)
 {
     return m_parts.sas.Get(sessionId, dataId, data);
 }
 
-int TGeneral::GetDiffHellMsb(unsigned short sessionId, std::vector<unsigned char>& bytes)
+int TCGeneral::GetDiffHellMsb(unsigned short sessionId, std::vector<unsigned char>& bytes)
 {
     if (!m_parts.sas.IsConnected(sessionId))
     {
@@ -209,73 +209,74 @@ int TGeneral::GetDiffHellMsb(unsigned short sessionId, std::vector<unsigned char
     return 1;
 }
 
-int TGeneral::m_Compute(unsigned short sessionId, TCryptoOperation operation, const TBytes& input, TBytes& output) const
+int TCGeneral::m_Compute(unsigned short sessionId, TCryptoOperation operation, const TBytes& input,
+                         TBytes& output) const
 {
     return m_parts.sas.IsConnected(sessionId) && (m_parts.crypto.*operation)(input, output) ? 1 : 0;
 }
 
-int TGeneral::EncryptUsingAesCbcWithSAK(unsigned short sessionId, std::vector<unsigned char> const& input,
-                                        std::vector<unsigned char>& output)
+int TCGeneral::EncryptUsingAesCbcWithSAK(unsigned short sessionId, std::vector<unsigned char> const& input,
+                                         std::vector<unsigned char>& output)
 {
-    return m_Compute(sessionId, &TCrypto::EncryptCbc, input, output);
+    return m_Compute(sessionId, &TCCrypto::EncryptCbc, input, output);
 }
 
-int TGeneral::DecryptUsingAesEcbWithSEK(unsigned short sessionId, std::vector<unsigned char> const& input,
-                                        std::vector<unsigned char>& output)
+int TCGeneral::DecryptUsingAesEcbWithSEK(unsigned short sessionId, std::vector<unsigned char> const& input,
+                                         std::vector<unsigned char>& output)
 {
-    return m_Compute(sessionId, &TCrypto::DecryptEcb, input, output);
+    return m_Compute(sessionId, &TCCrypto::DecryptEcb, input, output);
 }
 
-int TGeneral::EncryptUsingAesCbcWithSAKConcatDHSK(unsigned short sessionId, std::vector<unsigned char> const& input,
-                                                  std::vector<unsigned char>& output)
+int TCGeneral::EncryptUsingAesCbcWithSAKConcatDHSK(unsigned short sessionId, std::vector<unsigned char> const& input,
+                                                   std::vector<unsigned char>& output)
 {
-    return m_Compute(sessionId, &TCrypto::EncryptCbcWithDhsk, input, output);
+    return m_Compute(sessionId, &TCCrypto::EncryptCbcWithDhsk, input, output);
 }
 
-int TGeneral::ComputeSHA256ConcatDHSK(unsigned short sessionId, std::vector<unsigned char> const& input,
-                                      std::vector<unsigned char>& output)
+int TCGeneral::ComputeSHA256ConcatDHSK(unsigned short sessionId, std::vector<unsigned char> const& input,
+                                       std::vector<unsigned char>& output)
 {
-    return m_Compute(sessionId, &TCrypto::Sha256WithDhsk, input, output);
+    return m_Compute(sessionId, &TCCrypto::Sha256WithDhsk, input, output);
 }
 
-int TGeneral::CiSlotTest(unsigned char slot) { return m_parts.host.TestSlot(slot); }
+int TCGeneral::CiSlotTest(unsigned char slot) { return m_parts.host.TestSlot(slot); }
 
-int TGeneral::GetTuneBlockedByCi(TVSHandle const& handle, EStateChange const& stateChange, long long const&,
-                                 bool& blocked)
+int TCGeneral::GetTuneBlockedByCi(TVSHandle const& handle, EStateChange const& stateChange, long long const&,
+                                  bool& blocked)
 {
     blocked = m_parts.host.IsTuneBlocked(handle, stateChange);
     return 1;
 }
 
-int TGeneral::IsHostControlActive(bool& active)
+int TCGeneral::IsHostControlActive(bool& active)
 {
     active = m_parts.host.IsHostControlActive();
     return 1;
 }
 
-int TGeneral::GetKeepAppRunning(bool& keepRunning)
+int TCGeneral::GetKeepAppRunning(bool& keepRunning)
 {
     keepRunning = m_parts.host.IsAppWanted();
     return 1;
 }
 
-int TGeneral::IsCamVideoTranscodingAuto(bool& automatic)
+int TCGeneral::IsCamVideoTranscodingAuto(bool& automatic)
 {
     automatic = m_parts.host.IsTranscodingAutomatic();
     return 1;
 }
 
-int TGeneral::IsAnyNeotionNp4CamInserted(bool& inserted)
+int TCGeneral::IsAnyNeotionNp4CamInserted(bool& inserted)
 {
     inserted = m_parts.host.IsSpecialCamInserted();
     return 1;
 }
 
-int TGeneral::GetBackupFilePaths(std::list<std::string>& paths)
+int TCGeneral::GetBackupFilePaths(std::list<std::string>& paths)
 {
     m_parts.host.GetBackupFiles(paths);
     return 1;
 }
 
-int TGeneral::BackupFileDone(std::list<std::string> const& paths) { return m_parts.host.BackupDone(paths); }
+int TCGeneral::BackupFileDone(std::list<std::string> const& paths) { return m_parts.host.BackupDone(paths); }
 } // namespace CIM::sim

@@ -19,22 +19,22 @@ namespace CIM::sim
 ///   (-1 without CAM); handles the pipelines served; codes the CA system ids.
 /// - GetApplicationInfo: first text the menu string, second text the manufacturer.
 /// - The one-way flags and the flags of the MMI operations change nothing.
-class TGeneral final : public ICIGeneral
+class TCGeneral final : public ICIGeneral
 {
 public:
     struct TSParts
     {
         TSWorld& world;
-        TMmi& mmi;
-        TPin& pin;
-        TCa& ca;
-        TSas& sas;
-        TUpgrade& upgrade;
-        THost& host;
-        TCertificates& certificates;
-        const TCrypto& crypto;
+        TCMmi& mmi;
+        TCPin& pin;
+        TCCa& ca;
+        TCSas& sas;
+        TCUpgrade& upgrade;
+        TCHost& host;
+        TCCertificates& certificates;
+        const TCCrypto& crypto;
     };
-    explicit TGeneral(TSParts parts) : m_parts(parts) {}
+    explicit TCGeneral(TSParts parts) : m_parts(parts) {}
 
     int GetCiSlotStatus(std::map<unsigned char, ECamStatus>& statuses, unsigned int selection) override;
     int IsCiSupported() override { return 1; }
@@ -94,7 +94,7 @@ public:
     int BackupFileDone(std::list<std::string> const& paths) override;
 
 private:
-    using TCryptoOperation = bool (TCrypto::*)(const TBytes&, TBytes&) const;
+    using TCryptoOperation = bool (TCCrypto::*)(const TBytes&, TBytes&) const;
     int m_Compute(unsigned short sessionId, TCryptoOperation operation, const TBytes& input, TBytes& output) const;
 
     TSParts m_parts;

@@ -18,12 +18,12 @@ bool AnyReady(const TSWorld& world, bool TSCamDefinition::*flag)
 }
 } // namespace
 
-THost::THost(TSWorld& world)
+TCHost::TCHost(TSWorld& world)
     : m_world(world), m_backupFiles(world.definition.backupFiles.begin(), world.definition.backupFiles.end())
 {
 }
 
-int THost::AskRelease()
+int TCHost::AskRelease()
 {
     if (!m_holder)
     {
@@ -52,7 +52,7 @@ int THost::AskRelease()
     return 1;
 }
 
-bool THost::IsTuneBlocked(const TVSHandle& pipeline, EStateChange change)
+bool TCHost::IsTuneBlocked(const TVSHandle& pipeline, EStateChange change)
 {
     if (m_isTuneBlocked)
     {
@@ -63,7 +63,7 @@ bool THost::IsTuneBlocked(const TVSHandle& pipeline, EStateChange change)
     return m_isTuneBlocked;
 }
 
-void THost::AcknowledgeTune(bool isAllowed, EStateChange change, const TVSHandle& pipeline)
+void TCHost::AcknowledgeTune(bool isAllowed, EStateChange change, const TVSHandle& pipeline)
 {
     const bool isSource = change == STATE_CHANGE_SOURCE;
     const ECISignalType allowed =
@@ -73,11 +73,11 @@ void THost::AcknowledgeTune(bool isAllowed, EStateChange change, const TVSHandle
     m_world.Raise(PipelineSignal(isAllowed ? allowed : notAllowed, pipeline, NO_SLOT));
 }
 
-bool THost::IsAppWanted() const { return AnyReady(m_world, &TSCamDefinition::wantsAppRunning); }
-bool THost::IsTranscodingAutomatic() const { return AnyReady(m_world, &TSCamDefinition::transcodesAutomatically); }
-bool THost::IsSpecialCamInserted() const { return AnyReady(m_world, &TSCamDefinition::needsSpecialTreatment); }
+bool TCHost::IsAppWanted() const { return AnyReady(m_world, &TSCamDefinition::wantsAppRunning); }
+bool TCHost::IsTranscodingAutomatic() const { return AnyReady(m_world, &TSCamDefinition::transcodesAutomatically); }
+bool TCHost::IsSpecialCamInserted() const { return AnyReady(m_world, &TSCamDefinition::needsSpecialTreatment); }
 
-int THost::TestSlot(unsigned char slot)
+int TCHost::TestSlot(unsigned char slot)
 {
     if (!m_world.Find(slot))
     {
@@ -92,7 +92,7 @@ int THost::TestSlot(unsigned char slot)
     return 1;
 }
 
-int THost::SetDisplayStatus(unsigned char slot, bool status)
+int TCHost::SetDisplayStatus(unsigned char slot, bool status)
 {
     if (!m_world.FindReady(slot))
     {
@@ -102,7 +102,7 @@ int THost::SetDisplayStatus(unsigned char slot, bool status)
     return 1;
 }
 
-int THost::BackupDone(const std::list<std::string>& paths)
+int TCHost::BackupDone(const std::list<std::string>& paths)
 {
     for (const std::string& path : paths)
     {
@@ -115,7 +115,7 @@ int THost::BackupDone(const std::list<std::string>& paths)
     return 1;
 }
 
-TSOutcome THost::SetHostControl(unsigned slot, bool isActive, const TVSHandle& pipeline)
+TSOutcome TCHost::SetHostControl(unsigned slot, bool isActive, const TVSHandle& pipeline)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found)
@@ -142,13 +142,13 @@ TSOutcome THost::SetHostControl(unsigned slot, bool isActive, const TVSHandle& p
     return TSOutcome::Done();
 }
 
-void THost::BlockTuning(bool isBlocked, const TVSHandle& pipeline)
+void TCHost::BlockTuning(bool isBlocked, const TVSHandle& pipeline)
 {
     m_isTuneBlocked = isBlocked;
     m_world.Raise(PipelineSignal(SIGNAL_CI_REQUEST_TUNE_BLOCKING, pipeline, NO_SLOT, isBlocked ? 1 : 0));
 }
 
-void THost::OnCamReady(const TSSlot& slot)
+void TCHost::OnCamReady(const TSSlot& slot)
 {
     if (slot.cam.holdsTuner && !m_holder)
     {
@@ -156,7 +156,7 @@ void THost::OnCamReady(const TSSlot& slot)
     }
 }
 
-void THost::OnCamGone(const TSSlot& slot)
+void TCHost::OnCamGone(const TSSlot& slot)
 {
     m_displayStatus.erase(slot.number);
     if (m_holder != slot.number)
@@ -167,7 +167,7 @@ void THost::OnCamGone(const TSSlot& slot)
     m_world.Raise(PipelineSignal(SIGNAL_CI_TUNER_RELEASE_REPLY_STATUS, m_heldPipeline, slot.number, RELEASE_ANSWER_OK));
 }
 
-nlohmann::json THost::State() const
+nlohmann::json TCHost::State() const
 {
     nlohmann::json display = nlohmann::json::object();
     for (const auto& [slot, status] : m_displayStatus)

@@ -11,10 +11,10 @@ namespace CIM::sim
 {
 /// What CI does with the set itself: host control of the tuner, tune blocking, flags that CAMs raise, the slots'
 /// hardware test and the backup.
-class THost
+class TCHost
 {
 public:
-    explicit THost(TSWorld& world);
+    explicit TCHost(TSWorld& world);
 
     bool IsHostControlActive() const { return m_holder.has_value(); }
     int AskRelease();

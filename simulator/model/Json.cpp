@@ -44,7 +44,7 @@ int DigitOf(char c)
 }
 } // namespace
 
-void TSJsonAt::Fail(const std::string& expected) const { throw TJsonError(path, expected); }
+void TSJsonAt::Fail(const std::string& expected) const { throw TCJsonError(path, expected); }
 
 TSJsonAt TSJsonAt::Child(const std::string& key) const { return {value.at(key), path + "/" + Escaped(key)}; }
 
@@ -84,7 +84,7 @@ void Read(const TSJsonAt& at, std::u16string& out)
     {
         std::u16string text;
         std::uint64_t times = 1;
-        TJsonObject(at).Needed("text", text).Field("times", times).Done();
+        TCJsonObject(at).Needed("text", text).Field("times", times).Done();
         if (times > MAX_TIMES)
         {
             at.Child("times").Fail("expected at most " + std::to_string(MAX_TIMES));
@@ -107,7 +107,7 @@ void Read(const TSJsonAt& at, std::vector<unsigned char>& out)
     if (at.value.is_object())
     {
         std::string text;
-        TJsonObject(at).Needed("text", text).Done();
+        TCJsonObject(at).Needed("text", text).Done();
         out.assign(text.begin(), text.end());
         return;
     }
@@ -191,7 +191,7 @@ int ReadEnum(const TSJsonAt& at, bool (*find)(std::string_view name, int& value)
     return static_cast<int>(ReadInteger(at, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
-TJsonObject::TJsonObject(const TSJsonAt& at) : m_at(at)
+TCJsonObject::TCJsonObject(const TSJsonAt& at) : m_at(at)
 {
     if (!at.value.is_object())
     {
@@ -199,7 +199,7 @@ TJsonObject::TJsonObject(const TSJsonAt& at) : m_at(at)
     }
 }
 
-void TJsonObject::Done() const
+void TCJsonObject::Done() const
 {
     for (const auto& item : m_at.value.items())
     {

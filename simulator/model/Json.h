@@ -18,12 +18,12 @@
 namespace CIM::sim
 {
 /// JSON that is not what it has to be: where, and what was expected.
-class TJsonError : public std::runtime_error
+class TCJsonError : public std::runtime_error
 {
 public:
     /// \param[in] path      JSON pointer (RFC 6901) into what was read; empty: the whole
     /// \param[in] expected  what should stand there
-    TJsonError(std::string path, const std::string& expected)
+    TCJsonError(std::string path, const std::string& expected)
         : std::runtime_error((path.empty() ? "/" : path) + ": " + expected), m_path(std::move(path))
     {
     }
@@ -129,14 +129,14 @@ void Read(const TSJsonAt& at, std::map<std::string, T>& out)
 }
 
 /// Reads an object member by member; a member that nobody asked for is an error, so that misspellings show.
-class TJsonObject
+class TCJsonObject
 {
 public:
-    explicit TJsonObject(const TSJsonAt& at);
+    explicit TCJsonObject(const TSJsonAt& at);
 
     /// Reads a member that may be missing.
     template <class T>
-    TJsonObject& Field(const char* name, T& out)
+    TCJsonObject& Field(const char* name, T& out)
     {
         m_known.insert(name);
         if (m_at.value.contains(name))
@@ -148,7 +148,7 @@ public:
 
     /// Reads a member that must be there.
     template <class T>
-    TJsonObject& Needed(const char* name, T& out)
+    TCJsonObject& Needed(const char* name, T& out)
     {
         if (!m_at.value.contains(name))
         {

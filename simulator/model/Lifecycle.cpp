@@ -13,7 +13,7 @@ namespace
 constexpr int ERROR_FALLS_BACK_TO_CI = 14;
 } // namespace
 
-TSOutcome TLifecycle::m_Find(unsigned slot, TSSlot*& found)
+TSOutcome TCLifecycle::m_Find(unsigned slot, TSSlot*& found)
 {
     found = m_world.Find(slot);
     if (!found)
@@ -24,7 +24,7 @@ TSOutcome TLifecycle::m_Find(unsigned slot, TSSlot*& found)
     return TSOutcome::Done();
 }
 
-TSOutcome TLifecycle::Insert(unsigned slot, const std::string& cam)
+TSOutcome TCLifecycle::Insert(unsigned slot, const std::string& cam)
 {
     TSSlot* found = nullptr;
     if (TSOutcome outcome = m_Find(slot, found); !outcome)
@@ -48,7 +48,7 @@ TSOutcome TLifecycle::Insert(unsigned slot, const std::string& cam)
     return TSOutcome::Done();
 }
 
-TSOutcome TLifecycle::Remove(unsigned slot)
+TSOutcome TCLifecycle::Remove(unsigned slot)
 {
     TSSlot* found = nullptr;
     if (TSOutcome outcome = m_Find(slot, found); !outcome)
@@ -63,7 +63,7 @@ TSOutcome TLifecycle::Remove(unsigned slot)
     return TSOutcome::Done();
 }
 
-TSOutcome TLifecycle::Reset(unsigned slot)
+TSOutcome TCLifecycle::Reset(unsigned slot)
 {
     TSSlot* found = nullptr;
     if (TSOutcome outcome = m_Find(slot, found); !outcome)
@@ -79,7 +79,7 @@ TSOutcome TLifecycle::Reset(unsigned slot)
     return TSOutcome::Done();
 }
 
-void TLifecycle::ResetAll()
+void TCLifecycle::ResetAll()
 {
     for (TSSlot& slot : m_world.slots)
     {
@@ -90,7 +90,7 @@ void TLifecycle::ResetAll()
     }
 }
 
-void TLifecycle::SetDisabled(bool isDisabled)
+void TCLifecycle::SetDisabled(bool isDisabled)
 {
     if (isDisabled == m_isDisabled)
     {
@@ -100,7 +100,7 @@ void TLifecycle::SetDisabled(bool isDisabled)
     ResetAll();
 }
 
-void TLifecycle::m_Begin(TSSlot& slot)
+void TCLifecycle::m_Begin(TSSlot& slot)
 {
     slot.session = ++m_world.lastSession;
     slot.mode = slot.cam.mode;
@@ -119,7 +119,7 @@ void TLifecycle::m_Begin(TSSlot& slot)
     m_world.After(slot, ready, [this, &slot] { m_BecomeReady(slot); });
 }
 
-void TLifecycle::m_BeginSilent(TSSlot& slot, int resets)
+void TCLifecycle::m_BeginSilent(TSSlot& slot, int resets)
 {
     m_world.After(slot, slot.cam.resetMs,
                   [this, &slot, resets]
@@ -137,7 +137,7 @@ void TLifecycle::m_BeginSilent(TSSlot& slot, int resets)
                   });
 }
 
-void TLifecycle::m_BecomeReady(TSSlot& slot)
+void TCLifecycle::m_BecomeReady(TSSlot& slot)
 {
     const int error = slot.cam.mode == CAM_MODE_CI_PLUS ? slot.cam.trustError : 0;
     if (error != 0)
@@ -167,7 +167,7 @@ void TLifecycle::m_BecomeReady(TSSlot& slot)
     m_parts.host.OnCamReady(slot);
 }
 
-void TLifecycle::m_End(TSSlot& slot, ECamPhase phase)
+void TCLifecycle::m_End(TSSlot& slot, ECamPhase phase)
 {
     const bool wasReady = slot.IsReady();
     slot.phase = phase;
@@ -195,7 +195,7 @@ void TLifecycle::m_End(TSSlot& slot, ECamPhase phase)
     }
 }
 
-nlohmann::json TLifecycle::State() const
+nlohmann::json TCLifecycle::State() const
 {
     nlohmann::json slots = nlohmann::json::array();
     for (const TSSlot& slot : m_world.slots)

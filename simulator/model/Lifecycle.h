@@ -34,10 +34,10 @@ struct TSParts;
 ///  13. SIGNAL_CI_SAC_STATUS_CHANGE (code 0, CI Plus only)
 ///  14. SIGNAL_CI_CAM_READY_STATUS_CHANGED (CAM_STATUS_NO_CAM)
 /// What is asked from the first of these on is refused; what was scheduled for the CAM does not happen any more.
-class TLifecycle
+class TCLifecycle
 {
 public:
-    TLifecycle(TSWorld& world, TSParts& parts) : m_world(world), m_parts(parts) {}
+    TCLifecycle(TSWorld& world, TSParts& parts) : m_world(world), m_parts(parts) {}
 
     /// \param[in] cam  name of a CAM of the definition
     TSOutcome Insert(unsigned slot, const std::string& cam);

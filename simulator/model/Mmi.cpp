@@ -46,7 +46,7 @@ TSMmiPage PinDialogue(const TSSlot& slot)
 }
 } // namespace
 
-int TMmi::Enter(unsigned char slot)
+int TCMmi::Enter(unsigned char slot)
 {
     TSSlot* const found = m_world.FindReady(slot);
     if (!found)
@@ -62,7 +62,7 @@ int TMmi::Enter(unsigned char slot)
     return 1;
 }
 
-int TMmi::Close(unsigned char slot)
+int TCMmi::Close(unsigned char slot)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found || m_sessions[slot].path.empty())
@@ -73,7 +73,7 @@ int TMmi::Close(unsigned char slot)
     return 1;
 }
 
-const TSMmiPage* TMmi::m_Page(unsigned char slot, EMmiKind kind) const
+const TSMmiPage* TCMmi::m_Page(unsigned char slot, EMmiKind kind) const
 {
     if (slot >= m_sessions.size() || m_sessions[slot].path.empty())
     {
@@ -83,7 +83,7 @@ const TSMmiPage* TMmi::m_Page(unsigned char slot, EMmiKind kind) const
     return page->kind == kind ? page : nullptr;
 }
 
-int TMmi::GetText(unsigned char slot, TCIText& text) const
+int TCMmi::GetText(unsigned char slot, TCIText& text) const
 {
     const TSMmiPage* const page = m_Page(slot, MMI_KIND_TEXT);
     if (!page)
@@ -94,7 +94,7 @@ int TMmi::GetText(unsigned char slot, TCIText& text) const
     return 1;
 }
 
-int TMmi::GetEnquiry(unsigned char slot, bool& blind, unsigned char& length, TCIText& text) const
+int TCMmi::GetEnquiry(unsigned char slot, bool& blind, unsigned char& length, TCIText& text) const
 {
     const TSMmiPage* const page = m_Page(slot, MMI_KIND_ENQUIRY);
     if (!page)
@@ -113,8 +113,8 @@ int TMmi::GetEnquiry(unsigned char slot, bool& blind, unsigned char& length, TCI
     return 1;
 }
 
-int TMmi::GetChoices(unsigned char slot, EMmiKind kind, TCIText& title, TCIText& subtitle, TCIText& bottom,
-                     std::vector<TCIText>& lines) const
+int TCMmi::GetChoices(unsigned char slot, EMmiKind kind, TCIText& title, TCIText& subtitle, TCIText& bottom,
+                      std::vector<TCIText>& lines) const
 {
     const TSMmiPage* const page = m_Page(slot, kind);
     if (!page)
@@ -132,7 +132,7 @@ int TMmi::GetChoices(unsigned char slot, EMmiKind kind, TCIText& title, TCIText&
     return 1;
 }
 
-int TMmi::AnswerMenu(unsigned char slot, unsigned char choice)
+int TCMmi::AnswerMenu(unsigned char slot, unsigned char choice)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found)
@@ -168,7 +168,7 @@ int TMmi::AnswerMenu(unsigned char slot, unsigned char choice)
     return 0;
 }
 
-int TMmi::AnswerEnquiry(unsigned char slot, EMmiAnswerId answerId, const TCIText& answer)
+int TCMmi::AnswerEnquiry(unsigned char slot, EMmiAnswerId answerId, const TCIText& answer)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     const TSMmiPage* const page = m_Page(slot, MMI_KIND_ENQUIRY);
@@ -199,7 +199,7 @@ int TMmi::AnswerEnquiry(unsigned char slot, EMmiAnswerId answerId, const TCIText
     return 1;
 }
 
-int TMmi::m_AnswerPin(const TSSlot& slot, const TSMmiPage& page, const std::u16string& answer)
+int TCMmi::m_AnswerPin(const TSSlot& slot, const TSMmiPage& page, const std::u16string& answer)
 {
     const EPinOutcome outcome = m_pin.Check(slot, ToUtf8(answer));
     if (outcome == PIN_RIGHT)
@@ -227,7 +227,7 @@ int TMmi::m_AnswerPin(const TSSlot& slot, const TSMmiPage& page, const std::u16s
     return 1;
 }
 
-void TMmi::m_Follow(const TSSlot& slot, const std::vector<TSMmiPage>& next, bool stays)
+void TCMmi::m_Follow(const TSSlot& slot, const std::vector<TSMmiPage>& next, bool stays)
 {
     if (next.empty() && stays)
     {
@@ -246,7 +246,7 @@ void TMmi::m_Follow(const TSSlot& slot, const std::vector<TSMmiPage>& next, bool
     }
 }
 
-void TMmi::m_Go(const TSSlot& slot, const TSMmiPage& page)
+void TCMmi::m_Go(const TSSlot& slot, const TSMmiPage& page)
 {
     if (page.kind == MMI_KIND_CLOSE)
     {
@@ -263,7 +263,7 @@ void TMmi::m_Go(const TSSlot& slot, const TSMmiPage& page)
     }
 }
 
-void TMmi::m_Back(const TSSlot& slot)
+void TCMmi::m_Back(const TSSlot& slot)
 {
     auto& path = m_sessions[slot.number].path;
     if (path.size() <= 1)
@@ -275,14 +275,14 @@ void TMmi::m_Back(const TSSlot& slot)
     m_Show(slot);
 }
 
-void TMmi::m_Show(const TSSlot& slot)
+void TCMmi::m_Show(const TSSlot& slot)
 {
     TSSession& session = m_sessions[slot.number];
     ++session.shown;
     m_Announce(slot, false);
 }
 
-void TMmi::m_Announce(const TSSlot& slot, bool isRedrawn)
+void TCMmi::m_Announce(const TSSlot& slot, bool isRedrawn)
 {
     TSSession& session = m_sessions[slot.number];
     const TSMmiPage& page = *session.path.back();
@@ -308,13 +308,13 @@ void TMmi::m_Announce(const TSSlot& slot, bool isRedrawn)
     }
 }
 
-void TMmi::m_End(const TSSlot& slot)
+void TCMmi::m_End(const TSSlot& slot)
 {
     m_sessions[slot.number] = {};
     m_world.Raise(SlotSignal(SIGNAL_CI_MMI_STATUS_CHANGED, slot.number, CI_MMI_STATUS_SESSION_CLOSED));
 }
 
-void TMmi::Open(const TSSlot& slot, const TSMmiPage& page, std::function<void(unsigned char)> chosen)
+void TCMmi::Open(const TSSlot& slot, const TSMmiPage& page, std::function<void(unsigned char)> chosen)
 {
     TSSession session;
     session.first = std::make_shared<TSMmiPage>(page);
@@ -325,7 +325,7 @@ void TMmi::Open(const TSSlot& slot, const TSMmiPage& page, std::function<void(un
     m_Go(slot, first);
 }
 
-TSOutcome TMmi::OpenUnsolicited(unsigned slot, const std::string& menu)
+TSOutcome TCMmi::OpenUnsolicited(unsigned slot, const std::string& menu)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found)
@@ -340,7 +340,7 @@ TSOutcome TMmi::OpenUnsolicited(unsigned slot, const std::string& menu)
     return TSOutcome::Done();
 }
 
-TSOutcome TMmi::OpenPinDialogue(unsigned slot, const TVSHandle& pipeline)
+TSOutcome TCMmi::OpenPinDialogue(unsigned slot, const TVSHandle& pipeline)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found || found->cam.pin.digits.empty())
@@ -352,7 +352,7 @@ TSOutcome TMmi::OpenPinDialogue(unsigned slot, const TVSHandle& pipeline)
     return TSOutcome::Done();
 }
 
-void TMmi::OnCamGone(const TSSlot& slot)
+void TCMmi::OnCamGone(const TSSlot& slot)
 {
     m_hasIgnoredEnter[slot.number] = false;
     if (!m_sessions[slot.number].path.empty())
@@ -361,7 +361,7 @@ void TMmi::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TMmi::State() const
+nlohmann::json TCMmi::State() const
 {
     nlohmann::json result = nlohmann::json::array();
     for (std::size_t slot = 0; slot < m_sessions.size(); ++slot)

@@ -12,10 +12,10 @@ namespace CIM::sim
 {
 /// The CAMs' MMI sessions: menus, lists, texts and enquiries, walked page by page. Each new page is announced by
 /// SIGNAL_CI_MMI_STATUS_CHANGED. The operations return 1, or 0 when there is no such page to show or answer.
-class TMmi
+class TCMmi
 {
 public:
-    TMmi(TSWorld& world, TPin& pin) : m_world(world), m_pin(pin), m_sessions(world.slots.size()) {}
+    TCMmi(TSWorld& world, TCPin& pin) : m_world(world), m_pin(pin), m_sessions(world.slots.size()) {}
 
     int Enter(unsigned char slot);
     int Close(unsigned char slot);
@@ -61,7 +61,7 @@ private:
     int m_AnswerPin(const TSSlot& slot, const TSMmiPage& page, const std::u16string& answer);
 
     TSWorld& m_world;
-    TPin& m_pin;
+    TCPin& m_pin;
     std::vector<TSSession> m_sessions;
     std::vector<bool> m_hasIgnoredEnter = std::vector<bool>(m_sessions.size());
     std::uint64_t m_lastNumber = 0;

@@ -24,7 +24,7 @@ constexpr int MAX_REPEAT = 255;
 constexpr long MAX_DEPTH = 200;
 
 /// The page, of none or one, that an answer leads to.
-void ReadNext(TJsonObject& object, const char* name, std::vector<TSMmiPage>& next)
+void ReadNext(TCJsonObject& object, const char* name, std::vector<TSMmiPage>& next)
 {
     if (object.Has(name))
     {
@@ -57,7 +57,7 @@ void ReadEntries(const TSJsonAt& at, std::vector<TSMmiEntry>& entries)
             continue;
         }
         int repeat = 1;
-        TJsonObject(at.Child(i)).Needed("text", entry.text).Field("page", entry.page).Field("repeat", repeat).Done();
+        TCJsonObject(at.Child(i)).Needed("text", entry.text).Field("page", entry.page).Field("repeat", repeat).Done();
         if (repeat < 0 || repeat > MAX_REPEAT)
         {
             at.Child(i).Child("repeat").Fail("expected an integer from 0 to " + std::to_string(MAX_REPEAT));
@@ -81,7 +81,7 @@ void Read(const TSJsonAt& at, TSEntriesField& field)
     ReadEntries(at, field.entries);
 }
 
-EMmiKind KindOf(const TJsonObject& object)
+EMmiKind KindOf(const TCJsonObject& object)
 {
     return object.Has("prompt") ? MMI_KIND_ENQUIRY : object.Has("entries") ? MMI_KIND_MENU : MMI_KIND_TEXT;
 }
@@ -93,7 +93,7 @@ void Read(const TSJsonAt& at, TSMmiPage& page)
     {
         at.Fail("expected pages that are nested less deeply");
     }
-    TJsonObject object(at);
+    TCJsonObject object(at);
     TSMmiPage read;
     TSEntriesField entries{read.entries};
     read.kind = KindOf(object);

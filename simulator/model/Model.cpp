@@ -17,7 +17,7 @@ TSParts::TSParts(TSWorld& world)
 {
 }
 
-TModel::TModel(TSSetDefinition definition, std::uint64_t seed)
+TCModel::TCModel(TSSetDefinition definition, std::uint64_t seed)
     : m_world(std::make_unique<TSWorld>(std::move(definition), seed)), m_parts(std::make_unique<TSParts>(*m_world)),
       // In the order of the list: the compiler refuses any other, and a gap.
       m_interfaces(m_parts->general, m_parts->appMmi, m_parts->profiles, m_parts->pvr, m_parts->debug,
@@ -32,23 +32,23 @@ TModel::TModel(TSSetDefinition definition, std::uint64_t seed)
     }
 }
 
-TModel::~TModel() = default;
+TCModel::~TCModel() = default;
 
-TSubscriber& TModel::Subscriptions() { return m_parts->subscriber; }
+TCSubscriber& TCModel::Subscriptions() { return m_parts->subscriber; }
 
-void TModel::SetSignalSink(std::function<void(const TSSignal&)> sink) { m_world->sink = std::move(sink); }
+void TCModel::SetSignalSink(std::function<void(const TSSignal&)> sink) { m_world->sink = std::move(sink); }
 
-TTime TModel::Now() const { return m_world->clock.Now(); }
-std::optional<TTime> TModel::NextEventAt() const { return m_world->clock.NextEventAt(); }
-void TModel::AdvanceTo(TTime time) { m_world->clock.AdvanceTo(time); }
+TTime TCModel::Now() const { return m_world->clock.Now(); }
+std::optional<TTime> TCModel::NextEventAt() const { return m_world->clock.NextEventAt(); }
+void TCModel::AdvanceTo(TTime time) { m_world->clock.AdvanceTo(time); }
 
-TSOutcome TModel::InsertCam(unsigned slot, const std::string& cam) { return m_parts->lifecycle.Insert(slot, cam); }
-TSOutcome TModel::RemoveCam(unsigned slot) { return m_parts->lifecycle.Remove(slot); }
-TSOutcome TModel::ResetCam(unsigned slot) { return m_parts->lifecycle.Reset(slot); }
-void TModel::ResetAllCams() { m_parts->lifecycle.ResetAll(); }
-void TModel::RaiseSignal(const TSSignal& signal) { m_world->Raise(signal); }
+TSOutcome TCModel::InsertCam(unsigned slot, const std::string& cam) { return m_parts->lifecycle.Insert(slot, cam); }
+TSOutcome TCModel::RemoveCam(unsigned slot) { return m_parts->lifecycle.Remove(slot); }
+TSOutcome TCModel::ResetCam(unsigned slot) { return m_parts->lifecycle.Reset(slot); }
+void TCModel::ResetAllCams() { m_parts->lifecycle.ResetAll(); }
+void TCModel::RaiseSignal(const TSSignal& signal) { m_world->Raise(signal); }
 
-nlohmann::json TModel::State() const
+nlohmann::json TCModel::State() const
 {
     nlohmann::json state = m_parts->lifecycle.State();
     state["now"] = Now();

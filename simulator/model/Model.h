@@ -17,7 +17,7 @@ namespace CIM::sim
 {
 struct TSParts;
 struct TSWorld;
-class TSubscriber;
+class TCSubscriber;
 
 /// The set, its slots and its CAMs: one model behind the interfaces. It knows no bus and starts no thread; it is
 /// bound to the thread that uses it. Its clock is virtual and its randomness comes from the seed, so that the same
@@ -25,14 +25,14 @@ class TSubscriber;
 ///
 /// The interfaces answer 1 (true) for done and 0 (false) for refused, as a daemon does. Signals go to the sink while a
 /// call, a control or AdvanceTo runs; the sink must not call back into the model.
-class TModel
+class TCModel
 {
 public:
     /// \param[in] definition  CAMs, recordings and the rest; CAMs that are to be inserted begin at time 0
-    TModel(TSSetDefinition definition, std::uint64_t seed);
-    ~TModel();
-    TModel(const TModel&) = delete;
-    TModel& operator=(const TModel&) = delete;
+    TCModel(TSSetDefinition definition, std::uint64_t seed);
+    ~TCModel();
+    TCModel(const TCModel&) = delete;
+    TCModel& operator=(const TCModel&) = delete;
 
     /// One of the interfaces, such as Of<ICIGeneral>(). The reserved argument of the subscriber's operations is the id
     /// of the process that subscribes.
@@ -42,7 +42,7 @@ public:
         return std::get<Interface&>(m_interfaces);
     }
     /// The subscriber with what only the daemon asks: who has subscribed what.
-    TSubscriber& Subscriptions();
+    TCSubscriber& Subscriptions();
 
     /// Replaces who receives the signals; an empty function lets them go.
     void SetSignalSink(std::function<void(const TSSignal&)> sink);

@@ -26,23 +26,23 @@ struct TSParts
 {
     explicit TSParts(TSWorld& world);
 
-    TCrypto crypto;
-    TCertificates certificates;
-    TPin pin;
-    TMmi mmi;
-    TCa ca;
-    TSas sas;
-    THost host;
-    TLifecycle lifecycle;
-    TUpgrade upgrade;
-    TAppMmi appMmi;
-    TFileSystems fileSystems;
-    TPlayer player;
-    TDecryption decryption;
-    TProfiles profiles;
-    TPvr pvr;
-    TGeneral general;
-    TDebug debug;
-    TSubscriber subscriber;
+    TCCrypto crypto;
+    TCCertificates certificates;
+    TCPin pin;
+    TCMmi mmi;
+    TCCa ca;
+    TCSas sas;
+    TCHost host;
+    TCLifecycle lifecycle;
+    TCUpgrade upgrade;
+    TCAppMmi appMmi;
+    TCFileSystems fileSystems;
+    TCPlayer player;
+    TCDecryption decryption;
+    TCProfiles profiles;
+    TCPvr pvr;
+    TCGeneral general;
+    TCDebug debug;
+    TCSubscriber subscriber;
 };
 } // namespace CIM::sim

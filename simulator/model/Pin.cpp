@@ -23,7 +23,7 @@ bool ToDigits(const TBytes& pin, std::string& digits)
 }
 } // namespace
 
-EPinOutcome TPin::Check(const TSSlot& slot, const std::string& digits)
+EPinOutcome TCPin::Check(const TSSlot& slot, const std::string& digits)
 {
     if (m_IsBlocked(slot))
     {
@@ -45,19 +45,19 @@ EPinOutcome TPin::Check(const TSSlot& slot, const std::string& digits)
     return PIN_BLOCKED;
 }
 
-int TPin::TriesLeft(const TSSlot& slot) const
+int TCPin::TriesLeft(const TSSlot& slot) const
 {
     const TSState& state = m_states[slot.number];
     const bool isBlockOver = state.triesLeft == 0 && !m_IsBlocked(slot);
     return isBlockOver ? slot.cam.pin.tries : state.triesLeft;
 }
 
-int TPin::Verify(unsigned char slot, const TBytes& pin)
+int TCPin::Verify(unsigned char slot, const TBytes& pin)
 {
     return m_Start(slot, pin, SIGNAL_CI_PIN_REPLY_TO_PIN_CMD, false);
 }
 
-int TPin::Set(unsigned char slot, const TBytes& pin)
+int TCPin::Set(unsigned char slot, const TBytes& pin)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found || !found->cam.pin.canBeChanged)
@@ -67,7 +67,7 @@ int TPin::Set(unsigned char slot, const TBytes& pin)
     return m_Start(slot, pin, SIGNAL_CI_PIN_REPLY_TO_CI_APP_REQUEST, true);
 }
 
-int TPin::m_Start(unsigned char slot, const TBytes& pin, ECISignalType reply, bool replaces)
+int TCPin::m_Start(unsigned char slot, const TBytes& pin, ECISignalType reply, bool replaces)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     std::string digits;
@@ -108,17 +108,17 @@ int TPin::m_Start(unsigned char slot, const TBytes& pin, ECISignalType reply, bo
     return 1;
 }
 
-void TPin::m_Reply(unsigned char slot, ECISignalType type, ECamPinCodeStatus status)
+void TCPin::m_Reply(unsigned char slot, ECISignalType type, ECamPinCodeStatus status)
 {
     m_world.Raise(SlotSignal(type, slot, status, static_cast<std::uint16_t>(TriesLeft(m_world.slots[slot]))));
 }
 
-int TPin::IsNeeded() const
+int TCPin::IsNeeded() const
 {
     return std::any_of(m_states.begin(), m_states.end(), [](const TSState& state) { return state.isAsked; }) ? 1 : 0;
 }
 
-TSOutcome TPin::Ask(unsigned slot, const TVSHandle& pipeline, int rating)
+TSOutcome TCPin::Ask(unsigned slot, const TVSHandle& pipeline, int rating)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found)
@@ -140,13 +140,13 @@ TSOutcome TPin::Ask(unsigned slot, const TVSHandle& pipeline, int rating)
     return TSOutcome::Done();
 }
 
-void TPin::Answered(const TSSlot& slot)
+void TCPin::Answered(const TSSlot& slot)
 {
     m_states[slot.number].isAsked = false;
     m_states[slot.number].isVerified = true;
 }
 
-void TPin::OnCamIn(const TSSlot& slot)
+void TCPin::OnCamIn(const TSSlot& slot)
 {
     TSState& state = m_states[slot.number];
     state = {};
@@ -154,7 +154,7 @@ void TPin::OnCamIn(const TSSlot& slot)
     state.triesLeft = slot.cam.pin.tries;
 }
 
-void TPin::OnCamGone(const TSSlot& slot)
+void TCPin::OnCamGone(const TSSlot& slot)
 {
     TSState& state = m_states[slot.number];
     state.isAsked = false;
@@ -162,7 +162,7 @@ void TPin::OnCamGone(const TSSlot& slot)
     state.isBusy = false;
 }
 
-nlohmann::json TPin::State() const
+nlohmann::json TCPin::State() const
 {
     nlohmann::json result = nlohmann::json::array();
     for (const TSSlot& slot : m_world.slots)

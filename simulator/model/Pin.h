@@ -16,10 +16,10 @@ enum EPinOutcome : int
 };
 
 /// The CAMs' PINs: tries, blocking, requests. A PIN's digits appear neither in the state nor in a signal.
-class TPin
+class TCPin
 {
 public:
-    explicit TPin(TSWorld& world) : m_world(world), m_states(world.slots.size()) {}
+    explicit TCPin(TSWorld& world) : m_world(world), m_states(world.slots.size()) {}
 
     /// Compares an answer with the PIN and counts the try. Leading zeros count.
     EPinOutcome Check(const TSSlot& slot, const std::string& digits);

@@ -16,7 +16,7 @@ constexpr std::uint32_t UNKNOWN = 0xFFFFFFFF;
 constexpr int NOMINAL = 100;
 } // namespace
 
-unsigned short TPlayer::m_NewHandle()
+unsigned short TCPlayer::m_NewHandle()
 {
     ++m_lastHandle;
     if (m_lastHandle == 0xFFFF)
@@ -26,7 +26,7 @@ unsigned short TPlayer::m_NewHandle()
     return m_lastHandle;
 }
 
-const TSSlot* TPlayer::m_SlotFor(const std::string& location, const TSContentDefinition*& content)
+const TSSlot* TCPlayer::m_SlotFor(const std::string& location, const TSContentDefinition*& content)
 {
     for (const TSSlot& slot : m_world.slots)
     {
@@ -42,7 +42,7 @@ const TSSlot* TPlayer::m_SlotFor(const std::string& location, const TSContentDef
     return m_world.FirstReady();
 }
 
-TSCICAMPlayerHandle TPlayer::VerifyLocation(TSIPServiceLocationData const& location)
+TSCICAMPlayerHandle TCPlayer::VerifyLocation(TSIPServiceLocationData const& location)
 {
     const TSContentDefinition* content = nullptr;
     const TSSlot* const slot = m_SlotFor(location.location, content);
@@ -60,7 +60,7 @@ TSCICAMPlayerHandle TPlayer::VerifyLocation(TSIPServiceLocationData const& locat
     return TSCICAMPlayerHandle(handle);
 }
 
-TSCICAMPlayerHandle TPlayer::PlayRequest(TSIPServiceLocationData const& location)
+TSCICAMPlayerHandle TCPlayer::PlayRequest(TSIPServiceLocationData const& location)
 {
     const TSContentDefinition* content = nullptr;
     const TSSlot* const slot = m_SlotFor(location.location, content);
@@ -81,7 +81,7 @@ TSCICAMPlayerHandle TPlayer::PlayRequest(TSIPServiceLocationData const& location
     return TSCICAMPlayerHandle(handle);
 }
 
-void TPlayer::m_Begin(const TSSlot& slot, const TSContentDefinition& content, unsigned short handle)
+void TCPlayer::m_Begin(const TSSlot& slot, const TSContentDefinition& content, unsigned short handle)
 {
     TSPlayback playback;
     playback.handle = handle;
@@ -113,14 +113,14 @@ void TPlayer::m_Begin(const TSSlot& slot, const TSContentDefinition& content, un
     }
 }
 
-TPlayer::TSPlayback* TPlayer::m_Running(const TSCICAMPlayerHandle& handle)
+TCPlayer::TSPlayback* TCPlayer::m_Running(const TSCICAMPlayerHandle& handle)
 {
     const bool isIt = m_playback && m_playback->isStarted && m_playback->handle == handle.identifier;
     return isIt ? &*m_playback : nullptr;
 }
 
 /// Where the content ends: at its duration, at the live edge, or never.
-std::int64_t TPlayer::m_End() const
+std::int64_t TCPlayer::m_End() const
 {
     if (m_playback->content.isLive)
     {
@@ -133,13 +133,13 @@ std::int64_t TPlayer::m_End() const
     return std::int64_t{m_playback->content.durationSeconds} * 1'000 * UNITS_PER_MS;
 }
 
-std::int64_t TPlayer::m_Position() const
+std::int64_t TCPlayer::m_Position() const
 {
     const std::int64_t moved = (m_world.clock.Now() - m_playback->since) * m_playback->speed;
     return std::clamp<std::int64_t>(m_playback->position + moved, 0, m_End());
 }
 
-bool TPlayer::SetPlayerSpeed(TSCICAMPlayerHandle const& handle, TSPlaybackSpeed const& speed)
+bool TCPlayer::SetPlayerSpeed(TSCICAMPlayerHandle const& handle, TSPlaybackSpeed const& speed)
 {
     if (!m_Running(handle))
     {
@@ -149,7 +149,7 @@ bool TPlayer::SetPlayerSpeed(TSCICAMPlayerHandle const& handle, TSPlaybackSpeed 
     return true;
 }
 
-void TPlayer::m_SetSpeed(int speed)
+void TCPlayer::m_SetSpeed(int speed)
 {
     TSPlayback& playback = *m_playback;
     playback.position = m_Position();
@@ -163,7 +163,7 @@ void TPlayer::m_SetSpeed(int speed)
     m_PlanLimit();
 }
 
-void TPlayer::m_PlanLimit()
+void TCPlayer::m_PlanLimit()
 {
     TSPlayback& playback = *m_playback;
     m_world.clock.Cancel(playback.limitEvent);
@@ -192,7 +192,7 @@ void TPlayer::m_PlanLimit()
     }
 }
 
-void TPlayer::m_OnLimit()
+void TCPlayer::m_OnLimit()
 {
     TSPlayback& playback = *m_playback;
     if (playback.content.isLive && playback.speed > 0)
@@ -211,7 +211,7 @@ void TPlayer::m_OnLimit()
     }
 }
 
-bool TPlayer::SetPlayerPosition(TSCICAMPlayerHandle const& handle, TSPlaybackPosition const& position)
+bool TCPlayer::SetPlayerPosition(TSCICAMPlayerHandle const& handle, TSPlaybackPosition const& position)
 {
     TSPlayback* const playback = m_Running(handle);
     if (!playback)
@@ -250,7 +250,7 @@ bool TPlayer::SetPlayerPosition(TSCICAMPlayerHandle const& handle, TSPlaybackPos
     return true;
 }
 
-bool TPlayer::StopPlayer(TSCICAMPlayerHandle const&)
+bool TCPlayer::StopPlayer(TSCICAMPlayerHandle const&)
 {
     if (!m_playback)
     {
@@ -260,7 +260,7 @@ bool TPlayer::StopPlayer(TSCICAMPlayerHandle const&)
     return true;
 }
 
-void TPlayer::m_Stop()
+void TCPlayer::m_Stop()
 {
     m_world.clock.Cancel(m_playback->limitEvent);
     m_world.clock.Cancel(m_playback->monitorEvent);
@@ -268,7 +268,7 @@ void TPlayer::m_Stop()
     m_playback.reset();
 }
 
-bool TPlayer::MonitorPlayerInfo(TSCICAMPlayerHandle const& handle, unsigned int value)
+bool TCPlayer::MonitorPlayerInfo(TSCICAMPlayerHandle const& handle, unsigned int value)
 {
     TSPlayback* const playback = m_Running(handle);
     if (!playback)
@@ -288,19 +288,19 @@ bool TPlayer::MonitorPlayerInfo(TSCICAMPlayerHandle const& handle, unsigned int 
     return true;
 }
 
-void TPlayer::m_Monitor()
+void TCPlayer::m_Monitor()
 {
     m_Raise(SIGNAL_CI_CICAM_PLAYER_INFO_POSITION, 0, static_cast<std::uint32_t>(m_Position() / UNITS_PER_MS / 1'000));
     m_playback->monitorEvent =
         m_world.After(m_world.slots[m_playback->slot], m_playback->monitorMs, [this] { m_Monitor(); });
 }
 
-void TPlayer::m_Raise(ECISignalType type, int code, std::uint32_t value)
+void TCPlayer::m_Raise(ECISignalType type, int code, std::uint32_t value)
 {
     m_world.Raise(SlotSignal(type, m_playback->slot, code, m_playback->handle, value));
 }
 
-TSOutcome TPlayer::StartFromCam(unsigned slot, const std::string& location)
+TSOutcome TCPlayer::StartFromCam(unsigned slot, const std::string& location)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found)
@@ -322,7 +322,7 @@ TSOutcome TPlayer::StartFromCam(unsigned slot, const std::string& location)
     return TSOutcome::Refused("the CAM in slot " + std::to_string(slot) + " does not know '" + location + "'");
 }
 
-TSOutcome TPlayer::Fail(int error)
+TSOutcome TCPlayer::Fail(int error)
 {
     if (!m_playback)
     {
@@ -333,7 +333,7 @@ TSOutcome TPlayer::Fail(int error)
     return TSOutcome::Done();
 }
 
-void TPlayer::OnCamGone(const TSSlot& slot)
+void TCPlayer::OnCamGone(const TSSlot& slot)
 {
     if (m_playback && m_playback->slot == slot.number)
     {
@@ -341,7 +341,7 @@ void TPlayer::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TPlayer::State() const
+nlohmann::json TCPlayer::State() const
 {
     if (!m_playback)
     {

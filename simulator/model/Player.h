@@ -16,10 +16,10 @@ namespace CIM::sim
 /// - A location that no CAM knows or allows gets a handle, and then an error.
 /// Signals carry the handle as id. Duration and position are whole seconds, 0xFFFFFFFF unknown; the speed is hundredths
 /// of the nominal speed as 16 bits.
-class TPlayer final : public ICICAMPlayer
+class TCPlayer final : public ICICAMPlayer
 {
 public:
-    explicit TPlayer(TSWorld& world) : m_world(world) {}
+    explicit TCPlayer(TSWorld& world) : m_world(world) {}
 
     TSCICAMPlayerHandle VerifyLocation(TSIPServiceLocationData const& location) override;
     TSCICAMPlayerHandle PlayRequest(TSIPServiceLocationData const& location) override;
@@ -48,8 +48,8 @@ private:
         std::int64_t position = 0; ///< in hundredths of a millisecond, so that no speed rounds
         int speed = 0;
         unsigned monitorMs = 0;
-        TClock::TEventId limitEvent = 0;
-        TClock::TEventId monitorEvent = 0;
+        TCClock::TEventId limitEvent = 0;
+        TCClock::TEventId monitorEvent = 0;
     };
 
     unsigned short m_NewHandle();

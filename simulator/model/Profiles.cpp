@@ -20,7 +20,7 @@ TSCIOperatorProfileData DataOf(const TSProfileDefinition& profile, unsigned char
 } // namespace
 
 template <class Action>
-void TProfiles::m_ForEachNotInstalled(Action action) const
+void TCProfiles::m_ForEachNotInstalled(Action action) const
 {
     for (const auto& [slot, index] : m_offered)
     {
@@ -32,13 +32,13 @@ void TProfiles::m_ForEachNotInstalled(Action action) const
     }
 }
 
-bool TProfiles::m_IsInstalled(const TSProfileDefinition& profile, unsigned char slot) const
+bool TCProfiles::m_IsInstalled(const TSProfileDefinition& profile, unsigned char slot) const
 {
     const auto found = m_installed.find(ModeOf(profile));
     return found != m_installed.end() && found->second.slot == slot && found->second.profile.name == profile.name;
 }
 
-std::optional<std::size_t> TProfiles::m_FirstNotInstalled(unsigned char slot) const
+std::optional<std::size_t> TCProfiles::m_FirstNotInstalled(unsigned char slot) const
 {
     std::optional<std::size_t> first;
     m_ForEachNotInstalled(
@@ -52,7 +52,7 @@ std::optional<std::size_t> TProfiles::m_FirstNotInstalled(unsigned char slot) co
     return first;
 }
 
-int TProfiles::GetNotInstalledOperatorProfiles(std::map<unsigned char, std::map<EAntennaMode, TName>>& profiles)
+int TCProfiles::GetNotInstalledOperatorProfiles(std::map<unsigned char, std::map<EAntennaMode, TName>>& profiles)
 {
     profiles.clear();
     m_ForEachNotInstalled([&](unsigned char slot, std::size_t, const TSProfileDefinition& profile)
@@ -60,7 +60,7 @@ int TProfiles::GetNotInstalledOperatorProfiles(std::map<unsigned char, std::map<
     return 1;
 }
 
-int TProfiles::GetNotInstalledOperatorProfiles(std::list<TSCIOperatorProfileData>& profiles)
+int TCProfiles::GetNotInstalledOperatorProfiles(std::list<TSCIOperatorProfileData>& profiles)
 {
     profiles.clear();
     m_ForEachNotInstalled([&](unsigned char slot, std::size_t, const TSProfileDefinition& profile)
@@ -68,8 +68,8 @@ int TProfiles::GetNotInstalledOperatorProfiles(std::list<TSCIOperatorProfileData
     return 1;
 }
 
-int TProfiles::GetInstalledOperatorProfileModesPerServiceMode(EServiceMode serviceMode,
-                                                              std::map<TSTvMode, TName>& modes)
+int TCProfiles::GetInstalledOperatorProfileModesPerServiceMode(EServiceMode serviceMode,
+                                                               std::map<TSTvMode, TName>& modes)
 {
     modes.clear();
     for (const auto& [mode, installed] : m_installed)
@@ -82,7 +82,7 @@ int TProfiles::GetInstalledOperatorProfileModesPerServiceMode(EServiceMode servi
     return 1;
 }
 
-int TProfiles::GetInstalledOperatorProfiles(std::map<TSTvMode, TName>& profiles)
+int TCProfiles::GetInstalledOperatorProfiles(std::map<TSTvMode, TName>& profiles)
 {
     profiles.clear();
     for (const auto& [mode, installed] : m_installed)
@@ -92,7 +92,7 @@ int TProfiles::GetInstalledOperatorProfiles(std::map<TSTvMode, TName>& profiles)
     return 1;
 }
 
-int TProfiles::GetInstalledOperatorProfileModesCiSlots(std::map<TSTvMode, unsigned char>& slots)
+int TCProfiles::GetInstalledOperatorProfileModesCiSlots(std::map<TSTvMode, unsigned char>& slots)
 {
     slots.clear();
     for (const auto& [mode, installed] : m_installed)
@@ -102,7 +102,7 @@ int TProfiles::GetInstalledOperatorProfileModesCiSlots(std::map<TSTvMode, unsign
     return 1;
 }
 
-int TProfiles::GetInstalledOperatorProfiles(std::list<TSCIOperatorProfileData>& profiles)
+int TCProfiles::GetInstalledOperatorProfiles(std::list<TSCIOperatorProfileData>& profiles)
 {
     profiles.clear();
     for (const auto& [mode, installed] : m_installed)
@@ -112,7 +112,7 @@ int TProfiles::GetInstalledOperatorProfiles(std::list<TSCIOperatorProfileData>& 
     return 1;
 }
 
-int TProfiles::StartOperatorProfileInstallation(EProfile, int param, unsigned char slot, TSTvMode const& tvMode)
+int TCProfiles::StartOperatorProfileInstallation(EProfile, int param, unsigned char slot, TSTvMode const& tvMode)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found || m_runs[slot].isRunning)
@@ -138,8 +138,8 @@ int TProfiles::StartOperatorProfileInstallation(EProfile, int param, unsigned ch
     return 1;
 }
 
-int TProfiles::StartOperatorProfileInstallation(EOperatorProfileInstallationOrigin origin, unsigned char slot,
-                                                EOperatorProfileStartInstallationStatus& status)
+int TCProfiles::StartOperatorProfileInstallation(EOperatorProfileInstallationOrigin origin, unsigned char slot,
+                                                 EOperatorProfileStartInstallationStatus& status)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     const auto index = found ? m_FirstNotInstalled(slot) : std::nullopt;
@@ -167,7 +167,8 @@ int TProfiles::StartOperatorProfileInstallation(EOperatorProfileInstallationOrig
     return 1;
 }
 
-void TProfiles::m_Start(const TSSlot& slot, std::size_t index, EOperatorProfileInstallationOrigin origin, bool isUpdate)
+void TCProfiles::m_Start(const TSSlot& slot, std::size_t index, EOperatorProfileInstallationOrigin origin,
+                         bool isUpdate)
 {
     const TSProfileDefinition& profile = slot.cam.profiles[index];
     const bool isGood = isUpdate ? !profile.updateFails : !profile.installFails;
@@ -177,7 +178,7 @@ void TProfiles::m_Start(const TSSlot& slot, std::size_t index, EOperatorProfileI
                               [this, number = slot.number, isGood] { m_Finish(number, isGood); });
 }
 
-void TProfiles::m_Finish(unsigned char slot, bool isGood)
+void TCProfiles::m_Finish(unsigned char slot, bool isGood)
 {
     TSRun& run = m_runs[slot];
     const TSProfileDefinition& profile = m_world.slots[slot].cam.profiles[run.index];
@@ -196,14 +197,14 @@ void TProfiles::m_Finish(unsigned char slot, bool isGood)
     m_Raise(slot, isGood ? CAM_OP_STATUS_INSTALLATION_SUCCESS : CAM_OP_STATUS_INSTALLATION_FAILED, profile);
 }
 
-void TProfiles::m_Raise(unsigned char slot, ECamOperatorProfileStatus status, const TSProfileDefinition& profile)
+void TCProfiles::m_Raise(unsigned char slot, ECamOperatorProfileStatus status, const TSProfileDefinition& profile)
 {
     m_world.Raise(SlotSignal(SIGNAL_CI_OPERATOR_PROFILE_STATUS_CHANGE, slot, status,
                              static_cast<std::uint16_t>(profile.antennaMode),
                              static_cast<std::uint32_t>(profile.serviceMode)));
 }
 
-int TProfiles::UpdateOperatorProfile(unsigned char slot)
+int TCProfiles::UpdateOperatorProfile(unsigned char slot)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found || m_runs[slot].isRunning)
@@ -222,7 +223,7 @@ int TProfiles::UpdateOperatorProfile(unsigned char slot)
     return 0;
 }
 
-int TProfiles::SetOperatorProfileInstallationState(unsigned char slot, EOperatorProfileInstallationOrigin origin, bool)
+int TCProfiles::SetOperatorProfileInstallationState(unsigned char slot, EOperatorProfileInstallationOrigin origin, bool)
 {
     if (!m_world.Find(slot) || EnumName(origin).empty())
     {
@@ -242,7 +243,7 @@ int TProfiles::SetOperatorProfileInstallationState(unsigned char slot, EOperator
     return 1;
 }
 
-int TProfiles::GetOperatorProfileInstallationState(unsigned char slot, EOperatorProfileInstallationOrigin& origin)
+int TCProfiles::GetOperatorProfileInstallationState(unsigned char slot, EOperatorProfileInstallationOrigin& origin)
 {
     if (!m_world.Find(slot))
     {
@@ -252,7 +253,7 @@ int TProfiles::GetOperatorProfileInstallationState(unsigned char slot, EOperator
     return 1;
 }
 
-int TProfiles::GetOperatorProfileInstallationOrigin(unsigned char slot, EOperatorProfileInstallationOrigin& origin)
+int TCProfiles::GetOperatorProfileInstallationOrigin(unsigned char slot, EOperatorProfileInstallationOrigin& origin)
 {
     if (!m_world.Find(slot))
     {
@@ -262,10 +263,10 @@ int TProfiles::GetOperatorProfileInstallationOrigin(unsigned char slot, EOperato
     return 1;
 }
 
-int TProfiles::RemoveOperatorProfile(TSTvMode const& tvMode, bool) { return m_installed.erase(tvMode) > 0 ? 1 : 0; }
+int TCProfiles::RemoveOperatorProfile(TSTvMode const& tvMode, bool) { return m_installed.erase(tvMode) > 0 ? 1 : 0; }
 
-int TProfiles::GetOperatorProfileContentLabel(TSTvMode const& tvMode, unsigned char slot, unsigned char labelIndex,
-                                              TName& label)
+int TCProfiles::GetOperatorProfileContentLabel(TSTvMode const& tvMode, unsigned char slot, unsigned char labelIndex,
+                                               TName& label)
 {
     const auto found = m_installed.find(tvMode);
     if (found == m_installed.end() || found->second.slot != slot ||
@@ -277,7 +278,7 @@ int TProfiles::GetOperatorProfileContentLabel(TSTvMode const& tvMode, unsigned c
     return 1;
 }
 
-TSOutcome TProfiles::Offer(unsigned slot, std::size_t index)
+TSOutcome TCProfiles::Offer(unsigned slot, std::size_t index)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found || index >= found->cam.profiles.size())
@@ -293,7 +294,7 @@ TSOutcome TProfiles::Offer(unsigned slot, std::size_t index)
     return TSOutcome::Done();
 }
 
-TSOutcome TProfiles::Announce(unsigned slot, ECamOperatorProfileStatus status)
+TSOutcome TCProfiles::Announce(unsigned slot, ECamOperatorProfileStatus status)
 {
     for (const auto& [mode, installed] : m_installed)
     {
@@ -306,9 +307,9 @@ TSOutcome TProfiles::Announce(unsigned slot, ECamOperatorProfileStatus status)
     return TSOutcome::Refused("no profile of a ready CAM in slot " + std::to_string(slot) + " is installed");
 }
 
-void TProfiles::RemoveAll() { m_installed.clear(); }
+void TCProfiles::RemoveAll() { m_installed.clear(); }
 
-bool TProfiles::StartFirst()
+bool TCProfiles::StartFirst()
 {
     for (const TSSlot& slot : m_world.slots)
     {
@@ -322,7 +323,7 @@ bool TProfiles::StartFirst()
     return false;
 }
 
-void TProfiles::Schedule(unsigned seconds)
+void TCProfiles::Schedule(unsigned seconds)
 {
     ClearSchedule();
     m_scheduledAt = m_world.clock.Now() + static_cast<TTime>(seconds) * 1'000;
@@ -337,13 +338,13 @@ void TProfiles::Schedule(unsigned seconds)
                                   });
 }
 
-void TProfiles::ClearSchedule()
+void TCProfiles::ClearSchedule()
 {
     m_world.clock.Cancel(m_schedule);
     m_scheduledAt = -1;
 }
 
-void TProfiles::OnCamReady(const TSSlot& slot)
+void TCProfiles::OnCamReady(const TSSlot& slot)
 {
     for (std::size_t index = 0; index < slot.cam.profiles.size(); ++index)
     {
@@ -354,7 +355,7 @@ void TProfiles::OnCamReady(const TSSlot& slot)
     }
 }
 
-void TProfiles::OnCamGone(const TSSlot& slot)
+void TCProfiles::OnCamGone(const TSSlot& slot)
 {
     if (m_runs[slot.number].isRunning)
     {
@@ -363,7 +364,7 @@ void TProfiles::OnCamGone(const TSSlot& slot)
     std::erase_if(m_offered, [&](const auto& offer) { return offer.first == slot.number; });
 }
 
-nlohmann::json TProfiles::State() const
+nlohmann::json TCProfiles::State() const
 {
     const auto describe = [](const TSProfileDefinition& profile, unsigned char slot)
     {

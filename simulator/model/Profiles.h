@@ -18,12 +18,12 @@ namespace CIM::sim
 /// - Content labels are counted from 0.
 /// SIGNAL_CI_OPERATOR_PROFILE_STATUS_CHANGE carries an ECamOperatorProfileStatus as code, the antenna mode as id and
 /// the service mode as value.
-class TProfiles final : public ICIOperatorProfile
+class TCProfiles final : public ICIOperatorProfile
 {
 public:
     using TName = std::basic_string<unsigned short>;
 
-    explicit TProfiles(TSWorld& world) : m_world(world), m_runs(world.slots.size()) {}
+    explicit TCProfiles(TSWorld& world) : m_world(world), m_runs(world.slots.size()) {}
 
     int GetNotInstalledOperatorProfiles(std::map<unsigned char, std::map<EAntennaMode, TName>>& profiles) override;
     int GetNotInstalledOperatorProfiles(std::list<TSCIOperatorProfileData>& profiles) override;
@@ -72,7 +72,7 @@ private:
         bool isRunning = false;
         bool isUpdate = false;
         std::size_t index = 0;
-        TClock::TEventId event = 0;
+        TCClock::TEventId event = 0;
         EOperatorProfileInstallationOrigin state = OP_INSTALLATION_INACTIVE;
         EOperatorProfileInstallationOrigin origin = OP_INSTALLATION_INACTIVE;
     };
@@ -89,7 +89,7 @@ private:
     std::set<std::pair<unsigned char, std::size_t>> m_offered; ///< slot and index
     std::map<TSTvMode, TSInstalled> m_installed;
     std::vector<TSRun> m_runs;
-    TClock::TEventId m_schedule = 0;
+    TCClock::TEventId m_schedule = 0;
     TTime m_scheduledAt = -1;
 };
 } // namespace CIM::sim

@@ -13,7 +13,7 @@ constexpr int DEFAULT_RETENTION_MINUTES = 90;
 constexpr TTime MINUTE = 60'000;
 } // namespace
 
-TPvr::TPvr(TSWorld& world, TCa& ca) : m_world(world), m_ca(ca)
+TCPvr::TCPvr(TSWorld& world, TCCa& ca) : m_world(world), m_ca(ca)
 {
     for (const TSRecordingDefinition& recording : world.definition.recordings)
     {
@@ -21,15 +21,15 @@ TPvr::TPvr(TSWorld& world, TCa& ca) : m_world(world), m_ca(ca)
     }
 }
 
-TPvr::TSRecording* TPvr::m_Find(const std::string& file)
+TCPvr::TSRecording* TCPvr::m_Find(const std::string& file)
 {
     const auto found = m_recordings.find(file);
     return found == m_recordings.end() ? nullptr : &found->second;
 }
 
-const TPvr::TSRecording* TPvr::m_Playing() const { return m_playing ? &m_recordings.at(*m_playing) : nullptr; }
+const TCPvr::TSRecording* TCPvr::m_Playing() const { return m_playing ? &m_recordings.at(*m_playing) : nullptr; }
 
-std::optional<TTime> TPvr::m_EndOfRetention(const TSRecordingDefinition& definition) const
+std::optional<TTime> TCPvr::m_EndOfRetention(const TSRecordingDefinition& definition) const
 {
     if (definition.retentionMinutes >= 0)
     {
@@ -42,20 +42,20 @@ std::optional<TTime> TPvr::m_EndOfRetention(const TSRecordingDefinition& definit
     return std::nullopt;
 }
 
-bool TPvr::m_IsExceeded(const TSRecording& recording) const
+bool TCPvr::m_IsExceeded(const TSRecording& recording) const
 {
     const auto end = m_EndOfRetention(recording.definition);
     return recording.isForcedOut || (end && m_world.clock.Now() >= *end);
 }
 
-bool TPvr::m_IsCamThere(const TSRecording& recording) const
+bool TCPvr::m_IsCamThere(const TSRecording& recording) const
 {
     const std::string& cam = recording.definition.cam;
     return cam.empty() || std::any_of(m_world.slots.begin(), m_world.slots.end(),
                                       [&](const TSSlot& slot) { return slot.IsReady() && slot.cam.name == cam; });
 }
 
-std::vector<SContentSection> TPvr::m_Expired(const TSRecording& recording) const
+std::vector<SContentSection> TCPvr::m_Expired(const TSRecording& recording) const
 {
     const TSRecordingDefinition& definition = recording.definition;
     if (m_IsExceeded(recording))
@@ -73,7 +73,7 @@ std::vector<SContentSection> TPvr::m_Expired(const TSRecording& recording) const
     return expired;
 }
 
-int TPvr::SetRecordingEsPids(TVSHandle const& handle, std::list<unsigned short> const& pids, bool)
+int TCPvr::SetRecordingEsPids(TVSHandle const& handle, std::list<unsigned short> const& pids, bool)
 {
     if (pids.empty())
     {
@@ -86,7 +86,7 @@ int TPvr::SetRecordingEsPids(TVSHandle const& handle, std::list<unsigned short> 
     return 1;
 }
 
-int TPvr::IsFileExceededRetentionLimit(std::string const& file, bool& exceeded)
+int TCPvr::IsFileExceededRetentionLimit(std::string const& file, bool& exceeded)
 {
     const TSRecording* const recording = m_Find(file);
     if (!recording)
@@ -97,7 +97,7 @@ int TPvr::IsFileExceededRetentionLimit(std::string const& file, bool& exceeded)
     return 1;
 }
 
-int TPvr::GetCIThumbType(std::string const& file, EThumbType& thumbType)
+int TCPvr::GetCIThumbType(std::string const& file, EThumbType& thumbType)
 {
     const TSRecording* const recording = m_Find(file);
     if (!recording)
@@ -111,7 +111,7 @@ int TPvr::GetCIThumbType(std::string const& file, EThumbType& thumbType)
     return 1;
 }
 
-int TPvr::GetContentInfo(std::string const& file, EInfoType& infoType, unsigned char& value)
+int TCPvr::GetContentInfo(std::string const& file, EInfoType& infoType, unsigned char& value)
 {
     const TSRecording* const recording = m_Find(file);
     if (!recording)
@@ -147,7 +147,7 @@ int TPvr::GetContentInfo(std::string const& file, EInfoType& infoType, unsigned 
     return 1;
 }
 
-int TPvr::GetExpiredContentSections(std::string const& file, std::vector<SContentSection>& sections)
+int TCPvr::GetExpiredContentSections(std::string const& file, std::vector<SContentSection>& sections)
 {
     const TSRecording* const recording = m_Find(file);
     if (!recording)
@@ -158,7 +158,7 @@ int TPvr::GetExpiredContentSections(std::string const& file, std::vector<SConten
     return 1;
 }
 
-int TPvr::IsBlockedByParentalControl(std::string const& file, bool& blocked)
+int TCPvr::IsBlockedByParentalControl(std::string const& file, bool& blocked)
 {
     const TSRecording* const recording = m_Find(file);
     if (!recording)
@@ -169,7 +169,7 @@ int TPvr::IsBlockedByParentalControl(std::string const& file, bool& blocked)
     return 1;
 }
 
-int TPvr::CheckThumbnailValidation(std::string const& file, long const& time, bool& valid)
+int TCPvr::CheckThumbnailValidation(std::string const& file, long const& time, bool& valid)
 {
     const TSRecording* const recording = m_Find(file);
     if (!recording)
@@ -185,19 +185,19 @@ int TPvr::CheckThumbnailValidation(std::string const& file, long const& time, bo
     return 1;
 }
 
-int TPvr::IsThisStreamCopyProtected(TVSHandle const& handle, bool& isProtected)
+int TCPvr::IsThisStreamCopyProtected(TVSHandle const& handle, bool& isProtected)
 {
     isProtected = m_ca.IsCopyProtected(handle);
     return 1;
 }
 
-bool TPvr::m_Limit(std::int64_t limit, int& allowed)
+bool TCPvr::m_Limit(std::int64_t limit, int& allowed)
 {
     allowed = static_cast<int>(limit);
     return limit != 0;
 }
 
-std::int64_t TPvr::m_LimitBehind(const TSRecording& recording, std::int64_t position, int limit) const
+std::int64_t TCPvr::m_LimitBehind(const TSRecording& recording, std::int64_t position, int limit) const
 {
     std::int64_t room = -1;
     for (const SContentSection& section : m_Expired(recording))
@@ -215,20 +215,20 @@ std::int64_t TPvr::m_LimitBehind(const TSRecording& recording, std::int64_t posi
     return std::min<std::int64_t>(limit, room);
 }
 
-bool TPvr::IsSkippingForwardAllowed(int, int& allowed)
+bool TCPvr::IsSkippingForwardAllowed(int, int& allowed)
 {
     const TSRecording* const recording = m_Playing();
     return m_Limit(recording ? recording->definition.limits.skipForward : -1, allowed);
 }
 
-bool TPvr::IsSkippingBackwardsAllowed(int position, int& allowed)
+bool TCPvr::IsSkippingBackwardsAllowed(int position, int& allowed)
 {
     const TSRecording* const recording = m_Playing();
     return m_Limit(recording ? m_LimitBehind(*recording, position, recording->definition.limits.skipBackward) : -1,
                    allowed);
 }
 
-bool TPvr::IsFastForwardAllowed(int, int& allowed, ESpeedRestriction& restriction)
+bool TCPvr::IsFastForwardAllowed(int, int& allowed, ESpeedRestriction& restriction)
 {
     const TSRecording* const recording = m_Playing();
     restriction =
@@ -236,7 +236,7 @@ bool TPvr::IsFastForwardAllowed(int, int& allowed, ESpeedRestriction& restrictio
     return m_Limit(recording ? recording->definition.limits.fastForward : -1, allowed);
 }
 
-bool TPvr::IsFastRewindAllowed(int position, int& allowed, ESpeedRestriction& restriction)
+bool TCPvr::IsFastRewindAllowed(int position, int& allowed, ESpeedRestriction& restriction)
 {
     const TSRecording* const recording = m_Playing();
     restriction =
@@ -245,7 +245,7 @@ bool TPvr::IsFastRewindAllowed(int position, int& allowed, ESpeedRestriction& re
                    allowed);
 }
 
-void TPvr::RequestStop(ECISignalType type, const TVSHandle& pipeline, int reason)
+void TCPvr::RequestStop(ECISignalType type, const TVSHandle& pipeline, int reason)
 {
     if (type == SIGNAL_CI_PLAYBACK_STOP_REQUEST)
     {
@@ -254,7 +254,7 @@ void TPvr::RequestStop(ECISignalType type, const TVSHandle& pipeline, int reason
     m_world.Raise(PipelineSignal(type, pipeline, NO_SLOT, reason));
 }
 
-TSOutcome TPvr::Play(const std::string& file, const TVSHandle& pipeline)
+TSOutcome TCPvr::Play(const std::string& file, const TVSHandle& pipeline)
 {
     TSRecording* const recording = m_Find(file);
     if (!recording)
@@ -289,7 +289,7 @@ TSOutcome TPvr::Play(const std::string& file, const TVSHandle& pipeline)
     return TSOutcome::Done();
 }
 
-TSOutcome TPvr::EndPlay()
+TSOutcome TCPvr::EndPlay()
 {
     if (!m_playing)
     {
@@ -299,7 +299,7 @@ TSOutcome TPvr::EndPlay()
     return TSOutcome::Done();
 }
 
-TSOutcome TPvr::Expire(const std::string& file)
+TSOutcome TCPvr::Expire(const std::string& file)
 {
     TSRecording* const recording = m_Find(file);
     if (!recording)
@@ -311,7 +311,7 @@ TSOutcome TPvr::Expire(const std::string& file)
     return TSOutcome::Done();
 }
 
-void TPvr::m_OnExpired(const std::string& file)
+void TCPvr::m_OnExpired(const std::string& file)
 {
     if (m_playing == file)
     {
@@ -319,7 +319,7 @@ void TPvr::m_OnExpired(const std::string& file)
     }
 }
 
-void TPvr::Add(TSRecordingDefinition definition)
+void TCPvr::Add(TSRecordingDefinition definition)
 {
     const std::string file = definition.file;
     TSRecording& recording = m_recordings[file];
@@ -332,7 +332,7 @@ void TPvr::Add(TSRecordingDefinition definition)
     }
 }
 
-TSOutcome TPvr::SetBlocked(const std::string& file, bool isBlocked)
+TSOutcome TCPvr::SetBlocked(const std::string& file, bool isBlocked)
 {
     TSRecording* const recording = m_Find(file);
     if (!recording)
@@ -343,7 +343,7 @@ TSOutcome TPvr::SetBlocked(const std::string& file, bool isBlocked)
     return TSOutcome::Done();
 }
 
-void TPvr::OnCamGone(const TSSlot& slot)
+void TCPvr::OnCamGone(const TSSlot& slot)
 {
     if (const TSRecording* const recording = m_Playing(); recording && recording->definition.cam == slot.cam.name)
     {
@@ -358,7 +358,7 @@ void TPvr::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TPvr::State() const
+nlohmann::json TCPvr::State() const
 {
     nlohmann::json recordings = nlohmann::json::array();
     for (const auto& [file, recording] : m_recordings)

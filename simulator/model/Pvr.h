@@ -13,10 +13,10 @@ namespace CIM::sim
 ///   -1 without limit, else how many milliseconds may be skipped or wound; false when it is not allowed at all.
 ///   Backwards, nothing reaches into an expired section.
 /// A file that is not known is refused.
-class TPvr final : public IPvrCip
+class TCPvr final : public IPvrCip
 {
 public:
-    TPvr(TSWorld& world, TCa& ca);
+    TCPvr(TSWorld& world, TCCa& ca);
 
     int SetRecordingEsPids(TVSHandle const& handle, std::list<unsigned short> const& pids, bool oneWay) override;
     int IsFileExceededRetentionLimit(std::string const& file, bool& exceeded) override;
@@ -56,7 +56,7 @@ private:
         TSRecordingDefinition definition;
         int playsLeft = -1;
         bool isForcedOut = false;
-        TClock::TEventId expiry = 0;
+        TCClock::TEventId expiry = 0;
     };
 
     TSRecording* m_Find(const std::string& file);
@@ -71,7 +71,7 @@ private:
     void m_OnExpired(const std::string& file);
 
     TSWorld& m_world;
-    TCa& m_ca;
+    TCCa& m_ca;
     std::map<std::string, TSRecording> m_recordings;
     std::optional<std::string> m_playing;
     TVSHandle m_pipeline{PROFILE_MAIN, 0};

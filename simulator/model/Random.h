@@ -7,10 +7,10 @@ namespace CIM::sim
 {
 /// Random numbers that only the seed decides, on every platform: the standard's engines are portable, its distributions
 /// are not, so that these are our own.
-class TRandom
+class TCRandom
 {
 public:
-    explicit TRandom(std::uint64_t seed) : m_engine(seed) {}
+    explicit TCRandom(std::uint64_t seed) : m_engine(seed) {}
 
     /// A number from 0 up to, and without, a bound; 0 for the bound 0. The bias of the remainder is below 2^-32 for
     /// bounds of 32 bits.

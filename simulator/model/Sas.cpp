@@ -14,7 +14,7 @@ constexpr std::size_t MAX_SESSIONS = 1'024;
 constexpr TTime CONNECT_MS = 20;
 } // namespace
 
-int TSas::m_SessionsOf(std::uint64_t applicationId) const
+int TCSas::m_SessionsOf(std::uint64_t applicationId) const
 {
     return static_cast<int>(std::count_if(m_sessions.begin(), m_sessions.end(),
                                           [&](const auto& session) {
@@ -23,7 +23,7 @@ int TSas::m_SessionsOf(std::uint64_t applicationId) const
                                           }));
 }
 
-int TSas::Connect(std::uint64_t applicationId, unsigned short& sessionId)
+int TCSas::Connect(std::uint64_t applicationId, unsigned short& sessionId)
 {
     const TSSlot* slot = m_world.FirstReady();
     if (!slot || m_sessions.size() >= MAX_SESSIONS)
@@ -78,13 +78,13 @@ int TSas::Connect(std::uint64_t applicationId, unsigned short& sessionId)
     return 1;
 }
 
-bool TSas::IsConnected(unsigned short sessionId) const
+bool TCSas::IsConnected(unsigned short sessionId) const
 {
     const auto found = m_sessions.find(sessionId);
     return found != m_sessions.end() && found->second.isConnected;
 }
 
-int TSas::Send(unsigned short sessionId, const TBytes& data)
+int TCSas::Send(unsigned short sessionId, const TBytes& data)
 {
     if (!IsConnected(sessionId) || data.size() > MAX_MESSAGE)
     {
@@ -110,7 +110,7 @@ int TSas::Send(unsigned short sessionId, const TBytes& data)
     return 1;
 }
 
-void TSas::m_Arrive(unsigned short sessionId, const TBytes& data)
+void TCSas::m_Arrive(unsigned short sessionId, const TBytes& data)
 {
     TSSession& session = m_sessions.at(sessionId);
     if (session.queue.size() >= MAX_QUEUED)
@@ -125,7 +125,7 @@ void TSas::m_Arrive(unsigned short sessionId, const TBytes& data)
                              session.lastMessage));
 }
 
-int TSas::Get(unsigned short sessionId, unsigned short messageId, TBytes& data)
+int TCSas::Get(unsigned short sessionId, unsigned short messageId, TBytes& data)
 {
     if (!IsConnected(sessionId))
     {
@@ -144,7 +144,7 @@ int TSas::Get(unsigned short sessionId, unsigned short messageId, TBytes& data)
     return 1;
 }
 
-TSOutcome TSas::SendFromCam(std::uint64_t applicationId, const TBytes& data)
+TSOutcome TCSas::SendFromCam(std::uint64_t applicationId, const TBytes& data)
 {
     for (const auto& [id, session] : m_sessions)
     {
@@ -157,7 +157,7 @@ TSOutcome TSas::SendFromCam(std::uint64_t applicationId, const TBytes& data)
     return TSOutcome::Refused("no session is connected to this SAS application");
 }
 
-void TSas::OnCamGone(const TSSlot& slot)
+void TCSas::OnCamGone(const TSSlot& slot)
 {
     for (auto session = m_sessions.begin(); session != m_sessions.end();)
     {
@@ -172,7 +172,7 @@ void TSas::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TSas::State() const
+nlohmann::json TCSas::State() const
 {
     nlohmann::json result = nlohmann::json::array();
     for (const auto& [id, session] : m_sessions)

@@ -9,10 +9,10 @@
 namespace CIM::sim
 {
 /// SAS sessions between applications of the set and applications in CAMs, each with its queue of messages.
-class TSas
+class TCSas
 {
 public:
-    explicit TSas(TSWorld& world) : m_world(world) {}
+    explicit TCSas(TSWorld& world) : m_world(world) {}
 
     /// Gives a session at once; whether it is connected is announced later.
     int Connect(std::uint64_t applicationId, unsigned short& sessionId);

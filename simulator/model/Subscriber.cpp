@@ -6,13 +6,13 @@
 
 namespace CIM::sim
 {
-int TSubscriber::Subscribe(ECISignalType signalType, void*, EProfile profile, unsigned short handle, long processId)
+int TCSubscriber::Subscribe(ECISignalType signalType, void*, EProfile profile, unsigned short handle, long processId)
 {
     ++m_subscriptions[{signalType, profile, handle, processId}];
     return 1;
 }
 
-int TSubscriber::Unsubscribe(ECISignalType signalType, EProfile profile, unsigned short handle, long processId)
+int TCSubscriber::Unsubscribe(ECISignalType signalType, EProfile profile, unsigned short handle, long processId)
 {
     const auto found = m_subscriptions.find({signalType, profile, handle, processId});
     if (found == m_subscriptions.end())
@@ -26,19 +26,19 @@ int TSubscriber::Unsubscribe(ECISignalType signalType, EProfile profile, unsigne
     return 1;
 }
 
-void TSubscriber::Forget(long processId)
+void TCSubscriber::Forget(long processId)
 {
     std::erase_if(m_subscriptions, [&](const auto& entry) { return std::get<long>(entry.first) == processId; });
 }
 
-bool TSubscriber::IsWanted(ECISignalType signalType, EProfile profile, unsigned short handle) const
+bool TCSubscriber::IsWanted(ECISignalType signalType, EProfile profile, unsigned short handle) const
 {
     const auto first = m_subscriptions.lower_bound({signalType, profile, handle, std::numeric_limits<long>::min()});
     return first != m_subscriptions.end() && std::get<ECISignalType>(first->first) == signalType &&
            std::get<EProfile>(first->first) == profile && std::get<unsigned short>(first->first) == handle;
 }
 
-nlohmann::json TSubscriber::State() const
+nlohmann::json TCSubscriber::State() const
 {
     nlohmann::json result = nlohmann::json::array();
     for (const auto& [key, count] : m_subscriptions)

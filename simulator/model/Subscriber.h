@@ -11,7 +11,7 @@ namespace CIM::sim
 {
 /// The daemon's list of who wants which signal. It is a record, not a filter: who receives a signal is decided by the
 /// bus.
-class TSubscriber final : public ICISignalSubscriber
+class TCSubscriber final : public ICISignalSubscriber
 {
 public:
     /// \param[in] processId  the process that subscribes; what travels as the reserved argument

@@ -20,7 +20,7 @@ TSMmiPage Question()
 }
 } // namespace
 
-int TUpgrade::Reply(unsigned char slot, ECamUpgradeAnswer answer)
+int TCUpgrade::Reply(unsigned char slot, ECamUpgradeAnswer answer)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found || m_states[slot].step != STEP_REQUESTED)
@@ -45,7 +45,7 @@ int TUpgrade::Reply(unsigned char slot, ECamUpgradeAnswer answer)
     return 0;
 }
 
-TSOutcome TUpgrade::Request(unsigned slot, ECamUpgradeMode mode)
+TSOutcome TCUpgrade::Request(unsigned slot, ECamUpgradeMode mode)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found)
@@ -67,7 +67,7 @@ TSOutcome TUpgrade::Request(unsigned slot, ECamUpgradeMode mode)
     return TSOutcome::Done();
 }
 
-TSOutcome TUpgrade::SetProgress(unsigned slot, int percent)
+TSOutcome TCUpgrade::SetProgress(unsigned slot, int percent)
 {
     const TSSlot* const found = m_world.FindReady(slot);
     if (!found || m_states[slot].step != STEP_RUNNING)
@@ -82,13 +82,13 @@ TSOutcome TUpgrade::SetProgress(unsigned slot, int percent)
     return TSOutcome::Done();
 }
 
-void TUpgrade::m_Start(const TSSlot& slot)
+void TCUpgrade::m_Start(const TSSlot& slot)
 {
     m_states[slot.number].step = STEP_RUNNING;
     m_Advance(slot, 0);
 }
 
-void TUpgrade::m_Advance(const TSSlot& slot, int percent)
+void TCUpgrade::m_Advance(const TSSlot& slot, int percent)
 {
     TSState& state = m_states[slot.number];
     const TSUpgradeDefinition& upgrade = slot.cam.upgrade;
@@ -125,13 +125,13 @@ void TUpgrade::m_Advance(const TSSlot& slot, int percent)
     }
 }
 
-void TUpgrade::m_Raise(const TSSlot& slot, ECamUpgradeStatus status, int value)
+void TCUpgrade::m_Raise(const TSSlot& slot, ECamUpgradeStatus status, int value)
 {
     m_world.Raise(
         SlotSignal(SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE, slot.number, status, 0, static_cast<std::uint32_t>(value)));
 }
 
-void TUpgrade::OnCamGone(const TSSlot& slot)
+void TCUpgrade::OnCamGone(const TSSlot& slot)
 {
     if (m_states[slot.number].step != STEP_NONE)
     {
@@ -140,7 +140,7 @@ void TUpgrade::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TUpgrade::State() const
+nlohmann::json TCUpgrade::State() const
 {
     static constexpr const char* steps[] = {"none", "requested", "running"};
     nlohmann::json result = nlohmann::json::array();

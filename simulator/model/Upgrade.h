@@ -6,11 +6,11 @@ namespace CIM::sim
 {
 /// CAM firmware upgrades: the CAM asks, the host answers, progress runs over virtual time, the CAM resets. Every step
 /// is SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE.
-class TUpgrade
+class TCUpgrade
 {
 public:
     /// \param[in] reset  how a CAM is reset after its upgrade
-    TUpgrade(TSWorld& world, TMmi& mmi, std::function<void(unsigned char slot)> reset)
+    TCUpgrade(TSWorld& world, TCMmi& mmi, std::function<void(unsigned char slot)> reset)
         : m_world(world), m_mmi(mmi), m_reset(std::move(reset)), m_states(world.slots.size())
     {
     }
@@ -39,7 +39,7 @@ private:
         EStep step = STEP_NONE;
         ECamUpgradeMode mode = CAM_UPGRADE_MODE_DELAYED;
         int percent = 0;
-        TClock::TEventId next = 0;
+        TCClock::TEventId next = 0;
     };
 
     void m_Start(const TSSlot& slot);
@@ -47,7 +47,7 @@ private:
     void m_Raise(const TSSlot& slot, ECamUpgradeStatus status, int value);
 
     TSWorld& m_world;
-    TMmi& m_mmi;
+    TCMmi& m_mmi;
     std::function<void(unsigned char)> m_reset;
     std::vector<TSState> m_states;
 };

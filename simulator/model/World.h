@@ -44,8 +44,8 @@ struct TSWorld
 {
     TSWorld(TSSetDefinition aDefinition, std::uint64_t seed);
 
-    TClock clock;
-    TRandom random;
+    TCClock clock;
+    TCRandom random;
     const TSSetDefinition definition;
     std::vector<TSSlot> slots;
     std::function<void(const TSSignal&)> sink;
@@ -72,7 +72,7 @@ struct TSWorld
     TTime Varied(const TSSlot& slot, TTime duration);
 
     /// Schedules something that falls away with the CAM.
-    TClock::TEventId After(const TSSlot& slot, TTime delay, TClock::TAction action)
+    TCClock::TEventId After(const TSSlot& slot, TTime delay, TCClock::TAction action)
     {
         return clock.After(delay, std::move(action), slot.session);
     }

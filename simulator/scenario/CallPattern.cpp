@@ -23,7 +23,7 @@ bool Contains(const nlohmann::json& value, const nlohmann::json& wanted)
                        { return value.contains(item.key()) && Contains(value.at(item.key()), item.value()); });
 }
 
-std::string ParameterNames(const json::TOperationForm& form)
+std::string ParameterNames(const json::TCOperationForm& form)
 {
     std::string names;
     for (const json::TSParameter& parameter : form.Parameters())
@@ -39,7 +39,7 @@ void CheckValue(const json::TSParameter& parameter, const nlohmann::json& value)
     const json::TSType& type = *parameter.type;
     if (type.kind == json::EKind::ENUM && value.is_string())
     {
-        json::EnumFromJson(*type.enumerations.front(), json::TJson(value), json::TJsonPath());
+        json::EnumFromJson(*type.enumerations.front(), json::TJson(value), json::TCJsonPath());
     }
 }
 } // namespace
@@ -68,23 +68,23 @@ TSMadeCall ToMadeCall(const TSJournalEntry& entry)
     return made;
 }
 
-TCallPattern::TCallPattern(const std::string& operation, const nlohmann::json& arguments, std::string& path)
+TCCallPattern::TCCallPattern(const std::string& operation, const nlohmann::json& arguments, std::string& path)
     : m_operation(operation), m_arguments(arguments.is_null() ? nlohmann::json::object() : arguments)
 {
     path = "operation";
     const std::size_t dot = operation.find('.');
-    const json::TInterfaceForm* const interface = json::FindInterface(operation.substr(0, dot));
+    const json::TCInterfaceForm* const interface = json::FindInterface(operation.substr(0, dot));
     if (interface == nullptr)
     {
         std::string names;
-        for (const json::TInterfaceForm& known : json::Interfaces())
+        for (const json::TCInterfaceForm& known : json::Interfaces())
         {
             names += (names.empty() ? "" : ", ") + known.Name();
         }
         throw std::invalid_argument("expected one of the interfaces " + names);
     }
     const std::string key = operation.substr(dot + 1);
-    if (const json::TOperationForm* const form = interface->Find(std::string_view(key)); form != nullptr)
+    if (const json::TCOperationForm* const form = interface->Find(std::string_view(key)); form != nullptr)
     {
         m_forms = {form};
     }
@@ -100,7 +100,7 @@ TCallPattern::TCallPattern(const std::string& operation, const nlohmann::json& a
     {
         path = "arguments/" + item.key();
         const json::TSParameter* parameter = nullptr;
-        for (const json::TOperationForm* const form : m_forms)
+        for (const json::TCOperationForm* const form : m_forms)
         {
             parameter = parameter != nullptr ? parameter : form->FindParameter(item.key());
         }
@@ -113,11 +113,11 @@ TCallPattern::TCallPattern(const std::string& operation, const nlohmann::json& a
     }
 }
 
-bool TCallPattern::Matches(const TSMadeCall& call) const
+bool TCCallPattern::Matches(const TSMadeCall& call) const
 {
     const bool isMeant =
         std::any_of(m_forms.begin(), m_forms.end(),
-                    [&](const json::TOperationForm* form) { return form->FullName() == call.operation; });
+                    [&](const json::TCOperationForm* form) { return form->FullName() == call.operation; });
     return isMeant && Contains(call.arguments, m_arguments);
 }
 } // namespace CIM::sim

@@ -7,7 +7,7 @@
 
 namespace CIM::json
 {
-class TOperationForm;
+class TCOperationForm;
 }
 
 namespace CIM::sim
@@ -28,7 +28,7 @@ struct TSMadeCall
 TSMadeCall ToMadeCall(const TSJournalEntry& entry);
 
 /// Calls of an operation with certain arguments.
-class TCallPattern
+class TCCallPattern
 {
 public:
     /// \param[in] operation  "INTERFACE.NAME"; where several operations have that name it stands for all of them,
@@ -36,14 +36,14 @@ public:
     /// \param[in] arguments  those that matter, by name
     /// \param[out] path      of an error: "operation", or "arguments/NAME"
     /// \throws std::invalid_argument when there is no such operation, parameter or value
-    TCallPattern(const std::string& operation, const nlohmann::json& arguments, std::string& path);
+    TCCallPattern(const std::string& operation, const nlohmann::json& arguments, std::string& path);
 
     bool Matches(const TSMadeCall& call) const;
     const std::string& Operation() const { return m_operation; }
 
 private:
     std::string m_operation;
-    std::vector<const json::TOperationForm*> m_forms;
+    std::vector<const json::TCOperationForm*> m_forms;
     nlohmann::json m_arguments;
 };
 } // namespace CIM::sim

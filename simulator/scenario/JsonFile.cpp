@@ -10,7 +10,7 @@ namespace
 {
 /// Walks over a text for the parser and counts the lines on the way. The newline itself belongs to the line it ends: a
 /// parser has to read one character more to know that a number is over.
-class TCountingIterator
+class TCCountingIterator
 {
 public:
     using iterator_category = std::input_iterator_tag;
@@ -19,24 +19,24 @@ public:
     using pointer = const char*;
     using reference = const char&;
 
-    TCountingIterator(const char* at, int* line) : m_at(at), m_line(line) {}
+    TCCountingIterator(const char* at, int* line) : m_at(at), m_line(line) {}
 
     reference operator*() const { return *m_at; }
-    TCountingIterator& operator++()
+    TCCountingIterator& operator++()
     {
         *m_line += m_wasNewline ? 1 : 0;
         m_wasNewline = *m_at == '\n';
         ++m_at;
         return *this;
     }
-    TCountingIterator operator++(int)
+    TCCountingIterator operator++(int)
     {
-        const TCountingIterator before = *this;
+        const TCCountingIterator before = *this;
         ++*this;
         return before;
     }
-    bool operator==(const TCountingIterator& other) const { return m_at == other.m_at; }
-    bool operator!=(const TCountingIterator& other) const { return m_at != other.m_at; }
+    bool operator==(const TCCountingIterator& other) const { return m_at == other.m_at; }
+    bool operator!=(const TCCountingIterator& other) const { return m_at != other.m_at; }
 
 private:
     const char* m_at;
@@ -45,10 +45,10 @@ private:
 };
 
 /// Builds the value, and notes where its parts stand.
-class TBuilder final : public nlohmann::json_sax<nlohmann::json>
+class TCBuilder final : public nlohmann::json_sax<nlohmann::json>
 {
 public:
-    TBuilder(const std::string& name, const int& line, std::map<std::string, int>& lines)
+    TCBuilder(const std::string& name, const int& line, std::map<std::string, int>& lines)
         : m_name(name), m_line(line), m_lines(lines)
     {
     }
@@ -93,7 +93,7 @@ private:
 
     [[noreturn]] void m_Fail(const std::string& text)
     {
-        throw TFileError(m_name + ":" + std::to_string(m_line) + ": " + text);
+        throw TCFileError(m_name + ":" + std::to_string(m_line) + ": " + text);
     }
 
     nlohmann::json* m_Add(nlohmann::json value, std::string& path)
@@ -143,7 +143,7 @@ private:
     std::string m_key;
 };
 
-std::string JoinedProblems(const TJsonFile& file, const std::vector<TSProblem>& problems)
+std::string JoinedProblems(const TCJsonFile& file, const std::vector<TSProblem>& problems)
 {
     std::string text;
     for (const TSProblem& problem : problems)
@@ -164,36 +164,36 @@ std::string EscapedKey(const std::string& key)
     return escaped;
 }
 
-TFileError::TFileError(const TJsonFile& file, const std::vector<TSProblem>& problems)
+TCFileError::TCFileError(const TCJsonFile& file, const std::vector<TSProblem>& problems)
     : std::runtime_error(JoinedProblems(file, problems))
 {
 }
 
-TJsonFile TJsonFile::Parse(std::string name, const std::string& text)
+TCJsonFile TCJsonFile::Parse(std::string name, const std::string& text)
 {
-    TJsonFile file;
+    TCJsonFile file;
     file.m_name = std::move(name);
     int line = 1;
-    TBuilder builder(file.m_name, line, file.m_lines);
-    nlohmann::json::sax_parse(TCountingIterator(text.data(), &line),
-                              TCountingIterator(text.data() + text.size(), &line), &builder,
+    TCBuilder builder(file.m_name, line, file.m_lines);
+    nlohmann::json::sax_parse(TCCountingIterator(text.data(), &line),
+                              TCCountingIterator(text.data() + text.size(), &line), &builder,
                               nlohmann::json::input_format_t::json, true, true);
     file.m_root = builder.TakeRoot();
     return file;
 }
 
-TJsonFile TJsonFile::Load(const std::string& path)
+TCJsonFile TCJsonFile::Load(const std::string& path)
 {
     std::ifstream stream(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     if (!stream)
     {
-        throw TFileError(path + ": cannot be read");
+        throw TCFileError(path + ": cannot be read");
     }
     return Parse(path, text);
 }
 
-int TJsonFile::LineOf(std::string path) const
+int TCJsonFile::LineOf(std::string path) const
 {
     for (;;)
     {
@@ -209,7 +209,7 @@ int TJsonFile::LineOf(std::string path) const
     }
 }
 
-std::string TJsonFile::Describe(const TSProblem& problem) const
+std::string TCJsonFile::Describe(const TSProblem& problem) const
 {
     return m_name + ":" + std::to_string(LineOf(problem.path)) + ": " + (problem.path.empty() ? "/" : problem.path) +
            ": " + problem.text;

@@ -17,14 +17,14 @@ struct TSProblem
 };
 
 /// A JSON document with comments, and where in its file each value stands.
-class TJsonFile
+class TCJsonFile
 {
 public:
     /// \param[in] name  what error texts call the file
-    /// \throws TFileError when the text is no JSON, or names a member twice
-    static TJsonFile Parse(std::string name, const std::string& text);
-    /// \throws TFileError also when the file cannot be read
-    static TJsonFile Load(const std::string& path);
+    /// \throws TCFileError when the text is no JSON, or names a member twice
+    static TCJsonFile Parse(std::string name, const std::string& text);
+    /// \throws TCFileError also when the file cannot be read
+    static TCJsonFile Load(const std::string& path);
 
     const std::string& Name() const { return m_name; }
     const nlohmann::json& Root() const { return m_root; }
@@ -40,11 +40,11 @@ private:
 };
 
 /// A file that cannot be used; its text has a line for each problem.
-class TFileError : public std::runtime_error
+class TCFileError : public std::runtime_error
 {
 public:
-    explicit TFileError(const std::string& text) : std::runtime_error(text) {}
-    TFileError(const TJsonFile& file, const std::vector<TSProblem>& problems);
+    explicit TCFileError(const std::string& text) : std::runtime_error(text) {}
+    TCFileError(const TCJsonFile& file, const std::vector<TSProblem>& problems);
 };
 
 /// A key as one part of a JSON pointer.

@@ -15,10 +15,10 @@ namespace CIM::sim
 namespace
 {
 /// Tries controls on a set of its own, to find out what is wrong with them before anything is played.
-class TRehearsal
+class TCRehearsal
 {
 public:
-    explicit TRehearsal(const TSScenario& scenario) : m_set(scenario.set), m_model(scenario.set, scenario.seed) {}
+    explicit TCRehearsal(const TSScenario& scenario) : m_set(scenario.set), m_model(scenario.set, scenario.seed) {}
 
     void Try(const TSControlStep& step, const TSJsonAt& at)
     {
@@ -44,30 +44,30 @@ public:
         {
             const std::size_t colon = outcome.error.find(": ");
             const std::string inner = outcome.error.substr(0, colon);
-            throw TJsonError(at.path + (inner == "/" ? "" : inner), outcome.error.substr(colon + 2));
+            throw TCJsonError(at.path + (inner == "/" ? "" : inner), outcome.error.substr(colon + 2));
         }
     }
 
 private:
     const TSSetDefinition& m_set;
-    TModel m_model;
+    TCModel m_model;
 };
 
-TCallPattern ReadPattern(const TSJsonAt& at)
+TCCallPattern ReadPattern(const TSJsonAt& at)
 {
     std::string path;
     try
     {
-        return TCallPattern(at.value.at("operation").get<std::string>(), at.value.value("arguments", nlohmann::json()),
-                            path);
+        return TCCallPattern(at.value.at("operation").get<std::string>(), at.value.value("arguments", nlohmann::json()),
+                             path);
     }
-    catch (const TJsonError&)
+    catch (const TCJsonError&)
     {
         throw;
     }
     catch (const std::exception& error)
     {
-        throw TJsonError(at.path + "/" + path, error.what());
+        throw TCJsonError(at.path + "/" + path, error.what());
     }
 }
 
@@ -94,7 +94,7 @@ TSExpectNoCall ReadExpectNoCall(const TSJsonAt& at)
 TSWaitForSubscription ReadSubscription(const TSJsonAt& at)
 {
     TSWaitForSubscription step;
-    TJsonObject(at)
+    TCJsonObject(at)
         .Needed("signal", step.signal)
         .Field("profile", step.profile)
         .Field("handle", step.handle)
@@ -108,20 +108,20 @@ TSFaultStep ReadFault(const TSJsonAt& at)
 {
     try
     {
-        return {FaultFromJson(json::TJson(at.value), json::TJsonPath())};
+        return {FaultFromJson(json::TJson(at.value), json::TCJsonPath())};
     }
-    catch (const json::TJsonError& error)
+    catch (const json::TCJsonError& error)
     {
         // Its text begins with the member, when it is about one.
         const std::string text = error.what();
         const std::string member = text.substr(0, text.find(": "));
         const bool isAboutMember = member.size() < text.size() && member.find(' ') == std::string::npos;
-        throw TJsonError(at.path + (isAboutMember ? "/" + member : ""),
-                         isAboutMember ? text.substr(member.size() + 2) : text);
+        throw TCJsonError(at.path + (isAboutMember ? "/" + member : ""),
+                          isAboutMember ? text.substr(member.size() + 2) : text);
     }
 }
 
-TSControlStep ReadControl(const TSJsonAt& step, const std::string& name, TRehearsal& rehearsal)
+TSControlStep ReadControl(const TSJsonAt& step, const std::string& name, TCRehearsal& rehearsal)
 {
     const auto controls = Controls();
     if (std::none_of(controls.begin(), controls.end(), [&](const TSControl& control) { return control.name == name; }))
@@ -140,7 +140,7 @@ TSControlStep ReadControl(const TSJsonAt& step, const std::string& name, TRehear
     return control;
 }
 
-decltype(TSStep::action) ReadAction(const TSJsonAt& step, TRehearsal& rehearsal)
+decltype(TSStep::action) ReadAction(const TSJsonAt& step, TCRehearsal& rehearsal)
 {
     const std::string name = step.value.items().begin().key();
     const TSJsonAt at = step.Child(name);
@@ -191,17 +191,17 @@ void ReadHead(const nlohmann::json& root, TSScenario& scenario)
     scenario.nameStepMs = daemon.value("nameStepMs", 0u);
     if (scenario.msPerCall > 0 && !scenario.isManualClock)
     {
-        throw TJsonError("/msPerCall", "expected only together with \"clock\": \"manual\"");
+        throw TCJsonError("/msPerCall", "expected only together with \"clock\": \"manual\"");
     }
 }
 } // namespace
 
-TSScenario ReadScenario(const TJsonFile& file)
+TSScenario ReadScenario(const TCJsonFile& file)
 {
     std::vector<TSProblem> problems = CheckSchema(file);
     if (!problems.empty())
     {
-        throw TFileError(file, problems);
+        throw TCFileError(file, problems);
     }
     const nlohmann::json& root = file.Root();
     TSScenario scenario;
@@ -211,12 +211,12 @@ TSScenario ReadScenario(const TJsonFile& file)
         ReadHead(root, scenario);
         scenario.set = root.contains("set") ? ReadSet({root["set"], "/set"}) : DefaultSet();
     }
-    catch (const TJsonError& error)
+    catch (const TCJsonError& error)
     {
         const std::string text = error.what();
-        throw TFileError(file, {{error.Path(), text.substr(text.find(": ") + 2)}});
+        throw TCFileError(file, {{error.Path(), text.substr(text.find(": ") + 2)}});
     }
-    TRehearsal rehearsal(scenario);
+    TCRehearsal rehearsal(scenario);
     const nlohmann::json& timeline = root["timeline"];
     for (std::size_t i = 0; i < timeline.size(); ++i)
     {
@@ -226,7 +226,7 @@ TSScenario ReadScenario(const TJsonFile& file)
             scenario.timeline.push_back(
                 {static_cast<int>(i) + 1, file.LineOf(at.path), timeline[i].dump(), ReadAction(at, rehearsal)});
         }
-        catch (const TJsonError& error)
+        catch (const TCJsonError& error)
         {
             const std::string text = error.what();
             problems.push_back({error.Path(), text.substr(text.find(": ") + 2)});
@@ -234,7 +234,7 @@ TSScenario ReadScenario(const TJsonFile& file)
     }
     if (!problems.empty())
     {
-        throw TFileError(file, problems);
+        throw TCFileError(file, problems);
     }
     return scenario;
 }
@@ -261,7 +261,7 @@ std::vector<TSScenario> ShippedScenarios()
     std::vector<TSScenario> scenarios;
     for (const std::string& file : files)
     {
-        scenarios.push_back(ReadScenario(TJsonFile::Load(file)));
+        scenarios.push_back(ReadScenario(TCJsonFile::Load(file)));
     }
     return scenarios;
 }
@@ -270,13 +270,13 @@ TSScenario FindScenario(const std::string& nameOrPath)
 {
     if (nameOrPath.find('/') != std::string::npos || nameOrPath.ends_with(".json"))
     {
-        return ReadScenario(TJsonFile::Load(nameOrPath));
+        return ReadScenario(TCJsonFile::Load(nameOrPath));
     }
     const std::string path = ScenarioFolder() + "/" + nameOrPath + ".json";
     if (!std::filesystem::exists(path))
     {
-        throw TFileError("there is no scenario \"" + nameOrPath + "\"; ci-daemon-sim list shows what there is");
+        throw TCFileError("there is no scenario \"" + nameOrPath + "\"; ci-daemon-sim list shows what there is");
     }
-    return ReadScenario(TJsonFile::Load(path));
+    return ReadScenario(TCJsonFile::Load(path));
 }
 } // namespace CIM::sim

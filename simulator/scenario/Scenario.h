@@ -15,13 +15,13 @@ constexpr unsigned DEFAULT_WITHIN_MS = 10'000;
 
 struct TSWaitForCall
 {
-    TCallPattern call;
+    TCCallPattern call;
     unsigned withinMs = DEFAULT_WITHIN_MS;
     bool isNext = false; ///< the very next call has to be it; subscriptions do not count
 };
 struct TSExpectNoCall
 {
-    std::optional<TCallPattern> call; ///< none: no call at all; subscriptions do not count
+    std::optional<TCCallPattern> call; ///< none: no call at all; subscriptions do not count
     unsigned duringMs = 0;
 };
 struct TSWaitForSubscription
@@ -86,8 +86,8 @@ struct TSScenario
 };
 
 /// Reads and checks a scenario.
-/// \throws TFileError with a line for each problem
-TSScenario ReadScenario(const TJsonFile& file);
+/// \throws TCFileError with a line for each problem
+TSScenario ReadScenario(const TCJsonFile& file);
 
 /// The folder with the scenarios that came with this program; and those of them that can be read, by name.
 std::string ScenarioFolder();

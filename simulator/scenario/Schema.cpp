@@ -92,7 +92,7 @@ TSProblem ToProblem(const std::vector<std::string>& context, const nlohmann::jso
 }
 } // namespace
 
-std::vector<TSProblem> CheckSchema(const TJsonFile& file)
+std::vector<TSProblem> CheckSchema(const TCJsonFile& file)
 {
     valijson::Schema schema;
     valijson::SchemaParser parser;

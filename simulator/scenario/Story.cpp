@@ -23,14 +23,14 @@ bool Expects(const TSStep& step)
 }
 } // namespace
 
-TStory::TStory(TSScenario scenario, TCSimulatedDaemon& daemon, std::function<void(int)> quit, std::ostream* journal)
+TCStory::TCStory(TSScenario scenario, TCSimulatedDaemon& daemon, std::function<void(int)> quit, std::ostream* journal)
     : m_scenario(std::move(scenario)), m_daemon(daemon), m_quit(std::move(quit)), m_journal(journal), m_timers(nullptr)
 {
     m_daemon.onCall = [this](const TSJournalEntry& entry) { m_OnCall(entry); };
     m_daemon.onSignal = [this](const TSSignal& signal) { m_OnSignal(signal); };
 }
 
-void TStory::Begin()
+void TCStory::Begin()
 {
     if (!m_hasBegun)
     {
@@ -39,7 +39,7 @@ void TStory::Begin()
     }
 }
 
-int TStory::Verdict()
+int TCStory::Verdict()
 {
     if (m_hasFailed)
     {
@@ -57,7 +57,7 @@ int TStory::Verdict()
     return EXIT_UNMET;
 }
 
-void TStory::m_OnCall(const TSJournalEntry& entry)
+void TCStory::m_OnCall(const TSJournalEntry& entry)
 {
     TSMadeCall made = ToMadeCall(entry);
     m_Note("call " + made.Text());
@@ -74,13 +74,13 @@ void TStory::m_OnCall(const TSJournalEntry& entry)
     }
 }
 
-void TStory::m_OnSignal(const TSSignal& signal)
+void TCStory::m_OnSignal(const TSSignal& signal)
 {
     m_Note("signal " + std::string(EnumName(signal.type)) + " " + std::to_string(signal.profile) + "/" +
            std::to_string(signal.handle) + " " + json::BytesToHex(signal.data.bytes));
 }
 
-void TStory::m_Note(const std::string& line)
+void TCStory::m_Note(const std::string& line)
 {
     if (m_journal == nullptr)
     {
@@ -93,7 +93,7 @@ void TStory::m_Note(const std::string& line)
     *m_journal << line << std::endl;
 }
 
-void TStory::m_Proceed()
+void TCStory::m_Proceed()
 {
     while (m_hasBegun && !m_hasFailed && m_next < m_scenario.timeline.size())
     {
@@ -113,7 +113,7 @@ void TStory::m_Proceed()
     m_calls.clear();
 }
 
-void TStory::m_LimitTo(unsigned milliseconds)
+void TCStory::m_LimitTo(unsigned milliseconds)
 {
     if (m_timer == 0)
     {
@@ -127,7 +127,7 @@ void TStory::m_LimitTo(unsigned milliseconds)
     }
 }
 
-TStory::EProgress TStory::m_Fail(const std::string& why)
+TCStory::EProgress TCStory::m_Fail(const std::string& why)
 {
     const TSStep& step = m_scenario.timeline[m_next];
     std::fprintf(stderr, "ci-daemon-sim: %s:%d: step %d is not met: %s\n  %s\n", m_scenario.file.c_str(), step.line,
@@ -141,7 +141,7 @@ TStory::EProgress TStory::m_Fail(const std::string& why)
     return FAILED;
 }
 
-TStory::EProgress TStory::m_Try(const TSWaitForCall& step)
+TCStory::EProgress TCStory::m_Try(const TSWaitForCall& step)
 {
     while (!m_calls.empty())
     {
@@ -164,7 +164,7 @@ TStory::EProgress TStory::m_Try(const TSWaitForCall& step)
     return WAITING;
 }
 
-TStory::EProgress TStory::m_Try(const TSExpectNoCall& step)
+TCStory::EProgress TCStory::m_Try(const TSExpectNoCall& step)
 {
     const auto unwanted = std::find_if(m_calls.begin(), m_calls.end(),
                                        [&](const TSMadeCall& call)
@@ -177,7 +177,7 @@ TStory::EProgress TStory::m_Try(const TSExpectNoCall& step)
     return m_isTimeOver ? DONE : WAITING;
 }
 
-TStory::EProgress TStory::m_Try(const TSWaitForSubscription& step)
+TCStory::EProgress TCStory::m_Try(const TSWaitForSubscription& step)
 {
     const nlohmann::json subscriptions = m_daemon.Clients().Subscriptions();
     const auto count = std::count_if(subscriptions.begin(), subscriptions.end(),
@@ -199,9 +199,9 @@ TStory::EProgress TStory::m_Try(const TSWaitForSubscription& step)
     return WAITING;
 }
 
-TStory::EProgress TStory::m_Try(const TSWait& step)
+TCStory::EProgress TCStory::m_Try(const TSWait& step)
 {
-    TClockDriver& clock = m_daemon.Clock();
+    TCClockDriver& clock = m_daemon.Clock();
     clock.CatchUp();
     const TTime now = m_daemon.Model().Now();
     if (!m_isEntered)
@@ -223,13 +223,13 @@ TStory::EProgress TStory::m_Try(const TSWait& step)
     return WAITING;
 }
 
-TStory::EProgress TStory::m_Try(const TSAdvance& step)
+TCStory::EProgress TCStory::m_Try(const TSAdvance& step)
 {
     m_daemon.Clock().Advance(step.ms);
     return DONE;
 }
 
-TStory::EProgress TStory::m_Try(const TSControlStep& step)
+TCStory::EProgress TCStory::m_Try(const TSControlStep& step)
 {
     m_daemon.Clock().CatchUp();
     const TSOutcome outcome = RunControl(m_daemon.Model(), step.name, step.arguments);
@@ -237,19 +237,19 @@ TStory::EProgress TStory::m_Try(const TSControlStep& step)
     return outcome ? DONE : m_Fail(outcome.error);
 }
 
-TStory::EProgress TStory::m_Try(const TSFaultStep& step)
+TCStory::EProgress TCStory::m_Try(const TSFaultStep& step)
 {
     m_daemon.AddFault(step.fault);
     return DONE;
 }
 
-TStory::EProgress TStory::m_Try(const TSClearFaults&)
+TCStory::EProgress TCStory::m_Try(const TSClearFaults&)
 {
     m_daemon.Faults().Clear();
     return DONE;
 }
 
-TStory::EProgress TStory::m_Try(const TSEnd& step)
+TCStory::EProgress TCStory::m_Try(const TSEnd& step)
 {
     m_quit(step.status);
     m_next = m_scenario.timeline.size() - 1; // nothing comes after the end

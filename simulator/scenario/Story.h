@@ -13,15 +13,15 @@ namespace CIM::sim
 inline constexpr int EXIT_UNMET = 3;
 
 /// Plays a scenario on a daemon. Bound to the daemon's thread.
-class TStory
+class TCStory
 {
 public:
     /// \param[in] daemon   over a model of the scenario's set and seed
     /// \param[in] quit     ends the simulator with an exit status
     /// \param[in] journal  gets a line for each call and signal; null: no journal; outlives this
-    TStory(TSScenario scenario, TCSimulatedDaemon& daemon, std::function<void(int)> quit, std::ostream* journal);
-    TStory(const TStory&) = delete;
-    TStory& operator=(const TStory&) = delete;
+    TCStory(TSScenario scenario, TCSimulatedDaemon& daemon, std::function<void(int)> quit, std::ostream* journal);
+    TCStory(const TCStory&) = delete;
+    TCStory& operator=(const TCStory&) = delete;
 
     /// Begins with the first step; a second time, nothing.
     void Begin();
@@ -59,8 +59,8 @@ private:
     TCSimulatedDaemon& m_daemon;
     std::function<void(int)> m_quit;
     std::ostream* m_journal;
-    TTimers m_timers;
-    TTimers::TId m_timer = 0;
+    TCTimers m_timers;
+    TCTimers::TId m_timer = 0;
     bool m_hasBegun = false;
     bool m_hasFailed = false;
     bool m_isEntered = false;  ///< the step has been tried before

@@ -96,7 +96,7 @@ private:
                 ++place;
             }
             return place;
-        }(protocol::TArguments<Envelope>::ROWS);
+        }(protocol::TEnvelopeArguments<Envelope>::ROWS);
     }
 };
 
@@ -130,7 +130,7 @@ TArgumentsRead<Envelope> ReadArguments(DBusMessage* message, Envelope& envelope)
         }
         bit <<= 1;
     };
-    std::apply([&](const auto&... row) { (take(row), ...); }, protocol::TArguments<Envelope>::ROWS);
+    std::apply([&](const auto&... row) { (take(row), ...); }, protocol::TEnvelopeArguments<Envelope>::ROWS);
     read.hasMore = isThere;
     return read;
 }
@@ -169,6 +169,7 @@ bool AppendArguments(DBusMessage* message, const Envelope& envelope)
             return dbus_message_iter_append_basic(&iter, DBusTypeOf<TField>(), &field);
         }
     };
-    return std::apply([&](const auto&... row) { return (append(row) && ...); }, protocol::TArguments<Envelope>::ROWS);
+    return std::apply([&](const auto&... row) { return (append(row) && ...); },
+                      protocol::TEnvelopeArguments<Envelope>::ROWS);
 }
 } // namespace CIM

@@ -29,10 +29,10 @@ void CheckCount(std::size_t count, std::size_t held, const char* what)
 }
 
 /// Reads big-endian numbers from the front; where too few bytes are left, takes none and gives a fallback.
-class TReader
+class TCReader
 {
 public:
-    TReader(const TBytes& data, TBytes::const_iterator position) : m_position(position), m_end(data.end()) {}
+    TCReader(const TBytes& data, TBytes::const_iterator position) : m_position(position), m_end(data.end()) {}
 
     TBytes::const_iterator Position() const { return m_position; }
     std::size_t Left() const { return static_cast<std::size_t>(m_end - m_position); }
@@ -57,7 +57,7 @@ private:
 
 constexpr std::uint32_t MISSING = 0xFFFFFFFF; // -1
 
-TSCIOperatorProfileData ReadProfile(TReader& reader)
+TSCIOperatorProfileData ReadProfile(TCReader& reader)
 {
     TSCIOperatorProfileData profile;
     profile.antennaMode = static_cast<EAntennaMode>(reader.Get32(0));
@@ -125,7 +125,7 @@ bool TSCIOperatorProfileData::Deserialize(const std::vector<unsigned char>& data
                                           std::vector<unsigned char>::const_iterator& position,
                                           TSCIOperatorProfileData& profile)
 {
-    TReader reader(data, position);
+    TCReader reader(data, position);
     profile = ReadProfile(reader);
     position = reader.Position();
     return true;
@@ -134,7 +134,7 @@ bool TSCIOperatorProfileData::Deserialize(const std::vector<unsigned char>& data
 bool TSCIOperatorProfileData::Deserialize(const std::vector<unsigned char>& data,
                                           std::list<TSCIOperatorProfileData>& profiles)
 {
-    TReader reader(data, data.begin());
+    TCReader reader(data, data.begin());
     const std::size_t count = reader.Get32(0);
     CheckCount(count, reader.Left() / LEAST_PROFILE_SIZE, "the count of profiles");
     std::list<TSCIOperatorProfileData> read;

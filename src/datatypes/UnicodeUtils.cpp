@@ -13,19 +13,19 @@ namespace
 constexpr char REPLACEMENT_CHARACTER[] = "\xEF\xBF\xBD"; // U+FFFD in UTF-8
 
 /// A converter of the C library, closed at the end.
-class TConverter
+class TCConverter
 {
 public:
-    TConverter(const char* to, const char* from) : m_handle(::iconv_open(to, from)) {}
-    ~TConverter()
+    TCConverter(const char* to, const char* from) : m_handle(::iconv_open(to, from)) {}
+    ~TCConverter()
     {
         if (IsOpen())
         {
             ::iconv_close(m_handle);
         }
     }
-    TConverter(const TConverter&) = delete;
-    TConverter& operator=(const TConverter&) = delete;
+    TCConverter(const TCConverter&) = delete;
+    TCConverter& operator=(const TCConverter&) = delete;
 
     bool IsOpen() const { return m_handle != reinterpret_cast<iconv_t>(-1); }
     /// \return 0, or why the conversion stopped
@@ -45,7 +45,7 @@ std::string TCUnicodeUtils::UnicodeToUtf8(const std::basic_string<unsigned short
     {
         return {};
     }
-    TConverter converter("UTF-8", "UTF-16BE");
+    TCConverter converter("UTF-8", "UTF-16BE");
     if (!converter.IsOpen())
     {
         CIM_LOG_ERROR("No converter from UTF-16BE to UTF-8: %s", std::strerror(errno));

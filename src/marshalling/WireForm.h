@@ -21,7 +21,7 @@
 namespace CIM
 {
 /// Where a form is pushed: as an argument of a call ...
-struct TArgumentPlace
+struct TSArgumentPlace
 {
     TCMarshallingHelper& frame;
     EMarshallingDirection direction;
@@ -30,7 +30,7 @@ struct TArgumentPlace
     void Object(TIMarshalable* object) const { frame.PushMarshalableClass(direction, object); }
 };
 /// ... or as a field of an object, which is written or read at once.
-struct TFieldPlace
+struct TSFieldPlace
 {
     TCTreeFormatter& formatter;
     unsigned tag;
@@ -51,7 +51,7 @@ inline constexpr bool HAS_WIRE_FORM = false;
 template <class T>
 inline constexpr bool HAS_WIRE_FORM<T, std::void_t<decltype(sizeof(TForm<T>))>> = true;
 
-struct TFormInPlace
+struct TSFormInPlace
 {
     void Load() {}
     void Store() {}
@@ -62,7 +62,7 @@ inline constexpr bool IS_LONG = std::is_same_v<T, long> || std::is_same_v<T, uns
 
 /// Numbers and enumerations: as their bytes.
 template <class T>
-struct TForm<T, std::enable_if_t<(std::is_integral_v<T> || std::is_enum_v<T>)&&!IS_LONG<T>>> : TFormInPlace
+struct TForm<T, std::enable_if_t<(std::is_integral_v<T> || std::is_enum_v<T>)&&!IS_LONG<T>>> : TSFormInPlace
 {
     static_assert(sizeof(T) == 1 || sizeof(T) == 2 || sizeof(T) == 4 || sizeof(T) == 8);
 
@@ -143,7 +143,7 @@ private:
 
 /// Objects that marshal themselves.
 template <class T>
-struct TForm<T, std::enable_if_t<std::is_base_of_v<TIMarshalable, T>>> : TFormInPlace
+struct TForm<T, std::enable_if_t<std::is_base_of_v<TIMarshalable, T>>> : TSFormInPlace
 {
     explicit TForm(T& value) : m_value(value) {}
     template <class Place>
@@ -158,7 +158,7 @@ private:
 
 /// Containers and texts, through an adapter that refers to them.
 template <class Adapter, class T>
-struct TAdapterForm : TFormInPlace
+struct TAdapterForm : TSFormInPlace
 {
     explicit TAdapterForm(T& value) : m_adapter(&value) {}
     template <class Place>

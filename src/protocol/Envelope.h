@@ -161,10 +161,10 @@ constexpr TEnvelopeArgument<Field, EPresence::BY_CONDITION, Condition> Argument(
 /// Where the arguments of an envelope stand:
 ///   static constexpr std::tuple ROWS;   one row an argument, in order
 template <class Envelope>
-struct TArguments;
+struct TEnvelopeArguments;
 
 template <>
-struct TArguments<SCallEnvelope>
+struct TEnvelopeArguments<SCallEnvelope>
 {
     static constexpr std::tuple ROWS{
         Argument<&SCallEnvelope::header>(),
@@ -176,7 +176,7 @@ struct TArguments<SCallEnvelope>
 };
 
 template <>
-struct TArguments<SReplyEnvelope>
+struct TEnvelopeArguments<SReplyEnvelope>
 {
     static constexpr std::tuple ROWS{
         Argument<&SReplyEnvelope::status>(),
@@ -186,7 +186,7 @@ struct TArguments<SReplyEnvelope>
 };
 
 template <>
-struct TArguments<SSignalEnvelope>
+struct TEnvelopeArguments<SSignalEnvelope>
 {
     static constexpr std::tuple ROWS{
         Argument<&SSignalEnvelope::identifier>(),

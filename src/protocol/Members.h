@@ -103,7 +103,7 @@ void PushMembers(TCTreeFormatter& formatter, T& object)
                       using TFieldForm =
                           std::conditional_t<Row::FORM == EFieldForm::LOW_BYTE, TLowByteForm<Field>, TForm<Field>>;
                       TFieldForm form(field);
-                      form.Push(TFieldPlace{formatter, row.tag});
+                      form.Push(TSFieldPlace{formatter, row.tag});
                       form.Load();
                   });
 }

@@ -53,10 +53,10 @@ constexpr TWords<EWord::IN_MEMBERS, 1> InMembers(const char* name) { return {{na
 constexpr TWords<EWord::OUT_MEMBERS, 1> OutMembers(const char* name) { return {{name}}; }
 
 /// A row that is never sent: the library answers by itself. It keeps the list of rows as long as the interface.
-struct TLocal
+struct TSLocal
 {
 };
-constexpr TLocal Local() { return {}; }
+constexpr TSLocal Local() { return {}; }
 
 /// Chooses one of several operations of the same name by the first parameters that it declares:
 /// Taking<unsigned char>(&IService::Tell).
@@ -249,7 +249,7 @@ constexpr auto Row(short id, TWords<Words, Counts>... words)
 
 /// Makes the row of an operation that is never sent.
 template <auto Member>
-constexpr auto Row(short id, TLocal)
+constexpr auto Row(short id, TSLocal)
 {
     return TRow<Member, std::array<EWord, 0>{}>{id, {}, true};
 }

@@ -17,7 +17,7 @@ struct TTable<ICIOperatorProfile>
     using TName = std::basic_string<unsigned short>;
     using TNamesPerSlot = std::map<unsigned char, std::map<EAntennaMode, TName>>;
     using TNames = std::map<TSTvMode, TName>;
-    using TProfiles = std::list<TSCIOperatorProfileData>;
+    using TCProfiles = std::list<TSCIOperatorProfileData>;
     using EOrigin = EOperatorProfileInstallationOrigin;
 
     static const std::string& ConnectionName() { return CI_OPERATOR_PROFILE_CONNECTION_NAME; }
@@ -25,11 +25,11 @@ struct TTable<ICIOperatorProfile>
     // clang-format off
     static constexpr std::tuple ROWS{
     Row<Taking<TNamesPerSlot&>(&I::GetNotInstalledOperatorProfiles)>(0, Out("profiles")),
-    Row<Taking<TProfiles&>(&I::GetNotInstalledOperatorProfiles)>(1, Out("profiles")),
+    Row<Taking<TCProfiles&>(&I::GetNotInstalledOperatorProfiles)>(1, Out("profiles")),
     Row<&I::GetInstalledOperatorProfileModesPerServiceMode>(2, In("serviceMode"), Out("modes")),
     Row<Taking<TNames&>(&I::GetInstalledOperatorProfiles)>(3, Out("profiles")),
     Row<&I::GetInstalledOperatorProfileModesCiSlots>(5, Out("slots")),
-    Row<Taking<TProfiles&>(&I::GetInstalledOperatorProfiles)>(4, Out("profiles")),
+    Row<Taking<TCProfiles&>(&I::GetInstalledOperatorProfiles)>(4, Out("profiles")),
     Row<Taking<EProfile>(&I::StartOperatorProfileInstallation)>(6, In("profile", "param", "slot", "tvMode")),
     Row<Taking<EOrigin>(&I::StartOperatorProfileInstallation)>(7, In("origin", "slot"), Out("status")),
     Row<&I::UpdateOperatorProfile>(8, In("slot")),

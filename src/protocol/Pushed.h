@@ -25,7 +25,7 @@ class TPushed
 {
 public:
     explicit TPushed(const T& value) : m_form(const_cast<T&>(value)) {}
-    void Push(TCMarshallingHelper& frame) { m_form.Push(TArgumentPlace{frame, DirectionOf(Word)}); }
+    void Push(TCMarshallingHelper& frame) { m_form.Push(TSArgumentPlace{frame, DirectionOf(Word)}); }
     void Load() { m_form.Load(); }
     void Store() { m_form.Store(); }
 
@@ -35,18 +35,18 @@ private:
 
 /// A pipeline handle as two values.
 template <EWord Word>
-requires(Word == EWord::IN_MEMBERS || Word == EWord::OUT_MEMBERS) class TPushed<Word, TVSHandle> : TFormInPlace
+requires(Word == EWord::IN_MEMBERS || Word == EWord::OUT_MEMBERS) class TPushed<Word, TVSHandle> : TSFormInPlace
 {
 public:
     explicit TPushed(const TVSHandle& value) : m_handle(const_cast<TVSHandle&>(value)) {}
     void Push(TCMarshallingHelper& frame)
     {
-        const TArgumentPlace place{frame, DirectionOf(Word)};
+        const TSArgumentPlace place{frame, DirectionOf(Word)};
         place.Value(sizeof(m_handle.profile), &m_handle.profile);
         place.Value(sizeof(m_handle.handle), &m_handle.handle);
     }
-    using TFormInPlace::Load;
-    using TFormInPlace::Store;
+    using TSFormInPlace::Load;
+    using TSFormInPlace::Store;
 
 private:
     TVSHandle& m_handle;
@@ -54,7 +54,7 @@ private:
 
 /// A parameter that does not travel.
 template <EWord Word, class T>
-requires(!IsSent(Word)) class TPushed<Word, T> : public TFormInPlace
+requires(!IsSent(Word)) class TPushed<Word, T> : public TSFormInPlace
 {
 public:
     explicit TPushed(const T&) {}

@@ -23,7 +23,7 @@ public:
     }
     int GetNotInstalledOperatorProfiles(std::list<TSCIOperatorProfileData>& profiles) override
     {
-        return m_call.Do<Taking<TProfiles&>(&I::GetNotInstalledOperatorProfiles)>(profiles).Or(
+        return m_call.Do<Taking<TCProfiles&>(&I::GetNotInstalledOperatorProfiles)>(profiles).Or(
             [&] { return TNull::GetNotInstalledOperatorProfiles(profiles); });
     }
     int GetInstalledOperatorProfileModesPerServiceMode(
@@ -44,7 +44,7 @@ public:
     }
     int GetInstalledOperatorProfiles(std::list<TSCIOperatorProfileData>& profiles) override
     {
-        return m_call.Do<Taking<TProfiles&>(&I::GetInstalledOperatorProfiles)>(profiles).Or(
+        return m_call.Do<Taking<TCProfiles&>(&I::GetInstalledOperatorProfiles)>(profiles).Or(
             [&] { return TNull::GetInstalledOperatorProfiles(profiles); });
     }
     int StartOperatorProfileInstallation(EProfile profile, int param, unsigned char slot,
@@ -96,7 +96,7 @@ private:
     using I = ICIOperatorProfile;
     using TNamesPerSlot = std::map<unsigned char, std::map<EAntennaMode, std::basic_string<unsigned short>>>;
     using TNames = std::map<TSTvMode, std::basic_string<unsigned short>>;
-    using TProfiles = std::list<TSCIOperatorProfileData>;
+    using TCProfiles = std::list<TSCIOperatorProfileData>;
     using TNull = TCCIOperatorProfileProxyNO_CI;
 
     TCProxyCall m_call;

@@ -40,7 +40,7 @@ std::string TSCall::Argument(const std::string& name) const
     return found != json.end() ? found->dump() : std::string();
 }
 
-void TCallRecord::Add(const sim::TSJournalEntry& entry)
+void TCCallRecord::Add(const sim::TSJournalEntry& entry)
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -55,21 +55,21 @@ void TCallRecord::Add(const sim::TSJournalEntry& entry)
     TellChange();
 }
 
-void TCallRecord::Clear()
+void TCCallRecord::Clear()
 {
     const std::lock_guard lock(m_mutex);
     m_entries.clear();
     m_counts.clear();
 }
 
-unsigned TCallRecord::Count(const json::TOperationForm& operation) const
+unsigned TCCallRecord::Count(const json::TCOperationForm& operation) const
 {
     const std::lock_guard lock(m_mutex);
     const auto found = m_counts.find(&operation);
     return found != m_counts.end() ? found->second : 0;
 }
 
-std::vector<TSCall> TCallRecord::Calls(const json::TOperationForm* operation) const
+std::vector<TSCall> TCCallRecord::Calls(const json::TCOperationForm* operation) const
 {
     const std::lock_guard lock(m_mutex);
     std::vector<TSCall> calls;

@@ -11,20 +11,20 @@
 namespace CIM::test
 {
 /// The calls that a daemon has received. Thread-safe.
-class TCallRecord
+class TCCallRecord
 {
 public:
     void Add(const sim::TSJournalEntry& entry);
     void Clear();
-    unsigned Count(const json::TOperationForm& operation) const;
+    unsigned Count(const json::TCOperationForm& operation) const;
     /// \param[in] operation  null: all
-    std::vector<TSCall> Calls(const json::TOperationForm* operation) const;
+    std::vector<TSCall> Calls(const json::TCOperationForm* operation) const;
 
 private:
     static constexpr std::size_t MAXIMUM = 10'000;
 
     mutable std::mutex m_mutex;
     std::deque<sim::TSJournalEntry> m_entries;
-    std::map<const json::TOperationForm*, unsigned> m_counts;
+    std::map<const json::TCOperationForm*, unsigned> m_counts;
 };
 } // namespace CIM::test

@@ -45,19 +45,19 @@ TSSignalData SignalData(unsigned char slot, unsigned char code, unsigned short i
 }
 
 /// What lives on the daemon's thread, but for thread and calls.
-struct TDaemon::TSImpl
+struct TCDaemon::TSImpl
 {
-    TCallRecord calls;
-    std::unique_ptr<sim::TModel> model;
+    TCCallRecord calls;
+    std::unique_ptr<sim::TCModel> model;
     std::unique_ptr<sim::TCSimulatedDaemon> daemon;
-    std::unique_ptr<sim::TStory> story;
-    std::map<TMemberKey, std::vector<unsigned>> failures; ///< their numbers
+    std::unique_ptr<sim::TCStory> story;
+    std::map<TSMemberKey, std::vector<unsigned>> failures; ///< their numbers
     bool isGone = false;
-    TDaemonThread thread; // the last one: ends first
+    TCDaemonThread thread; // the last one: ends first
 
     void Start(const sim::TSScenario& scenario, const std::string& markerPath)
     {
-        model = std::make_unique<sim::TModel>(scenario.set, scenario.seed);
+        model = std::make_unique<sim::TCModel>(scenario.set, scenario.seed);
         sim::TSSimulatedDaemonOptions options;
         options.context = thread.Context();
         options.markerPath = markerPath;
@@ -66,7 +66,7 @@ struct TDaemon::TSImpl
         options.namesAfterMs = scenario.namesAfterMs;
         options.nameStepMs = scenario.nameStepMs;
         daemon = std::make_unique<sim::TCSimulatedDaemon>(*model, options);
-        story = std::make_unique<sim::TStory>(
+        story = std::make_unique<sim::TCStory>(
             scenario, *daemon, [](int) {}, nullptr);
         daemon->onCall = [this, tellStory = daemon->onCall](const sim::TSJournalEntry& entry)
         {
@@ -109,10 +109,10 @@ struct TDaemon::TSImpl
     }
 };
 
-TDaemon::TDaemon(const TSOptions& options) : m_impl(std::make_unique<TSImpl>())
+TCDaemon::TCDaemon(const TSOptions& options) : m_impl(std::make_unique<TSImpl>())
 {
     const sim::TSScenario scenario = ScenarioOf(options);
-    TProcessBus& bus = TProcessBus::Instance();
+    TCProcessBus& bus = TCProcessBus::Instance();
     bus.WriteFeatureKeys(FeatureKeys(options, scenario.set.slots));
     m_impl->thread.Run(
         [&]
@@ -129,17 +129,17 @@ TDaemon::TDaemon(const TSOptions& options) : m_impl(std::make_unique<TSImpl>())
         });
 }
 
-TDaemon::~TDaemon()
+TCDaemon::~TCDaemon()
 {
     m_impl->thread.Run([&] { m_impl->End(); });
 }
 
-void TDaemon::m_On(const TMemberKey& member, void* function)
+void TCDaemon::m_On(const TSMemberKey& member, void* function)
 {
     m_impl->thread.Run([&] { Answer(m_impl->daemon->Skeletons(), member, function); });
 }
 
-void TDaemon::m_Fail(const TMemberKey& member, const TFailure& failure)
+void TCDaemon::m_Fail(const TSMemberKey& member, const TCFailure& failure)
 {
     auto json = json::TJson::parse(failure.Json());
     json["operation"] = FindOperation(member).FullName();
@@ -149,9 +149,9 @@ void TDaemon::m_Fail(const TMemberKey& member, const TFailure& failure)
             sim::TSFault fault;
             try
             {
-                fault = sim::FaultFromJson(json, json::TJsonPath("failure"));
+                fault = sim::FaultFromJson(json, json::TCJsonPath("failure"));
             }
-            catch (const json::TJsonError& error)
+            catch (const json::TCJsonError& error)
             {
                 throw std::invalid_argument(error.what());
             }
@@ -159,7 +159,7 @@ void TDaemon::m_Fail(const TMemberKey& member, const TFailure& failure)
         });
 }
 
-void TDaemon::m_Reset(const TMemberKey& member, void* none)
+void TCDaemon::m_Reset(const TSMemberKey& member, void* none)
 {
     m_impl->thread.Run(
         [&]
@@ -172,56 +172,56 @@ void TDaemon::m_Reset(const TMemberKey& member, void* none)
         });
 }
 
-unsigned TDaemon::m_CallCount(const TMemberKey& member) const { return m_impl->calls.Count(FindOperation(member)); }
+unsigned TCDaemon::m_CallCount(const TSMemberKey& member) const { return m_impl->calls.Count(FindOperation(member)); }
 
-std::vector<TSCall> TDaemon::m_Calls(const TMemberKey& member) const
+std::vector<TSCall> TCDaemon::m_Calls(const TSMemberKey& member) const
 {
     return m_impl->calls.Calls(&FindOperation(member));
 }
 
-std::vector<TSCall> TDaemon::Calls() const { return m_impl->calls.Calls(nullptr); }
+std::vector<TSCall> TCDaemon::Calls() const { return m_impl->calls.Calls(nullptr); }
 
-void TDaemon::ClearCalls()
+void TCDaemon::ClearCalls()
 {
     m_impl->thread.Run([&] { m_impl->calls.Clear(); });
 }
 
-void TDaemon::Raise(ECISignalType type, EProfile profile, unsigned short handle, const TSSignalData& data)
+void TCDaemon::Raise(ECISignalType type, EProfile profile, unsigned short handle, const TSSignalData& data)
 {
     m_impl->Change([&] { m_impl->model->RaiseSignal({type, profile, handle, data}); });
 }
 
-void TDaemon::InsertCam(unsigned slot, const std::string& cam)
+void TCDaemon::InsertCam(unsigned slot, const std::string& cam)
 {
     m_impl->Change([&] { Require(m_impl->model->InsertCam(slot, cam)); });
 }
 
-void TDaemon::RemoveCam(unsigned slot)
+void TCDaemon::RemoveCam(unsigned slot)
 {
     m_impl->Change([&] { Require(m_impl->model->RemoveCam(slot)); });
 }
 
-void TDaemon::Control(const std::string& name, const std::string& arguments)
+void TCDaemon::Control(const std::string& name, const std::string& arguments)
 {
     const nlohmann::json json = ParseObject(arguments);
     m_impl->Change([&] { Require(sim::RunControl(*m_impl->model, name, json)); });
 }
 
-void TDaemon::AdvanceClock(std::chrono::milliseconds time)
+void TCDaemon::AdvanceClock(std::chrono::milliseconds time)
 {
     m_impl->thread.Run([&] { m_impl->daemon->Clock().Advance(time.count()); });
 }
 
-std::string TDaemon::State() const
+std::string TCDaemon::State() const
 {
     std::string state;
     m_impl->thread.Run([&] { state = m_impl->daemon->State().dump(2); });
     return state;
 }
 
-void TDaemon::Do(const std::function<void()>& function) const { m_impl->thread.Run(function); }
+void TCDaemon::Do(const std::function<void()>& function) const { m_impl->thread.Run(function); }
 
-void TDaemon::Vanish()
+void TCDaemon::Vanish()
 {
     m_impl->thread.Run(
         [&]
@@ -231,7 +231,7 @@ void TDaemon::Vanish()
         });
 }
 
-void TDaemon::Return()
+void TCDaemon::Return()
 {
     m_impl->thread.Run(
         [&]
@@ -250,7 +250,7 @@ void TDaemon::Return()
         });
 }
 
-bool TDaemon::EndScenario()
+bool TCDaemon::EndScenario()
 {
     bool isMet = true;
     m_impl->thread.Run([&] { isMet = m_impl->story->Verdict() == 0; });

@@ -75,10 +75,10 @@ bool Comes(const std::function<bool()>& condition, milliseconds timeout)
 }
 } // namespace
 
-TDaemonBeside::TDaemonBeside(const TSOptions& options, const std::string& program)
+TCDaemonBeside::TCDaemonBeside(const TSOptions& options, const std::string& program)
 {
     const sim::TSScenario scenario = ScenarioOf(options);
-    TProcessBus& bus = TProcessBus::Instance();
+    TCProcessBus& bus = TCProcessBus::Instance();
     bus.WriteFeatureKeys(FeatureKeys(options, scenario.set.slots));
     if (access(bus.MarkerPath().c_str(), F_OK) == 0)
     {
@@ -102,9 +102,9 @@ TDaemonBeside::TDaemonBeside(const TSOptions& options, const std::string& progra
     }
 }
 
-TDaemonBeside::~TDaemonBeside() { End(); }
+TCDaemonBeside::~TCDaemonBeside() { End(); }
 
-std::string TDaemonBeside::Ask(const std::string& verb, const std::vector<std::string>& arguments) const
+std::string TCDaemonBeside::Ask(const std::string& verb, const std::vector<std::string>& arguments) const
 {
     const sim::TSVerb* const known = sim::FindVerb(verb);
     if (known == nullptr)
@@ -123,7 +123,7 @@ std::string TDaemonBeside::Ask(const std::string& verb, const std::vector<std::s
     }
 }
 
-void TDaemonBeside::Kill()
+void TCDaemonBeside::Kill()
 {
     if (m_status < 0)
     {
@@ -134,10 +134,10 @@ void TDaemonBeside::Kill()
         }
         m_status = StatusOf(waitStatus);
     }
-    unlink(TProcessBus::Instance().MarkerPath().c_str());
+    unlink(TCProcessBus::Instance().MarkerPath().c_str());
 }
 
-int TDaemonBeside::End()
+int TCDaemonBeside::End()
 {
     if (m_status < 0)
     {

@@ -9,7 +9,7 @@
 
 namespace CIM::test
 {
-TDaemonThread::TDaemonThread() : m_context(g_main_context_new()), m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+TCDaemonThread::TCDaemonThread() : m_context(g_main_context_new()), m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
     if (m_wakeUp < 0)
     {
@@ -23,7 +23,7 @@ TDaemonThread::TDaemonThread() : m_context(g_main_context_new()), m_wakeUp(event
             GSource* const source = g_unix_fd_source_new(m_wakeUp, G_IO_IN);
             const GUnixFDSourceFunc onWakeUp = [](gint, GIOCondition, gpointer self) -> gboolean
             {
-                static_cast<TDaemonThread*>(self)->m_RunTasks();
+                static_cast<TCDaemonThread*>(self)->m_RunTasks();
                 return G_SOURCE_CONTINUE;
             };
             g_source_set_callback(source, G_SOURCE_FUNC(onWakeUp), this, nullptr);
@@ -38,7 +38,7 @@ TDaemonThread::TDaemonThread() : m_context(g_main_context_new()), m_wakeUp(event
         });
 }
 
-TDaemonThread::~TDaemonThread()
+TCDaemonThread::~TCDaemonThread()
 {
     m_Post([this] { m_isEnding = true; });
     m_thread.join();
@@ -46,7 +46,7 @@ TDaemonThread::~TDaemonThread()
     g_main_context_unref(m_context);
 }
 
-void TDaemonThread::Run(const std::function<void()>& task)
+void TCDaemonThread::Run(const std::function<void()>& task)
 {
     if (std::this_thread::get_id() == m_thread.get_id())
     {
@@ -59,7 +59,7 @@ void TDaemonThread::Run(const std::function<void()>& task)
     done.get();
 }
 
-void TDaemonThread::m_Post(std::function<void()> task)
+void TCDaemonThread::m_Post(std::function<void()> task)
 {
     const std::lock_guard lock(m_mutex);
     m_tasks.push_back(std::move(task));
@@ -67,7 +67,7 @@ void TDaemonThread::m_Post(std::function<void()> task)
     [[maybe_unused]] const auto written = write(m_wakeUp, &one, sizeof one);
 }
 
-void TDaemonThread::m_RunTasks()
+void TCDaemonThread::m_RunTasks()
 {
     std::uint64_t count = 0;
     [[maybe_unused]] const auto taken = read(m_wakeUp, &count, sizeof count);

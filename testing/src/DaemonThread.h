@@ -11,14 +11,14 @@
 namespace CIM::test
 {
 /// A thread that runs a GLib main context of its own, and in between what it is given.
-class TDaemonThread
+class TCDaemonThread
 {
 public:
-    TDaemonThread();
+    TCDaemonThread();
     /// Runs what is still to be run, then ends the thread.
-    ~TDaemonThread();
-    TDaemonThread(const TDaemonThread&) = delete;
-    TDaemonThread& operator=(const TDaemonThread&) = delete;
+    ~TCDaemonThread();
+    TCDaemonThread(const TCDaemonThread&) = delete;
+    TCDaemonThread& operator=(const TCDaemonThread&) = delete;
 
     GMainContext* Context() const { return m_context; }
     /// Runs a task on the thread and waits for it; at once when this is the thread. What it throws is thrown here.

@@ -12,13 +12,13 @@ namespace
 {
 struct TSKnown
 {
-    const json::TOperationForm* form;
-    void (*answer)(sim::TSkeletons& skeletons, short id, void* function);
+    const json::TCOperationForm* form;
+    void (*answer)(sim::TCSkeletons& skeletons, short id, void* function);
 };
 
 /// One function for all operations of a type: which of them is meant, the identifier says.
 template <class Interface, class Member>
-void AnswerOperation(sim::TSkeletons& skeletons, short id, void* function)
+void AnswerOperation(sim::TCSkeletons& skeletons, short id, void* function)
 {
     protocol::ForEachRow<Interface>(
         [&]<class Row>(const Row& row)
@@ -35,9 +35,9 @@ void AnswerOperation(sim::TSkeletons& skeletons, short id, void* function)
 }
 
 template <class Interface>
-void AddTo(std::map<TMemberKey, TSKnown>& known)
+void AddTo(std::map<TSMemberKey, TSKnown>& known)
 {
-    const json::TInterfaceForm* const form = json::FindInterface(protocol::NameOf<Interface>());
+    const json::TCInterfaceForm* const form = json::FindInterface(protocol::NameOf<Interface>());
     protocol::ForEachRow<Interface>(
         [&]<class Row>(const Row& row)
         {
@@ -49,11 +49,11 @@ void AddTo(std::map<TMemberKey, TSKnown>& known)
         });
 }
 
-const TSKnown& Find(const TMemberKey& member)
+const TSKnown& Find(const TSMemberKey& member)
 {
-    static const std::map<TMemberKey, TSKnown> known = []
+    static const std::map<TSMemberKey, TSKnown> known = []
     {
-        std::map<TMemberKey, TSKnown> all;
+        std::map<TSMemberKey, TSKnown> all;
         protocol::ForEachInterface([&]<class Interface>(protocol::TType<Interface>) { AddTo<Interface>(all); });
         return all;
     }();
@@ -66,9 +66,9 @@ const TSKnown& Find(const TMemberKey& member)
 }
 } // namespace
 
-const json::TOperationForm& FindOperation(const TMemberKey& member) { return *Find(member).form; }
+const json::TCOperationForm& FindOperation(const TSMemberKey& member) { return *Find(member).form; }
 
-void Answer(sim::TSkeletons& skeletons, const TMemberKey& member, void* function)
+void Answer(sim::TCSkeletons& skeletons, const TSMemberKey& member, void* function)
 {
     const TSKnown& operation = Find(member);
     operation.answer(skeletons, operation.form->Id(), function);

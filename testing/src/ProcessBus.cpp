@@ -8,20 +8,21 @@
 
 namespace CIM::test
 {
-TProcessBus& TProcessBus::Instance()
+TCProcessBus& TCProcessBus::Instance()
 {
     static std::mutex mutex;
-    static auto& buses = *new std::map<pid_t, std::unique_ptr<TProcessBus>>; // never deleted: they end with the process
+    static auto& buses =
+        *new std::map<pid_t, std::unique_ptr<TCProcessBus>>; // never deleted: they end with the process
     const std::lock_guard lock(mutex);
-    std::unique_ptr<TProcessBus>& bus = buses[getpid()];
+    std::unique_ptr<TCProcessBus>& bus = buses[getpid()];
     if (bus == nullptr)
     {
-        bus.reset(new TProcessBus);
+        bus.reset(new TCProcessBus);
     }
     return *bus;
 }
 
-TProcessBus::TProcessBus() : m_folder(privatebus::TCBusFolder::Make("ciapi-testing"))
+TCProcessBus::TCProcessBus() : m_folder(privatebus::TCBusFolder::Make("ciapi-testing"))
 {
     privatebus::TSKeeperOptions options;
     options.name = "ciapi-test-bus";
@@ -33,7 +34,7 @@ TProcessBus::TProcessBus() : m_folder(privatebus::TCBusFolder::Make("ciapi-testi
     m_folder.PutIntoEnvironment();
 }
 
-void TProcessBus::WriteFeatureKeys(const std::map<std::string, std::string>& keys) const
+void TCProcessBus::WriteFeatureKeys(const std::map<std::string, std::string>& keys) const
 {
     privatebus::WriteFeatureKeys(m_folder.FeatureKeyFile(), keys);
 }

@@ -9,13 +9,13 @@ namespace CIM::test
 {
 /// The private system bus of this process, and the folder with everything that belongs to it. A small process of its
 /// own holds both and ends them when this process has ended, in whatever way. Thread-safe.
-class TProcessBus
+class TCProcessBus
 {
 public:
     /// Starts it the first time, and puts it into the environment. A forked process gets one of its own, if nothing in
     /// its parent has used libdbus.
     /// \throws std::runtime_error when it does not start
-    static TProcessBus& Instance();
+    static TCProcessBus& Instance();
 
     std::string MarkerPath() const { return m_folder.MarkerFile(); }
     /// A file of that name in the folder.
@@ -24,7 +24,7 @@ public:
     void WriteFeatureKeys(const std::map<std::string, std::string>& keys) const;
 
 private:
-    TProcessBus();
+    TCProcessBus();
 
     privatebus::TCBusFolder m_folder;
 };

@@ -37,9 +37,9 @@ sim::TSScenario LoadScenario(const std::string& nameOrPath)
     }
     try
     {
-        return sim::ReadScenario(sim::TJsonFile::Load(file.lexically_normal().string()));
+        return sim::ReadScenario(sim::TCJsonFile::Load(file.lexically_normal().string()));
     }
-    catch (const sim::TFileError& error)
+    catch (const sim::TCFileError& error)
     {
         throw std::invalid_argument(error.what());
     }
@@ -49,17 +49,17 @@ sim::TSSetDefinition ParseSet(const std::string& text)
 {
     try
     {
-        const sim::TJsonFile file = sim::TJsonFile::Parse("set", text);
+        const sim::TCJsonFile file = sim::TCJsonFile::Parse("set", text);
         try
         {
             return sim::ReadSet({file.Root(), ""});
         }
-        catch (const sim::TJsonError& error)
+        catch (const sim::TCJsonError& error)
         {
-            throw sim::TFileError(file.Describe({error.Path(), error.what()}));
+            throw sim::TCFileError(file.Describe({error.Path(), error.what()}));
         }
     }
-    catch (const sim::TFileError& error)
+    catch (const sim::TCFileError& error)
     {
         throw std::invalid_argument(error.what());
     }

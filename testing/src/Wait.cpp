@@ -12,7 +12,7 @@ namespace CIM::test
 {
 namespace
 {
-using TClock = std::chrono::steady_clock;
+using TCClock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 /// How long nobody looks at the condition when nothing is heard of.
@@ -43,14 +43,14 @@ void TellChange()
 bool RunUntil(const std::function<bool()>& condition, milliseconds timeout)
 {
     GMainContext* const context = g_main_context_default();
-    const TClock::time_point deadline = TClock::now() + timeout;
+    const TCClock::time_point deadline = TCClock::now() + timeout;
     for (;;)
     {
         if (condition())
         {
             return true;
         }
-        const auto left = std::chrono::ceil<milliseconds>(deadline - TClock::now());
+        const auto left = std::chrono::ceil<milliseconds>(deadline - TCClock::now());
         if (left <= milliseconds::zero())
         {
             return false;

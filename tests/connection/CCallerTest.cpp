@@ -11,20 +11,20 @@ namespace CIM
 {
 TEST(CCallerTest, CallsAndReceivesSignals)
 {
-    TPrivateBus bus;
+    TCPrivateBus bus;
     std::atomic<int> oneWayCalls{0};
-    TScriptedDaemon daemon({"com.kelvora.ciapi.ICIGeneral"},
-                           [&](const TScriptedDaemon::TMessage& request) -> TScriptedDaemon::TMessage
-                           {
-                               const std::string payload = TScriptedDaemon::Payload(request.get());
-                               if (!dbus_message_get_no_reply(request.get()))
-                               {
-                                   return TScriptedDaemon::Reply(request, 1, payload);
-                               }
-                               ++oneWayCalls;
-                               daemon.Send(TScriptedDaemon::Signal("Signal", "20", "65538", payload));
-                               return nullptr;
-                           });
+    TCScriptedDaemon daemon({"com.kelvora.ciapi.ICIGeneral"},
+                            [&](const TCScriptedDaemon::TMessage& request) -> TCScriptedDaemon::TMessage
+                            {
+                                const std::string payload = TCScriptedDaemon::Payload(request.get());
+                                if (!dbus_message_get_no_reply(request.get()))
+                                {
+                                    return TCScriptedDaemon::Reply(request, 1, payload);
+                                }
+                                ++oneWayCalls;
+                                daemon.Send(TCScriptedDaemon::Signal("Signal", "20", "65538", payload));
+                                return nullptr;
+                            });
     EXPECT_EQ(RunCCaller(), 0) << "the line of CCaller.c";
     EXPECT_EQ(oneWayCalls, 1);
 }

@@ -32,20 +32,20 @@ bool Create()
                                  true);
 }
 
-class CLayerTest : public TBusTest
+class CLayerTest : public TCBusTest
 {
 protected:
     CLayerTest() { g_plainReceived.clear(); }
     ~CLayerTest() override { IPCConnection__Destroy(); }
     std::atomic<int> m_calls{0};
-    TScriptedDaemon m_daemon{{CI_GENERAL_CONNECTION_NAME},
-                             [this](const TScriptedDaemon::TMessage& request)
-                             {
-                                 ++m_calls;
-                                 return TScriptedDaemon::Payload(request.get()) == "refuse"
-                                            ? TScriptedDaemon::Reply(request, 0, "no")
-                                            : Echo(request);
-                             }};
+    TCScriptedDaemon m_daemon{{CI_GENERAL_CONNECTION_NAME},
+                              [this](const TCScriptedDaemon::TMessage& request)
+                              {
+                                  ++m_calls;
+                                  return TCScriptedDaemon::Payload(request.get()) == "refuse"
+                                             ? TCScriptedDaemon::Reply(request, 0, "no")
+                                             : Echo(request);
+                              }};
     const char* const m_interface = CI_GENERAL_CONNECTION_NAME.c_str();
 };
 } // namespace
@@ -95,12 +95,12 @@ TEST_F(CLayerTest, MissingThingsAreRefused)
             EXPECT_FALSE(IPCConnection__Call(m_interface, 1, "", 0, &output, nullptr));
             EXPECT_FALSE(IPCConnection__CallAsync(nullptr, 1, "", 0));
             EXPECT_FALSE(IPCConnection__CallAsync(m_interface, 1, nullptr, 0));
-            TLogCapture::Clear();
+            TCLogCapture::Clear();
             IPCConnection__SetCallbackFunction(IPC_MESSAGE_DATA, nullptr);
             IPCConnection__SetCallbackFunction(IPC_MESSAGE_MAX, PlainCallback<14>);
             IPCConnection__SetCallbackFunction(static_cast<EIPCMessageType>(-1), PlainCallback<14>);
             IPCConnection__UnsetCallbackFunction(IPC_MESSAGE_MAX);
-            EXPECT_EQ(TLogCapture::Count("[IPCConnection__SetCallbackFunction] Error return!"), 6U);
+            EXPECT_EQ(TCLogCapture::Count("[IPCConnection__SetCallbackFunction] Error return!"), 6U);
             EXPECT_TRUE(IsErrorLine("[IPCConnection__UnsetCallbackFunction] Error return!"));
             continue;
         }
@@ -135,7 +135,7 @@ TEST_F(CLayerTest, EachTypeHasItsPlainCallback)
         if (carriesHandle) // the bus compares the handle; the other kinds of signal have none to compare
         {
             EXPECT_TRUE(IPCConnection__AddMatchRule(static_cast<EIPCMessageType>(type), 3, PROFILE_SUB, 2));
-            m_daemon.Send(TScriptedDaemon::Signal(MEMBERS[type], "3", "65538", MEMBERS[type]));
+            m_daemon.Send(TCScriptedDaemon::Signal(MEMBERS[type], "3", "65538", MEMBERS[type]));
             expected.push_back(std::to_string(type) + ": 3 " + MEMBERS[type]);
         }
     }
@@ -146,7 +146,7 @@ TEST_F(CLayerTest, EachTypeHasItsPlainCallback)
     EXPECT_TRUE(IPCConnection__RemoveMatchRule(IPC_MESSAGE_PIPELINE_EVENT, 3, PROFILE_SUB, 2));
     for (const int type : {0, 1, 10})
     {
-        m_daemon.Send(TScriptedDaemon::Signal(MEMBERS[type], "3", "65538", "late"));
+        m_daemon.Send(TCScriptedDaemon::Signal(MEMBERS[type], "3", "65538", "late"));
     }
     EXPECT_TRUE(RunMainLoopUntil([&] { return g_plainReceived.size() == expected.size() + 1; }));
     EXPECT_EQ(g_plainReceived.back(), "10: 3 late");

@@ -15,15 +15,15 @@ namespace CIM
 {
 namespace
 {
-using TMessage = TScriptedDaemon::TMessage;
+using TMessage = TCScriptedDaemon::TMessage;
 
 constexpr const char* NO_INTERFACE = "com.kelvora.ciapi.Nobody";
 
 TMessage Empty(const TMessage& request) { return {dbus_message_new_method_return(request.get()), dbus_message_unref}; }
 
 // A reply with arguments given as to dbus_message_append_args.
-template <class... TArguments>
-TMessage With(const TMessage& request, TArguments... arguments)
+template <class... TCArguments>
+TMessage With(const TMessage& request, TCArguments... arguments)
 {
     TMessage reply = Empty(request);
     dbus_message_append_args(reply.get(), arguments..., DBUS_TYPE_INVALID);
@@ -36,7 +36,7 @@ const char* const BYTES = "abc";
 const char* const TEXTS[] = {"one", "two"};
 const char* const* const TEXT_LIST = TEXTS;
 
-class CallFaultTest : public TBusTest
+class CallFaultTest : public TCBusTest
 {
 };
 } // namespace
@@ -50,7 +50,7 @@ TEST_F(CallFaultTest, RepliesThatAreNotWhatTheyShouldBe)
         const char* payload;
         const char* line;
     } rows[] = {
-        {[](const TMessage& request) { return TScriptedDaemon::Error(request, "org.kelvora.Oops", "no card"); }, false,
+        {[](const TMessage& request) { return TCScriptedDaemon::Error(request, "org.kelvora.Oops", "no card"); }, false,
          "",
          "[TCCIMIPCConnection::Call][com.kelvora.ciapi.ICIGeneral:12] Error answer received [Error name: "
          "org.kelvora.Oops]: no card"},
@@ -58,9 +58,9 @@ TEST_F(CallFaultTest, RepliesThatAreNotWhatTheyShouldBe)
          { return TMessage(dbus_message_new_error(request.get(), "org.kelvora.Oops", nullptr), dbus_message_unref); },
          false, "", "[TCCIMIPCConnection::Call][com.kelvora.ciapi.ICIGeneral:12] Problem with reading error answer: "},
         {Empty, false, "", "[TCCIMIPCConnection::Call] Reply message has no arguments.(dbus_message_iter_init)"},
-        {[](const TMessage& request) { return TScriptedDaemon::Reply(request, 0, "abc"); }, false, "",
+        {[](const TMessage& request) { return TCScriptedDaemon::Reply(request, 0, "abc"); }, false, "",
          "Reply message is broken. Probably noone is listening to method calls. Reply value: 0"},
-        {[](const TMessage& request) { return TScriptedDaemon::Reply(request, 0x7e, "abc"); }, false, "",
+        {[](const TMessage& request) { return TCScriptedDaemon::Reply(request, 0x7e, "abc"); }, false, "",
          "Reply message is broken. Probably noone is listening to method calls. Reply value: 126"},
         {[](const TMessage& request)
          { return With(request, DBUS_TYPE_INT32, &THREE, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &BYTES, 3); },
@@ -76,19 +76,19 @@ TEST_F(CallFaultTest, RepliesThatAreNotWhatTheyShouldBe)
                          &TEXT_LIST, 2);
          },
          true, "", "[TCCIMIPCConnection::Call] Incorrect type of argument. Expected DBUS_TYPE_ARRAY."},
-        {[](const TMessage& request) { return TScriptedDaemon::Reply(request, 1, 1000000, "abc"); }, true, "abc",
+        {[](const TMessage& request) { return TCScriptedDaemon::Reply(request, 1, 1000000, "abc"); }, true, "abc",
          "[TCCIMIPCConnection::Call] Payload length 1000000 does not match the 3 bytes received"},
-        {[](const TMessage& request) { return TScriptedDaemon::Reply(request, 1, 2, "abc"); }, true, "ab",
+        {[](const TMessage& request) { return TCScriptedDaemon::Reply(request, 1, 2, "abc"); }, true, "ab",
          "Payload length 2 does not match the 3 bytes received"},
-        {[](const TMessage& request) { return TScriptedDaemon::Reply(request, 1, -1, "abc"); }, true, "",
+        {[](const TMessage& request) { return TCScriptedDaemon::Reply(request, 1, -1, "abc"); }, true, "",
          "Payload length -1 does not match the 3 bytes received"},
     };
     std::function<TMessage(const TMessage&)> answer = Echo;
-    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME}, [&](const TMessage& request) { return answer(request); });
-    TConnection connection;
+    TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME}, [&](const TMessage& request) { return answer(request); });
+    TCConnection connection;
     for (const auto& row : rows)
     {
-        TLogCapture::Clear();
+        TCLogCapture::Clear();
         answer = row.answer;
         const SAnswer result = Call(connection, 12, "x");
         EXPECT_EQ(result.handled, row.handled) << row.line;
@@ -101,11 +101,11 @@ TEST_F(CallFaultTest, RepliesThatAreNotWhatTheyShouldBe)
 
 TEST_F(CallFaultTest, NamesThatLibdbusDoesNotTake)
 {
-    TConnection connection;
+    TCConnection connection;
     for (const std::string& name : {std::string("no dots"), std::string(), std::string("a.b\0c", 5),
                                     std::string("a..b"), std::string("a.b-c"), "a." + std::string(255, 'b')})
     {
-        TLogCapture::Clear();
+        TCLogCapture::Clear();
         TCMessageBuffer input;
         TCMessageBuffer output;
         EXPECT_FALSE(connection.Call(name, 1, input, output)) << name;
@@ -115,7 +115,7 @@ TEST_F(CallFaultTest, NamesThatLibdbusDoesNotTake)
     }
     for (const char* const name : {"no dots", "", static_cast<const char*>(nullptr)})
     {
-        TLogCapture::Clear();
+        TCLogCapture::Clear();
         EXPECT_FALSE(connection.WaitForCreateInterface(name));
         EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::WaitForCreateInterface] DBus Error while checking name owner: "));
     }
@@ -123,13 +123,13 @@ TEST_F(CallFaultTest, NamesThatLibdbusDoesNotTake)
 
 TEST_F(CallFaultTest, ProgramNameThatIsNotUtf8)
 {
-    TConnection connection;
+    TCConnection connection;
     InChild(
         []
         {
             char name[] = "t\xff";
             program_invocation_short_name = name;
-            TConnection own;
+            TCConnection own;
             EXPECT_FALSE(Call(own, 1, "x").handled);
             EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::t_PrepareMessage] The program name is not UTF-8"));
         });
@@ -137,17 +137,17 @@ TEST_F(CallFaultTest, ProgramNameThatIsNotUtf8)
 
 TEST_F(CallFaultTest, DaemonThatIsAbsentOrGoesAway)
 {
-    TConnection connection;
+    TCConnection connection;
     EXPECT_FALSE(Call(connection, 1, "x").handled);
     EXPECT_TRUE(IsErrorLine("Error answer received [Error name: org.freedesktop.DBus.Error.ServiceUnknown]"));
 
-    TScriptedDaemon* self = nullptr;
-    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
-                           [&](const TMessage&)
-                           {
-                               self->Vanish();
-                               return nullptr;
-                           });
+    TCScriptedDaemon* self = nullptr;
+    TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
+                            [&](const TMessage&)
+                            {
+                                self->Vanish();
+                                return nullptr;
+                            });
     self = &daemon;
     EXPECT_FALSE(Call(connection, 1, "x").handled);
     EXPECT_TRUE(IsErrorLine("Error answer received [Error name: org.freedesktop.DBus.Error.NoReply]"));
@@ -156,12 +156,12 @@ TEST_F(CallFaultTest, DaemonThatIsAbsentOrGoesAway)
 TEST_F(CallFaultTest, TimeIsOverForEachCallAndLateRepliesAreDropped)
 {
     std::vector<TMessage> requests;
-    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
-                           [&](const TMessage& request) -> TMessage
-                           {
-                               requests.push_back(request);
-                               return requests.size() <= 3 ? nullptr : Echo(request);
-                           });
+    TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
+                            [&](const TMessage& request) -> TMessage
+                            {
+                                requests.push_back(request);
+                                return requests.size() <= 3 ? nullptr : Echo(request);
+                            });
     DBusConnection* const connection = dbus_bus_get_private(DBUS_BUS_SYSTEM, nullptr);
     dbus_connection_set_exit_on_disconnect(connection, FALSE);
     {
@@ -198,14 +198,14 @@ TEST_F(CallFaultTest, TimeIsOverForEachCallAndLateRepliesAreDropped)
 TEST_F(CallFaultTest, BusThatGoesAwayEndsEveryCallAtOnce)
 {
     std::atomic<int> waiting{0};
-    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
-                           [&](const TMessage&) -> TMessage
-                           {
-                               ++waiting;
-                               waiting.notify_all();
-                               return nullptr;
-                           });
-    TConnection connection;
+    TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
+                            [&](const TMessage&) -> TMessage
+                            {
+                                ++waiting;
+                                waiting.notify_all();
+                                return nullptr;
+                            });
+    TCConnection connection;
     std::atomic<int> handled{0};
     std::vector<std::thread> callers;
     for (int caller = 0; caller < 3; ++caller)
@@ -222,11 +222,11 @@ TEST_F(CallFaultTest, BusThatGoesAwayEndsEveryCallAtOnce)
         caller.join();
     }
     EXPECT_EQ(handled, 0);
-    EXPECT_EQ(TLogCapture::Count("Error answer received [Error name: org.freedesktop.DBus.Error.NoReply]: Did not "
-                                 "receive a reply."),
+    EXPECT_EQ(TCLogCapture::Count("Error answer received [Error name: org.freedesktop.DBus.Error.NoReply]: Did not "
+                                  "receive a reply."),
               6U);
 
-    TLogCapture::Clear();
+    TCLogCapture::Clear();
     EXPECT_FALSE(Call(connection, 1, "x").handled);
     EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::Call] Pending call error. Probably connection is broken."));
     CallAsync(connection, 1, std::string(1000000, 'x')); // returns, whatever it says
@@ -237,7 +237,7 @@ TEST_F(CallFaultTest, BusThatGoesAwayEndsEveryCallAtOnce)
 
 TEST_F(CallFaultTest, CallNoticesThatTheBusLeftWhileNobodyLooked)
 {
-    TConnection connection;
+    TCConnection connection;
     Bus().Stop();
     EXPECT_FALSE(Call(connection, 1, "x").handled);
     EXPECT_FALSE(Call(connection, 1, std::string(1000000, 'x')).handled);
@@ -245,29 +245,29 @@ TEST_F(CallFaultTest, CallNoticesThatTheBusLeftWhileNobodyLooked)
 
 TEST_F(CallFaultTest, WaitingForAnInterface)
 {
-    TConnection connection;
+    TCConnection connection;
     EXPECT_FALSE(connection.WaitForCreateInterface(NO_INTERFACE));
-    EXPECT_EQ(TFakeClock::Sleeps(), 150U);
-    EXPECT_EQ(TFakeClock::Milliseconds(), 15000U);
-    EXPECT_EQ(TLogCapture::Count(
+    EXPECT_EQ(TCFakeClock::Sleeps(), 150U);
+    EXPECT_EQ(TCFakeClock::Milliseconds(), 15000U);
+    EXPECT_EQ(TCLogCapture::Count(
                   "[TCCIMIPCConnection::WaitForCreateInterface] DBus waiting for com.kelvora.ciapi.Nobody interface. "
                   "Try: 150/150"),
               1U);
     EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::WaitForCreateInterface] TIMEOUT, Cannot connect to the "
                             "com.kelvora.ciapi.Nobody interface"));
 
-    TFakeClock::Clear();
-    std::unique_ptr<TScriptedDaemon> daemon;
-    TFakeClock::OnSleep(
+    TCFakeClock::Clear();
+    std::unique_ptr<TCScriptedDaemon> daemon;
+    TCFakeClock::OnSleep(
         [&](unsigned int)
         {
-            if (TFakeClock::Sleeps() == 3)
+            if (TCFakeClock::Sleeps() == 3)
             {
-                daemon = std::make_unique<TScriptedDaemon>(std::vector<std::string>{NO_INTERFACE}, Echo);
+                daemon = std::make_unique<TCScriptedDaemon>(std::vector<std::string>{NO_INTERFACE}, Echo);
             }
         });
     EXPECT_TRUE(connection.WaitForCreateInterface(NO_INTERFACE));
-    EXPECT_EQ(TFakeClock::Sleeps(), 3U);
+    EXPECT_EQ(TCFakeClock::Sleeps(), 3U);
 }
 
 TEST_F(CallFaultTest, WithoutTvServicesNobodyIsWaitedFor)
@@ -275,13 +275,13 @@ TEST_F(CallFaultTest, WithoutTvServicesNobodyIsWaitedFor)
     InChild( // what the set supports is read once per process
         []
         {
-            TFeatureKeys keys;
-            TConnection connection;
+            TCFeatureKeys keys;
+            TCConnection connection;
             EXPECT_FALSE(connection.WaitForCreateInterface(NO_INTERFACE)); // no such key: supported, and asked again
             keys.Set(CI_FMS_TVS_SUPPORTED, "false");
-            TFakeClock::Clear();
+            TCFakeClock::Clear();
             EXPECT_TRUE(connection.WaitForCreateInterface(NO_INTERFACE));
-            EXPECT_EQ(TFakeClock::Sleeps(), 0U);
+            EXPECT_EQ(TCFakeClock::Sleeps(), 0U);
             EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::WaitForCreateInterface] IsTVSSupported() is false, just "
                                     "return true"));
         });
@@ -290,17 +290,17 @@ TEST_F(CallFaultTest, WithoutTvServicesNobodyIsWaitedFor)
 TEST_F(CallFaultTest, BusThatComesLate)
 {
     Bus().Stop();
-    TFakeClock::OnSleep(
+    TCFakeClock::OnSleep(
         [&](unsigned int)
         {
-            if (TFakeClock::Sleeps() == 60 - 1)
+            if (TCFakeClock::Sleeps() == 60 - 1)
             {
                 Bus().Restart();
             }
         });
-    TConnection connection;
-    EXPECT_EQ(TFakeClock::Milliseconds(), 59000U);
-    EXPECT_EQ(TLogCapture::Count("[TCCIMIPCConnection::t_CreateConnection] Failed to connect to the D-BUS daemon: "),
+    TCConnection connection;
+    EXPECT_EQ(TCFakeClock::Milliseconds(), 59000U);
+    EXPECT_EQ(TCLogCapture::Count("[TCCIMIPCConnection::t_CreateConnection] Failed to connect to the D-BUS daemon: "),
               2U * 59);
     EXPECT_TRUE(IsErrorLine("TCCIMIPCConnection::TCCIMIPCConnection - open connection!"));
 }
@@ -313,23 +313,23 @@ TEST_F(CallFaultTest, BusThatComesTooLateOrNever)
         {
             {
                 // The sanitizer meets each class once by way of a pipe, for which there are no descriptors below.
-                const TConnection known;
+                const TCConnection known;
             }
-            TLogCapture::EchoToStandardError(true);
+            TCLogCapture::EchoToStandardError(true);
             rlimit files{};
             getrlimit(RLIMIT_NOFILE, &files);
             const rlimit none{0, files.rlim_max}; // the bus cannot be reached without a socket
             setrlimit(RLIMIT_NOFILE, &none);
-            TFakeClock::OnSleep(
+            TCFakeClock::OnSleep(
                 [&](unsigned int)
                 {
-                    if (TFakeClock::Sleeps() == 60)
+                    if (TCFakeClock::Sleeps() == 60)
                     {
                         std::fprintf(stderr, "the last attempt\n");
                         setrlimit(RLIMIT_NOFILE, comes ? &files : &none);
                     }
                 });
-            const TConnection connection;
+            const TCConnection connection;
         };
         EXPECT_EXIT(connect(), testing::KilledBySignal(SIGSEGV),
                     "the last attempt.*attempts != MAX_DBUS_CONNECTION_ATTEMPTS");

@@ -56,7 +56,7 @@ std::string Describe(DBusMessage* message)
         text += std::string(" ") + static_cast<char>(type) + ":";
         if (type == DBUS_TYPE_ARRAY)
         {
-            text += TScriptedDaemon::Payload(message);
+            text += TCScriptedDaemon::Payload(message);
             continue;
         }
         DBusBasicValue value;
@@ -67,17 +67,17 @@ std::string Describe(DBusMessage* message)
 }
 
 // Answers every call, keeps its description, and gives the statuses in turn (1 when they are used up).
-class TRecorder
+class TCRecorder
 {
 public:
-    explicit TRecorder(std::vector<unsigned char> statuses = {}) : m_statuses(std::move(statuses)) {}
+    explicit TCRecorder(std::vector<unsigned char> statuses = {}) : m_statuses(std::move(statuses)) {}
 
-    TScriptedDaemon::TMessage operator()(const TScriptedDaemon::TMessage& request)
+    TCScriptedDaemon::TMessage operator()(const TCScriptedDaemon::TMessage& request)
     {
         const std::lock_guard lock(m_mutex);
         m_seen.push_back(Describe(request.get()));
         const unsigned char status = m_seen.size() <= m_statuses.size() ? m_statuses[m_seen.size() - 1] : 1;
-        return dbus_message_get_no_reply(request.get()) ? nullptr : TScriptedDaemon::Reply(request, status, "ok");
+        return dbus_message_get_no_reply(request.get()) ? nullptr : TCScriptedDaemon::Reply(request, status, "ok");
     }
     std::vector<std::string> Seen()
     {
@@ -91,15 +91,15 @@ private:
     std::vector<unsigned char> m_statuses;
 };
 
-using CallTest = TBusTest;
+using CallTest = TCBusTest;
 } // namespace
 
 TEST_F(CallTest, MessagesHaveTheDaemonsLayout)
 {
     // The fourth reply asks for the program's name again.
-    TRecorder recorder({1, 1, 1, 0x81, 0x81, 1, 1});
-    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME}, std::ref(recorder));
-    TConnection connection;
+    TCRecorder recorder({1, 1, 1, 0x81, 0x81, 1, 1});
+    TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME}, std::ref(recorder));
+    TCConnection connection;
     EXPECT_TRUE(CallAsync(connection, 20, "a")); // before a reply, one-way calls carry the name each time
     EXPECT_TRUE(CallAsync(connection, 21, ""));
     EXPECT_EQ(Call(connection, 1, "first").payload, "ok");
@@ -126,7 +126,7 @@ TEST_F(CallTest, MessagesHaveTheDaemonsLayout)
 
 TEST_F(CallTest, PreparedMessageEqualsOneBuiltByHand)
 {
-    TConnection connection;
+    TCConnection connection;
     for (const std::string payload : {"", "abc"})
     {
         TCMessageBuffer input;
@@ -142,8 +142,8 @@ TEST_F(CallTest, PreparedMessageEqualsOneBuiltByHand)
 
 TEST_F(CallTest, PayloadsOfEverySizeComeBack)
 {
-    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME}, Echo);
-    TConnection connection;
+    TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME}, Echo);
+    TCConnection connection;
     for (const std::size_t size : {0, 1, 63, 4095, 4096, 4097, 300000, 0x1000000})
     {
         std::string payload(size, '\0');
@@ -169,14 +169,14 @@ TEST_F(CallTest, PayloadsOfEverySizeComeBack)
 TEST_F(CallTest, LargeOneWayCallLeavesWithoutFurtherCalls)
 {
     std::atomic<std::size_t> received{0};
-    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
-                           [&](const TScriptedDaemon::TMessage& request) -> TScriptedDaemon::TMessage
-                           {
-                               received = TScriptedDaemon::Payload(request.get()).size();
-                               received.notify_all();
-                               return nullptr;
-                           });
-    TConnection connection;
+    TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
+                            [&](const TCScriptedDaemon::TMessage& request) -> TCScriptedDaemon::TMessage
+                            {
+                                received = TCScriptedDaemon::Payload(request.get()).size();
+                                received.notify_all();
+                                return nullptr;
+                            });
+    TCConnection connection;
     EXPECT_TRUE(CallAsync(connection, 1, std::string(5000000, 'x')));
     received.wait(0);
     EXPECT_EQ(received.load(), 5000000U);
@@ -185,31 +185,31 @@ TEST_F(CallTest, LargeOneWayCallLeavesWithoutFurtherCalls)
 TEST_F(CallTest, ThreadsGetTheirOwnAnswersWhateverTheOrder)
 {
     // Every third request is answered only after the next one.
-    TScriptedDaemon::TMessage held;
-    TScriptedDaemon* self = nullptr;
+    TCScriptedDaemon::TMessage held;
+    TCScriptedDaemon* self = nullptr;
     int count = 0;
-    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
-                           [&](const TScriptedDaemon::TMessage& request) -> TScriptedDaemon::TMessage
-                           {
-                               if (dbus_message_get_no_reply(request.get()))
-                               {
-                                   return nullptr;
-                               }
-                               if (++count % 3 == 0 && !held && TScriptedDaemon::Payload(request.get()) != "push")
-                               {
-                                   held = Echo(request);
-                                   return nullptr;
-                               }
-                               const auto reply = Echo(request);
-                               if (const auto late = std::exchange(held, nullptr))
-                               {
-                                   self->Send(reply);
-                                   return late;
-                               }
-                               return reply;
-                           });
+    TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
+                            [&](const TCScriptedDaemon::TMessage& request) -> TCScriptedDaemon::TMessage
+                            {
+                                if (dbus_message_get_no_reply(request.get()))
+                                {
+                                    return nullptr;
+                                }
+                                if (++count % 3 == 0 && !held && TCScriptedDaemon::Payload(request.get()) != "push")
+                                {
+                                    held = Echo(request);
+                                    return nullptr;
+                                }
+                                const auto reply = Echo(request);
+                                if (const auto late = std::exchange(held, nullptr))
+                                {
+                                    self->Send(reply);
+                                    return late;
+                                }
+                                return reply;
+                            });
     self = &daemon;
-    TConnection connection;
+    TCConnection connection;
     std::atomic<int> wrong{0};
     std::atomic<int> working{4};
     std::vector<std::thread> callers;
@@ -242,13 +242,13 @@ TEST_F(CallTest, ThreadsGetTheirOwnAnswersWhateverTheOrder)
 
 TEST_F(CallTest, PriorityIsLentDuringMethods7And8Only)
 {
-    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
-                           [](const TScriptedDaemon::TMessage& request)
-                           {
-                               RecordLoan("served");
-                               return Echo(request);
-                           });
-    TConnection connection;
+    TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
+                            [](const TCScriptedDaemon::TMessage& request)
+                            {
+                                RecordLoan("served");
+                                return Echo(request);
+                            });
+    TCConnection connection;
     g_loans.clear();
     for (const short methodId : {6, 7, 8, 9})
     {
@@ -263,19 +263,19 @@ TEST_F(CallTest, PriorityIsLentDuringMethods7And8Only)
                                               testing::AnyOf("served", "set 0 ci-daemon 1999"), testing::_, testing::_,
                                               "served"));
     EXPECT_EQ(std::count(g_loans.begin(), g_loans.end(), "set 0 ci-daemon 1999"), 3);
-    EXPECT_EQ(TLogCapture::Count("[TCCIMIPCConnection::StrartPriorityInheritance]  Activating inheritance"), 3U);
-    EXPECT_EQ(TLogCapture::Count("[TCCIMIPCConnection::StopPriorityInheritance]  Deactivating inheritance"), 3U);
+    EXPECT_EQ(TCLogCapture::Count("[TCCIMIPCConnection::StrartPriorityInheritance]  Activating inheritance"), 3U);
+    EXPECT_EQ(TCLogCapture::Count("[TCCIMIPCConnection::StopPriorityInheritance]  Deactivating inheritance"), 3U);
 }
 
 TEST_F(CallTest, ChildOfAForkLeavesTheParentsConnectionAlone)
 {
-    TScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME}, Echo);
-    TConnection connection;
+    TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME}, Echo);
+    TCConnection connection;
     EXPECT_EQ(Call(connection, 1, "before").payload, "before");
     InChild(
         [&]
         {
-            TLogCapture::Clear();
+            TCLogCapture::Clear();
             EXPECT_FALSE(Call(connection, 1, "child").handled);
             EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::Call] The connection belongs to the parent process"));
             EXPECT_FALSE(CallAsync(connection, 1, "child"));

@@ -19,34 +19,34 @@ namespace CIM
 constexpr int MATCH_RULE_LIMIT = 200;
 
 /// The bus of this test program: libdbus reads the address of the system bus once per process.
-inline TPrivateBus& Bus()
+inline TCPrivateBus& Bus()
 {
-    static TPrivateBus bus("<limit name=\"max_match_rules_per_connection\">" + std::to_string(MATCH_RULE_LIMIT) +
-                           "</limit>");
+    static TCPrivateBus bus("<limit name=\"max_match_rules_per_connection\">" + std::to_string(MATCH_RULE_LIMIT) +
+                            "</limit>");
     return bus;
 }
 
 /// Starts each test on a fresh bus and with an empty log.
-class TBusTest : public testing::Test
+class TCBusTest : public testing::Test
 {
 protected:
-    TBusTest()
+    TCBusTest()
     {
         Bus().Restart();
         while (g_main_context_iteration(nullptr, FALSE)) // connections of tests before notice that their bus is gone
         {
         }
-        TLogCapture::Clear();
-        TFakeClock::Clear();
+        TCLogCapture::Clear();
+        TCFakeClock::Clear();
     }
-    ~TBusTest() override { TFakeClock::Clear(); }
+    ~TCBusTest() override { TCFakeClock::Clear(); }
 };
 
 /// The connection under test, its protected operations within reach.
-class TConnection : public TCCIMIPCConnection
+class TCConnection : public TCCIMIPCConnection
 {
 public:
-    explicit TConnection(bool attachToMainLoop = true)
+    explicit TCConnection(bool attachToMainLoop = true)
         : TCCIMIPCConnection(CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME, CI_SIGNAL_SUBSCRIBER_OBJECT_NAME, attachToMainLoop)
     {
     }
@@ -91,7 +91,7 @@ inline bool CallAsync(TICIMIPCConnection& connection, short methodId, std::strin
 inline bool IsErrorLine(std::string_view text)
 {
     int place = 0;
-    for (const SLogLine& line : TLogCapture::Lines())
+    for (const SLogLine& line : TCLogCapture::Lines())
     {
         if (line.text.find(text) != std::string::npos && line.text.find("[CIM_MAJOR] pid[") != std::string::npos)
         {
@@ -123,8 +123,8 @@ bool RunMainLoopUntil(TPredicate predicate)
 }
 
 /// Answers every call by its own payload.
-inline TScriptedDaemon::TMessage Echo(const TScriptedDaemon::TMessage& request)
+inline TCScriptedDaemon::TMessage Echo(const TCScriptedDaemon::TMessage& request)
 {
-    return TScriptedDaemon::Reply(request, 1, TScriptedDaemon::Payload(request.get()));
+    return TCScriptedDaemon::Reply(request, 1, TCScriptedDaemon::Payload(request.get()));
 }
 } // namespace CIM

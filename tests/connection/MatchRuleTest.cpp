@@ -15,7 +15,7 @@ void RecordMatch(int messageId, TCMessageBuffer& payload)
     g_matched.push_back(std::to_string(messageId) + " " + Text(payload) + " from " + payload.GetSender());
 }
 
-class MatchRuleTest : public TBusTest
+class MatchRuleTest : public TCBusTest
 {
 protected:
     MatchRuleTest() { g_matched.clear(); }
@@ -24,7 +24,7 @@ protected:
 
 TEST_F(MatchRuleTest, TextAndCut)
 {
-    TConnection connection;
+    TCConnection connection;
     char rule[256];
     connection.t_CreateMatchRule(IPC_MESSAGE_SIGNAL, 5, TVSHandle(static_cast<EProfile>(1), 2), rule);
     EXPECT_STREQ(rule, "path='/com/kelvora/ciapi/SignalObject', type='signal', "
@@ -39,7 +39,7 @@ TEST_F(MatchRuleTest, TextAndCut)
     // A rule that does not fit, or that the bus cannot read, is refused by the bus and hurts nobody.
     for (const std::string& path : {"/" + std::string(300, 'a'), std::string("/'"), std::string("/\xff")})
     {
-        struct TOther : TCCIMIPCConnection
+        struct TSOther : TCCIMIPCConnection
         {
             using TCCIMIPCConnection::t_CreateMatchRule;
             using TCCIMIPCConnection::TCCIMIPCConnection;
@@ -52,19 +52,19 @@ TEST_F(MatchRuleTest, TextAndCut)
 
 TEST_F(MatchRuleTest, BusPassesOnlyWhatWasAskedFor)
 {
-    TScriptedDaemon daemon({}, Echo);
-    TConnection connection;
+    TCScriptedDaemon daemon({}, Echo);
+    TCConnection connection;
     const TVSHandle handle(static_cast<EProfile>(1), 2);
     connection.SetCallbackFunction(IPC_MESSAGE_SIGNAL, RecordMatch);
     EXPECT_TRUE(connection.AddMatchRule(IPC_MESSAGE_SIGNAL, 5, handle));
     EXPECT_TRUE(connection.AddMatchRule(IPC_MESSAGE_SIGNAL, 6, handle));
     const auto sendAll = [&]
     {
-        daemon.Send(TScriptedDaemon::Signal("Signal", "5", "65538", "mine"));
-        daemon.Send(TScriptedDaemon::Signal("Signal", "5", "65539", "other handle"));
-        daemon.Send(TScriptedDaemon::Signal("Signal", "7", "65538", "other identifier"));
-        daemon.Send(TScriptedDaemon::Signal("PipelineSignal", "5", "65538", "other type"));
-        daemon.Send(TScriptedDaemon::Signal("Signal", "6", "65538", "last"));
+        daemon.Send(TCScriptedDaemon::Signal("Signal", "5", "65538", "mine"));
+        daemon.Send(TCScriptedDaemon::Signal("Signal", "5", "65539", "other handle"));
+        daemon.Send(TCScriptedDaemon::Signal("Signal", "7", "65538", "other identifier"));
+        daemon.Send(TCScriptedDaemon::Signal("PipelineSignal", "5", "65538", "other type"));
+        daemon.Send(TCScriptedDaemon::Signal("Signal", "6", "65538", "last"));
     };
     sendAll();
     EXPECT_TRUE(RunMainLoopUntil([] { return g_matched.size() >= 2; }));
@@ -83,8 +83,8 @@ TEST_F(MatchRuleTest, BusPassesOnlyWhatWasAskedFor)
 
 TEST_F(MatchRuleTest, LimitOfTheBus)
 {
-    TScriptedDaemon daemon({}, Echo);
-    TConnection connection;
+    TCScriptedDaemon daemon({}, Echo);
+    TCConnection connection;
     connection.SetCallbackFunction(IPC_MESSAGE_SIGNAL, RecordMatch);
     for (int identifier = 0; identifier < MATCH_RULE_LIMIT; ++identifier)
     {
@@ -92,7 +92,7 @@ TEST_F(MatchRuleTest, LimitOfTheBus)
     }
     EXPECT_FALSE(connection.AddMatchRule(IPC_MESSAGE_SIGNAL, -1, TVSHandle(PROFILE_MAIN, 1)));
     EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::AddMatchRule] Cannot add match rule: "));
-    daemon.Send(TScriptedDaemon::Signal("Signal", "0", "1", "x")); // the rules before still work
+    daemon.Send(TCScriptedDaemon::Signal("Signal", "0", "1", "x")); // the rules before still work
     EXPECT_TRUE(RunMainLoopUntil([] { return g_matched.size() == 1; }));
     EXPECT_TRUE(connection.RemoveMatchRule(IPC_MESSAGE_SIGNAL, 2, TVSHandle(PROFILE_MAIN, 1)));
     EXPECT_TRUE(connection.AddMatchRule(IPC_MESSAGE_SIGNAL, -1, TVSHandle(PROFILE_MAIN, 1)));
@@ -100,10 +100,10 @@ TEST_F(MatchRuleTest, LimitOfTheBus)
 
 TEST_F(MatchRuleTest, SignalsReadWhileARuleIsChangedAreDispatchedAtOnce)
 {
-    TScriptedDaemon daemon({}, Echo);
-    TConnection connection;
+    TCScriptedDaemon daemon({}, Echo);
+    TCConnection connection;
     connection.SetCallbackFunction(IPC_MESSAGE_SIGNAL, RecordMatch);
-    const auto signal = TScriptedDaemon::Signal("Signal", "1", "1", "x");
+    const auto signal = TCScriptedDaemon::Signal("Signal", "1", "1", "x");
     dbus_message_set_destination(signal.get(), connection.GetReceiverId().c_str());
     daemon.Send(signal);
     // The signal is in front of the bus's answer sooner or later, and then the change reads it.

@@ -22,7 +22,7 @@ namespace CIM
 namespace
 {
 using namespace std::string_literals;
-using TMessage = TScriptedDaemon::TMessage;
+using TMessage = TCScriptedDaemon::TMessage;
 
 constexpr const char* NO_REPLY = "org.freedesktop.DBus.Error.NoReply";
 
@@ -30,14 +30,14 @@ constexpr const char* NO_REPLY = "org.freedesktop.DBus.Error.NoReply";
 const std::string SEVEN = "\1\0\0\0\2\0\0\0\x0c\0\0\0\1\0\0\0\4\0\0\0\7\0\0\0"s;
 const std::string SHORT_SEVEN = "\1\0\0\0\2\0\0\0\x0a\0\0\0\1\0\0\0\2\0\0\0\7\0"s;
 
-class THelper : public TIIPCHelper
+class TCHelper : public TIIPCHelper
 {
 public:
     boost::shared_ptr<TICIMIPCConnection> GetIPCConnection() const override { return connection; }
-    boost::shared_ptr<TConnection> connection = boost::make_shared<TConnection>();
+    boost::shared_ptr<TCConnection> connection = boost::make_shared<TCConnection>();
 };
 
-class OutcomeTest : public TBusTest
+class OutcomeTest : public TCBusTest
 {
 protected:
     OutcomeTest()
@@ -59,20 +59,20 @@ protected:
     }
     static void ExpectOutcome(ECallOutcome outcome, const std::string& words) { ExpectOutcome(outcome, "", "", words); }
 
-    TTempMarker m_marker;
-    TFeatureKeys m_keys;
+    TCTempMarker m_marker;
+    TCFeatureKeys m_keys;
     std::function<TMessage(const TMessage&)> m_answer = [](const TMessage& request)
-    { return TScriptedDaemon::Reply(request, 1, SEVEN); };
-    std::unique_ptr<TScriptedDaemon> m_daemon = std::make_unique<TScriptedDaemon>(
+    { return TCScriptedDaemon::Reply(request, 1, SEVEN); };
+    std::unique_ptr<TCScriptedDaemon> m_daemon = std::make_unique<TCScriptedDaemon>(
         std::vector<std::string>{CI_GENERAL_CONNECTION_NAME, CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME},
         [this](const TMessage& request) { return m_answer(request); });
-    boost::shared_ptr<THelper> m_helper = boost::make_shared<THelper>();
+    boost::shared_ptr<TCHelper> m_helper = boost::make_shared<TCHelper>();
     TCCIGeneralProxy m_general{m_helper};
 };
 
 TMessage Error(const TMessage& request, const std::string& text)
 {
-    return TScriptedDaemon::Error(request, "org.kelvora.Oops", text.c_str());
+    return TCScriptedDaemon::Error(request, "org.kelvora.Oops", text.c_str());
 }
 
 // A reply, or an error without text, with one number.
@@ -109,9 +109,9 @@ TEST_F(OutcomeTest, FollowsFromTheReply)
         std::string errorText;
         std::string words;
     } rows[] = {
-        {"a result", [](const TMessage& r) { return TScriptedDaemon::Reply(r, 1, SEVEN); }, 7, ANSWERED, "", "",
+        {"a result", [](const TMessage& r) { return TCScriptedDaemon::Reply(r, 1, SEVEN); }, 7, ANSWERED, "", "",
          "answered"},
-        {"no payload", [](const TMessage& r) { return TScriptedDaemon::Reply(r, 1, ""); }, -1, ANSWERED, "", "",
+        {"no payload", [](const TMessage& r) { return TCScriptedDaemon::Reply(r, 1, ""); }, -1, ANSWERED, "", "",
          "answered"},
         {"an error", [](const TMessage& r) { return Error(r, "no card"); }, 0, ERROR_REPLY, oops, "no card",
          oops + ": no card"},
@@ -122,8 +122,8 @@ TEST_F(OutcomeTest, FollowsFromTheReply)
         {"an error without text", ErrorWithoutText, 0, ERROR_REPLY, oops, "", oops},
         {"an error with a number", [](const TMessage& r) { return Number(ErrorWithoutText(r), DBUS_TYPE_INT32, 5); }, 0,
          ERROR_REPLY, oops, "", oops},
-        {"status 0", [](const TMessage& r) { return TScriptedDaemon::Reply(r, 0, SEVEN); }, 0, CALL_OUTCOME_REFUSED, "",
-         "", "the daemon did not handle the call"},
+        {"status 0", [](const TMessage& r) { return TCScriptedDaemon::Reply(r, 0, SEVEN); }, 0, CALL_OUTCOME_REFUSED,
+         "", "", "the daemon did not handle the call"},
         {"no arguments", [](const TMessage& r) { return Own(dbus_message_new_method_return(r.get())); }, 0,
          NOT_READABLE, "", "", unreadable},
         {"a status of another type",
@@ -132,9 +132,9 @@ TEST_F(OutcomeTest, FollowsFromTheReply)
         {"a status alone",
          [](const TMessage& r) { return Number(Own(dbus_message_new_method_return(r.get())), DBUS_TYPE_BYTE, 1); }, -1,
          NOT_READABLE, "", "", unreadable},
-        {"a payload that is no tree", [](const TMessage& r) { return TScriptedDaemon::Reply(r, 1, "abc"); }, -1,
+        {"a payload that is no tree", [](const TMessage& r) { return TCScriptedDaemon::Reply(r, 1, "abc"); }, -1,
          NOT_READABLE, "", "", unreadable},
-        {"a result of another kind", [](const TMessage& r) { return TScriptedDaemon::Reply(r, 1, SHORT_SEVEN); }, -1,
+        {"a result of another kind", [](const TMessage& r) { return TCScriptedDaemon::Reply(r, 1, SHORT_SEVEN); }, -1,
          NOT_READABLE, "", "", unreadable},
     };
     for (const auto& row : rows)

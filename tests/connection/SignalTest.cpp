@@ -14,7 +14,7 @@ namespace CIM
 {
 namespace
 {
-using TMessage = TScriptedDaemon::TMessage;
+using TMessage = TCScriptedDaemon::TMessage;
 
 constexpr const char* MEMBERS[] = {
     "Signal",  "PipelineSignal", "Data", "Program",         "Section",  "TextData",    "Dsm", "CopyProtectionInfo",
@@ -40,7 +40,7 @@ void Throw(int messageId, TCMessageBuffer&)
     throw messageId;
 }
 
-TConnection* g_connection = nullptr;
+TCConnection* g_connection = nullptr;
 
 void CallBackIntoTheLibrary(int messageId, TCMessageBuffer& payload)
 {
@@ -55,28 +55,28 @@ bool CarriesHandle(int type) { return type == 0 || type == 1 || type == 10; }
 
 TMessage SignalOf(int type, const std::string& identifier, std::string_view payload)
 {
-    return TScriptedDaemon::Signal(MEMBERS[type], identifier, CarriesHandle(type) ? "65538" : nullptr, payload);
+    return TCScriptedDaemon::Signal(MEMBERS[type], identifier, CarriesHandle(type) ? "65538" : nullptr, payload);
 }
 
-class SignalTest : public TBusTest
+class SignalTest : public TCBusTest
 {
 protected:
     SignalTest() { g_received.clear(); }
-    void t_Send(const TConnection& connection, const TMessage& signal)
+    void t_Send(const TCConnection& connection, const TMessage& signal)
     {
         // Sent to the receiver itself: no match rule is needed.
-        dbus_message_set_destination(signal.get(), const_cast<TConnection&>(connection).GetReceiverId().c_str());
+        dbus_message_set_destination(signal.get(), const_cast<TCConnection&>(connection).GetReceiverId().c_str());
         m_daemon.Send(signal);
     }
-    TScriptedDaemon m_daemon{{CI_GENERAL_CONNECTION_NAME}, Echo};
+    TCScriptedDaemon m_daemon{{CI_GENERAL_CONNECTION_NAME}, Echo};
 };
 
-using SignalDeathTest = TBusTest;
+using SignalDeathTest = TCBusTest;
 } // namespace
 
 TEST_F(SignalTest, EachTypeReachesItsOwnCallbackOnly)
 {
-    TConnection connection;
+    TCConnection connection;
     for (int type = 0; type < IPC_MESSAGE_MAX; ++type)
     {
         g_received.clear();
@@ -90,29 +90,29 @@ TEST_F(SignalTest, EachTypeReachesItsOwnCallbackOnly)
         EXPECT_THAT(g_received, testing::ElementsAre(std::string("17 ") + MEMBERS[type], "-2 "));
         connection.UnsetCallbackFunction(static_cast<EIPCMessageType>(type), Record);
     }
-    EXPECT_EQ(TLogCapture::Count("[TCCIMIPCConnection::t_MessageHandler]  msgType: Program, msgId: 17"), 1U);
-    EXPECT_EQ(TLogCapture::Count("[TCCIMIPCConnection::SetCallbackFunction] Receiver: " + connection.GetReceiverId() +
-                                 ", MsgType: ATSC3Mpd, callback: 0x"),
+    EXPECT_EQ(TCLogCapture::Count("[TCCIMIPCConnection::t_MessageHandler]  msgType: Program, msgId: 17"), 1U);
+    EXPECT_EQ(TCLogCapture::Count("[TCCIMIPCConnection::SetCallbackFunction] Receiver: " + connection.GetReceiverId() +
+                                  ", MsgType: ATSC3Mpd, callback: 0x"),
               1U);
 }
 
 TEST_F(SignalTest, SecondCallbackReplacesTheFirst)
 {
-    TConnection connection(/*attachToMainLoop=*/false);
+    TCConnection connection(/*attachToMainLoop=*/false);
     connection.SetCallbackFunction(IPC_MESSAGE_DATA, Record);
     connection.SetCallbackFunction(IPC_MESSAGE_DATA, RecordSecond);
     connection.UnsetCallbackFunction(IPC_MESSAGE_DATA, Record);
     t_Send(connection, SignalOf(IPC_MESSAGE_DATA, "no number", "a"));
     EXPECT_TRUE(RunMainLoopUntil([] { return !g_received.empty(); }));
     EXPECT_THAT(g_received, testing::ElementsAre("second 0 a"));
-    EXPECT_EQ(TLogCapture::Count("[TCCIMIPCConnection::UnsetCallbackFunction]"), 0U);
+    EXPECT_EQ(TCLogCapture::Count("[TCCIMIPCConnection::UnsetCallbackFunction]"), 0U);
     connection.UnsetCallbackFunction(IPC_MESSAGE_DATA, RecordSecond);
-    EXPECT_EQ(TLogCapture::Count("[TCCIMIPCConnection::UnsetCallbackFunction]"), 1U);
+    EXPECT_EQ(TCLogCapture::Count("[TCCIMIPCConnection::UnsetCallbackFunction]"), 1U);
 }
 
 TEST_F(SignalTest, LengthsThatLieReadNothingBeyondTheArray)
 {
-    TConnection connection;
+    TCConnection connection;
     connection.SetCallbackFunction(IPC_MESSAGE_DATA, Record);
     const std::string large(5000, 'x');
     for (const dbus_int32_t stated : {1000000, 2, -1, 0x7fffffff})
@@ -128,12 +128,12 @@ TEST_F(SignalTest, LengthsThatLieReadNothingBeyondTheArray)
     }
     EXPECT_TRUE(RunMainLoopUntil([] { return g_received.size() == 4; }));
     EXPECT_THAT(g_received, testing::ElementsAre("5 abc", "5 ab", "5 ", "5 " + large));
-    EXPECT_EQ(TLogCapture::Count("[TCCIMIPCConnection::t_MessageHandler] Payload length"), 8U);
+    EXPECT_EQ(TCLogCapture::Count("[TCCIMIPCConnection::t_MessageHandler] Payload length"), 8U);
 }
 
 TEST_F(SignalTest, WhatTheFilterAnswers)
 {
-    TConnection connection;
+    TCConnection connection;
     // With the type texts of dbus_message_type_from_string.
     const struct
     {
@@ -160,7 +160,7 @@ TEST_F(SignalTest, WhatTheFilterAnswers)
     TCSignalReceiver receiver(CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME);
     const TMessage overflow(dbus_message_new(DBUS_MESSAGE_TYPE_ERROR), dbus_message_unref);
     dbus_message_set_error_name(overflow.get(), DBUS_ERROR_LIMITS_EXCEEDED);
-    EXPECT_EQ(TConnection::t_MessageHandlerHelper(nullptr, overflow.get(), &receiver), DBUS_HANDLER_RESULT_HANDLED);
+    EXPECT_EQ(TCConnection::t_MessageHandlerHelper(nullptr, overflow.get(), &receiver), DBUS_HANDLER_RESULT_HANDLED);
     EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::t_MessageHandlerHelper] Cannot send call message. Receiver queue "
                             "overflow - DBUS_ERROR_LIMITS_EXCEEDED. messageType[3]"));
 }
@@ -195,12 +195,12 @@ TEST_F(SignalDeathTest, MalformedSignalOfAKnownType)
     rows.emplace_back(make("Data"), "Incorrect type of argument. Expected DBUS_TYPE_ARRAY.");
     dbus_message_append_args(rows.back().first.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INT32, &number,
                              DBUS_TYPE_ARRAY, DBUS_TYPE_STRING, &texts, 1, DBUS_TYPE_INVALID);
-    TConnection connection;
+    TCConnection connection;
     for (const auto& [signal, line] : rows)
     {
         const auto deliver = [&connection, message = signal.get()]
         {
-            TLogCapture::EchoToStandardError(true);
+            TCLogCapture::EchoToStandardError(true);
             connection.t_MessageHandler(message);
         };
         EXPECT_EXIT(deliver(), testing::KilledBySignal(SIGSEGV),
@@ -212,7 +212,7 @@ TEST_F(SignalDeathTest, MalformedSignalOfAKnownType)
 
 TEST_F(SignalTest, ExceptionOfACallbackStopsInTheLibrary)
 {
-    TConnection connection;
+    TCConnection connection;
     connection.SetCallbackFunction(IPC_MESSAGE_DATA, Throw);
     t_Send(connection, SignalOf(IPC_MESSAGE_DATA, "1", ""));
     t_Send(connection, SignalOf(IPC_MESSAGE_DATA, "2", ""));
@@ -224,7 +224,7 @@ TEST_F(SignalTest, ExceptionOfACallbackStopsInTheLibrary)
 
 TEST_F(SignalTest, CallbackMayCallTheDaemonAndChangeItsRules)
 {
-    TConnection connection;
+    TCConnection connection;
     g_connection = &connection;
     connection.SetCallbackFunction(IPC_MESSAGE_SIGNAL, CallBackIntoTheLibrary);
     for (int count = 0; count < 20; ++count)
@@ -237,24 +237,24 @@ TEST_F(SignalTest, CallbackMayCallTheDaemonAndChangeItsRules)
 
 TEST_F(SignalTest, SecondConnectionAfterTheFirstWasDestroyed)
 {
-    auto first = std::make_unique<TConnection>();
+    auto first = std::make_unique<TCConnection>();
     first->SetCallbackFunction(IPC_MESSAGE_DATA, Record);
     const std::string firstReceiver = first->GetReceiverId();
     first.reset();
-    EXPECT_EQ(TLogCapture::Count("[TCCIMIPCConnection::~TCCIMIPCConnection]  Closing connection for receiver: " +
-                                 firstReceiver),
+    EXPECT_EQ(TCLogCapture::Count("[TCCIMIPCConnection::~TCCIMIPCConnection]  Closing connection for receiver: " +
+                                  firstReceiver),
               1U);
     const TMessage between = SignalOf(IPC_MESSAGE_DATA, "1", "between");
     dbus_message_set_destination(between.get(), firstReceiver.c_str());
     m_daemon.Send(between);
     const char* const refused = "TCCIMIPCConnection::t_MessageHandlerHelper - is not active!";
     // Before it the bus announces two names; each of the three is refused, and each error line written twice.
-    EXPECT_TRUE(RunMainLoopUntil([&] { return TLogCapture::Count(refused) == 6; }));
+    EXPECT_TRUE(RunMainLoopUntil([&] { return TCLogCapture::Count(refused) == 6; }));
 
-    TConnection second;
+    TCConnection second;
     EXPECT_NE(second.GetReceiverId(), firstReceiver);
     second.SetCallbackFunction(IPC_MESSAGE_DATA, RecordSecond);
-    TLogCapture::Clear();
+    TCLogCapture::Clear();
     const TMessage late = SignalOf(IPC_MESSAGE_DATA, "1", "late");
     dbus_message_set_destination(late.get(), firstReceiver.c_str());
     m_daemon.Send(late);
@@ -265,7 +265,7 @@ TEST_F(SignalTest, SecondConnectionAfterTheFirstWasDestroyed)
 
 TEST_F(SignalTest, ApplicationOutlivesTheBus)
 {
-    TConnection connection;
+    TCConnection connection;
     connection.SetCallbackFunction(IPC_MESSAGE_DATA, Record);
     t_Send(connection, SignalOf(IPC_MESSAGE_DATA, "1", ""));
     EXPECT_TRUE(RunMainLoopUntil([] { return g_received.size() == 1; }));
@@ -277,7 +277,7 @@ TEST_F(SignalTest, ApplicationOutlivesTheBus)
 TEST_F(SignalTest, SubscribingFromManyThreadsWhileSignalsPourIn)
 {
     constexpr int SIGNALS = 3000;
-    TConnection connection;
+    TCConnection connection;
     connection.SetCallbackFunction(IPC_MESSAGE_DATA, Record);
     std::atomic<int> refused{0};
     std::vector<std::thread> threads;

@@ -139,7 +139,7 @@ std::string Decorated(const SEnumeration& row, int value, const std::string& nam
 TEST(Enumerations, EveryNamedValueHasItsNumberNameAndText)
 {
     std::map<std::string, std::set<int>> expectedValues;
-    TLogCapture::Clear();
+    TCLogCapture::Clear();
     for (const auto& [enumeration, value, name] : ExpectedNames())
     {
         SCOPED_TRACE(enumeration + " " + std::to_string(value));
@@ -154,7 +154,7 @@ TEST(Enumerations, EveryNamedValueHasItsNumberNameAndText)
     {
         EXPECT_EQ(row.values, expectedValues[enumeration]) << enumeration;
     }
-    EXPECT_TRUE(TLogCapture::Lines().empty());
+    EXPECT_TRUE(TCLogCapture::Lines().empty());
 }
 
 TEST(Enumerations, AValueWithoutANameSaysSoInItsGroupsWay)
@@ -169,9 +169,9 @@ TEST(Enumerations, AValueWithoutANameSaysSoInItsGroupsWay)
                 continue;
             }
             SCOPED_TRACE(enumeration + " " + std::to_string(value));
-            TLogCapture::Clear();
+            TCLogCapture::Clear();
             const std::string text = row.text(value);
-            const auto lines = TLogCapture::Lines();
+            const auto lines = TCLogCapture::Lines();
             const std::string number = std::to_string(value);
             if (row.unnamed == LOGGED || row.unnamed == LOGGED_AS_ERROR)
             {

@@ -9,7 +9,7 @@ namespace CIM
 namespace
 {
 using TBytes = std::vector<unsigned char>;
-using TProfiles = std::list<TSCIOperatorProfileData>;
+using TCProfiles = std::list<TSCIOperatorProfileData>;
 
 TSCIOperatorProfileData Profile(unsigned short seed)
 {
@@ -21,18 +21,18 @@ TSCIOperatorProfileData Profile(unsigned short seed)
             OP_PROFILE_TYPE_PROFILED_TYPE_1};
 }
 
-TBytes Serialized(const TProfiles& profiles)
+TBytes Serialized(const TCProfiles& profiles)
 {
     TBytes data;
     EXPECT_TRUE(TSCIOperatorProfileData::Serialize(profiles, data));
     return data;
 }
 
-TProfiles Deserialized(const TBytes& data)
+TCProfiles Deserialized(const TBytes& data)
 {
     // A copy of exactly this size, so that a read past its end is seen by the sanitizers.
     const TBytes exact(data.begin(), data.end());
-    TProfiles profiles;
+    TCProfiles profiles;
     EXPECT_TRUE(TSCIOperatorProfileData::Deserialize(exact, profiles));
     return profiles;
 }
@@ -64,16 +64,16 @@ TEST(Serialization, KnownBytes)
                       0, 0x41, 0, 0x42, /**/ 0, 0, 0, 2, 0, 0, 0, 1, 0, 0, 0, 3, /**/ 0, 0, 0, 2}));
     EXPECT_TRUE(Serialized({}).empty());
 
-    TProfiles profiles = {bare};
+    TCProfiles profiles = {bare};
     EXPECT_TRUE(TSCIOperatorProfileData::Deserialize(Serialized({named, Profile(7)}), profiles));
-    EXPECT_EQ(profiles, (TProfiles{bare, named, Profile(7)}));
+    EXPECT_EQ(profiles, (TCProfiles{bare, named, Profile(7)}));
 }
 
 TEST(Serialization, MissingBytesBecomeFallbacks)
 {
     const TSCIOperatorProfileData nothing(ANTENNA_MODE_TERRESTRIAL, SERVICE_MODE_GENERIC, 0, {}, {},
                                           static_cast<EOpProfileType>(-1));
-    EXPECT_EQ(Deserialized({0, 0, 0, 2, 9, 9}), (TProfiles{nothing, nothing}));
+    EXPECT_EQ(Deserialized({0, 0, 0, 2, 9, 9}), (TCProfiles{nothing, nothing}));
     for (const TBytes& data : {TBytes{}, TBytes{0, 0, 1}, TBytes{0, 0, 0, 0, 1}})
     {
         EXPECT_TRUE(Deserialized(data).empty());
@@ -100,7 +100,7 @@ TEST(Serialization, MissingBytesBecomeFallbacks)
 
 TEST(Serialization, CountsBeyondReasonAreRefusedBeforeMemoryIsTaken)
 {
-    TProfiles profiles = {Profile(1)};
+    TCProfiles profiles = {Profile(1)};
     for (const TBytes& data : {TBytes{0xFF, 0xFF, 0xFF, 0xFF, 0, 0}, TBytes{0, 1, 0, 1}})
     {
         EXPECT_THROW(TSCIOperatorProfileData::Deserialize(data, profiles), std::length_error);
@@ -117,12 +117,12 @@ TEST(Serialization, CountsBeyondReasonAreRefusedBeforeMemoryIsTaken)
 
     name.insert(name.begin(), {0, 0, 0, 1});
     EXPECT_THROW(TSCIOperatorProfileData::Deserialize(name, profiles), std::length_error);
-    EXPECT_EQ(profiles, TProfiles{Profile(1)});
+    EXPECT_EQ(profiles, TCProfiles{Profile(1)});
 }
 
 TEST(Serialization, EveryTruncationKeepsWhatIsThere)
 {
-    TProfiles profiles;
+    TCProfiles profiles;
     for (unsigned short i = 0; i < 50; ++i)
     {
         profiles.push_back(Profile(i));
@@ -131,7 +131,7 @@ TEST(Serialization, EveryTruncationKeepsWhatIsThere)
     const std::size_t each = (data.size() - 4) / 50;
     for (std::size_t size = 0; size <= data.size(); ++size)
     {
-        const TProfiles read = Deserialized(TBytes(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(size)));
+        const TCProfiles read = Deserialized(TBytes(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(size)));
         ASSERT_EQ(read.size(), size < 4 ? 0u : 50u) << size;
         const std::size_t whole = size < 4 ? 0 : (size - 4) / each;
         ASSERT_TRUE(
@@ -143,7 +143,7 @@ TEST(Serialization, EveryTruncationKeepsWhatIsThere)
 
 TEST(Serialization, EveryCorruptByteGivesProfilesOrARefusal)
 {
-    const TProfiles profiles = {Profile(1), Profile(2), Profile(3)};
+    const TCProfiles profiles = {Profile(1), Profile(2), Profile(3)};
     const TBytes data = Serialized(profiles);
     const std::size_t kProfileSize = (data.size() - 4) / profiles.size();
     for (std::size_t at = 0; at < data.size(); ++at)
@@ -156,7 +156,7 @@ TEST(Serialization, EveryCorruptByteGivesProfilesOrARefusal)
                                       static_cast<std::size_t>(corrupt[2]) << 8 | corrupt[3];
             try
             {
-                const TProfiles read = Deserialized(corrupt);
+                const TCProfiles read = Deserialized(corrupt);
                 ASSERT_EQ(read.size(), count);
                 const bool unused =
                     at >= 4 && (at - 4) % kProfileSize >= 8 && (at - 4) % kProfileSize < 11; // of the slot

@@ -56,7 +56,7 @@ struct SEnd
 template <class TBody>
 SEnd EndOf(bool consoleOpens, TBody body)
 {
-    const TTempFolder folder;
+    const TCTempFolder folder;
     std::ofstream(folder.File("console")) << "old\n";
     std::fflush(nullptr);
     GetPid(); // kept before the fork, so that the lines of the child carry a process id that is known here
@@ -75,8 +75,8 @@ SEnd EndOf(bool consoleOpens, TBody body)
             backtrace(warm, 1);
             setrlimit(RLIMIT_NOFILE, &none);
         }
-        TLogCapture::EchoToStandardError(true);
-        TFakeClock::OnSleep([](unsigned int time) { std::fprintf(stderr, "sleep %u\n", time); });
+        TCLogCapture::EchoToStandardError(true);
+        TCFakeClock::OnSleep([](unsigned int time) { std::fprintf(stderr, "sleep %u\n", time); });
         prctl(PR_SET_NAME, "asserting", 0, 0, 0);
         body();
         _exit(0);
@@ -111,12 +111,12 @@ void ExpectReport(const std::vector<std::string>& errors, std::size_t at, const 
 
 TEST(Assertion, HoldingConditionsAreFree)
 {
-    TLogCapture::Clear();
+    TCLogCapture::Clear();
     int evaluated = 0;
     CIM_ASSERT(++evaluated == 1);
     CIM_ASSERT(++evaluated == 2, "message %d", 1);
     EXPECT_EQ(evaluated, 2);
-    EXPECT_TRUE(TLogCapture::Lines().empty());
+    EXPECT_TRUE(TCLogCapture::Lines().empty());
 }
 
 TEST(Assertion, ReportsThenEndsTheProcessWithASegmentationFault)

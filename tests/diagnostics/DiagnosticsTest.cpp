@@ -22,7 +22,7 @@ using testing::ElementsAre;
 std::vector<std::string> Shapes()
 {
     std::vector<std::string> shapes;
-    for (const SLogLine& line : TLogCapture::Lines())
+    for (const SLogLine& line : TCLogCapture::Lines())
     {
         shapes.push_back(std::to_string(line.buffer) + "/" + std::to_string(line.priority) + " " + line.tag + " " +
                          line.text);
@@ -48,7 +48,7 @@ TEST(Diagnostics, EachKindOfLineHasItsShapeAndPlace)
 {
     const std::string pid = std::to_string(getpid());
     const std::string prog = GetProgName();
-    TLogCapture::Clear();
+    TCLogCapture::Clear();
     CIM_LOG_INFO_AT("f", 7, "value %d", 1);
     CIM_LOG_ERROR_AT("f", 8, "plain");
     CIM_LOG_ASSERTION_AT("f", 9, "%s", "x");
@@ -75,7 +75,7 @@ TEST(TraceLock, LogsEntryAndExitWhileItHoldsTheMutex)
     {
         const std::string in = "0/4 CI_API CIAPITraceLock.cpp: TCCIAPITraceLock(35) > " + who + row.trace + " IN";
         const std::string out = "0/4 CI_API CIAPITraceLock.cpp: ~TCCIAPITraceLock(43) > " + who + row.trace + " OUT";
-        TLogCapture::Clear();
+        TCLogCapture::Clear();
         std::recursive_mutex mutex;
         const auto isFree = [&mutex]
         {

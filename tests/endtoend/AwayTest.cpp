@@ -76,7 +76,7 @@ std::size_t CheckNullAnswers(const std::vector<SAnswer>& answers)
 
 TEST(SignalsEndToEnd, ASubscriptionBringsItsSignalsAndNoOthers)
 {
-    TSimulator simulator;
+    TCSimulator simulator;
     ICISignalSubscriber* const ci = TCCIService::CISignalSubscriberInstance(&Receive);
     int one = 1;
     int two = 2;
@@ -103,7 +103,7 @@ TEST(SignalsEndToEnd, ASubscriptionBringsItsSignalsAndNoOthers)
 
 TEST(AwayEndToEnd, WithoutTheDaemonEveryOperationGivesItsNullAnswer)
 {
-    TSimulator simulator;
+    TCSimulator simulator;
     ICIGeneral* const general = TCCIService::CIGeneralInstance();
     ICIAppMMI* const appMmi = TCCIService::CIAppMMIInstance();
     ICIAuxiliaryFileSystem* const fileSystem = TCCIService::CIAuxiliaryFileSystemInstance();
@@ -138,7 +138,7 @@ TEST(AwayEndToEnd, WithoutTheDaemonEveryOperationGivesItsNullAnswer)
 
 TEST(AwayEndToEnd, AFileRequestWaitsForTheDaemonsReturn)
 {
-    TSimulator simulator;
+    TCSimulator simulator;
     ICIAuxiliaryFileSystem* const ci = TCCIService::CIAuxiliaryFileSystemInstance();
     simulator.Restart(700);
     ASSERT_TRUE(WaitFor([&] { return !simulator.IsThere(); }));

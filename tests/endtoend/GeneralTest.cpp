@@ -46,7 +46,7 @@ protected:
                    : "";
     }
 
-    TSimulator m_simulator;
+    TCSimulator m_simulator;
     ICIGeneral* m_ci = TCCIService::CIGeneralInstance();
     const TVSHandle m_pipeline{PROFILE_MAIN, 1};
 };

@@ -16,7 +16,7 @@ class InterfacesEndToEnd : public testing::Test
 protected:
     InterfacesEndToEnd() { m_simulator.Advance(2'000); } // until the CAM is ready
 
-    TSimulator m_simulator;
+    TCSimulator m_simulator;
     const TVSHandle m_pipeline{PROFILE_MAIN, 1};
 };
 } // namespace

@@ -28,19 +28,19 @@ std::string WithoutBlanks(std::string text)
 }
 } // namespace
 
-TSimulator::TSimulator() : m_connection(dbus_bus_get_private(DBUS_BUS_SYSTEM, nullptr))
+TCSimulator::TCSimulator() : m_connection(dbus_bus_get_private(DBUS_BUS_SYSTEM, nullptr))
 {
     Check(m_connection != nullptr, "no bus: run this program with ci-daemon-sim run");
     dbus_connection_set_exit_on_disconnect(m_connection, FALSE);
 }
 
-TSimulator::~TSimulator()
+TCSimulator::~TCSimulator()
 {
     dbus_connection_close(m_connection);
     dbus_connection_unref(m_connection);
 }
 
-std::string TSimulator::m_Call(const char* verb, int firstType, ...)
+std::string TCSimulator::m_Call(const char* verb, int firstType, ...)
 {
     DBusMessage* const call =
         dbus_message_new_method_call(NAME, "/com/kelvora/cisim", "com.kelvora.cisim.Control", verb);
@@ -66,17 +66,17 @@ std::string TSimulator::m_Call(const char* verb, int firstType, ...)
     return copy;
 }
 
-std::string TSimulator::State() { return WithoutBlanks(m_Call("State", DBUS_TYPE_INVALID)); }
-std::string TSimulator::Journal() { return WithoutBlanks(m_Call("Journal", DBUS_TYPE_INVALID)); }
+std::string TCSimulator::State() { return WithoutBlanks(m_Call("State", DBUS_TYPE_INVALID)); }
+std::string TCSimulator::Journal() { return WithoutBlanks(m_Call("Journal", DBUS_TYPE_INVALID)); }
 
-void TSimulator::Quit()
+void TCSimulator::Quit()
 {
     m_Call("Quit", DBUS_TYPE_INVALID);
     Check(WaitFor([this] { return !IsThere() && dbus_bus_name_has_owner(m_connection, NAME, nullptr) == 0; }),
           "the simulator does not end");
 }
 
-bool TSimulator::IsThere() const
+bool TCSimulator::IsThere() const
 {
     return dbus_bus_name_has_owner(m_connection, CI_AUXILIARY_FILE_SYSTEM_NAME.c_str(), nullptr) != 0;
 }

@@ -16,13 +16,13 @@
 namespace CIM
 {
 /// The way to the simulator's control object. Bound to its thread.
-class TSimulator
+class TCSimulator
 {
 public:
-    TSimulator();
-    ~TSimulator();
-    TSimulator(const TSimulator&) = delete;
-    TSimulator& operator=(const TSimulator&) = delete;
+    TCSimulator();
+    ~TCSimulator();
+    TCSimulator(const TCSimulator&) = delete;
+    TCSimulator& operator=(const TCSimulator&) = delete;
 
     /// Lets virtual milliseconds pass.
     /// \return what the virtual clock then shows

@@ -149,7 +149,7 @@ unsigned Pvr(unsigned round)
 }
 
 /// How many calls the simulator has got.
-unsigned long long Handled(TSimulator& simulator)
+unsigned long long Handled(TCSimulator& simulator)
 {
     const std::string journal = simulator.Journal();
     const std::string key = R"("number":)";
@@ -159,7 +159,7 @@ unsigned long long Handled(TSimulator& simulator)
 
 int Run(int seconds)
 {
-    TSimulator simulator;
+    TCSimulator simulator;
     ICIGeneral* const general = TCCIService::CIGeneralInstance();
     std::map<unsigned char, ECamStatus> statuses;
     Require(WaitFor([&] { return general->GetCiSlotStatus(statuses, 0) == 1 && statuses[0] == CAM_STATUS_READY; }),

@@ -42,14 +42,14 @@ struct TArgument
 };
 
 /// The golden requests and replies of one interface.
-struct TGoldenLine
+struct TSGoldenLine
 {
     std::string name;
     bool mayBeOneWay = false;
     std::string request;
     std::string reply;
 };
-std::map<int, TGoldenLine> ReadGolden(const std::string& interfaceName);
+std::map<int, TSGoldenLine> ReadGolden(const std::string& interfaceName);
 std::string ToHex(const std::string& bytes);
 std::string FromHex(const std::string& hex);
 
@@ -74,7 +74,7 @@ public:
                     TArgument<std::remove_cvref_t<Parameters>>... arguments)
     {
         ASSERT_TRUE(m_lines.count(id)) << id << " is not in the golden file, or twice in the test";
-        const TGoldenLine line = m_lines[id];
+        const TSGoldenLine line = m_lines[id];
         m_lines.erase(id);
         SCOPED_TRACE(std::string(protocol::NameOf<Interface>()) + " " + std::to_string(id) + " " + line.name);
         EXPECT_EQ(line.mayBeOneWay, ((arguments.use == CHOOSES_ONE_WAY) || ...));
@@ -87,12 +87,12 @@ public:
 
 private:
     template <class Result, class... Parameters, class... Arguments>
-    void m_CallProxy(int id, const TGoldenLine& line, bool oneWay, Result (Interface::*member)(Parameters...),
+    void m_CallProxy(int id, const TSGoldenLine& line, bool oneWay, Result (Interface::*member)(Parameters...),
                      const Result& result, const Arguments&... arguments)
     {
         const auto& connection = m_helper->connection;
         connection->calls.clear();
-        connection->answer = [&](const TFakeConnection::TCall&, std::string& reply)
+        connection->answer = [&](const TCFakeConnection::SCall&, std::string& reply)
         {
             reply = FromHex(line.reply);
             return true;
@@ -116,16 +116,16 @@ private:
             }
         };
         std::apply([&](auto&... value) { (prepare(value, arguments), ...); }, values);
-        TLogCapture::Clear();
+        TCLogCapture::Clear();
         const Result answer = std::apply([&](auto&... value) { return (m_proxy.*member)(value...); }, values);
 
         ASSERT_EQ(connection->calls.size(), 1u);
-        const TFakeConnection::TCall& call = connection->calls[0];
+        const TCFakeConnection::SCall& call = connection->calls[0];
         EXPECT_EQ(call.interfaceName, std::string("com.kelvora.ciapi.") + protocol::NameOf<Interface>());
         EXPECT_EQ(call.methodId, id);
         EXPECT_EQ(call.oneWay, oneWay);
         EXPECT_EQ(ToHex(call.payload), request);
-        EXPECT_EQ(TLogCapture::Count("methodName[" + line.name + "] asyncCall[" + (oneWay ? "true" : "false") + "]"),
+        EXPECT_EQ(TCLogCapture::Count("methodName[" + line.name + "] asyncCall[" + (oneWay ? "true" : "false") + "]"),
                   1u);
         if constexpr (std::is_same_v<Result, int>)
         {
@@ -148,7 +148,7 @@ private:
     }
 
     template <class Result, class... Parameters, class... Arguments>
-    void m_CallDaemonSide(int id, const TGoldenLine& line, bool oneWay, Result (Interface::*member)(Parameters...),
+    void m_CallDaemonSide(int id, const TSGoldenLine& line, bool oneWay, Result (Interface::*member)(Parameters...),
                           const Result& result, const Arguments&... arguments)
     {
         int calls = 0;
@@ -191,9 +191,9 @@ private:
         m_skeleton.On(member, {});
     }
 
-    TTempMarker m_marker;
-    std::map<int, TGoldenLine> m_lines;
-    boost::shared_ptr<TFakeHelper> m_helper = boost::make_shared<TFakeHelper>();
+    TCTempMarker m_marker;
+    std::map<int, TSGoldenLine> m_lines;
+    boost::shared_ptr<TCFakeHelper> m_helper = boost::make_shared<TCFakeHelper>();
     Proxy m_proxy{m_helper};
     Null m_null;
     protocol::TSkeleton<Interface> m_skeleton{m_null};

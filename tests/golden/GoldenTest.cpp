@@ -62,9 +62,9 @@ std::string FromHex(const std::string& hex)
     return bytes;
 }
 
-std::map<int, TGoldenLine> ReadGolden(const std::string& interfaceName)
+std::map<int, TSGoldenLine> ReadGolden(const std::string& interfaceName)
 {
-    std::map<int, TGoldenLine> lines;
+    std::map<int, TSGoldenLine> lines;
     std::ifstream file(GOLDEN_FILE);
     std::string text;
     while (std::getline(file, text))
@@ -78,7 +78,7 @@ std::map<int, TGoldenLine> ReadGolden(const std::string& interfaceName)
         if (line >> interface >> id >> name >> what >> bytes && interface == interfaceName)
         {
             std::erase(bytes, '|');
-            TGoldenLine& golden = lines[id];
+            TSGoldenLine& golden = lines[id];
             golden.name = name;
             golden.mayBeOneWay |= what == "request/one-way";
             (what == "reply" ? golden.reply : golden.request) = bytes;

@@ -61,7 +61,7 @@ SSystemInformation& Information()
 void SetKeys(std::map<std::string, int> keys)
 {
     Information().keys = std::move(keys);
-    TLogCapture::Clear();
+    TCLogCapture::Clear();
 }
 
 int FirstCallback(ECISignalType, EProfile, unsigned short, TSSignalData, void*) { return 0; }
@@ -85,7 +85,7 @@ std::vector<void*> AllInstances()
 std::vector<std::string> Functions(const std::string& piece)
 {
     std::vector<std::string> functions;
-    for (const SLogLine& line : TLogCapture::Lines())
+    for (const SLogLine& line : TCLogCapture::Lines())
     {
         const auto begin = line.text.find(": ") + 2;
         const std::string function = line.text.substr(begin, line.text.find('(') - begin);
@@ -105,9 +105,9 @@ TEST(Capability, MissingCountIsTriedThirtyTimesOnceAndMeansNoCi)
             SetKeys({{CI_FMS_SUPPORT, 1}, {CI_FMS_SUPPORT_CERTIFICATION, 1}});
             EXPECT_FALSE(TCCIService::IsCIOperable());
             EXPECT_FALSE(TCCIService::IsCIOperable());
-            EXPECT_EQ(TFakeClock::Sleeps(), 30u);
-            EXPECT_EQ(TFakeClock::Milliseconds(), 30000u);
-            const auto lines = TLogCapture::Lines();
+            EXPECT_EQ(TCFakeClock::Sleeps(), 30u);
+            EXPECT_EQ(TCFakeClock::Milliseconds(), 30000u);
+            const auto lines = TCLogCapture::Lines();
             ASSERT_EQ(lines.size(), 30u);
             for (std::size_t attempt = 0; attempt < lines.size(); ++attempt)
             {
@@ -128,10 +128,10 @@ TEST(Capability, CountThatAppearsIsReadOnceByHoweverManyThreads)
         []
         {
             SetKeys({});
-            TFakeClock::OnSleep(
+            TCFakeClock::OnSleep(
                 [](unsigned int)
                 {
-                    if (TFakeClock::Sleeps() == 3)
+                    if (TCFakeClock::Sleeps() == 3)
                     {
                         const std::lock_guard lock(Information().mutex);
                         Information().keys[CI_FMS_NUM_OF_CI] = 0;
@@ -154,9 +154,9 @@ TEST(Capability, CountThatAppearsIsReadOnceByHoweverManyThreads)
             {
                 thread.join();
             }
-            EXPECT_EQ(TFakeClock::Sleeps(), 3u);
+            EXPECT_EQ(TCFakeClock::Sleeps(), 3u);
             EXPECT_EQ(Information().reads, (std::map<std::string, int>{{CI_FMS_NUM_OF_CI, 4}}));
-            EXPECT_EQ(TLogCapture::Count("Number of CI is 0"), 1u);
+            EXPECT_EQ(TCLogCapture::Count("Number of CI is 0"), 1u);
             ASSERT_EQ(instances.size(), 1u);
             EXPECT_EQ((*instances.begin())->IsCiSupported(), 0);
         });
@@ -199,23 +199,23 @@ TEST(Capability, RegionNeedsSupportAndCertification)
                 if (row.alternating)
                 {
                     Information().keys.erase(CI_FMS_SUPPORT_CERTIFICATION);
-                    TFakeClock::OnSleep(
+                    TCFakeClock::OnSleep(
                         [both](unsigned int)
                         {
                             Information().keys = both;
-                            Information().keys.erase(TFakeClock::Sleeps() % 2 ? CI_FMS_SUPPORT
-                                                                              : CI_FMS_SUPPORT_CERTIFICATION);
+                            Information().keys.erase(TCFakeClock::Sleeps() % 2 ? CI_FMS_SUPPORT
+                                                                               : CI_FMS_SUPPORT_CERTIFICATION);
                         });
                 }
                 EXPECT_EQ(TCCIService::IsCIOperable(), row.operable);
-                EXPECT_EQ(TFakeClock::Sleeps(), row.sleeps);
-                EXPECT_THAT(TLogCapture::Lines().back().text, testing::EndsWith(row.lastLine));
+                EXPECT_EQ(TCFakeClock::Sleeps(), row.sleeps);
+                EXPECT_THAT(TCLogCapture::Lines().back().text, testing::EndsWith(row.lastLine));
                 const int tries = row.sleeps == 0 ? 1 : 30;
                 EXPECT_EQ(Information().reads[CI_FMS_SUPPORT], tries);
                 EXPECT_EQ(Information().reads[CI_FMS_SUPPORT_CERTIFICATION], tries);
                 EXPECT_EQ(TCCIService::IsCIOperable(), row.operable) << "from the cache";
-                EXPECT_EQ(TFakeClock::Sleeps(), row.sleeps);
-                EXPECT_THAT(TLogCapture::Lines().back().text,
+                EXPECT_EQ(TCFakeClock::Sleeps(), row.sleeps);
+                EXPECT_THAT(TCLogCapture::Lines().back().text,
                             testing::AllOf(testing::HasSubstr(": IsCISupportedByRegion("), testing::EndsWith("] ")));
             });
     }
@@ -227,7 +227,7 @@ protected:
     // A set with CI whose daemon never appears: the proxies stop waiting for it, on the fake clock.
     void SetUp() override { SetKeys({{CI_FMS_NUM_OF_CI, 1}, {CI_FMS_SUPPORT, 1}, {CI_FMS_SUPPORT_CERTIFICATION, 1}}); }
 
-    TPrivateBus m_bus;
+    TCPrivateBus m_bus;
 };
 
 TEST_F(Facade, HandsOutProxiesUntilDestroyed)
@@ -238,12 +238,12 @@ TEST_F(Facade, HandsOutProxiesUntilDestroyed)
             const auto instances = AllInstances();
             EXPECT_THAT(instances, testing::Each(testing::NotNull()));
             EXPECT_EQ(TCCIService::CIGeneralInstance()->IsCiSupported(), 1);
-            EXPECT_EQ(TLogCapture::Count(": SetCallback("), 2u) << "one call, which writes two lines";
+            EXPECT_EQ(TCLogCapture::Count(": SetCallback("), 2u) << "one call, which writes two lines";
             EXPECT_EQ(TCCIService::CISignalSubscriberInstance(&SecondCallback), instances[6]);
-            EXPECT_EQ(TLogCapture::Count(": SetCallback("), 2u) << "the first caller wins";
+            EXPECT_EQ(TCLogCapture::Count(": SetCallback("), 2u) << "the first caller wins";
             EXPECT_EQ(AllInstances(), instances);
 
-            TLogCapture::Clear();
+            TCLogCapture::Clear();
             TCCIService::Destroy();
             EXPECT_THAT(Functions("~TC"),
                         testing::ElementsAre("~TCCIGeneralProxy", "~TCCIGeneralProxyNO_CI", "~TCCIAppMMIProxy",
@@ -254,7 +254,7 @@ TEST_F(Facade, HandsOutProxiesUntilDestroyed)
                                              "~TCCISignalSubscriberProxyNO_CI", "~TCCICAMPlayerProxy",
                                              "~TCCICAMPlayerProxyNO_CI", "~TCCISampleDecryptionProxy",
                                              "~TCCISampleDecryptionProxyNO_CI", "~TCCIMIPCConnection"));
-            const auto lines = TLogCapture::Lines();
+            const auto lines = TCLogCapture::Lines();
             for (const auto& [index, priority] : {std::pair{0, 4}, std::pair{1, 3}})
             {
                 EXPECT_EQ(lines[index].buffer, 2);
@@ -299,15 +299,15 @@ TEST_F(Facade, EveryDestroyReturnsWhenEverythingHasEnded)
             GMainLoop* const loop = g_main_loop_new(nullptr, FALSE);
             std::thread receiver([loop] { g_main_loop_run(loop); });
             {
-                TScriptedDaemon sender({}, nullptr);
-                sender.Send(TScriptedDaemon::Signal("Signal", std::to_string(SIGNAL_CI_CA_REPLY), "1",
-                                                    std::string("payload!\0\0\0\0\1\0\0\0", 16)));
+                TCScriptedDaemon sender({}, nullptr);
+                sender.Send(TCScriptedDaemon::Signal("Signal", std::to_string(SIGNAL_CI_CA_REPLY), "1",
+                                                     std::string("payload!\0\0\0\0\1\0\0\0", 16)));
             }
             EXPECT_EQ(Hold().entered.get_future().wait_for(BOUND), std::future_status::ready);
 
-            TLogCapture::Clear();
+            TCLogCapture::Clear();
             std::thread first(TCCIService::Destroy);
-            EXPECT_TRUE(TLogCapture::WaitFor(": ~TCCISignalSubscriberProxy(", BOUND));
+            EXPECT_TRUE(TCLogCapture::WaitFor(": ~TCCISignalSubscriberProxy(", BOUND));
             auto second = std::async(std::launch::async,
                                      []
                                      {
@@ -332,7 +332,7 @@ TEST_F(Facade, ProcessThatNeverDestroysEndsCleanlyWhileItsMainLoopRuns)
         AllInstances();
         std::thread([] { g_main_loop_run(g_main_loop_new(nullptr, FALSE)); }).detach();
         TCCIService::CISignalSubscriberInstance(nullptr)->Subscribe(SIGNAL_CI_CA_REPLY, nullptr, PROFILE_MAIN, 1, 0);
-        TLogCapture::EchoToStandardError(true);
+        TCLogCapture::EchoToStandardError(true);
         std::exit(0);
     };
     EXPECT_EXIT(body(), testing::ExitedWithCode(0), "~TCCISampleDecryptionProxyNO_CI(.|\n)*~TCCIMIPCConnection");

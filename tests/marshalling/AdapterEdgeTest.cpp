@@ -87,7 +87,7 @@ TEST(Adapters, ElementsOfAnotherSizeAreCutOrFilledWithZeros)
 {
     TCTreeBranchList tree(0);
     AddLeaves(tree, {"\1\0\0\0"s, "\2"s, "\3\0\0\0\xff"s, ""});
-    TParsed parsed(Stored(tree)); // a step past the last leaf is a step past the message
+    TSParsed parsed(Stored(tree)); // a step past the last leaf is a step past the message
     std::set<EAntennaMode> modes;
     CIM::TCMarshalableSetContainer<decltype(modes), EAntennaMode>(&modes).TreeToClass(*parsed.tree);
     EXPECT_EQ(modes, (std::set<EAntennaMode>{EAntennaMode(0), EAntennaMode(1), EAntennaMode(2), EAntennaMode(3)}));

@@ -161,7 +161,7 @@ TYPED_TEST(AdapterRoundTrip, WhatIsReadIsWhatWasWritten)
     TAdapter writer(&written);
     ASSERT_TRUE(writer.ClassToTree(tree));
     EXPECT_EQ(writer.GetMarshalableStorageType(), 1);
-    TParsed parsed(Stored(tree));
+    TSParsed parsed(Stored(tree));
     ASSERT_TRUE(parsed.tree->IsValid());
 
     // Twice into the same target: what it held before is gone.

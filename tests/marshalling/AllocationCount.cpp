@@ -27,6 +27,6 @@ void operator delete[](void* address) noexcept { std::free(address); }
 void operator delete(void* address, std::size_t) noexcept { std::free(address); }
 void operator delete[](void* address, std::size_t) noexcept { std::free(address); }
 
-TAllocationCount::TAllocationCount() : m_count(theCount), m_bytes(theBytes) {}
-std::size_t TAllocationCount::Count() const { return theCount - m_count; }
-std::size_t TAllocationCount::Bytes() const { return theBytes - m_bytes; }
+TCAllocationCount::TCAllocationCount() : m_count(theCount), m_bytes(theBytes) {}
+std::size_t TCAllocationCount::Count() const { return theCount - m_count; }
+std::size_t TCAllocationCount::Bytes() const { return theBytes - m_bytes; }

@@ -3,10 +3,10 @@
 #include <cstddef>
 
 /// Counts what this thread allocates from its construction on.
-class TAllocationCount
+class TCAllocationCount
 {
 public:
-    TAllocationCount();
+    TCAllocationCount();
     std::size_t Count() const;
     std::size_t Bytes() const;
 

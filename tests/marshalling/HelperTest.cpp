@@ -12,7 +12,7 @@ namespace
 {
 
 // The arguments of one call as each side has them.
-struct TSide
+struct TSSide
 {
     int result = -1;
     unsigned char in = 0;
@@ -39,7 +39,7 @@ struct TSide
 
 TEST(MarshallingHelper, EachArgumentTravelsItsWay)
 {
-    TSide caller;
+    TSSide caller;
     caller.in = 3;
     caller.inOut = 500;
     caller.out = 77;
@@ -51,11 +51,11 @@ TEST(MarshallingHelper, EachArgumentTravelsItsWay)
     TCTreeBranchList request(1);
     ASSERT_TRUE(proxy.ClassToTree(request));
 
-    TSide daemon;
+    TSSide daemon;
     daemon.out = 5;
     TCMarshallingHelperStub stub;
     daemon.Push(stub);
-    TParsed received(Stored(request));
+    TSParsed received(Stored(request));
     ASSERT_TRUE(stub.TreeToClass(*received.tree));
     EXPECT_EQ(daemon.result, -1);
     EXPECT_EQ(daemon.in, 3);
@@ -74,7 +74,7 @@ TEST(MarshallingHelper, EachArgumentTravelsItsWay)
     daemon.text = "answer";
     TCTreeBranchList reply(1);
     ASSERT_TRUE(stub.ClassToTree(reply));
-    TParsed answered(Stored(reply));
+    TSParsed answered(Stored(reply));
     ASSERT_TRUE(proxy.TreeToClass(*answered.tree));
     EXPECT_EQ(caller.result, 1);
     EXPECT_EQ(caller.in, 3);
@@ -115,7 +115,7 @@ TEST(MarshallingHelper, EachArgumentOfAReplyStandsForItself)
     };
     for (const auto& row : cases)
     {
-        TSide caller;
+        TSSide caller;
         caller.in = 3;
         caller.inOut = 7;
         TCMarshallingHelperProxy proxy;
@@ -132,7 +132,7 @@ TEST(MarshallingHelper, EachArgumentOfAReplyStandsForItself)
 
 TEST(MarshallingHelper, ARequestThatLacksAnArgumentIsRefused)
 {
-    TSide daemon;
+    TSSide daemon;
     TCMarshallingHelperStub stub;
     daemon.Push(stub);
     TCTreeBranchList request(1);

@@ -135,7 +135,7 @@ TEST(HostileTree, EachMalformedPayloadIsRefused)
     };
     for (const auto& row : cases)
     {
-        TParsed parsed(row.bytes);
+        TSParsed parsed(row.bytes);
         EXPECT_EQ(parsed.tree->IsValid(), row.isTree) << row.what;
         if (row.isTree)
         {
@@ -171,13 +171,13 @@ TEST(HostileTree, TruncationsAndCorruptionsAreSurvived)
 {
     const std::string whole = RealTree();
     {
-        TParsed parsed(whole);
+        TSParsed parsed(whole);
         ASSERT_TRUE(parsed.tree->IsValid());
         ReadWithEverything(*parsed.tree);
     }
     for (std::size_t length = 0; length < whole.size(); ++length)
     {
-        EXPECT_FALSE(TParsed(whole.substr(0, length)).tree->IsValid()) << length;
+        EXPECT_FALSE(TSParsed(whole.substr(0, length)).tree->IsValid()) << length;
     }
     std::size_t stillTrees = 0;
     for (std::size_t position = 0; position < whole.size(); ++position)
@@ -186,7 +186,7 @@ TEST(HostileTree, TruncationsAndCorruptionsAreSurvived)
         {
             std::string bytes = whole;
             bytes[position] = static_cast<char>(bytes[position] ^ change);
-            TParsed parsed(bytes);
+            TSParsed parsed(bytes);
             if (parsed.tree->IsValid())
             {
                 ++stillTrees;
@@ -212,7 +212,7 @@ TEST(HostileTree, MemoryIsBoundedByFiveTimesThePayload)
         TCMessageBuffer buffer;
         buffer.PushBorrowed(bytes.size(), bytes.data());
         {
-            const TAllocationCount count;
+            const TCAllocationCount count;
             const TCTreeBranchList tree(&buffer);
             EXPECT_TRUE(tree.IsValid());
             EXPECT_EQ(count.Count(), 1U);
@@ -222,7 +222,7 @@ TEST(HostileTree, MemoryIsBoundedByFiveTimesThePayload)
         const std::string broken = bytes.substr(0, bytes.size() - 1);
         TCMessageBuffer brokenBuffer;
         brokenBuffer.PushBorrowed(broken.size(), broken.data());
-        const TAllocationCount count;
+        const TCAllocationCount count;
         EXPECT_FALSE(TCTreeBranchList(&brokenBuffer).IsValid());
         EXPECT_EQ(count.Count(), 0U);
     }

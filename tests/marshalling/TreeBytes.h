@@ -21,9 +21,9 @@ inline std::string Stored(TCTreeBranchList& tree)
 
 /// Some bytes in a block of exactly their size, so that the address sanitizer sees every step past them, and the tree
 /// that they hold.
-struct TParsed
+struct TSParsed
 {
-    explicit TParsed(const std::string& source) : bytes(new char[source.size()])
+    explicit TSParsed(const std::string& source) : bytes(new char[source.size()])
     {
         std::memcpy(bytes.get(), source.data(), source.size());
         buffer.PushBorrowed(source.size(), bytes.get());

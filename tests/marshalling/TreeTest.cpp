@@ -61,7 +61,7 @@ TEST(Tree, BytesOfACall)
     EXPECT_EQ(Stored(tree), expected);
     EXPECT_EQ(tree.GetNodeSize(), expected.size());
 
-    TParsed parsed(expected);
+    TSParsed parsed(expected);
     ASSERT_TRUE(parsed.tree->IsValid());
     EXPECT_EQ(parsed.tree->GetTag(), 0x0107U);
     EXPECT_EQ(Stored(*parsed.tree), expected);
@@ -74,7 +74,7 @@ TEST(Tree, ASmallCallAllocatesNothing)
     long long number = 7;
     TVSHandle handle(PROFILE_SUB, 3);
     std::vector<unsigned char> bytes(100, 0x47);
-    const TAllocationCount count;
+    const TCAllocationCount count;
     {
         TBytes adapter(&bytes);
         TCMarshallingHelperProxy frame;
@@ -143,7 +143,7 @@ TEST(Tree, SixteenMebibytesAreCopiedOnceEachWay)
     TCTreeBranchList tree(0);
     tree.SetDataLifetime(TREE_DATA_OUTLIVES_BUFFER);
     TCMessageBuffer buffer;
-    const TAllocationCount sending;
+    const TCAllocationCount sending;
     ASSERT_TRUE(adapter.ClassToTree(tree));
     buffer.Reserve(tree.GetNodeSize());
     ASSERT_TRUE(tree.StoreInBuffer(buffer));
@@ -153,7 +153,7 @@ TEST(Tree, SixteenMebibytesAreCopiedOnceEachWay)
     TCMessageBuffer reply;
     reply.PushBorrowed(received.size(), received.data());
     std::vector<unsigned char> back;
-    const TAllocationCount receiving;
+    const TCAllocationCount receiving;
     TCTreeBranchList read(&reply);
     ASSERT_TRUE(read.IsValid() && TBytes(&back).TreeToClass(read));
     EXPECT_LE(receiving.Bytes(), bytes.size() + 4096);

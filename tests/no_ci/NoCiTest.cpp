@@ -35,9 +35,9 @@ int OnSignal(ECISignalType, EProfile, unsigned short, TSSignalData, void*)
 // One test: a process has only one facade, and only one life of it.
 TEST(NoCi, EveryOperationAnswersAtOnceAndTheLivesOfTheInstancesAreLogged)
 {
-    const TFeatureKeys keys{{"com.kelvora/featureconf/product.num_of_ci", "0"}};
+    const TCFeatureKeys keys{{"com.kelvora/featureconf/product.num_of_ci", "0"}};
     EXPECT_FALSE(TCCIService::IsCIOperable());
-    TLogCapture::Clear();
+    TCLogCapture::Clear();
     std::size_t operations = 0;
     operations += ExpectAnswers(Answers(TCCIService::CIGeneralInstance()));
     operations += ExpectAnswers(Answers(TCCIService::CIAppMMIInstance()));
@@ -54,7 +54,7 @@ TEST(NoCi, EveryOperationAnswersAtOnceAndTheLivesOfTheInstancesAreLogged)
     EXPECT_EQ(TCCIService::CIGeneralInstance(), nullptr);
 
     std::vector<std::string> lines;
-    for (const SLogLine& line : TLogCapture::Lines())
+    for (const SLogLine& line : TCLogCapture::Lines())
     {
         if (line.buffer == 0)
         {

@@ -18,7 +18,7 @@
 
 namespace
 {
-using CIM::TTempFolder;
+using CIM::TCTempFolder;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using namespace std::string_literals;
@@ -58,7 +58,7 @@ TEST(Log, WritesToTheChosenDestinationFromTheLeastPriorityOn)
     for (const auto& row : cases)
     {
         SCOPED_TRACE(row.setting != nullptr ? row.setting : "unset");
-        const TTempFolder folder;
+        const TCTempFolder folder;
         std::optional<std::string> setting;
         if (row.setting != nullptr)
         {
@@ -71,7 +71,7 @@ TEST(Log, WritesToTheChosenDestinationFromTheLeastPriorityOn)
         CIM::InChild(
             [&]
             {
-                const CIM::TEnvironmentVariable variable("TVPLATFORM_LOG", setting);
+                const CIM::TCEnvironmentVariable variable("TVPLATFORM_LOG", setting);
                 const int fd = open(folder.File("stderr").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
                 const int old = dup(STDERR_FILENO);
                 dup2(fd, STDERR_FILENO);
@@ -120,7 +120,7 @@ TEST(Log, WritesToTheChosenDestinationFromTheLeastPriorityOn)
 
 TEST(Log, AFileThatCannotBeOpenedIsReportedAndNothingIsLost)
 {
-    const TTempFolder folder;
+    const TCTempFolder folder;
     SLogSetting setting = ReadLogSetting("file:" + folder.File("absent/log") + ":info");
     EXPECT_THAT(setting.complaint, HasSubstr("No such file or directory"));
     EXPECT_EQ(setting.leastPriority, LOG_PRIORITY_INFO);
@@ -134,11 +134,11 @@ TEST(Log, LinesOfSeveralThreadsStayWhole)
 {
     constexpr int THREADS = 4;
     constexpr int LINES = 50;
-    const TTempFolder folder;
+    const TCTempFolder folder;
     CIM::InChild(
         [&]
         {
-            const CIM::TEnvironmentVariable variable("TVPLATFORM_LOG", "file:" + folder.File("log"));
+            const CIM::TCEnvironmentVariable variable("TVPLATFORM_LOG", "file:" + folder.File("log"));
             std::vector<std::thread> threads;
             for (int i = 0; i < THREADS; ++i)
             {
@@ -171,7 +171,7 @@ TEST(Log, LinesOfSeveralThreadsStayWhole)
 
 TEST(Log, TheJournalGetsItsOwnFormat)
 {
-    const TTempFolder folder;
+    const TCTempFolder folder;
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     folder.File("socket").copy(address.sun_path, sizeof address.sun_path - 1);

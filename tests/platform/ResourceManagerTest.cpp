@@ -35,10 +35,10 @@ struct SSeen
 };
 
 /// A process to lend to, with two threads.
-class TBorrowerProcess
+class TCBorrowerProcess
 {
 public:
-    TBorrowerProcess()
+    TCBorrowerProcess()
     {
         static int count = 0;
         m_name = "b" + std::to_string(getpid()) + "-" + std::to_string(++count);
@@ -67,7 +67,7 @@ public:
             throw std::runtime_error("the borrower did not start");
         }
     }
-    ~TBorrowerProcess() { End(); }
+    ~TCBorrowerProcess() { End(); }
 
     void End()
     {
@@ -133,7 +133,7 @@ SSeen Lent() { return {SCHED_BATCH, Own().niceValue + (MayTakeBackNiceValues() ?
 
 TEST(ResourceManager, LoansOverlapAndEveryThreadGetsItsOwnBack)
 {
-    const TBorrowerProcess borrower;
+    const TCBorrowerProcess borrower;
     const SSeen own = Own();
     const SSeen lent = Lent();
     OnThread(
@@ -166,7 +166,7 @@ TEST(ResourceManager, LoansOverlapAndEveryThreadGetsItsOwnBack)
 
 TEST(ResourceManager, ALoanEndsByItself)
 {
-    const TBorrowerProcess borrower;
+    const TCBorrowerProcess borrower;
     const SSeen own = Own();
     OnThread(
         [&]
@@ -191,7 +191,7 @@ TEST(ResourceManager, ALoanEndsByItself)
 
 TEST(ResourceManager, ReportsWhatIsMissing)
 {
-    TBorrowerProcess borrower;
+    TCBorrowerProcess borrower;
     EXPECT_EQ(resource_set_cpu_inheritance(0, "no-such-program", 1999), -ENOENT);
     EXPECT_EQ(resource_clear_cpu_inheritance(0, "no-such-program"), -ENOENT);
     EXPECT_EQ(resource_set_cpu_inheritance(0x7fffffff, borrower.Name(), 1999), -ESRCH);
@@ -209,7 +209,7 @@ TEST(ResourceManager, ReportsWhatIsMissing)
 
 TEST(ResourceManager, RefusesALoanThatCouldNotBeTakenBack)
 {
-    const TBorrowerProcess borrower;
+    const TCBorrowerProcess borrower;
     const SSeen own = Own();
     CIM::InChild(
         [&]

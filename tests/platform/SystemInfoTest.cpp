@@ -9,23 +9,23 @@
 
 namespace
 {
-using CIM::TEnvironmentVariable;
-using CIM::TFeatureKeys;
-using CIM::TTempFolder;
+using CIM::TCEnvironmentVariable;
+using CIM::TCFeatureKeys;
+using CIM::TCTempFolder;
 
 constexpr int UNTOUCHED = 4711;
 
 TEST(SystemInfo, ReadsValuesOfTheirType)
 {
-    TFeatureKeys keys{{"com.kelvora/featureconf/number", "2"},
-                      {"com.kelvora/featureconf/negative", "-7"},
-                      {"com.kelvora/featureconf/most", "2147483647"},
-                      {"com.kelvora/featureconf/more", "2147483648"},
-                      {"com.kelvora/featureconf/text", "two"},
-                      {"com.kelvora/featureconf/nothing", ""},
-                      {"com.kelvora/featureconf/yes", "true"},
-                      {"com.kelvora/featureconf/no", "false"},
-                      {"plain/key", "5"}};
+    TCFeatureKeys keys{{"com.kelvora/featureconf/number", "2"},
+                       {"com.kelvora/featureconf/negative", "-7"},
+                       {"com.kelvora/featureconf/most", "2147483647"},
+                       {"com.kelvora/featureconf/more", "2147483648"},
+                       {"com.kelvora/featureconf/text", "two"},
+                       {"com.kelvora/featureconf/nothing", ""},
+                       {"com.kelvora/featureconf/yes", "true"},
+                       {"com.kelvora/featureconf/no", "false"},
+                       {"plain/key", "5"}};
     const struct
     {
         const char* key;
@@ -66,11 +66,11 @@ TEST(SystemInfo, ReadsValuesOfTheirType)
 
 TEST(SystemInfo, TheFirstPlaceThatHasTheKeyCounts)
 {
-    const TTempFolder config;
-    const TEnvironmentVariable variable("XDG_CONFIG_HOME", config.Path().string());
+    const TCTempFolder config;
+    const TCEnvironmentVariable variable("XDG_CONFIG_HOME", config.Path().string());
     std::filesystem::create_directory(config.Path() / "tvplatform");
     std::ofstream(config.File("tvplatform/system-info.conf")) << "[g]\nboth=1\nonly_there=2\nwrong_here=3\n";
-    TFeatureKeys keys{{"g/both", "10"}, {"g/wrong_here", "x"}};
+    TCFeatureKeys keys{{"g/both", "10"}, {"g/wrong_here", "x"}};
 
     int value = 0;
     EXPECT_EQ(system_info_get_custom_int("g/both", &value), 0);
@@ -86,7 +86,7 @@ TEST(SystemInfo, TheFirstPlaceThatHasTheKeyCounts)
 
 TEST(SystemInfo, AFileThatIsThereMustBeReadable)
 {
-    const TTempFolder folder;
+    const TCTempFolder folder;
     std::ofstream(folder.File("broken")) << "[g\nkey=1\n";
     const struct
     {
@@ -98,10 +98,10 @@ TEST(SystemInfo, AFileThatIsThereMustBeReadable)
         {folder.File("absent"), -ENOENT},
         {folder.File("broken/below-a-file"), -ENOENT},
     };
-    const TEnvironmentVariable config("XDG_CONFIG_HOME", folder.Path().string());
+    const TCEnvironmentVariable config("XDG_CONFIG_HOME", folder.Path().string());
     for (const auto& row : cases)
     {
-        const TEnvironmentVariable variable("TVPLATFORM_SYSTEM_INFO", row.place);
+        const TCEnvironmentVariable variable("TVPLATFORM_SYSTEM_INFO", row.place);
         int value = UNTOUCHED;
         EXPECT_EQ(system_info_get_custom_int("g/key", &value), row.result) << row.place;
         EXPECT_EQ(value, UNTOUCHED);

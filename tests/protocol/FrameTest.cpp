@@ -33,10 +33,10 @@ std::string Bytes(std::initializer_list<int> values)
 }
 
 /// What a daemon would answer that answers with these payloads in turn, the last one for ever, whatever is asked.
-void AnswerWith(TFakeHelper& helper, std::vector<std::string> payloads)
+void AnswerWith(TCFakeHelper& helper, std::vector<std::string> payloads)
 {
     helper.connection->answer =
-        [payloads, next = std::size_t(0)](const TFakeConnection::TCall&, std::string& reply) mutable
+        [payloads, next = std::size_t(0)](const TCFakeConnection::SCall&, std::string& reply) mutable
     {
         reply = payloads[next];
         next = std::min(next + 1, payloads.size() - 1);
@@ -55,7 +55,7 @@ protected:
     FrameTest()
     {
         MarkReady();
-        TLogCapture::Clear();
+        TCLogCapture::Clear();
     }
 
     void MarkReady() { std::ofstream(m_folder.File("ready")).put('\n'); }
@@ -64,16 +64,16 @@ protected:
         std::ofstream(m_folder.File("keys")) << "[com.kelvora/featureconf]\n" << keys;
     }
 
-    TTempFolder m_folder;
-    TEnvironmentVariable m_marker{"CIAPI_DAEMON_READY_FILE", m_folder.File("ready")};
-    TEnvironmentVariable m_keys{"TVPLATFORM_SYSTEM_INFO", m_folder.File("keys")};
-    boost::shared_ptr<TFakeHelper> m_helper = boost::make_shared<TFakeHelper>();
+    TCTempFolder m_folder;
+    TCEnvironmentVariable m_marker{"CIAPI_DAEMON_READY_FILE", m_folder.File("ready")};
+    TCEnvironmentVariable m_keys{"TVPLATFORM_SYSTEM_INFO", m_folder.File("keys")};
+    boost::shared_ptr<TCFakeHelper> m_helper = boost::make_shared<TCFakeHelper>();
 };
 
 // Whether a call may be made before the daemon is ready depends on the marker, the model type and the identifier.
 TEST_F(FrameTest, CallsWaitForTheDaemonOnSomeModels)
 {
-    struct TCase
+    struct SCase
     {
         const char* what;
         bool marker;
@@ -81,7 +81,7 @@ TEST_F(FrameTest, CallsWaitForTheDaemonOnSomeModels)
         bool sent;
         const char* error;
     };
-    const TCase cases[] = {
+    const SCase cases[] = {
         {"ready", true, "tv_model_type=5\n", true, nullptr},
         {"not ready, late model", false, "tv_model_type=5\n", false,
          "Unable to handle IPC calls before CI_DAEMON creation for ZEP products! Return false"},
@@ -91,7 +91,7 @@ TEST_F(FrameTest, CallsWaitForTheDaemonOnSomeModels)
          "is ZEP platform"},
     };
     TCCIGeneralProxy proxy(m_helper);
-    for (const TCase& test : cases)
+    for (const SCase& test : cases)
     {
         SCOPED_TRACE(test.what);
         std::filesystem::remove(m_folder.File("ready"));
@@ -100,13 +100,13 @@ TEST_F(FrameTest, CallsWaitForTheDaemonOnSomeModels)
             MarkReady();
         }
         SetKeys(test.keys);
-        TLogCapture::Clear();
+        TCLogCapture::Clear();
         m_helper->connection->calls.clear();
         EXPECT_EQ(proxy.EnterMenu(0, true), test.sent ? 1 : 0);
         EXPECT_EQ(m_helper->connection->calls.size(), test.sent ? 1u : 0u);
         if (test.error != nullptr)
         {
-            EXPECT_EQ(TLogCapture::Count(test.error), 2u);
+            EXPECT_EQ(TCLogCapture::Count(test.error), 2u);
         }
         // Identifiers 7 and 8 are always sent.
         bool passed = true;
@@ -131,14 +131,14 @@ TEST_F(FrameTest, OutputsSurviveEveryKindOfBadAnswer)
     }
     constexpr const char* NO_TREE = "bytes is not an argument tree";
     constexpr const char* OTHER_KIND = "The answer holds an argument of another kind; it keeps its value";
-    struct TCase
+    struct SCase
     {
         const char* what;
         std::string payload;
         int result;
         const char* error;
     };
-    const TCase cases[] = {
+    const SCase cases[] = {
         {"nothing", "", -1, nullptr},
         {"result only", RESULT_ONLY, 7, nullptr},
         {"cut", RESULT_ONLY.substr(0, RESULT_ONLY.size() - 1), -1, NO_TREE},
@@ -149,18 +149,18 @@ TEST_F(FrameTest, OutputsSurviveEveryKindOfBadAnswer)
         {"a result of two bytes", VERSION + Bytes({2, 0, 16, 0, 10, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 7, 0}), -1,
          OTHER_KIND},
     };
-    for (const TCase& test : cases)
+    for (const SCase& test : cases)
     {
         SCOPED_TRACE(test.what);
         const auto expectOneCall = [&](auto operation)
         {
             AnswerWith(*m_helper, {test.payload, RESULT_ONLY}); // who asks again gets an answer
             m_helper->connection->calls.clear();
-            TLogCapture::Clear();
+            TCLogCapture::Clear();
             operation();
             EXPECT_EQ(m_helper->connection->calls.size(), 1u);
-            EXPECT_EQ(TLogCapture::Count("CIM_MAJOR"), test.error != nullptr ? 2u : 0u);
-            EXPECT_EQ(TLogCapture::Count(test.error != nullptr ? test.error : "CIM_MAJOR"), test.error ? 2u : 0u);
+            EXPECT_EQ(TCLogCapture::Count("CIM_MAJOR"), test.error != nullptr ? 2u : 0u);
+            EXPECT_EQ(TCLogCapture::Count(test.error != nullptr ? test.error : "CIM_MAJOR"), test.error ? 2u : 0u);
         };
         TCIText title;
         title.text = {'t'};
@@ -184,7 +184,7 @@ TEST_F(FrameTest, OutputsSurviveEveryKindOfBadAnswer)
     // What is right beside it is taken: the result 7, a flag of two bytes, a length of 9, no text.
     AnswerWith(*m_helper, {VERSION + Bytes({2, 0, 14, 0, 31, 0, 0, 0, 1, 0, 0, 0, 4, 0, 0, 0, 7, 0, 0, 0, //
                                             1, 0, 2,  0, 2,  0, 0, 0, 0, 0, 1, 0, 3, 0, 1, 0, 0, 0, 9})});
-    TLogCapture::Clear();
+    TCLogCapture::Clear();
     bool blindAnswer = true;
     unsigned char answerLength = 1;
     TCIText text;
@@ -193,7 +193,7 @@ TEST_F(FrameTest, OutputsSurviveEveryKindOfBadAnswer)
     EXPECT_TRUE(blindAnswer);
     EXPECT_EQ(answerLength, 9);
     EXPECT_EQ(text.text, std::vector<unsigned short>{'t'});
-    EXPECT_EQ(TLogCapture::Count(OTHER_KIND), 2u);
+    EXPECT_EQ(TCLogCapture::Count(OTHER_KIND), 2u);
 }
 
 // An application need not set a flag that only comes out; a bool that was never set may hold any byte, and must not be
@@ -205,18 +205,18 @@ TEST_F(FrameTest, OutputFlagsMayHoldAnyByteBeforeTheCall)
         return VERSION + Bytes({2, 0, 39, 0, 21, 0, 0, 0, 1,   0, 0, 0, 4, 0, 0, 0, 7, 0, 0, 0, //
                                 1, 0, 1,  0, 1,  0, 0, 0, byte});
     };
-    struct TCase
+    struct SCase
     {
         const char* what;
         std::optional<std::string> payload; // none: the call fails
         bool flag;
     };
-    const TCase cases[] = {
+    const SCase cases[] = {
         {"false", withFlag(0), false},  {"true", withFlag(1), true}, {"another true", withFlag(0x80), true},
         {"no flag", RESULT_ONLY, true}, {"no call", {}, false},
     };
     TCCIGeneralProxy proxy(m_helper);
-    for (const TCase& test : cases)
+    for (const SCase& test : cases)
     {
         SCOPED_TRACE(test.what);
         m_helper->connection->answer = nullptr;
@@ -257,7 +257,7 @@ TEST_F(FrameTest, FailedCallsGiveTheNullAnswer)
     EXPECT_EQ(debug.CILogToggle(flag), 0);
     EXPECT_FALSE(flag);
     EXPECT_FALSE(player.PlayRequest(TSIPServiceLocationData("location")).IsValid());
-    EXPECT_EQ(TLogCapture::Count("m_IPCHelper->GetIPCConnection()->Call false"), 8u);
+    EXPECT_EQ(TCLogCapture::Count("m_IPCHelper->GetIPCConnection()->Call false"), 8u);
     m_helper->connection->sendsOneWay = false;
     EXPECT_EQ(general.EnterMenu(0, true), 0);
     EXPECT_EQ(general.IsCiSupported(), 1);
@@ -279,11 +279,11 @@ TEST_F(FrameTest, FileRequestsAreRepeatedUntilAnswered)
     TCCIAuxiliaryFileSystemProxy proxy(m_helper);
     constexpr int FAILURES = 200000;
     int attempts = 0;
-    m_helper->connection->answer = [&](const TFakeConnection::TCall& call, std::string& reply)
+    m_helper->connection->answer = [&](const TCFakeConnection::SCall& call, std::string& reply)
     {
         EXPECT_EQ(call.methodId, 3);
         m_helper->connection->calls.clear();
-        TLogCapture::Clear();
+        TCLogCapture::Clear();
         if (++attempts <= FAILURES)
         {
             return false;
@@ -314,7 +314,7 @@ TEST_F(FrameTest, SkeletonRefusesRequestsThatAreNotTheOperations)
                                 EXPECT_EQ(command, ECAPMTCMD_QUERY);
                                 return oneWay ? 5 : 6;
                             }));
-    m_helper->connection->answer = [&](const TFakeConnection::TCall& call, std::string& reply)
+    m_helper->connection->answer = [&](const TCFakeConnection::SCall& call, std::string& reply)
     {
         TCMessageBuffer request;
         TCMessageBuffer answer;

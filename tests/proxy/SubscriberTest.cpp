@@ -16,7 +16,7 @@ namespace CIM
 {
 namespace
 {
-struct TReceived
+struct SReceived
 {
     ECISignalType type;
     EProfile profile;
@@ -24,7 +24,7 @@ struct TReceived
     std::string data;
     void* userData;
 };
-std::vector<TReceived> g_received;
+std::vector<SReceived> g_received;
 std::function<void()> g_inCallback;
 
 int Receive(ECISignalType type, EProfile profile, unsigned short handle, TSSignalData data, void* userData)
@@ -43,7 +43,7 @@ int NeverCalled(ECISignalType, EProfile, unsigned short, TSSignalData, void*)
 }
 
 /// What the daemon is told, as text.
-class TSubscriptions : public TCCISignalSubscriberProxyNO_CI
+class TCSubscriptions : public TCCISignalSubscriberProxyNO_CI
 {
 public:
     int Subscribe(ECISignalType type, void*, EProfile profile, unsigned short handle, long processId) override
@@ -78,7 +78,7 @@ protected:
     {
         g_received.clear();
         g_inCallback = nullptr;
-        m_helper->connection->answer = [this](const TFakeConnection::TCall& call, std::string& reply)
+        m_helper->connection->answer = [this](const TCFakeConnection::SCall& call, std::string& reply)
         {
             TCMessageBuffer request;
             TCMessageBuffer answer;
@@ -88,7 +88,7 @@ protected:
             return m_daemonAnswers;
         };
         m_proxy.emplace(m_helper);
-        TLogCapture::Clear();
+        TCLogCapture::Clear();
     }
 
     /// As the connection does when a signal comes in.
@@ -103,8 +103,8 @@ protected:
     static constexpr ECISignalType READY = SIGNAL_CI_CAM_READY_STATUS_CHANGED;
     static constexpr EProfile MINUS = static_cast<EProfile>(-1);
 
-    boost::shared_ptr<TFakeHelper> m_helper = boost::make_shared<TFakeHelper>();
-    TSubscriptions m_daemon;
+    boost::shared_ptr<TCFakeHelper> m_helper = boost::make_shared<TCFakeHelper>();
+    TCSubscriptions m_daemon;
     protocol::TSkeleton<ICISignalSubscriber> m_skeleton{m_daemon};
     bool m_daemonAnswers = true;
     std::optional<TCCISignalSubscriberProxy> m_proxy;
@@ -116,12 +116,12 @@ TEST_F(SubscriberTest, KeepsOneSubscriptionForEachKey)
     int second = 0;
     EXPECT_EQ(m_proxy->Subscribe(READY, &first, PROFILE_MAIN, 1, 99), 11);
     EXPECT_EQ(m_proxy->Subscribe(READY, &second, PROFILE_MAIN, 1, 99), 0);
-    EXPECT_EQ(TLogCapture::Count("Signal was already subscribed [20]SIGNAL_CI_CAM_READY_STATUS_CHANGED"), 2u);
+    EXPECT_EQ(TCLogCapture::Count("Signal was already subscribed [20]SIGNAL_CI_CAM_READY_STATUS_CHANGED"), 2u);
     EXPECT_EQ(m_proxy->Subscribe(READY, &second, PROFILE_MAIN, 2, 99), 11);
     EXPECT_EQ(m_proxy->Subscribe(READY, &second, MINUS, 1, 99), 11);
     m_proxy->SetCallback(Receive);
     m_proxy->SetCallback(NeverCalled);
-    EXPECT_EQ(TLogCapture::Count("m_callback was already set, don't overwrite it."), 1u);
+    EXPECT_EQ(TCLogCapture::Count("m_callback was already set, don't overwrite it."), 1u);
 
     Raise(READY, Payload("12345678", 0, 1, "??and more"));
     Raise(READY, Payload("abcdefgh", -1, 1, std::string(2, '\0')));
@@ -134,11 +134,11 @@ TEST_F(SubscriberTest, KeepsOneSubscriptionForEachKey)
     EXPECT_EQ(g_received[1].profile, MINUS);
     EXPECT_EQ(g_received[1].userData, &second);
     EXPECT_EQ(g_received[2].userData, nullptr);
-    EXPECT_EQ(TLogCapture::Count("Received signal data length is invalid: 15"), 2u);
+    EXPECT_EQ(TCLogCapture::Count("Received signal data length is invalid: 15"), 2u);
 
     EXPECT_EQ(m_proxy->Unsubscribe(READY, PROFILE_MAIN, 2, 0), 12);
     EXPECT_EQ(m_proxy->Unsubscribe(READY, PROFILE_MAIN, 2, 0), 0);
-    EXPECT_EQ(TLogCapture::Count("Signal not exists in subscribtion list."), 2u);
+    EXPECT_EQ(TCLogCapture::Count("Signal not exists in subscribtion list."), 2u);
 
     // What is left ends with the proxy, in the order of the keys.
     m_proxy.reset();
@@ -154,12 +154,12 @@ TEST_F(SubscriberTest, FailuresLeaveWhatTheyMustLeave)
     m_helper->connection->acceptsRules = false;
     EXPECT_EQ(m_proxy->Subscribe(READY, nullptr, PROFILE_MAIN, 1, 0), 0); // refused by the bus: stays subscribed
     EXPECT_EQ(m_proxy->Subscribe(READY, nullptr, PROFILE_MAIN, 1, 0), 0);
-    EXPECT_EQ(TLogCapture::Count("AddMatchRule FALSE "), 2u);
-    EXPECT_EQ(TLogCapture::Count("Signal was already subscribed"), 2u);
+    EXPECT_EQ(TCLogCapture::Count("AddMatchRule FALSE "), 2u);
+    EXPECT_EQ(TCLogCapture::Count("Signal was already subscribed"), 2u);
     EXPECT_EQ(m_proxy->Unsubscribe(READY, PROFILE_MAIN, 1, 0), 0); // the entry goes, the daemon is not told
-    EXPECT_EQ(TLogCapture::Count("RemoveMatchRule FALSE!"), 2u);
+    EXPECT_EQ(TCLogCapture::Count("RemoveMatchRule FALSE!"), 2u);
     EXPECT_EQ(m_proxy->Unsubscribe(READY, PROFILE_MAIN, 1, 0), 0);
-    EXPECT_EQ(TLogCapture::Count("Signal not exists in subscribtion list."), 2u);
+    EXPECT_EQ(TCLogCapture::Count("Signal not exists in subscribtion list."), 2u);
     EXPECT_TRUE(m_daemon.told.empty());
 
     m_helper->connection->acceptsRules = true;

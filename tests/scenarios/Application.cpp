@@ -19,13 +19,13 @@ void Need(bool condition, const char* text, const char* file, int line)
     }
 }
 
-TApplication& TApplication::Instance()
+TCApplication& TCApplication::Instance()
 {
-    static TApplication* const instance = new TApplication; // lives as long as signals may come
+    static TCApplication* const instance = new TCApplication; // lives as long as signals may come
     return *instance;
 }
 
-int TApplication::m_OnSignal(ECISignalType type, EProfile profile, unsigned short handle, TSSignalData data, void*)
+int TCApplication::m_OnSignal(ECISignalType type, EProfile profile, unsigned short handle, TSSignalData data, void*)
 {
     unsigned short id = 0;
     unsigned value = 0;
@@ -35,7 +35,7 @@ int TApplication::m_OnSignal(ECISignalType type, EProfile profile, unsigned shor
     return 0;
 }
 
-void TApplication::Subscribe(const std::vector<ECISignalType>& types, unsigned short handle)
+void TCApplication::Subscribe(const std::vector<ECISignalType>& types, unsigned short handle)
 {
     for (const ECISignalType type : types)
     {
@@ -43,7 +43,7 @@ void TApplication::Subscribe(const std::vector<ECISignalType>& types, unsigned s
     }
 }
 
-bool TApplication::m_Await(int milliseconds)
+bool TCApplication::m_Await(int milliseconds)
 {
     bool isOver = false;
     GSource* const timer = g_timeout_source_new(static_cast<guint>(milliseconds));
@@ -65,7 +65,7 @@ bool TApplication::m_Await(int milliseconds)
     return !m_seen.empty();
 }
 
-TSSeen TApplication::Next(ECISignalType type)
+TSSeen TCApplication::Next(ECISignalType type)
 {
     if (!m_Await(LIMIT_MS))
     {
@@ -81,7 +81,7 @@ TSSeen TApplication::Next(ECISignalType type)
     return seen;
 }
 
-TSSeen TApplication::Next(ECISignalType type, int code)
+TSSeen TCApplication::Next(ECISignalType type, int code)
 {
     const TSSeen seen = Next(type);
     if (seen.code != code)
@@ -92,7 +92,7 @@ TSSeen TApplication::Next(ECISignalType type, int code)
     return seen;
 }
 
-void TApplication::NeedSilence()
+void TCApplication::NeedSilence()
 {
     bool needed = false;
     NEED(general.GetTuneBlockedByCi(TVSHandle(PROFILE_MAIN, 0), STATE_CHANGE_NONE, 0, needed) == 1);
@@ -116,21 +116,21 @@ bool operator==(const TCIText& text, std::u16string_view units)
 
 std::vector<unsigned char> Bytes(std::string_view text) { return {text.begin(), text.end()}; }
 
-TSPage ReadMenu(TApplication& application, unsigned char slot)
+TSPage ReadMenu(TCApplication& application, unsigned char slot)
 {
     TSPage page;
     NEED(application.general.GetMmiMenu(slot, page.title, page.subtitle, page.bottom, page.lines) == 1);
     return page;
 }
 
-TSPage ReadList(TApplication& application, unsigned char slot)
+TSPage ReadList(TCApplication& application, unsigned char slot)
 {
     TSPage page;
     NEED(application.general.GetMmiList(slot, page.title, page.subtitle, page.bottom, page.lines) == 1);
     return page;
 }
 
-void OpenPage(TApplication& application, const std::vector<unsigned char>& choices, ECiMmiStatus last)
+void OpenPage(TCApplication& application, const std::vector<unsigned char>& choices, ECiMmiStatus last)
 {
     NEED(application.general.EnterMenu(0, false) == 1);
     for (const unsigned char choice : choices)
@@ -158,7 +158,7 @@ int main(int argc, char** argv)
             }
             try
             {
-                story.play(TApplication::Instance());
+                story.play(TCApplication::Instance());
                 TCCIService::Destroy();
                 return 0;
             }

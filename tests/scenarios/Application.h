@@ -25,10 +25,10 @@ struct TSSeen
     unsigned value;
 };
 
-class TApplication
+class TCApplication
 {
 public:
-    static TApplication& Instance();
+    static TCApplication& Instance();
 
     /// Subscribes for a pipeline; slots are the handle numbers of the main profile.
     void Subscribe(const std::vector<CIM::ECISignalType>& types, unsigned short handle = 0);
@@ -43,7 +43,7 @@ public:
     CIM::ICISignalSubscriber& subscriber = *CIM::TCCIService::CISignalSubscriberInstance(m_OnSignal);
 
 private:
-    TApplication() = default;
+    TCApplication() = default;
     static int m_OnSignal(CIM::ECISignalType type, EProfile profile, unsigned short handle, CIM::TSSignalData data,
                           void*);
     bool m_Await(int milliseconds);
@@ -55,7 +55,7 @@ private:
 struct TSStory
 {
     const char* name;
-    void (*play)(TApplication& application);
+    void (*play)(TCApplication& application);
 };
 const std::vector<TSStory>& CamStories();
 const std::vector<TSStory>& ContentStories();
@@ -73,7 +73,7 @@ struct TSPage
     CIM::TCIText bottom;
     std::vector<CIM::TCIText> lines;
 };
-TSPage ReadMenu(TApplication& application, unsigned char slot = 0);
-TSPage ReadList(TApplication& application, unsigned char slot = 0);
+TSPage ReadMenu(TCApplication& application, unsigned char slot = 0);
+TSPage ReadList(TCApplication& application, unsigned char slot = 0);
 /// Opens the menu, and chooses until the page that is wanted is there.
-void OpenPage(TApplication& application, const std::vector<unsigned char>& choices, CIM::ECiMmiStatus last);
+void OpenPage(TCApplication& application, const std::vector<unsigned char>& choices, CIM::ECiMmiStatus last);

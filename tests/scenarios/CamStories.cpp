@@ -9,7 +9,7 @@ namespace
 constexpr ECISignalType MMI = SIGNAL_CI_MMI_STATUS_CHANGED;
 constexpr ECISignalType READY = SIGNAL_CI_CAM_READY_STATUS_CHANGED;
 
-ECamStatus StatusOfSlot(TApplication& application, unsigned char slot)
+ECamStatus StatusOfSlot(TCApplication& application, unsigned char slot)
 {
     std::map<unsigned char, ECamStatus> statuses;
     NEED(application.general.GetCiSlotStatus(statuses, 0) == 1);
@@ -17,7 +17,7 @@ ECamStatus StatusOfSlot(TApplication& application, unsigned char slot)
     return statuses[slot];
 }
 
-void NeedMenuString(TApplication& application, std::u16string_view expected)
+void NeedMenuString(TCApplication& application, std::u16string_view expected)
 {
     ECIApplicationType type = CI_APPLICATION_TYPE_RESERVED;
     TCIText first;
@@ -26,7 +26,7 @@ void NeedMenuString(TApplication& application, std::u16string_view expected)
     NEED(type == CI_APPLICATION_TYPE_CA && first == expected && second == u"Kelvora");
 }
 
-void ColdInsertion(TApplication& application)
+void ColdInsertion(TCApplication& application)
 {
     application.Subscribe(
         {SIGNAL_CI_CA_SYSTEMS_CHANGE, SIGNAL_CI_CAM_MODE_CHANGED, SIGNAL_CI_SAC_STATUS_CHANGE, READY});
@@ -42,7 +42,7 @@ void ColdInsertion(TApplication& application)
     NEED((ids[0] == std::list<unsigned short>{0x0B00, 0x0B01}));
 }
 
-void SilentCam(TApplication& application)
+void SilentCam(TCApplication& application)
 {
     application.Subscribe({SIGNAL_CI_CAM_MONITOR_STATUS, READY, SIGNAL_CI_CAM_COMPATIBILITY_ISSUE});
     for (unsigned reset = 1; reset <= 5; ++reset)
@@ -54,7 +54,7 @@ void SilentCam(TApplication& application)
     application.NeedSilence();
 }
 
-void AppStartsLate(TApplication& application)
+void AppStartsLate(TCApplication& application)
 {
     application.Subscribe({SIGNAL_CI_CA_SYSTEMS_CHANGE, READY});
     NEED(StatusOfSlot(application, 0) == CAM_STATUS_NO_CAM);
@@ -64,7 +64,7 @@ void AppStartsLate(TApplication& application)
     application.NeedSilence();
 }
 
-void MenuWalk(TApplication& application)
+void MenuWalk(TCApplication& application)
 {
     application.Subscribe({MMI});
     OpenPage(application, {}, CI_MMI_STATUS_MENU_RECEIVED);
@@ -83,7 +83,7 @@ void MenuWalk(TApplication& application)
     NEED(application.general.GetMmiMenu(0, gone.title, gone.subtitle, gone.bottom, gone.lines) == 0);
 }
 
-void UnsolicitedMenu(TApplication& application)
+void UnsolicitedMenu(TCApplication& application)
 {
     application.Subscribe({MMI, SIGNAL_CI_CA_REPLY});
     NEED(application.general.SendCaPmt(0, TVSHandle(PROFILE_MAIN, 0), {0x0B00}, ECAPMTCMD_OKMMI, false) == 1);
@@ -93,7 +93,7 @@ void UnsolicitedMenu(TApplication& application)
     application.Next(MMI, CI_MMI_STATUS_SESSION_CLOSED);
 }
 
-void LongMenu(TApplication& application)
+void LongMenu(TCApplication& application)
 {
     application.Subscribe({MMI});
     OpenPage(application, {}, CI_MMI_STATUS_MENU_RECEIVED);
@@ -107,7 +107,7 @@ void LongMenu(TApplication& application)
     NEED(application.general.GetMmiText(0, text) == 1 && text == u"The last one");
 }
 
-void TextTorture(TApplication& application)
+void TextTorture(TCApplication& application)
 {
     application.Subscribe({MMI});
     OpenPage(application, {}, CI_MMI_STATUS_LIST_RECEIVED);
@@ -123,12 +123,12 @@ void TextTorture(TApplication& application)
     }
 }
 
-int Answer(TApplication& application, EMmiAnswerId id, std::u16string_view text)
+int Answer(TCApplication& application, EMmiAnswerId id, std::u16string_view text)
 {
     return application.general.AnswerMmiEnquiry(0, id, MakeText(text), false, false);
 }
 
-void VisibleEnquiry(TApplication& application)
+void VisibleEnquiry(TCApplication& application)
 {
     application.Subscribe({MMI});
     OpenPage(application, {2, 2, 1}, CI_MMI_STATUS_ENQUIRY_RECEIVED);
@@ -149,7 +149,7 @@ void VisibleEnquiry(TApplication& application)
     application.Next(MMI, CI_MMI_STATUS_SESSION_CLOSED);
 }
 
-void NeedPrompt(TApplication& application, std::u16string_view expected)
+void NeedPrompt(TCApplication& application, std::u16string_view expected)
 {
     bool isBlind = false;
     unsigned char length = 0;
@@ -158,7 +158,7 @@ void NeedPrompt(TApplication& application, std::u16string_view expected)
     NEED(isBlind && length == 4 && prompt == expected);
 }
 
-void PinEnquiry(TApplication& application)
+void PinEnquiry(TCApplication& application)
 {
     application.Subscribe({MMI});
     OpenPage(application, {2, 1}, CI_MMI_STATUS_ENQUIRY_RECEIVED);
@@ -182,7 +182,7 @@ void PinEnquiry(TApplication& application)
     application.Next(MMI, CI_MMI_STATUS_SESSION_CLOSED);
 }
 
-void PinContentControl(TApplication& application)
+void PinContentControl(TCApplication& application)
 {
     application.Subscribe({SIGNAL_CI_CHECK_PARENTAL_RATING_HANDLERS, SIGNAL_CI_PIN_REPLY_TO_PIN_EVENT,
                            SIGNAL_CI_PIN_REPLY_TO_PIN_CMD, SIGNAL_CI_PIN_REPLY_TO_CI_APP_REQUEST});
@@ -200,7 +200,7 @@ void PinContentControl(TApplication& application)
     application.Next(SIGNAL_CI_PIN_REPLY_TO_PIN_CMD, CAM_PIN_CODE_STATUS_CORRECT);
 }
 
-void TwoSlots(TApplication& application)
+void TwoSlots(TCApplication& application)
 {
     application.Subscribe({MMI, SIGNAL_CI_CA_SYSTEMS_CHANGE, READY}, 0);
     application.Subscribe({MMI, SIGNAL_CI_CA_SYSTEMS_CHANGE, READY}, 1);
@@ -215,7 +215,7 @@ void TwoSlots(TApplication& application)
     application.NeedSilence();
 }
 
-void TrustFailure(TApplication& application)
+void TrustFailure(TCApplication& application)
 {
     application.Subscribe({SIGNAL_CI_CAM_COMPATIBILITY_ISSUE, SIGNAL_CI_CAM_MODE_CHANGED, READY});
     application.Next(SIGNAL_CI_CAM_COMPATIBILITY_ISSUE, 14);
@@ -229,7 +229,7 @@ void TrustFailure(TApplication& application)
     application.NeedSilence(); // once, not again after the reset
 }
 
-void UpgradeDelayed(TApplication& application)
+void UpgradeDelayed(TCApplication& application)
 {
     constexpr ECISignalType UPGRADE = SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE;
     application.Subscribe({MMI, UPGRADE, READY});
@@ -248,7 +248,7 @@ void UpgradeDelayed(TApplication& application)
     NeedMenuString(application, u"Kelvora CAM 2");
 }
 
-void UpgradeUnlucky(TApplication& application)
+void UpgradeUnlucky(TCApplication& application)
 {
     constexpr ECISignalType UPGRADE = SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE;
     constexpr unsigned FAILED = 0xFF;

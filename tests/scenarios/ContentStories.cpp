@@ -23,7 +23,7 @@ std::vector<unsigned char> Counting(std::size_t size)
 
 TSDRMMetadataRecord Record() { return {CENC_PSSH_BOX, TSDRMSystemId(0x0B00), TSDRMUuid(), Counting(65'536)}; }
 
-void CamPulled(TApplication& application)
+void CamPulled(TCApplication& application)
 {
     ICIGeneral& general = application.general;
     ICICAMPlayer& player = *TCCIService::CICAMPlayerInstance();
@@ -65,7 +65,7 @@ void CamPulled(TApplication& application)
     NEED(general.ConnectToSasApplication(1, newSession) == 1 && newSession != session);
 }
 
-void CaPmtLife(TApplication& application)
+void CaPmtLife(TCApplication& application)
 {
     application.Subscribe({SIGNAL_CI_PMT_SENT_TO_CAM, SIGNAL_CI_CAM_CONNECTED_TO_PIPELINE, SIGNAL_CI_CA_REPLY,
                            SIGNAL_CI_CA_SYSTEMS_CHANGE});
@@ -90,7 +90,7 @@ void CaPmtLife(TApplication& application)
     NEED(application.general.GetCaSystemIds(ids) == 1 && ids[0].empty());
 }
 
-void OperatorProfileInstall(TApplication& application)
+void OperatorProfileInstall(TCApplication& application)
 {
     constexpr ECISignalType PROFILE = SIGNAL_CI_OPERATOR_PROFILE_STATUS_CHANGE;
     ICIOperatorProfile& profiles = *TCCIService::CIOperatorProfileInstance();
@@ -116,7 +116,7 @@ void OperatorProfileInstall(TApplication& application)
     NEED(profiles.GetInstalledOperatorProfiles(installed) == 1 && installed.empty());
 }
 
-void HostControl(TApplication& application)
+void HostControl(TCApplication& application)
 {
     application.Subscribe({SIGNAL_CI_TUNER_RELEASE_REPLY_STATUS, SIGNAL_CI_REQUEST_TUNE_BLOCKING,
                            SIGNAL_CI_TUNE_ACK_SERVICE_CHANGE_NOT_ALLOWED});
@@ -131,7 +131,7 @@ void HostControl(TApplication& application)
     NEED(application.general.SendAskRelease() == 0);
 }
 
-void Sas(TApplication& application)
+void Sas(TCApplication& application)
 {
     constexpr ECISignalType SAS = SIGNAL_CI_SAS_STATUS_CHANGE;
     ICIGeneral& general = application.general;
@@ -173,7 +173,7 @@ void Sas(TApplication& application)
     NEED(application.Next(SAS, CAM_SAS_STATUS_CONNECT_RESULT).value == SAS_CONNECTION_STATUS_CONNECT_DENIED_NO_APP);
 }
 
-void RecordingExpiry(TApplication& application)
+void RecordingExpiry(TCApplication& application)
 {
     const std::string file = "/pvr/ninety-minutes.ts";
     IPvrCip& pvr = *TCCIService::PvrCipInstance();
@@ -194,7 +194,7 @@ void RecordingExpiry(TApplication& application)
     NEED(pvr.GetCIThumbType(file, thumb) == 1 && thumb == THUMB_TYPE_INVALID);
 }
 
-void SampleDecryption(TApplication& application)
+void SampleDecryption(TCApplication& application)
 {
     constexpr ECISignalType STATUS = SIGNAL_CI_SAMPLE_DECRYPTION_STATUS_CHANGED;
     ICISampleDecryption& decryption = *TCCIService::CISampleDecryptionInstance();
@@ -217,7 +217,7 @@ void SampleDecryption(TApplication& application)
     NEED(!decryption.UpdateSampleDecryption(MAIN, {Record()}));
 }
 
-void CicamPlayer(TApplication& application)
+void CicamPlayer(TCApplication& application)
 {
     constexpr ECISignalType STATUS = SIGNAL_CI_CICAM_PLAYER_PLAYBACK_STATUS;
     constexpr ECISignalType SPEED = SIGNAL_CI_CICAM_PLAYER_INFO_SPEED;
@@ -264,7 +264,7 @@ void CicamPlayer(TApplication& application)
     NEED(!player.StopPlayer(handle));
 }
 
-void AuxiliaryFiles(TApplication& application)
+void AuxiliaryFiles(TCApplication& application)
 {
     constexpr ECISignalType FILES = SIGNAL_CI_FILE_RETRIEVAL_MESSAGE;
     ICIAuxiliaryFileSystem& files = *TCCIService::CIAuxiliaryFileSystemInstance();
@@ -294,7 +294,7 @@ void AuxiliaryFiles(TApplication& application)
     NEED(files.RegisterApplication(system, id) == 0);
 }
 
-void ApplicationMmi(TApplication& application)
+void ApplicationMmi(TCApplication& application)
 {
     ICIAppMMI& mmi = *TCCIService::CIAppMMIInstance();
     application.Subscribe({SIGNAL_CI_APP_MMI_START_APP, SIGNAL_CI_APP_MMI_FILE_ACK, SIGNAL_CI_APP_MMI_ABORT_REQ,

@@ -10,7 +10,7 @@ namespace
 {
 using TIds = std::map<unsigned char, std::list<unsigned short>>;
 
-void DaemonRestart(TApplication& application)
+void DaemonRestart(TCApplication& application)
 {
     application.Subscribe({SIGNAL_CI_CAM_READY_STATUS_CHANGED});
     std::map<unsigned char, ECamMode> modes;
@@ -28,7 +28,7 @@ void DaemonRestart(TApplication& application)
     NEED(application.general.GetCamModes(modes) == 1 && modes[0] == CAM_MODE_CI_PLUS);
 }
 
-void SlowDaemon(TApplication& application)
+void SlowDaemon(TCApplication& application)
 {
     constexpr unsigned STORM = 1'000;
     application.Subscribe({SIGNAL_CI_TTX_STATUS_CHANGE});
@@ -48,7 +48,7 @@ void SlowDaemon(TApplication& application)
     application.NeedSilence();
 }
 
-void MalformedData(TApplication& application)
+void MalformedData(TCApplication& application)
 {
     constexpr int BROKEN = 9;
     for (int i = 0; i < BROKEN; ++i)

@@ -45,11 +45,11 @@ TSOutput Shell(const std::string& command)
 std::string Sim() { return SIMULATOR; }
 
 /// A folder that goes with the test.
-class TFolder
+class TCFolder
 {
 public:
-    TFolder() { mkdtemp(m_path.data()); }
-    ~TFolder() { std::filesystem::remove_all(m_path); }
+    TCFolder() { mkdtemp(m_path.data()); }
+    ~TCFolder() { std::filesystem::remove_all(m_path); }
     std::string operator/(const std::string& file) const { return m_path + "/" + file; }
     std::string Write(const std::string& file, const std::string& text) const
     {
@@ -126,9 +126,9 @@ TEST(ScenarioFile, ErrorsNameLinePathAndWhatWasExpected)
         std::string error;
         try
         {
-            ReadScenario(TJsonFile::Parse("f", row.text));
+            ReadScenario(TCJsonFile::Parse("f", row.text));
         }
-        catch (const TFileError& caught)
+        catch (const TCFileError& caught)
         {
             error = caught.what();
         }
@@ -142,8 +142,8 @@ TEST(ScenarioFile, ErrorsNameLinePathAndWhatWasExpected)
 TEST(ScenarioFile, ReadsCommentsAndKeepsTheOrderOfTheTimeline)
 {
     const TSScenario scenario = ReadScenario(
-        TJsonFile::Parse("f", Document("/* a\n comment */ \"seed\": 7, \"clock\": \"manual\", \"msPerCall\": 3,",
-                                       "{ \"at\": 5 },\n// between\n{ \"end\": { \"status\": 4 } }")));
+        TCJsonFile::Parse("f", Document("/* a\n comment */ \"seed\": 7, \"clock\": \"manual\", \"msPerCall\": 3,",
+                                        "{ \"at\": 5 },\n// between\n{ \"end\": { \"status\": 4 } }")));
     EXPECT_EQ(scenario.seed, 7u);
     EXPECT_TRUE(scenario.isManualClock);
     EXPECT_EQ(scenario.msPerCall, 3u);
@@ -155,7 +155,7 @@ TEST(ScenarioFile, ReadsCommentsAndKeepsTheOrderOfTheTimeline)
 
 TEST(ScenarioPlay, AnUnmetStepEndsTheSimulatorAndIsNamed)
 {
-    const TFolder folder;
+    const TCFolder folder;
     struct TSCase
     {
         const char* step;
@@ -189,7 +189,7 @@ TEST(ScenarioPlay, AnUnmetStepEndsTheSimulatorAndIsNamed)
 
 TEST(ScenarioPlay, TheSameSeedGivesTheSameCallsAndSignals)
 {
-    const TFolder folder;
+    const TCFolder folder;
     const auto journal = [&](const std::string& scenario, const std::string& story, const std::string& options)
     {
         const std::string file = folder / "journal";
@@ -228,7 +228,7 @@ TEST(Scenarios, EachIsListedGoodAndHasItsStory)
     std::set<std::string> shipped;
     for (const auto& entry : std::filesystem::directory_iterator(SOURCES "/simulator/scenarios"))
     {
-        const TSScenario scenario = ReadScenario(TJsonFile::Load(entry.path().string()));
+        const TSScenario scenario = ReadScenario(TCJsonFile::Load(entry.path().string()));
         EXPECT_EQ(scenario.name, entry.path().stem().string());
         EXPECT_THAT(list, HasSubstr(scenario.name + " "));
         EXPECT_THAT(list, HasSubstr("  " + scenario.description + "\n"));
@@ -249,7 +249,7 @@ TEST(Scenarios, TheManualShowsThemAndAnExampleThatWorks)
     const std::size_t begin = manual.find(fence);
     ASSERT_NE(begin, std::string::npos);
     const std::size_t text = begin + fence.size();
-    const TFolder folder;
+    const TCFolder folder;
     const std::string file = folder.Write("example.json", manual.substr(text, manual.find("```", text) - text));
     const TSOutput checked = Shell(Sim() + " check " + file);
     EXPECT_EQ(checked.status, 0) << checked.text;

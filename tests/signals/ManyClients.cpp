@@ -18,7 +18,7 @@
 
 namespace
 {
-using TClock = std::chrono::steady_clock;
+using TCClock = std::chrono::steady_clock;
 constexpr int CLIENTS = 256;
 constexpr int SLOW_CLIENTS = 8;
 constexpr int SLOW_MS = 1500;
@@ -85,9 +85,9 @@ void Client(int number)
     const bool isSlow = number < SLOW_CLIENTS;
     while (!g_isOver)
     {
-        const auto start = TClock::now();
+        const auto start = TCClock::now();
         g_failures += Call(bus, isSlow ? SLOW_METHOD : 28, isSlow) ? 0 : 1; // else: GetCaSystemIds
-        const long us = std::chrono::duration_cast<std::chrono::microseconds>(TClock::now() - start).count();
+        const long us = std::chrono::duration_cast<std::chrono::microseconds>(TCClock::now() - start).count();
         ++g_calls;
         if (isSlow && us < SLOW_MS * 1000)
         {

@@ -22,14 +22,14 @@ namespace
 {
 std::string g_simulator;
 
-struct TReceived
+struct SReceived
 {
     EProfile profile;
     unsigned short handle;
     TSSignalData data;
     void* userData;
 };
-std::vector<TReceived> g_received;
+std::vector<SReceived> g_received;
 std::function<void()> g_inCallback;
 
 int Receive(ECISignalType, EProfile profile, unsigned short handle, TSSignalData data, void* userData)

@@ -15,7 +15,7 @@ TEST(SimDefinition, TextsArriveAsTheyWereWritten)
             "title": "", "subtitle": "a\u0000b\u200Fc\uD83D\uDE00", "bottom": [55357, 65, 0],
             "entries": [{"text": {"text": "x", "times": 4096}}, {"text": "Entry {n}", "repeat": 249}]}}],
         "inserted": {"0": "texts"}})");
-    TRecorder recorder(ReadSet({json, ""}));
+    TCRecorder recorder(ReadSet({json, ""}));
     recorder.Advance(0);
     ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     ASSERT_EQ(general.EnterMenu(0, false), 1);
@@ -67,7 +67,7 @@ TEST(SimDefinition, ErrorsSayWhereAndWhat)
             ReadSet({json, ""});
             ADD_FAILURE() << "accepted: " << wrong.json;
         }
-        catch (const TJsonError& error)
+        catch (const TCJsonError& error)
         {
             EXPECT_EQ(error.Path(), wrong.path) << wrong.json;
             EXPECT_THAT(error.what(), HasSubstr(wrong.expected)) << wrong.json;
@@ -84,7 +84,7 @@ TEST(SimDefinition, ErrorsSayWhereAndWhat)
             return text;
         }());
     TSMmiPage page;
-    EXPECT_THROW(Read({deep, ""}, page), TJsonError) << "nested too deeply";
+    EXPECT_THROW(Read({deep, ""}, page), TCJsonError) << "nested too deeply";
 }
 
 TEST(SimDefinition, ACamBuildsUponAnother)
@@ -103,7 +103,7 @@ TEST(SimDefinition, ACamBuildsUponAnother)
 
 TEST(SimControls, RefuseWhatTheyDoNotUnderstandAndDoNothingThen)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     const nlohmann::json before = recorder.model.State();
     const std::vector<TSControl> controls = Controls();
     for (const TSControl& control : controls)

@@ -15,10 +15,10 @@ namespace
 const TVSHandle RECORD(PROFILE_RECORD, 3);
 
 /// Everything at once: what a CAM can be busy with when it is pulled.
-void BusyWithEverything(TRecorder& recorder)
+void BusyWithEverything(TCRecorder& recorder)
 {
     MakeReady(recorder);
-    TModel& model = recorder.model;
+    TCModel& model = recorder.model;
     unsigned short session = 0;
     EOperatorProfileStartInstallationStatus status{};
     ASSERT_EQ(model.Of<ICIGeneral>().SendCaPmt(0, RECORD, {}, ECAPMTCMD_OKDESCR, false), 1);
@@ -42,7 +42,7 @@ void BusyWithEverything(TRecorder& recorder)
 
 TEST(SimLifecycle, InsertionTakesItsTimeAndTellsInOrder)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     std::map<unsigned char, ECamStatus> statuses;
     ECIApplicationType type{};
     TCIText name;
@@ -70,7 +70,7 @@ TEST(SimLifecycle, InsertionTakesItsTimeAndTellsInOrder)
 
 TEST(SimLifecycle, PullingTheCamEndsEverythingInTheDocumentedOrder)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     ASSERT_NO_FATAL_FAILURE(BusyWithEverything(recorder));
     ASSERT_TRUE(recorder.Do("remove"));
     EXPECT_THAT(recorder.Take(), ElementsAre("1900 MMI_STATUS_CHANGED slot 0 code 0 id 0 value 0",
@@ -98,12 +98,12 @@ TEST(SimLifecycle, PullingTheCamEndsEverythingInTheDocumentedOrder)
 
 TEST(SimLifecycle, AnswersForAGoneCamAreRefusedAndTheNextCamStartsAfresh)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     ASSERT_NO_FATAL_FAILURE(BusyWithEverything(recorder));
     ASSERT_TRUE(recorder.Do("remove"));
     ASSERT_TRUE(recorder.Do("insert", {{"cam", "plus"}}));
     recorder.Advance(1'500);
-    TModel& model = recorder.model;
+    TCModel& model = recorder.model;
     TBytes data;
     std::vector<TCCiAuxiliaryFileSystemDTO> fileSystems;
     EXPECT_EQ(model.Of<ICIGeneral>().AnswerMmiMenu(0, 1, false, false), 0);
@@ -120,7 +120,7 @@ TEST(SimLifecycle, AnswersForAGoneCamAreRefusedAndTheNextCamStartsAfresh)
 
 TEST(SimLifecycle, ResetAndFailures)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     MakeReady(recorder);
     EXPECT_EQ(recorder.model.Of<ICIDebug>().ResetPcmcia(0), 1);
     EXPECT_EQ(recorder.model.Of<ICIDebug>().ResetPcmcia(1), 0) << "nothing to reset";
@@ -141,7 +141,7 @@ TEST(SimLifecycle, ResetAndFailures)
     set.cams.push_back(set.cams[0]);
     set.cams.back().name = "revoked";
     set.cams.back().trustError = 1;
-    TRecorder failing(set);
+    TCRecorder failing(set);
     ASSERT_TRUE(failing.Do("insert", {{"cam", "revoked"}}));
     failing.Advance(1'500);
     ASSERT_TRUE(failing.Do("reset"));
@@ -169,7 +169,7 @@ TEST(SimLifecycle, SameSeedSameSignalsHoweverTheClockIsMoved)
 {
     const auto play = [](TTime step)
     {
-        TRecorder recorder(DefaultSet(), 7);
+        TCRecorder recorder(DefaultSet(), 7);
         const auto wait = [&](TTime delay)
         {
             for (const TTime end = recorder.model.Now() + delay; recorder.model.Now() < end;)
@@ -200,8 +200,8 @@ TEST(SimLifecycle, TheSeedDecidesHowLongThingsTake)
     std::set<std::string> runs;
     for (std::uint64_t seed = 1; seed <= 40; ++seed)
     {
-        TRecorder recorder(set, seed);
-        TRecorder again(set, seed);
+        TCRecorder recorder(set, seed);
+        TCRecorder again(set, seed);
         recorder.Advance(1'199);
         EXPECT_LE(recorder.lines.size(), 1u) << "ready too early with seed " << seed;
         recorder.Advance(601);
@@ -212,7 +212,7 @@ TEST(SimLifecycle, TheSeedDecidesHowLongThingsTake)
     }
     EXPECT_GT(runs.size(), 30u);
     // The engine is the standard's mt19937_64, whose 10000th number from the default seed the standard names.
-    TRandom random(5489);
+    TCRandom random(5489);
     std::uint64_t number = 0;
     for (int i = 0; i < 10'000; ++i)
     {
@@ -223,9 +223,9 @@ TEST(SimLifecycle, TheSeedDecidesHowLongThingsTake)
 
 TEST(SimLifecycle, SubscriptionsAreCountedByProcess)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     ICISignalSubscriber& subscriber = recorder.model.Of<ICISignalSubscriber>();
-    TSubscriber& list = recorder.model.Subscriptions();
+    TCSubscriber& list = recorder.model.Subscriptions();
     const auto type = SIGNAL_CI_MMI_STATUS_CHANGED;
     EXPECT_EQ(subscriber.Subscribe(type, nullptr, PROFILE_MAIN, 0, 100), 1);
     EXPECT_EQ(subscriber.Subscribe(type, nullptr, PROFILE_MAIN, 0, -200), 1);

@@ -13,7 +13,7 @@ const TSIPServiceLocationData NEWS("<location>news</location>"); // ten minutes
 const TSIPServiceLocationData LIVE("<location>live</location>");
 constexpr TTime MINUTE = 60'000;
 
-TSCICAMPlayerHandle Started(TRecorder& recorder, const TSIPServiceLocationData& location)
+TSCICAMPlayerHandle Started(TCRecorder& recorder, const TSIPServiceLocationData& location)
 {
     const TSCICAMPlayerHandle handle = recorder.model.Of<ICICAMPlayer>().PlayRequest(location);
     recorder.Advance(300);
@@ -21,7 +21,7 @@ TSCICAMPlayerHandle Started(TRecorder& recorder, const TSIPServiceLocationData& 
     return handle;
 }
 
-long long Position(TRecorder& recorder) { return recorder.model.State()["player"]["positionMs"].get<long long>(); }
+long long Position(TCRecorder& recorder) { return recorder.model.State()["player"]["positionMs"].get<long long>(); }
 
 TSPlaybackPosition Absolute(int ms) { return {TSPlaybackPosition::SEEK_MODE_ABSOLUTE, ms}; }
 TSPlaybackPosition Relative(int ms) { return {TSPlaybackPosition::SEEK_MODE_RELATIVE, ms}; }
@@ -29,7 +29,7 @@ TSPlaybackPosition Relative(int ms) { return {TSPlaybackPosition::SEEK_MODE_RELA
 
 TEST(SimPlayer, PositionFollowsSpeedAndSeeks)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     MakeReady(recorder);
     ICICAMPlayer& player = recorder.model.Of<ICICAMPlayer>();
     const TSCICAMPlayerHandle handle = Started(recorder, NEWS);
@@ -69,7 +69,7 @@ TEST(SimPlayer, PositionFollowsSpeedAndSeeks)
 
 TEST(SimPlayer, MonitoringLiveAndErrors)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     MakeReady(recorder);
     ICICAMPlayer& player = recorder.model.Of<ICICAMPlayer>();
     const TSCICAMPlayerHandle live = Started(recorder, LIVE);
@@ -105,7 +105,7 @@ TEST(SimPlayer, MonitoringLiveAndErrors)
 
 TEST(SimPvr, RetentionRunsOutOnTheVirtualClock)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     MakeReady(recorder);
     IPvrCip& pvr = recorder.model.Of<IPvrCip>();
     const std::string file = "/pvr/ninety-minutes.ts";
@@ -149,7 +149,7 @@ TEST(SimPvr, RetentionRunsOutOnTheVirtualClock)
 
 TEST(SimPvr, PlayCountsLicencesAndLimits)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     MakeReady(recorder);
     IPvrCip& pvr = recorder.model.Of<IPvrCip>();
     const std::string file = "/pvr/play-twice.ts";
@@ -195,7 +195,7 @@ TEST(SimDecryption, StatusesComeInTheirTime)
     TSSetDefinition set = DefaultSet();
     set.cams[0].drmSystems[0].status = CI_SD_DRM_STATUS_STATUS_CURRENTLY_UNDETERMINED;
     set.cams[0].drmSystems[0].changes = {{5'000, CI_SD_DRM_STATUS_DECRYPTION_POSSIBLE}};
-    TRecorder recorder(set);
+    TCRecorder recorder(set);
     MakeReady(recorder);
     ICISampleDecryption& decryption = recorder.model.Of<ICISampleDecryption>();
     const TSDRMUuid uuid(set.cams[0].drmSystems[0].uuid);

@@ -64,7 +64,7 @@ TSSetDefinition SetWithPin(const char* digits)
 
 TEST(SimMmi, AMenuIsWalkedDownAndBackAndOut)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     MakeReady(recorder);
     ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     EXPECT_EQ(general.AnswerMmiMenu(0, 0, false, false), 0) << "nothing is open";
@@ -105,7 +105,7 @@ TEST(SimMmi, AMenuIsWalkedDownAndBackAndOut)
 
 TEST(SimMmi, APageClosesAndRedrawsItself)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     MakeReady(recorder);
     const nlohmann::json page = {{"title", "Busy"}, {"redrawEveryMs", 1'000}, {"closeAfterMs", 2'500}};
     ASSERT_TRUE(recorder.Do("show-page", {{"page", page}}));
@@ -118,7 +118,7 @@ TEST(SimMmi, APageClosesAndRedrawsItself)
 
 TEST(SimPin, TriesAreCountedAndTheThirdWrongOneBlocksForATime)
 {
-    TRecorder recorder(SetWithPin("0042"));
+    TCRecorder recorder(SetWithPin("0042"));
     MakeReady(recorder);
     const TTime block = 600'000;
     const struct
@@ -159,7 +159,7 @@ TEST(SimPin, TriesAreCountedAndTheThirdWrongOneBlocksForATime)
 
 TEST(SimPin, BusyRequestAndChange)
 {
-    TRecorder recorder(SetWithPin("0042"));
+    TCRecorder recorder(SetWithPin("0042"));
     MakeReady(recorder);
     ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     const TBytes old = {'0', '0', '4', '2'};
@@ -189,7 +189,7 @@ TEST(SimPin, BusyRequestAndChange)
 
 TEST(SimPin, TheCamsOwnEnquiryCountsTheSameTries)
 {
-    TRecorder recorder(SetWithPin("0042"));
+    TCRecorder recorder(SetWithPin("0042"));
     MakeReady(recorder);
     ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     ASSERT_TRUE(recorder.Do("open-menu"));
@@ -216,7 +216,7 @@ TEST(SimUpgrade, RunsGetsStuckAndResetsTheCam)
 {
     TSSetDefinition set = DefaultSet();
     set.cams[0].upgrade = {100, 45, 99, 600'000, -1, 5'000, UPGRADE_RESET_INTERFACE, u"Kelvora CAM 2"};
-    TRecorder recorder(set);
+    TCRecorder recorder(set);
     MakeReady(recorder);
     ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     EXPECT_EQ(general.SendCamUpgradeReply(0, CAM_UPGRADE_ANSWER_YES, false), 0) << "nobody asked";

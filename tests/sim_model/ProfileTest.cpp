@@ -9,7 +9,7 @@ namespace CIM::sim
 {
 TEST(SimProfiles, AProfilesLife)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     MakeReady(recorder);
     ICIOperatorProfile& profiles = recorder.model.Of<ICIOperatorProfile>();
     const TSTvMode mode(ANTENNA_MODE_SATELLITE, SERVICE_MODE_OPERATOR);
@@ -76,7 +76,7 @@ TEST(SimProfiles, AProfilesLife)
 
 TEST(SimFileSystems, RequestsAreAnsweredInOrder)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     MakeReady(recorder);
     ICIAuxiliaryFileSystem& files = recorder.model.Of<ICIAuxiliaryFileSystem>();
     unsigned char application = 0;
@@ -111,7 +111,7 @@ TEST(SimFileSystems, RequestsAreAnsweredInOrder)
 
 TEST(SimAppMmi, ASessionFromStartToAbort)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     MakeReady(recorder);
     ICIAppMMI& app = recorder.model.Of<ICIAppMMI>();
     TBytes first;

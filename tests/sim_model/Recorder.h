@@ -18,10 +18,10 @@ namespace CIM::sim
 {
 /// A model whose signals are kept as lines such as "1500 CAM_READY_STATUS_CHANGED slot 0 code 1 id 0 value 0", the
 /// pipeline behind them when it is not the slot's own.
-class TRecorder
+class TCRecorder
 {
 public:
-    explicit TRecorder(TSSetDefinition definition = DefaultSet(), std::uint64_t seed = 1)
+    explicit TCRecorder(TSSetDefinition definition = DefaultSet(), std::uint64_t seed = 1)
         : model(std::move(definition), seed)
     {
         model.SetSignalSink([this](const TSSignal& signal) { m_OnSignal(signal); });
@@ -37,7 +37,7 @@ public:
         return RunControl(model, name, arguments);
     }
 
-    TModel model;
+    TCModel model;
     std::vector<std::string> lines;
     std::string bytes; ///< every signal as it would travel, to compare runs
 
@@ -61,7 +61,7 @@ private:
 };
 
 /// The built-in set with its CAM ready, its signals taken.
-inline void MakeReady(TRecorder& recorder)
+inline void MakeReady(TCRecorder& recorder)
 {
     recorder.Advance(1'500);
     recorder.Take();

@@ -20,7 +20,7 @@ TBytes Hex(std::string_view digits)
     return bytes;
 }
 
-unsigned short Connected(TRecorder& recorder, unsigned long long application)
+unsigned short Connected(TCRecorder& recorder, unsigned long long application)
 {
     unsigned short session = 0;
     EXPECT_EQ(recorder.model.Of<ICIGeneral>().ConnectToSasApplication(application, session), 1);
@@ -31,7 +31,7 @@ unsigned short Connected(TRecorder& recorder, unsigned long long application)
 
 TEST(SimSas, SessionsConnectOrAreDenied)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     MakeReady(recorder);
     ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     unsigned short session = 0;
@@ -54,7 +54,7 @@ TEST(SimSas, SessionsConnectOrAreDenied)
 
 TEST(SimSas, MessagesQueueInOrder)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     MakeReady(recorder);
     ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     const unsigned short echo = Connected(recorder, 1);
@@ -87,7 +87,7 @@ TEST(SimSas, MessagesQueueInOrder)
 
 TEST(SimSas, CryptographyAgreesWithKnownVectors)
 {
-    TRecorder recorder;
+    TCRecorder recorder;
     MakeReady(recorder);
     ICIGeneral& general = recorder.model.Of<ICIGeneral>();
     TBytes out = {1};
@@ -112,15 +112,15 @@ TEST(SimSas, CryptographyAgreesWithKnownVectors)
     // With a DHSK of "c", the digest over "ab" is FIPS 180's of "abc"; with one block, CBC runs on over it.
     TSSetDefinition set = DefaultSet();
     set.keys.dhsk = {'c'};
-    const TCrypto known(set.keys);
+    const TCCrypto known(set.keys);
     ASSERT_TRUE(known.Sha256WithDhsk({'a', 'b'}, out));
     EXPECT_EQ(out, Hex("ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"));
     set.keys.dhsk = Hex("ae2d8a571e03ac9c9eb76fac45af8e51");
-    ASSERT_TRUE(TCrypto(set.keys).EncryptCbcWithDhsk(Hex("6bc1bee22e409f96e93d7e117393172a"), out));
+    ASSERT_TRUE(TCCrypto(set.keys).EncryptCbcWithDhsk(Hex("6bc1bee22e409f96e93d7e117393172a"), out));
     EXPECT_EQ(out, Hex("7649abac8119b246cee98e9b12e9197d5086cb9b507219ee95db113a917678b2"));
 
     EXPECT_EQ(general.GetDiffHellMsb(session, out), 1);
-    const TCrypto computed{TSKeyDefinition()};
+    const TCCrypto computed{TSKeyDefinition()};
     EXPECT_EQ(computed.Dhsk().size(), 256u);
     EXPECT_EQ(out, TBytes(computed.Dhsk().begin(), computed.Dhsk().begin() + 16));
 }

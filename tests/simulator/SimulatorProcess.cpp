@@ -60,7 +60,7 @@ int WaitForEnd(pid_t process)
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-TSimulatorProcess::TSimulatorProcess(std::vector<std::string> arguments)
+TCSimulatorProcess::TCSimulatorProcess(std::vector<std::string> arguments)
 {
     arguments.insert(arguments.begin(), {"serve", "--manual-clock"});
     process = StartSimulator(arguments);
@@ -70,13 +70,13 @@ TSimulatorProcess::TSimulatorProcess(std::vector<std::string> arguments)
     }
 }
 
-TSimulatorProcess::~TSimulatorProcess()
+TCSimulatorProcess::~TCSimulatorProcess()
 {
     kill(process, SIGKILL);
     waitpid(process, nullptr, 0);
 }
 
-TRawClient::TRawClient()
+TCRawClient::TCRawClient()
 {
     TCDBusError error;
     m_connection = OpenCurrentSystemBus(error);
@@ -86,8 +86,8 @@ TRawClient::TRawClient()
     }
 }
 
-DBusPendingCall* TRawClient::Send(const std::string& interface, int header, const std::string& payload,
-                                  const char* program)
+DBusPendingCall* TCRawClient::Send(const std::string& interface, int header, const std::string& payload,
+                                   const char* program)
 {
     const TCMessagePtr call(
         dbus_message_new_method_call(interface.c_str(), "/com/kelvora/Object", interface.c_str(), "MethodCall"));
@@ -112,7 +112,7 @@ DBusPendingCall* TRawClient::Send(const std::string& interface, int header, cons
     return pending;
 }
 
-TCMessagePtr TRawClient::Wait(DBusPendingCall* pending)
+TCMessagePtr TCRawClient::Wait(DBusPendingCall* pending)
 {
     dbus_pending_call_block(pending);
     TCMessagePtr reply(dbus_pending_call_steal_reply(pending));
@@ -120,7 +120,7 @@ TCMessagePtr TRawClient::Wait(DBusPendingCall* pending)
     return reply;
 }
 
-std::string TRawClient::Control(const char* verb, const std::vector<std::string>& arguments)
+std::string TCRawClient::Control(const char* verb, const std::vector<std::string>& arguments)
 {
     const TSControlAnswer answer = CallControl(*FindVerb(verb), arguments);
     if (answer.status != TSControlAnswer::DONE)
@@ -130,7 +130,7 @@ std::string TRawClient::Control(const char* verb, const std::vector<std::string>
     return answer.text;
 }
 
-void TRawClient::Match(const std::string& rule)
+void TCRawClient::Match(const std::string& rule)
 {
     TCDBusError error;
     dbus_bus_add_match(m_connection.get(), rule.c_str(), error.Get());
@@ -140,7 +140,7 @@ void TRawClient::Match(const std::string& rule)
     }
 }
 
-TCMessagePtr TRawClient::NextSignal()
+TCMessagePtr TCRawClient::NextSignal()
 {
     TCMessagePtr found;
     Eventually(
@@ -161,7 +161,7 @@ TCMessagePtr TRawClient::NextSignal()
     return found;
 }
 
-bool TRawClient::OwnsName(const std::string& name)
+bool TCRawClient::OwnsName(const std::string& name)
 {
     return dbus_bus_name_has_owner(m_connection.get(), name.c_str(), nullptr);
 }

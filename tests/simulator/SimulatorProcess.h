@@ -22,24 +22,24 @@ pid_t StartSimulator(const std::vector<std::string>& arguments);
 int WaitForEnd(pid_t process);
 
 /// The simulator in a process of its own, on a private bus.
-class TSimulatorProcess
+class TCSimulatorProcess
 {
 public:
-    explicit TSimulatorProcess(std::vector<std::string> arguments = {});
-    ~TSimulatorProcess();
+    explicit TCSimulatorProcess(std::vector<std::string> arguments = {});
+    ~TCSimulatorProcess();
 
-    TTempMarker marker;
+    TCTempMarker marker;
     pid_t process;
 
 private:
-    TPrivateBus m_bus;
+    TCPrivateBus m_bus;
 };
 
 /// A client that nobody here wrote a library for: it speaks libdbus and bytes.
-class TRawClient
+class TCRawClient
 {
 public:
-    TRawClient();
+    TCRawClient();
 
     /// Sends a call with a payload as the bytes stand. \return the pending reply
     DBusPendingCall* Send(const std::string& interface, int header, const std::string& payload,

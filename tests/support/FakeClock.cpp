@@ -24,19 +24,19 @@ SClock& Clock()
 }
 } // namespace
 
-unsigned long TFakeClock::Sleeps()
+unsigned long TCFakeClock::Sleeps()
 {
     const std::lock_guard lock(Clock().mutex);
     return Clock().sleeps;
 }
 
-unsigned long TFakeClock::Milliseconds()
+unsigned long TCFakeClock::Milliseconds()
 {
     const std::lock_guard lock(Clock().mutex);
     return Clock().milliseconds;
 }
 
-void TFakeClock::Clear()
+void TCFakeClock::Clear()
 {
     const std::lock_guard lock(Clock().mutex);
     Clock().sleeps = 0;
@@ -44,7 +44,7 @@ void TFakeClock::Clear()
     Clock().hook = nullptr;
 }
 
-void TFakeClock::OnSleep(std::function<void(unsigned int milliseconds)> hook)
+void TCFakeClock::OnSleep(std::function<void(unsigned int milliseconds)> hook)
 {
     const std::lock_guard lock(Clock().mutex);
     Clock().hook = std::move(hook);

@@ -5,7 +5,7 @@
 namespace CIM
 {
 /// The program's way of sleeping: nothing waits, the sleeps are counted. Thread-safe.
-class TFakeClock
+class TCFakeClock
 {
 public:
     /// How often somebody slept since the last Clear.

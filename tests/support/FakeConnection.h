@@ -11,10 +11,10 @@
 namespace CIM
 {
 /// A connection without a bus: records what a proxy asks of it and answers from a function.
-class TFakeConnection : public TICIMIPCConnection
+class TCFakeConnection : public TICIMIPCConnection
 {
 public:
-    struct TCall
+    struct SCall
     {
         std::string interfaceName;
         short methodId;
@@ -64,10 +64,10 @@ public:
     }
     std::string GetReceiverId() override { return "receiver"; }
 
-    std::vector<TCall> calls;
+    std::vector<SCall> calls;
     std::vector<std::string> rules;
     std::vector<std::string> waitedFor;
-    std::function<bool(const TCall&, std::string& reply)> answer;
+    std::function<bool(const SCall&, std::string& reply)> answer;
     void (*callback)(int, TCMessageBuffer&) = nullptr;
     bool acceptsRules = true;
     bool sendsOneWay = true;
@@ -87,10 +87,10 @@ private:
 };
 
 /// Hands out a fake connection.
-class TFakeHelper : public TIIPCHelper
+class TCFakeHelper : public TIIPCHelper
 {
 public:
     boost::shared_ptr<TICIMIPCConnection> GetIPCConnection() const override { return connection; }
-    boost::shared_ptr<TFakeConnection> connection = boost::make_shared<TFakeConnection>();
+    boost::shared_ptr<TCFakeConnection> connection = boost::make_shared<TCFakeConnection>();
 };
 } // namespace CIM

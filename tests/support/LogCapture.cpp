@@ -33,32 +33,32 @@ auto Contains(std::string_view piece)
 }
 } // namespace
 
-std::vector<SLogLine> TLogCapture::Lines()
+std::vector<SLogLine> TCLogCapture::Lines()
 {
     const std::lock_guard lock(Capture().mutex);
     return Capture().lines;
 }
 
-void TLogCapture::Clear()
+void TCLogCapture::Clear()
 {
     const std::lock_guard lock(Capture().mutex);
     Capture().lines.clear();
 }
 
-std::size_t TLogCapture::Count(std::string_view piece)
+std::size_t TCLogCapture::Count(std::string_view piece)
 {
     const std::lock_guard lock(Capture().mutex);
     return std::ranges::count_if(Capture().lines, Contains(piece));
 }
 
-bool TLogCapture::WaitFor(std::string_view piece, std::chrono::milliseconds timeout)
+bool TCLogCapture::WaitFor(std::string_view piece, std::chrono::milliseconds timeout)
 {
     std::unique_lock lock(Capture().mutex);
     return Capture().changed.wait_for(lock, timeout,
                                       [&] { return std::ranges::any_of(Capture().lines, Contains(piece)); });
 }
 
-void TLogCapture::EchoToStandardError(bool echo)
+void TCLogCapture::EchoToStandardError(bool echo)
 {
     const std::lock_guard lock(Capture().mutex);
     Capture().echo = echo;

@@ -16,7 +16,7 @@ struct SLogLine
 };
 
 /// The program's log service: whatever is logged is kept in memory. Thread-safe.
-class TLogCapture
+class TCLogCapture
 {
 public:
     static std::vector<SLogLine> Lines();

@@ -9,7 +9,7 @@ namespace CIM
 {
 namespace
 {
-TScriptedDaemon::TMessage Own(DBusMessage* message)
+TCScriptedDaemon::TMessage Own(DBusMessage* message)
 {
     return {message, [](DBusMessage* owned)
             {
@@ -29,7 +29,7 @@ void AppendPayload(DBusMessage* message, int statedLength, std::string_view payl
 }
 } // namespace
 
-TScriptedDaemon::TScriptedDaemon(const std::vector<std::string>& names, TAnswer answer)
+TCScriptedDaemon::TCScriptedDaemon(const std::vector<std::string>& names, TAnswer answer)
     : m_answer(std::move(answer)), m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
     dbus_threads_init_default();
@@ -60,7 +60,7 @@ TScriptedDaemon::TScriptedDaemon(const std::vector<std::string>& names, TAnswer 
     m_thread = std::thread([this] { m_Run(); });
 }
 
-TScriptedDaemon::~TScriptedDaemon()
+TCScriptedDaemon::~TCScriptedDaemon()
 {
     m_stopping.store(true);
     m_WakeUp();
@@ -70,7 +70,7 @@ TScriptedDaemon::~TScriptedDaemon()
     close(m_wakeUp);
 }
 
-void TScriptedDaemon::Send(const TMessage& message)
+void TCScriptedDaemon::Send(const TMessage& message)
 {
     dbus_connection_send(m_connection, message.get(), nullptr);
     if (dbus_connection_has_messages_to_send(m_connection))
@@ -79,16 +79,16 @@ void TScriptedDaemon::Send(const TMessage& message)
     }
 }
 
-void TScriptedDaemon::Vanish()
+void TCScriptedDaemon::Vanish()
 {
     m_vanishing.store(true);
     m_WakeUp();
 }
 
-void TScriptedDaemon::m_WakeUp() const { eventfd_write(m_wakeUp, 1); }
+void TCScriptedDaemon::m_WakeUp() const { eventfd_write(m_wakeUp, 1); }
 
 // Never blocks inside libdbus, so that Send works from other threads.
-void TScriptedDaemon::m_Run()
+void TCScriptedDaemon::m_Run()
 {
     int socket = -1;
     dbus_connection_get_unix_fd(m_connection, &socket);
@@ -115,7 +115,7 @@ void TScriptedDaemon::m_Run()
     }
 }
 
-DBusHandlerResult TScriptedDaemon::m_Filter(DBusConnection* connection, DBusMessage* message, void* self)
+DBusHandlerResult TCScriptedDaemon::m_Filter(DBusConnection* connection, DBusMessage* message, void* self)
 {
     if (dbus_message_get_type(message) != DBUS_MESSAGE_TYPE_METHOD_CALL ||
         !dbus_message_has_member(message, "MethodCall"))
@@ -123,21 +123,21 @@ DBusHandlerResult TScriptedDaemon::m_Filter(DBusConnection* connection, DBusMess
         return DBUS_HANDLER_RESULT_NOT_YET_HANDLED;
     }
     const TMessage request = Own(dbus_message_ref(message));
-    if (const TMessage reply = static_cast<TScriptedDaemon*>(self)->m_answer(request))
+    if (const TMessage reply = static_cast<TCScriptedDaemon*>(self)->m_answer(request))
     {
         dbus_connection_send(connection, reply.get(), nullptr);
     }
     return DBUS_HANDLER_RESULT_HANDLED;
 }
 
-TScriptedDaemon::TMessage TScriptedDaemon::Reply(const TMessage& request, unsigned char status,
-                                                 std::string_view payload)
+TCScriptedDaemon::TMessage TCScriptedDaemon::Reply(const TMessage& request, unsigned char status,
+                                                   std::string_view payload)
 {
     return Reply(request, status, static_cast<int>(payload.size()), payload);
 }
 
-TScriptedDaemon::TMessage TScriptedDaemon::Reply(const TMessage& request, unsigned char status, int statedLength,
-                                                 std::string_view payload)
+TCScriptedDaemon::TMessage TCScriptedDaemon::Reply(const TMessage& request, unsigned char status, int statedLength,
+                                                   std::string_view payload)
 {
     TMessage reply = Own(dbus_message_new_method_return(request.get()));
     dbus_message_append_args(reply.get(), DBUS_TYPE_BYTE, &status, DBUS_TYPE_INVALID);
@@ -145,13 +145,13 @@ TScriptedDaemon::TMessage TScriptedDaemon::Reply(const TMessage& request, unsign
     return reply;
 }
 
-TScriptedDaemon::TMessage TScriptedDaemon::Error(const TMessage& request, const char* name, const char* text)
+TCScriptedDaemon::TMessage TCScriptedDaemon::Error(const TMessage& request, const char* name, const char* text)
 {
     return Own(dbus_message_new_error(request.get(), name, text));
 }
 
-TScriptedDaemon::TMessage TScriptedDaemon::Signal(const char* member, const std::string& identifier, const char* handle,
-                                                  std::string_view payload)
+TCScriptedDaemon::TMessage TCScriptedDaemon::Signal(const char* member, const std::string& identifier,
+                                                    const char* handle, std::string_view payload)
 {
     TMessage signal =
         Own(dbus_message_new_signal("/com/kelvora/ciapi/SignalObject", "com.kelvora.ciapi.SignalIFace", member));
@@ -165,7 +165,7 @@ TScriptedDaemon::TMessage TScriptedDaemon::Signal(const char* member, const std:
     return signal;
 }
 
-std::string TScriptedDaemon::Payload(DBusMessage* message)
+std::string TCScriptedDaemon::Payload(DBusMessage* message)
 {
     DBusMessageIter iter;
     std::string payload;

@@ -13,7 +13,7 @@ namespace CIM
 {
 /// Plays the CI daemon on the system bus that DBUS_SYSTEM_BUS_ADDRESS names: owns bus names, answers each "MethodCall"
 /// by a function of the test, sends signals. Runs on a thread of its own.
-class TScriptedDaemon
+class TCScriptedDaemon
 {
 public:
     using TMessage = std::shared_ptr<DBusMessage>;
@@ -21,11 +21,11 @@ public:
     using TAnswer = std::function<TMessage(const TMessage& request)>;
 
     /// Connects and owns the names before it returns. \throws std::runtime_error when the bus refuses
-    TScriptedDaemon(const std::vector<std::string>& names, TAnswer answer);
+    TCScriptedDaemon(const std::vector<std::string>& names, TAnswer answer);
     /// Leaves the bus after everything is sent.
-    ~TScriptedDaemon();
-    TScriptedDaemon(const TScriptedDaemon&) = delete;
-    TScriptedDaemon& operator=(const TScriptedDaemon&) = delete;
+    ~TCScriptedDaemon();
+    TCScriptedDaemon(const TCScriptedDaemon&) = delete;
+    TCScriptedDaemon& operator=(const TCScriptedDaemon&) = delete;
 
     /// Sends a signal or a late reply. Thread-safe, also from within an answer; keeps the order of one thread.
     void Send(const TMessage& message);

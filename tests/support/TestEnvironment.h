@@ -17,10 +17,10 @@
 namespace CIM
 {
 /// An environment variable that has a value, or has none, as long as the object lives.
-class TEnvironmentVariable
+class TCEnvironmentVariable
 {
 public:
-    TEnvironmentVariable(std::string name, const std::optional<std::string>& value) : m_name(std::move(name))
+    TCEnvironmentVariable(std::string name, const std::optional<std::string>& value) : m_name(std::move(name))
     {
         if (const char* old = std::getenv(m_name.c_str()))
         {
@@ -28,9 +28,9 @@ public:
         }
         m_Apply(value);
     }
-    ~TEnvironmentVariable() { m_Apply(m_old); }
-    TEnvironmentVariable(const TEnvironmentVariable&) = delete;
-    TEnvironmentVariable& operator=(const TEnvironmentVariable&) = delete;
+    ~TCEnvironmentVariable() { m_Apply(m_old); }
+    TCEnvironmentVariable(const TCEnvironmentVariable&) = delete;
+    TCEnvironmentVariable& operator=(const TCEnvironmentVariable&) = delete;
 
 private:
     void m_Apply(const std::optional<std::string>& value)
@@ -50,10 +50,10 @@ private:
 };
 
 /// An empty folder of one's own, removed with everything in it.
-class TTempFolder
+class TCTempFolder
 {
 public:
-    TTempFolder()
+    TCTempFolder()
     {
         std::string path = (std::filesystem::temp_directory_path() / "ciapi-test-XXXXXX").string();
         if (mkdtemp(path.data()) == nullptr)
@@ -62,13 +62,13 @@ public:
         }
         m_path = path;
     }
-    ~TTempFolder()
+    ~TCTempFolder()
     {
         std::error_code ignored;
         std::filesystem::remove_all(m_path, ignored);
     }
-    TTempFolder(const TTempFolder&) = delete;
-    TTempFolder& operator=(const TTempFolder&) = delete;
+    TCTempFolder(const TCTempFolder&) = delete;
+    TCTempFolder& operator=(const TCTempFolder&) = delete;
 
     const std::filesystem::path& Path() const { return m_path; }
     std::string File(const std::string& name) const { return (m_path / name).string(); }
@@ -78,7 +78,7 @@ private:
 };
 
 /// The daemon's readiness marker at a path of the test's own; absent until Create is called.
-class TTempMarker
+class TCTempMarker
 {
 public:
     void Create() { std::ofstream(Path()).put('\n'); }
@@ -86,16 +86,16 @@ public:
     std::string Path() const { return m_folder.File("ready"); }
 
 private:
-    TTempFolder m_folder;
-    TEnvironmentVariable m_variable{"CIAPI_DAEMON_READY_FILE", Path()};
+    TCTempFolder m_folder;
+    TCEnvironmentVariable m_variable{"CIAPI_DAEMON_READY_FILE", Path()};
 };
 
 /// The set's feature keys, as a file that the system-information service reads, e.g.
-/// `TFeatureKeys keys{{"com.kelvora/featureconf/product.num_of_ci", "1"}};`
-class TFeatureKeys
+/// `TCFeatureKeys keys{{"com.kelvora/featureconf/product.num_of_ci", "1"}};`
+class TCFeatureKeys
 {
 public:
-    TFeatureKeys(std::initializer_list<std::pair<const std::string, std::string>> keys = {}) : m_keys(keys)
+    TCFeatureKeys(std::initializer_list<std::pair<const std::string, std::string>> keys = {}) : m_keys(keys)
     {
         m_Write();
     }
@@ -114,8 +114,8 @@ public:
 private:
     void m_Write() { privatebus::WriteFeatureKeys(Path(), m_keys); }
 
-    TTempFolder m_folder;
+    TCTempFolder m_folder;
     std::map<std::string, std::string> m_keys;
-    TEnvironmentVariable m_variable{"TVPLATFORM_SYSTEM_INFO", Path()};
+    TCEnvironmentVariable m_variable{"TVPLATFORM_SYSTEM_INFO", Path()};
 };
 } // namespace CIM

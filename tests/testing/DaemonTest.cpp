@@ -34,7 +34,7 @@ std::string Refusal(const std::function<void()>& body)
 
 TEST(TestDaemon, AnswersAsTheTestSays)
 {
-    TDaemon daemon;
+    TCDaemon daemon;
     daemon.On(&ICIGeneral::GetCiSlotStatus,
               [](auto& statuses, unsigned selection)
               {
@@ -67,7 +67,7 @@ TEST(TestDaemon, TellsOverloadsApart)
     using TRecords = std::list<TSCIOperatorProfileData>;
     const auto named = Overload<int(TNames&)>(&ICIOperatorProfile::GetNotInstalledOperatorProfiles);
     const auto recorded = Overload<int(TRecords&)>(&ICIOperatorProfile::GetNotInstalledOperatorProfiles);
-    TDaemon daemon;
+    TCDaemon daemon;
     daemon.On(named,
               [](TNames& names)
               {
@@ -87,20 +87,20 @@ TEST(TestDaemon, TellsOverloadsApart)
 
 TEST(TestDaemon, RefusesWhatCannotBe)
 {
-    TDaemon daemon;
+    TCDaemon daemon;
     const auto never = [] { return 1; };
     EXPECT_THAT(Refusal([&] { daemon.On(&ICIGeneral::IsCiSupported, never); }), HasSubstr("never sent"));
     EXPECT_THAT(Refusal([&] { daemon.CallCount(&ICISignalSubscriber::SetCallback); }), HasSubstr("never sent"));
     EXPECT_THAT(Refusal([&] { daemon.InsertCam(1, "unheard-of"); }), HasSubstr("unheard-of"));
     EXPECT_THAT(Refusal([&] { daemon.Control("insert", "[]"); }), HasSubstr("JSON object"));
-    EXPECT_THAT(Refusal([] { TDaemon second; }), HasSubstr("com.kelvora.")) << "one at a time";
+    EXPECT_THAT(Refusal([] { TCDaemon second; }), HasSubstr("com.kelvora.")) << "one at a time";
 
     TSOptions options;
     options.set = "{\n\"slots\": \"many\"}";
-    EXPECT_THAT(Refusal([&] { TDaemon broken(options); }), HasSubstr("set:2"));
+    EXPECT_THAT(Refusal([&] { TCDaemon broken(options); }), HasSubstr("set:2"));
     options.set.clear();
     options.scenario = "unheard-of";
-    EXPECT_THAT(Refusal([&] { TDaemon broken(options); }), HasSubstr("unheard-of"));
+    EXPECT_THAT(Refusal([&] { TCDaemon broken(options); }), HasSubstr("unheard-of"));
 
     std::map<unsigned char, ECamStatus> statuses;
     EXPECT_EQ(General().GetCiSlotStatus(statuses, 0), 1) << "the first one is unharmed";
@@ -108,7 +108,7 @@ TEST(TestDaemon, RefusesWhatCannotBe)
 
 TEST(TestDaemon, RecordsCalls)
 {
-    TDaemon daemon;
+    TCDaemon daemon;
     EXPECT_FALSE(daemon.WaitForCall(&ICIGeneral::EnterMenu, std::chrono::milliseconds(30)));
     std::thread caller([] { General().EnterMenu(1, true); });
     EXPECT_TRUE(daemon.WaitForCall(&ICIGeneral::EnterMenu));
@@ -147,7 +147,7 @@ int Hear(ECISignalType type, EProfile profile, unsigned short handle, TSSignalDa
 
 TEST(TestDaemon, RaisesSignalsThatArriveOnTheDefaultContext)
 {
-    TDaemon daemon;
+    TCDaemon daemon;
     ICISignalSubscriber& subscriber = *TCCIService::CISignalSubscriberInstance(Hear);
     TSHeard heard;
     ASSERT_EQ(subscriber.Subscribe(SIGNAL_CI_CA_REPLY, &heard, PROFILE_RECORD, 9, 0), 1);
@@ -165,7 +165,7 @@ TEST(TestDaemon, RaisesSignalsThatArriveOnTheDefaultContext)
 TEST(TestDaemon, MayFollowEachOther)
 {
     {
-        TDaemon first;
+        TCDaemon first;
         first.On(&ICIGeneral::IsCamPinNeeded, [] { return 42; });
         EXPECT_EQ(General().IsCamPinNeeded(), 42);
     }
@@ -174,7 +174,7 @@ TEST(TestDaemon, MayFollowEachOther)
     TSOptions options;
     options.set = R"({"slots": 1})";
     options.featureKeys = {{CI_FMS_IS_ZIGGO, "true"}};
-    TDaemon second(options);
+    TCDaemon second(options);
     std::map<unsigned char, ECamStatus> statuses;
     EXPECT_EQ(General().GetCiSlotStatus(statuses, 0), 1) << "the library's connection lives on";
     EXPECT_EQ(statuses.size(), 1u);
@@ -187,7 +187,7 @@ TEST(TestDaemon, MayFollowEachOther)
 
 TEST(TestDaemon, PlaysAScenario)
 {
-    const TTempFolder folder;
+    const TCTempFolder folder;
     std::ofstream(folder.File("pin.json"))
         << R"({"name": "pin", "description": "asks", "clock": "manual", "set": {"slots": 1},
         "timeline": [{"wait-for-call": {"operation": "ICIGeneral.IsCamPinNeeded"}}]})";
@@ -195,7 +195,7 @@ TEST(TestDaemon, PlaysAScenario)
     options.scenario = folder.File("pin.json");
     for (const bool isMet : {true, false})
     {
-        TDaemon daemon(options);
+        TCDaemon daemon(options);
         if (isMet)
         {
             General().IsCamPinNeeded();

@@ -21,19 +21,19 @@ TEST(TestDaemonFailures, MeetTheCallsThatTheyAreFor)
     struct TSCase
     {
         const char* what;
-        TFailure failure;
+        TCFailure failure;
         std::vector<int> results; ///< of one call after the other
     };
     constexpr int ANSWER = 6;
     const TSCase cases[] = {
-        {"error", TFailure::Error("com.example.Error.No", "no"), {NO_ANSWER, NO_ANSWER}},
-        {"not handled", TFailure::Status(0), {NO_ANSWER, NO_ANSWER}},
-        {"once", TFailure::Error().Times(1), {NO_ANSWER, ANSWER}},
-        {"the second", TFailure::Error().Nth(2), {ANSWER, NO_ANSWER, ANSWER}},
-        {"late", TFailure::Late(20), {ANSWER, ANSWER}},
-        {"a hostile payload", TFailure::FromJson(R"({"kind": "no-arguments"})"), {NO_ANSWER}},
+        {"error", TCFailure::Error("com.example.Error.No", "no"), {NO_ANSWER, NO_ANSWER}},
+        {"not handled", TCFailure::Status(0), {NO_ANSWER, NO_ANSWER}},
+        {"once", TCFailure::Error().Times(1), {NO_ANSWER, ANSWER}},
+        {"the second", TCFailure::Error().Nth(2), {ANSWER, NO_ANSWER, ANSWER}},
+        {"late", TCFailure::Late(20), {ANSWER, ANSWER}},
+        {"a hostile payload", TCFailure::FromJson(R"({"kind": "no-arguments"})"), {NO_ANSWER}},
     };
-    TDaemon daemon;
+    TCDaemon daemon;
     daemon.On(&ICIGeneral::IsCamPinNeeded, [] { return ANSWER; });
     for (const TSCase& tested : cases)
     {
@@ -48,14 +48,14 @@ TEST(TestDaemonFailures, MeetTheCallsThatTheyAreFor)
         EXPECT_EQ(Ask(), ANSWER);
     }
     EXPECT_EQ(daemon.Calls(&ICIGeneral::IsCamPinNeeded).front().fault, "error");
-    EXPECT_THROW(daemon.Fail(&ICIGeneral::EnterMenu, TFailure::FromJson(R"({"kind": "odd"})")), std::invalid_argument);
-    EXPECT_THROW(TFailure::FromJson("{"), std::invalid_argument);
+    EXPECT_THROW(daemon.Fail(&ICIGeneral::EnterMenu, TCFailure::FromJson(R"({"kind": "odd"})")), std::invalid_argument);
+    EXPECT_THROW(TCFailure::FromJson("{"), std::invalid_argument);
 }
 
 TEST(TestDaemonFailures, ComeLate)
 {
-    TDaemon daemon;
-    daemon.Fail(&ICIGeneral::IsCamPinNeeded, TFailure::Late(150));
+    TCDaemon daemon;
+    daemon.Fail(&ICIGeneral::IsCamPinNeeded, TCFailure::Late(150));
     const auto begin = std::chrono::steady_clock::now();
     Ask();
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(150));
@@ -63,7 +63,7 @@ TEST(TestDaemonFailures, ComeLate)
 
 TEST(TestDaemonFailures, DaemonGoesAndComesBack)
 {
-    TDaemon daemon;
+    TCDaemon daemon;
     daemon.On(&ICIGeneral::IsCamPinNeeded, [] { return 6; });
     EXPECT_EQ(Ask(), 6);
 
@@ -74,7 +74,7 @@ TEST(TestDaemonFailures, DaemonGoesAndComesBack)
     EXPECT_EQ(Ask(), 6) << "answers are kept";
     EXPECT_TRUE(IsMarkerThere());
 
-    daemon.Fail(&ICIGeneral::IsCamPinNeeded, TFailure::Crash().Times(1));
+    daemon.Fail(&ICIGeneral::IsCamPinNeeded, TCFailure::Crash().Times(1));
     EXPECT_EQ(Ask(), NO_ANSWER);
     EXPECT_FALSE(IsMarkerThere());
     daemon.Return();

@@ -8,7 +8,7 @@ namespace
 {
 TEST(Fakes, AnswerAsWithoutCIUntilTheTestSaysOtherwise)
 {
-    TFakePvrCip fake;
+    TCFakePvrCip fake;
     IPvrCip& pvr = fake;
     int allowed = 5;
     EXPECT_TRUE(pvr.IsSkippingForwardAllowed(1000, allowed));
@@ -33,7 +33,7 @@ TEST(Fakes, AnswerAsWithoutCIUntilTheTestSaysOtherwise)
 
 TEST(Fakes, TellOverloadsApart)
 {
-    TFakeSampleDecryption fake;
+    TCFakeSampleDecryption fake;
     fake.On(Overload<bool(TSDRMUuid const&)>(&ICISampleDecryption::IsDRMSupported),
             [](TSDRMUuid const&) { return true; });
     ICISampleDecryption& decryption = fake;
@@ -44,18 +44,18 @@ TEST(Fakes, TellOverloadsApart)
 /// The fakes that the other cases do not use can be made, and answer.
 TEST(Fakes, AreThereForEveryInterface)
 {
-    EXPECT_EQ(TFakeGeneral().IsCamPinNeeded(), 0);
-    EXPECT_EQ(TFakeAppMMI().SendRequestStartAck(1, 2), 0);
-    EXPECT_EQ(TFakeAuxiliaryFileSystem().UnregisterApplication(1, DOMAIN_IDS_CIMHEGP1), 0);
-    EXPECT_FALSE(TFakeCICAMPlayer().StopPlayer({}));
-    EXPECT_EQ(TFakeDebug().PrintStatus(), 0);
-    EXPECT_EQ(TFakeOperatorProfile().UpdateOperatorProfile(0), 0);
+    EXPECT_EQ(TCFakeGeneral().IsCamPinNeeded(), 0);
+    EXPECT_EQ(TCFakeAppMMI().SendRequestStartAck(1, 2), 0);
+    EXPECT_EQ(TCFakeAuxiliaryFileSystem().UnregisterApplication(1, DOMAIN_IDS_CIMHEGP1), 0);
+    EXPECT_FALSE(TCFakeCICAMPlayer().StopPlayer({}));
+    EXPECT_EQ(TCFakeDebug().PrintStatus(), 0);
+    EXPECT_EQ(TCFakeOperatorProfile().UpdateOperatorProfile(0), 0);
 }
 
 TEST(Fakes, SubscriberDeliversWhatIsSubscribed)
 {
     static int s_heard = 0;
-    TFakeSignalSubscriber subscriber;
+    TCFakeSignalSubscriber subscriber;
     subscriber.SetCallback(
         [](ECISignalType, EProfile, unsigned short handle, TSSignalData, void* userData)
         {

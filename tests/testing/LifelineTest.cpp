@@ -57,7 +57,7 @@ TEST(Lifeline, KilledProgramLeavesNothing)
     const std::filesystem::path marker = SaidBeforeKilled(
         []
         {
-            static TDaemon daemon;
+            static TCDaemon daemon;
             return MarkerPath().string();
         });
     ASSERT_FALSE(marker.empty());
@@ -69,7 +69,7 @@ TEST(Lifeline, KilledProgramLeavesNoDaemonBeside)
     const std::string said = SaidBeforeKilled(
         []
         {
-            static TDaemonBeside daemon({}, CI_DAEMON_SIM);
+            static TCDaemonBeside daemon({}, CI_DAEMON_SIM);
             return std::to_string(daemon.ProcessId()) + ' ' + MarkerPath().string();
         });
     ASSERT_NE(said.find(' '), std::string::npos);
@@ -86,7 +86,7 @@ TEST(Lifeline, SetWithoutCINeedsAProcessOfItsOwn)
                       {
                           TSOptions options;
                           options.featureKeys = {{CI_FMS_NUM_OF_CI, slots}};
-                          static TDaemon daemon(options);
+                          static TCDaemon daemon(options);
                           return std::string(TCCIService::IsCIOperable() ? "2" : "0");
                       }),
                   slots);
@@ -95,7 +95,7 @@ TEST(Lifeline, SetWithoutCINeedsAProcessOfItsOwn)
 
 TEST(Lifeline, ProgramHasNoChildrenThatItDidNotMake)
 {
-    TDaemon daemon;
+    TCDaemon daemon;
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
 }
@@ -106,7 +106,7 @@ TEST(DaemonBeside, DoesWhatItIsAskedFor)
     options.set = R"({"slots": 1, "cams": [{"name": "plain", "readyMs": 10}]})";
     options.isManualClock = true;
     {
-        TDaemonBeside daemon(options, CI_DAEMON_SIM);
+        TCDaemonBeside daemon(options, CI_DAEMON_SIM);
         daemon.Ask("InsertCam", {"0", "plain"});
         daemon.Ask("AdvanceClock", {"10"});
         std::map<unsigned char, ECamStatus> statuses;
@@ -116,13 +116,13 @@ TEST(DaemonBeside, DoesWhatItIsAskedFor)
 
         EXPECT_THROW(daemon.Ask("InsertCam", {"0", "plain"}), std::invalid_argument) << "it is in already";
         EXPECT_THROW(daemon.Ask("Unheard-of"), std::invalid_argument);
-        EXPECT_THROW(TDaemonBeside(options, CI_DAEMON_SIM), std::runtime_error) << "one at a time";
+        EXPECT_THROW(TCDaemonBeside(options, CI_DAEMON_SIM), std::runtime_error) << "one at a time";
         daemon.Kill();
         EXPECT_EQ(TCCIService::CIGeneralInstance()->GetCiSlotStatus(statuses, 0), 0);
         EXPECT_THROW(daemon.Ask("Journal"), std::runtime_error);
     }
-    EXPECT_THROW(TDaemonBeside(options, "/nowhere/ci-daemon-sim"), std::runtime_error);
-    EXPECT_EQ(TDaemonBeside(options, CI_DAEMON_SIM).End(), 0);
+    EXPECT_THROW(TCDaemonBeside(options, "/nowhere/ci-daemon-sim"), std::runtime_error);
+    EXPECT_EQ(TCDaemonBeside(options, CI_DAEMON_SIM).End(), 0);
 }
 } // namespace
 } // namespace CIM::test

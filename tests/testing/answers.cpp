@@ -5,7 +5,7 @@
 
 using CIM::ICIGeneral;
 
-void Answer(CIM::test::TDaemon& daemon, CIM::test::TFakeGeneral& fake)
+void Answer(CIM::test::TCDaemon& daemon, CIM::test::TCFakeGeneral& fake)
 {
 #if ANSWER_FITS
     const auto answer = [](unsigned char, CIM::TCIText&) { return 1; };

@@ -37,7 +37,7 @@ int StatusOf(pid_t pid)
 }
 } // namespace
 
-TStartedCommand::TStartedCommand(const std::vector<std::string>& command, const std::string& input)
+TCStartedCommand::TCStartedCommand(const std::vector<std::string>& command, const std::string& input)
 {
     int in[2];
     int out[2];
@@ -64,7 +64,7 @@ TStartedCommand::TStartedCommand(const std::vector<std::string>& command, const 
     m_pipes[1] = error[0];
 }
 
-TStartedCommand::~TStartedCommand()
+TCStartedCommand::~TCStartedCommand()
 {
     if (m_pid > 0)
     {
@@ -80,10 +80,10 @@ TStartedCommand::~TStartedCommand()
     }
 }
 
-void TStartedCommand::Signal(int number) const { kill(m_pid, number); }
+void TCStartedCommand::Signal(int number) const { kill(m_pid, number); }
 
 // Reads what comes next. Returns false when both pipes are at their end, or nothing came in time.
-bool TStartedCommand::m_Read(int timeoutMs)
+bool TCStartedCommand::m_Read(int timeoutMs)
 {
     pollfd waits[2] = {{m_pipes[0], POLLIN, 0}, {m_pipes[1], POLLIN, 0}};
     if (poll(waits, 2, timeoutMs) <= 0)
@@ -110,7 +110,7 @@ bool TStartedCommand::m_Read(int timeoutMs)
     return m_pipes[0] >= 0 || m_pipes[1] >= 0;
 }
 
-bool TStartedCommand::WaitForError(const std::string& piece)
+bool TCStartedCommand::WaitForError(const std::string& piece)
 {
     while (m_texts[1].find(piece) == std::string::npos)
     {
@@ -122,7 +122,7 @@ bool TStartedCommand::WaitForError(const std::string& piece)
     return true;
 }
 
-TSRun TStartedCommand::Wait()
+TSRun TCStartedCommand::Wait()
 {
     while (m_Read(2 * PATIENCE_MS))
     {

@@ -16,14 +16,14 @@ struct TSRun
 };
 
 /// A command that runs beside the test. Its end kills the command.
-class TStartedCommand
+class TCStartedCommand
 {
 public:
     /// \param[in] input  what it reads from its standard input
-    explicit TStartedCommand(const std::vector<std::string>& command, const std::string& input = {});
-    ~TStartedCommand();
-    TStartedCommand(const TStartedCommand&) = delete;
-    TStartedCommand& operator=(const TStartedCommand&) = delete;
+    explicit TCStartedCommand(const std::vector<std::string>& command, const std::string& input = {});
+    ~TCStartedCommand();
+    TCStartedCommand(const TCStartedCommand&) = delete;
+    TCStartedCommand& operator=(const TCStartedCommand&) = delete;
 
     void Signal(int number) const;
     /// Waits until it has written a piece of text to standard error, at the longest 20 seconds.
@@ -41,7 +41,7 @@ private:
 
 inline TSRun RunCommand(const std::vector<std::string>& command, const std::string& input = {})
 {
-    return TStartedCommand(command, input).Wait();
+    return TCStartedCommand(command, input).Wait();
 }
 
 /// Runs a command in a terminal of its own, as a viewer who answers each prompt.

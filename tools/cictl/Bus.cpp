@@ -4,23 +4,23 @@
 
 namespace CIM::cictl
 {
-TBus::TBus()
+TCBus::TCBus()
 {
     TCDBusError error;
     m_connection = OpenSystemBus(error);
     if (!m_connection)
     {
-        throw TFailure(EXIT_NO_DAEMON, std::string("there is no system bus: ") + error.Text());
+        throw TCFailure(EXIT_NO_DAEMON, std::string("there is no system bus: ") + error.Text());
     }
 }
 
-TCMessagePtr TBus::Ask(DBusMessage* call, TCDBusError& error)
+TCMessagePtr TCBus::Ask(DBusMessage* call, TCDBusError& error)
 {
     return TCMessagePtr(
         dbus_connection_send_with_reply_and_block(m_connection.get(), call, DBUS_TIMEOUT_USE_DEFAULT, error.Get()));
 }
 
-std::string TBus::OwnerOf(const std::string& name)
+std::string TCBus::OwnerOf(const std::string& name)
 {
     const TCMessagePtr call(
         dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "GetNameOwner"));
@@ -37,6 +37,6 @@ std::string TBus::OwnerOf(const std::string& name)
     {
         return {};
     }
-    throw TFailure(EXIT_NO_DAEMON, std::string("the system bus does not answer: ") + error.Text());
+    throw TCFailure(EXIT_NO_DAEMON, std::string("the system bus does not answer: ") + error.Text());
 }
 } // namespace CIM::cictl

@@ -19,26 +19,26 @@ constexpr TSField ANSWER_FIELDS[] = {
 };
 
 // An operation by "INTERFACE.NAME"; several when the name alone does not tell.
-std::vector<const json::TOperationForm*> FindOperations(const std::string& text)
+std::vector<const json::TCOperationForm*> FindOperations(const std::string& text)
 {
     const std::size_t dot = text.rfind('.');
-    const json::TInterfaceForm* const interface =
+    const json::TCInterfaceForm* const interface =
         dot == text.npos ? nullptr : json::FindInterface(std::string_view(text).substr(0, dot));
     if (!interface)
     {
-        throw TFailure(EXIT_USAGE, "\"" + text + "\" is no INTERFACE.OPERATION (see cictl list)");
+        throw TCFailure(EXIT_USAGE, "\"" + text + "\" is no INTERFACE.OPERATION (see cictl list)");
     }
-    std::vector<const json::TOperationForm*> found = interface->FindAll(std::string_view(text).substr(dot + 1));
+    std::vector<const json::TCOperationForm*> found = interface->FindAll(std::string_view(text).substr(dot + 1));
     if (found.empty())
     {
-        throw TFailure(EXIT_USAGE, interface->Name() + " has no operation " + text.substr(dot + 1) +
-                                       " (see cictl list " + interface->Name() + ")");
+        throw TCFailure(EXIT_USAGE, interface->Name() + " has no operation " + text.substr(dot + 1) +
+                                        " (see cictl list " + interface->Name() + ")");
     }
     return found;
 }
 
 // Whether the given names are just the inputs of an operation.
-bool Fits(const json::TOperationForm& operation, const std::map<std::string, std::string>& given)
+bool Fits(const json::TCOperationForm& operation, const std::map<std::string, std::string>& given)
 {
     std::size_t inputs = 0;
     for (const json::TSParameter& parameter : operation.Parameters())
@@ -55,10 +55,10 @@ bool Fits(const json::TOperationForm& operation, const std::map<std::string, std
     return inputs == given.size();
 }
 
-const json::TOperationForm& Choose(const std::vector<const json::TOperationForm*>& candidates,
-                                   const std::map<std::string, std::string>& given)
+const json::TCOperationForm& Choose(const std::vector<const json::TCOperationForm*>& candidates,
+                                    const std::map<std::string, std::string>& given)
 {
-    std::vector<const json::TOperationForm*> fitting;
+    std::vector<const json::TCOperationForm*> fitting;
     std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(fitting),
                  [&](const auto* candidate) { return candidates.size() == 1 || Fits(*candidate, given); });
     if (fitting.size() == 1)
@@ -70,16 +70,16 @@ const json::TOperationForm& Choose(const std::vector<const json::TOperationForm*
     {
         names += (names.empty() ? "" : " or ") + candidate->FullName();
     }
-    throw TFailure(EXIT_USAGE, "which is meant: " + names + "?");
+    throw TCFailure(EXIT_USAGE, "which is meant: " + names + "?");
 }
 
-bool HasOneWay(const json::TOperationForm& operation)
+bool HasOneWay(const json::TCOperationForm& operation)
 {
     const json::TSParameter* const flag = operation.FindParameter("oneWay");
     return flag && flag->word == protocol::EWord::ONE_WAY;
 }
 // The lists that shell completion asks for, a word a line. Returns false when none is asked for.
-bool ListWords(const TArguments& arguments)
+bool ListWords(const TCArguments& arguments)
 {
     for (const TSVerb& verb : Verbs())
     {
@@ -107,7 +107,7 @@ bool ListWords(const TArguments& arguments)
     if (arguments.Has("inputs"))
     {
         std::set<std::string_view> names; // of several operations of one name, all inputs
-        for (const json::TOperationForm* operation : FindOperations(arguments.Text("inputs")))
+        for (const json::TCOperationForm* operation : FindOperations(arguments.Text("inputs")))
         {
             for (const json::TSParameter& parameter : operation->Parameters())
             {
@@ -135,7 +135,7 @@ TJson ValueFromWord(const json::TSType& type, const std::string& word)
     return value.is_discarded() ? TJson(word) : value;
 }
 
-EExit CallAndPrint(TCDaemonAccess& daemon, const json::TOperationForm& operation, const TJson& arguments, bool asJson)
+EExit CallAndPrint(TCDaemonAccess& daemon, const json::TCOperationForm& operation, const TJson& arguments, bool asJson)
 {
     TJson answer = daemon.Call(operation, arguments);
     const bool isYes = IsYes(operation, answer);
@@ -148,7 +148,7 @@ EExit CallAndPrint(TCDaemonAccess& daemon, const json::TOperationForm& operation
     return isYes ? EXIT_ANSWERED : EXIT_REFUSED;
 }
 
-TJson ArgumentsInOrder(const json::TOperationForm& operation, std::span<const std::string> words)
+TJson ArgumentsInOrder(const json::TCOperationForm& operation, std::span<const std::string> words)
 {
     TJson arguments = TJson::object();
     std::string inputs;
@@ -167,13 +167,13 @@ TJson ArgumentsInOrder(const json::TOperationForm& operation, std::span<const st
     }
     if (count != words.size())
     {
-        throw TFailure(EXIT_USAGE, std::string(operation.Name()) + " takes " +
-                                       (inputs.empty() ? "no values" : "these values:" + inputs));
+        throw TCFailure(EXIT_USAGE, std::string(operation.Name()) + " takes " +
+                                        (inputs.empty() ? "no values" : "these values:" + inputs));
     }
     return arguments;
 }
 
-EExit CallVerb(const TArguments& arguments)
+EExit CallVerb(const TCArguments& arguments)
 {
     std::map<std::string, std::string> given;
     for (const std::string& argument : arguments.Many("argument"))
@@ -181,14 +181,14 @@ EExit CallVerb(const TArguments& arguments)
         const std::size_t sign = argument.find('=');
         if (sign == argument.npos || sign == 0)
         {
-            throw TFailure(EXIT_USAGE, "an argument is given as NAME=VALUE, not as \"" + argument + "\"");
+            throw TCFailure(EXIT_USAGE, "an argument is given as NAME=VALUE, not as \"" + argument + "\"");
         }
         if (!given.emplace(argument.substr(0, sign), argument.substr(sign + 1)).second)
         {
-            throw TFailure(EXIT_USAGE, argument.substr(0, sign) + " is given twice");
+            throw TCFailure(EXIT_USAGE, argument.substr(0, sign) + " is given twice");
         }
     }
-    const json::TOperationForm& operation = Choose(FindOperations(arguments.Text("operation")), given);
+    const json::TCOperationForm& operation = Choose(FindOperations(arguments.Text("operation")), given);
     TJson values = TJson::object();
     for (const auto& [name, word] : given)
     {
@@ -199,7 +199,7 @@ EExit CallVerb(const TArguments& arguments)
     {
         if (!HasOneWay(operation))
         {
-            throw TFailure(EXIT_USAGE, operation.FullName() + " has no one-way form");
+            throw TCFailure(EXIT_USAGE, operation.FullName() + " has no one-way form");
         }
         values["oneWay"] = true;
     }
@@ -208,22 +208,22 @@ EExit CallVerb(const TArguments& arguments)
     return CallAndPrint(daemon, operation, values, arguments.IsJson());
 }
 
-EExit ListVerb(const TArguments& arguments)
+EExit ListVerb(const TCArguments& arguments)
 {
     if (ListWords(arguments))
     {
         return EXIT_ANSWERED;
     }
-    std::vector<const json::TOperationForm*> operations;
+    std::vector<const json::TCOperationForm*> operations;
     const std::string wanted = arguments.Text("interface");
-    const json::TInterfaceForm* const only = json::FindInterface(wanted);
+    const json::TCInterfaceForm* const only = json::FindInterface(wanted);
     if (!wanted.empty() && !only)
     {
         operations = FindOperations(wanted);
     }
-    for (const json::TInterfaceForm& interface : json::Interfaces())
+    for (const json::TCInterfaceForm& interface : json::Interfaces())
     {
-        for (const json::TOperationForm& operation : interface.Operations())
+        for (const json::TCOperationForm& operation : interface.Operations())
         {
             if (&interface == only || wanted.empty())
             {
@@ -232,7 +232,7 @@ EExit ListVerb(const TArguments& arguments)
         }
     }
     TJson list = TJson::array();
-    for (const json::TOperationForm* operation : operations)
+    for (const json::TCOperationForm* operation : operations)
     {
         if (arguments.IsSet("names"))
         {

@@ -46,7 +46,7 @@ std::string Dashed(std::string_view name)
     return dashed;
 }
 
-std::string InputNames(const json::TOperationForm& operation)
+std::string InputNames(const json::TCOperationForm& operation)
 {
     std::string names;
     for (const json::TSParameter& parameter : operation.Parameters())
@@ -60,24 +60,24 @@ std::string InputNames(const json::TOperationForm& operation)
 }
 } // namespace
 
-EExit PlayerVerb(const TArguments& arguments)
+EExit PlayerVerb(const TCArguments& arguments)
 {
-    const json::TInterfaceForm& interface = *json::FindInterface("ICICAMPlayer");
+    const json::TCInterfaceForm& interface = *json::FindInterface("ICICAMPlayer");
     const std::string action = arguments.Text("action");
     const auto* const row = std::find_if(std::begin(PLAYER_ACTIONS), std::end(PLAYER_ACTIONS),
                                          [&](const TSAction& candidate) { return action == candidate.name; });
     if (row == std::end(PLAYER_ACTIONS))
     {
-        throw TFailure(EXIT_USAGE, "player does not know \"" + action + "\" (see cictl player --help)");
+        throw TCFailure(EXIT_USAGE, "player does not know \"" + action + "\" (see cictl player --help)");
     }
-    const json::TOperationForm& operation = *interface.Find(row->operation);
+    const json::TCOperationForm& operation = *interface.Find(row->operation);
     std::vector<std::string> words = arguments.Many("value");
     if (action == "seek" && (words.size() == 2 || words.size() == 3))
     {
         const std::string mode = words.size() == 3 ? words[2] : "absolute";
         if (mode != "absolute" && mode != "relative")
         {
-            throw TFailure(EXIT_USAGE, "a position is absolute or relative, not \"" + mode + "\"");
+            throw TCFailure(EXIT_USAGE, "a position is absolute or relative, not \"" + mode + "\"");
         }
         words = {words[0], TJson({{"seekMode", mode == "relative" ? 1 : 0}, {"position", words[1]}}).dump()};
     }
@@ -87,12 +87,12 @@ EExit PlayerVerb(const TArguments& arguments)
     return CallAndPrint(daemon, operation, values, arguments.IsJson());
 }
 
-EExit DebugVerb(const TArguments& arguments)
+EExit DebugVerb(const TCArguments& arguments)
 {
-    const json::TInterfaceForm& interface = *json::FindInterface("ICIDebug");
+    const json::TCInterfaceForm& interface = *json::FindInterface("ICIDebug");
     const std::string command = arguments.Text("command");
     TJson commands = TJson::array();
-    for (const json::TOperationForm& operation : interface.Operations())
+    for (const json::TCOperationForm& operation : interface.Operations())
     {
         const std::string dashed = Dashed(operation.Name());
         commands.push_back({{"command", dashed}, {"values", InputNames(operation)}});
@@ -106,14 +106,14 @@ EExit DebugVerb(const TArguments& arguments)
             std::find(std::begin(DELETING), std::end(DELETING), operation.Name()) != std::end(DELETING);
         if (deletes && !arguments.IsSet("yes"))
         {
-            throw TFailure(EXIT_USAGE, dashed + " deletes data for good: give --yes to go on");
+            throw TCFailure(EXIT_USAGE, dashed + " deletes data for good: give --yes to go on");
         }
         TCDaemonAccess daemon;
         return CallAndPrint(daemon, operation, values, arguments.IsJson());
     }
     if (!command.empty())
     {
-        throw TFailure(EXIT_USAGE, "there is no service command \"" + command + "\" (cictl debug lists them)");
+        throw TCFailure(EXIT_USAGE, "there is no service command \"" + command + "\" (cictl debug lists them)");
     }
     PrintTable(COMMAND_FIELDS, commands, arguments.IsJson());
     return EXIT_ANSWERED;

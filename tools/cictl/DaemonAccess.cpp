@@ -34,8 +34,8 @@ void RequireFeatureKeys()
     {
         if (error != 0)
         {
-            throw TFailure(EXIT_NO_DAEMON, "the feature key " + key + " cannot be read, so it is not known whether " +
-                                               "this set has CI" + HINT);
+            throw TCFailure(EXIT_NO_DAEMON, "the feature key " + key + " cannot be read, so it is not known whether " +
+                                                "this set has CI" + HINT);
         }
         if (slots <= 0)
         {
@@ -44,19 +44,19 @@ void RequireFeatureKeys()
     }
     if (!TCCIService::IsCIOperable())
     {
-        throw TFailure(EXIT_NO_DAEMON, slots <= 0 ? "this set has no CI slot (" + CI_FMS_NUM_OF_CI + ")"
-                                                  : "CI is not enabled or not certified on this set (" +
-                                                        CI_FMS_SUPPORT + ", " + CI_FMS_SUPPORT_CERTIFICATION + ")");
+        throw TCFailure(EXIT_NO_DAEMON, slots <= 0 ? "this set has no CI slot (" + CI_FMS_NUM_OF_CI + ")"
+                                                   : "CI is not enabled or not certified on this set (" +
+                                                         CI_FMS_SUPPORT + ", " + CI_FMS_SUPPORT_CERTIFICATION + ")");
     }
 }
 
 ICISignalSubscriber* SubscriberInstance()
 {
-    return TCCIService::CISignalSubscriberInstance(nullptr); // a single call hears no signals; TSignals does
+    return TCCIService::CISignalSubscriberInstance(nullptr); // a single call hears no signals; TCSignals does
 }
 
 /// The facade's instance of an interface, as Invoke takes it. Connects when it is the first.
-void* InstanceOf(const json::TInterfaceForm& interface)
+void* InstanceOf(const json::TCInterfaceForm& interface)
 {
     static constexpr std::tuple instances{
         &TCCIService::CIGeneralInstance,
@@ -111,27 +111,27 @@ void RequireThrough(const std::string& what)
     case CALL_OUTCOME_NONE: // answered without asking the daemon, such as the end of what was never subscribed
         break;
     default:
-        throw TFailure(EXIT_NO_DAEMON, what + " did not get through: " + ReasonOf(outcome));
+        throw TCFailure(EXIT_NO_DAEMON, what + " did not get through: " + ReasonOf(outcome));
     }
 }
 
-TCDaemonAccess::TCDaemonAccess() : m_bus((RequireFeatureKeys(), TBus())) {}
+TCDaemonAccess::TCDaemonAccess() : m_bus((RequireFeatureKeys(), TCBus())) {}
 
 TCDaemonAccess::~TCDaemonAccess() { TCCIService::Destroy(); }
 
-void TCDaemonAccess::Require(const json::TInterfaceForm& interface)
+void TCDaemonAccess::Require(const json::TCInterfaceForm& interface)
 {
     if (m_bus.OwnerOf(interface.ConnectionName()).empty())
     {
-        throw TFailure(EXIT_NO_DAEMON, "there is no CI daemon: nobody owns " + interface.ConnectionName() +
-                                           " on the system bus" + HINT);
+        throw TCFailure(EXIT_NO_DAEMON, "there is no CI daemon: nobody owns " + interface.ConnectionName() +
+                                            " on the system bus" + HINT);
     }
 }
 
-TJson TCDaemonAccess::Call(const json::TOperationForm& operation, const TJson& arguments)
+TJson TCDaemonAccess::Call(const json::TCOperationForm& operation, const TJson& arguments)
 {
     operation.Check(arguments);
-    const json::TInterfaceForm& interface = *json::FindInterface(operation.InterfaceName());
+    const json::TCInterfaceForm& interface = *json::FindInterface(operation.InterfaceName());
     if (operation.IsLocal())
     {
         return operation.Invoke(InstanceOf(interface), arguments);
@@ -147,7 +147,7 @@ TJson TCDaemonAccess::Call(const char* interface, const char* operation, const T
     return Call(*json::FindInterface(interface)->Find(operation), arguments);
 }
 
-bool IsYes(const json::TOperationForm& operation, const TJson& answer)
+bool IsYes(const json::TCOperationForm& operation, const TJson& answer)
 {
     const bool isPlayerHandle = operation.ResultType().text == "uint16";
     return isPlayerHandle ? answer["result"] != 0xFFFF : IsYes(answer);

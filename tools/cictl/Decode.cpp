@@ -9,17 +9,17 @@
 
 namespace CIM::cictl
 {
-EExit DecodeVerb(const TArguments& arguments)
+EExit DecodeVerb(const TCArguments& arguments)
 {
     static constexpr TSField fields[] = {{"operation", "operation"},
                                          {"arguments", "arguments"},
                                          {"result", "result"},
                                          {"outputs", "outputs"},
                                          {"error", "error"}};
-    const json::TInterfaceForm* const interface = json::FindInterface(arguments.Text("interface"));
+    const json::TCInterfaceForm* const interface = json::FindInterface(arguments.Text("interface"));
     if (!interface)
     {
-        throw TFailure(EXIT_USAGE, "there is no interface " + arguments.Text("interface") + " (see cictl list)");
+        throw TCFailure(EXIT_USAGE, "there is no interface " + arguments.Text("interface") + " (see cictl list)");
     }
     std::string text = arguments.Text("payload");
     if (text == "-")
@@ -27,17 +27,17 @@ EExit DecodeVerb(const TArguments& arguments)
         text.assign(std::istreambuf_iterator<char>(std::cin), {});
     }
     std::erase_if(text, [](unsigned char c) { return std::isspace(c) != 0; });
-    const std::vector<unsigned char> bytes = json::BytesFromJson(text, json::TJsonPath("payload"));
+    const std::vector<unsigned char> bytes = json::BytesFromJson(text, json::TCJsonPath("payload"));
     const std::string payload(bytes.begin(), bytes.end());
     const std::optional<short> id = json::MethodOf(payload);
     if (!id)
     {
-        throw TFailure(EXIT_REFUSED, "the payload is not an argument tree");
+        throw TCFailure(EXIT_REFUSED, "the payload is not an argument tree");
     }
-    const json::TOperationForm* const operation = interface->Find(*id);
+    const json::TCOperationForm* const operation = interface->Find(*id);
     if (!operation)
     {
-        throw TFailure(EXIT_REFUSED, interface->Name() + " has no method " + std::to_string(*id));
+        throw TCFailure(EXIT_REFUSED, interface->Name() + " has no method " + std::to_string(*id));
     }
     json::TSDecoded decoded =
         arguments.IsSet("reply") ? operation->ReplyToJson(payload) : operation->RequestToJson(payload);

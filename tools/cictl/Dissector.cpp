@@ -89,7 +89,7 @@ TJson TCDissector::Describe(DBusMessage* message)
 
 TJson TCDissector::m_DescribeCall(DBusMessage* message)
 {
-    const json::TInterfaceForm* const interface = json::FindInterface(Text(dbus_message_get_interface(message)));
+    const json::TCInterfaceForm* const interface = json::FindInterface(Text(dbus_message_get_interface(message)));
     if (!interface)
     {
         return {};
@@ -97,7 +97,7 @@ TJson TCDissector::m_DescribeCall(DBusMessage* message)
     SCallEnvelope envelope;
     const auto read = ReadArguments(message, envelope);
     const short id = protocol::MethodIdOf(envelope.header);
-    const json::TOperationForm* const operation = interface->Find(id);
+    const json::TCOperationForm* const operation = interface->Find(id);
     TSCall call{operation, operation ? operation->FullName() : interface->Name() + "." + std::to_string(id),
                 std::chrono::steady_clock::now()};
     TJson record = {{"time", Now()}, {"kind", "call"}, {"from", envelope.processId}, {"operation", call.name}};

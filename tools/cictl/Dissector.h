@@ -25,7 +25,7 @@ public:
 private:
     struct TSCall
     {
-        const json::TOperationForm* operation; ///< null when the interface has none of that identifier
+        const json::TCOperationForm* operation; ///< null when the interface has none of that identifier
         std::string name;
         std::chrono::steady_clock::time_point sent;
     };

@@ -11,7 +11,7 @@ namespace CIM::cictl
 {
 namespace
 {
-void AddArgument(CLI::App& app, const TSArgument& argument, TArguments& arguments)
+void AddArgument(CLI::App& app, const TSArgument& argument, TCArguments& arguments)
 {
     const std::string name = argument.name;
     switch (argument.kind)
@@ -52,7 +52,7 @@ int Run(int argc, char** argv)
                  "cictl");
     app.require_subcommand(1);
     app.set_version_flag("--version", CICTL_VERSION);
-    std::vector<TArguments> arguments(Verbs().size()); // CLI11 refers to them
+    std::vector<TCArguments> arguments(Verbs().size()); // CLI11 refers to them
     std::vector<CLI::App*> parsers;
     for (const TSVerb& verb : Verbs())
     {
@@ -104,11 +104,11 @@ int main(int argc, char** argv)
     {
         return Run(argc, argv);
     }
-    catch (const TFailure& failure)
+    catch (const TCFailure& failure)
     {
         return Fail(failure.Status(), failure.what());
     }
-    catch (const CIM::json::TJsonError& error)
+    catch (const CIM::json::TCJsonError& error)
     {
         return Fail(EXIT_USAGE, error.what());
     }

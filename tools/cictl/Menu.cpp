@@ -20,14 +20,14 @@ constexpr unsigned PAGE_MS = 20'000; ///< how long a CAM may think about the nex
 
 /// A walk through the menu of one CAM: pages come as signals, answers as lines of standard input. Lines that come
 /// before their page are kept for it, so that answers can be piped in.
-class TWalk
+class TCWalk
 {
 public:
-    TWalk(TCDaemonAccess& daemon, unsigned char slot)
+    TCWalk(TCDaemonAccess& daemon, unsigned char slot)
         : m_daemon(daemon), m_slot(slot), m_signals(daemon, [this](const TSSignal& signal) { OnSignal(signal); })
     {
     }
-    ~TWalk()
+    ~TCWalk()
     {
         StopTimer();
         if (m_input != 0)
@@ -46,7 +46,7 @@ public:
         }
         if (!IsYes(m_daemon.Call("ICIGeneral", "EnterMenu", {{"slot", m_slot}})))
         {
-            throw TFailure(EXIT_REFUSED, "slot " + std::to_string(m_slot) + " has no menu to show");
+            throw TCFailure(EXIT_REFUSED, "slot " + std::to_string(m_slot) + " has no menu to show");
         }
         m_isOpen = true;
         StartTimer();
@@ -59,7 +59,7 @@ public:
         }
         if (m_isLate)
         {
-            throw TFailure(EXIT_REFUSED, "the CAM does not go on");
+            throw TCFailure(EXIT_REFUSED, "the CAM does not go on");
         }
         return EXIT_ANSWERED;
     }
@@ -203,7 +203,7 @@ private:
         StopTimer();
         m_page = page;
         m_hidden.reset();
-        m_hidden = std::make_unique<THiddenInput>(page == EPage::ENQUIRY && m_isBlind && IsTerminal());
+        m_hidden = std::make_unique<TCHiddenInput>(page == EPage::ENQUIRY && m_isBlind && IsTerminal());
         std::cout << prompt << std::flush;
         m_prompt = prompt;
         UseInput();
@@ -271,13 +271,13 @@ private:
         }
         if (!IsYes(answer))
         {
-            throw TFailure(EXIT_REFUSED, "the CAM does not take the answer");
+            throw TCFailure(EXIT_REFUSED, "the CAM does not take the answer");
         }
     }
 
     static gboolean s_OnInput(gint, GIOCondition, gpointer self)
     {
-        auto& walk = *static_cast<TWalk*>(self);
+        auto& walk = *static_cast<TCWalk*>(self);
         walk.m_input = 0;
         walk.m_lines.Read();
         walk.m_signals.Guarded([&] { walk.UseInput(); });
@@ -286,7 +286,7 @@ private:
 
     static gboolean s_OnLate(gpointer self)
     {
-        auto& walk = *static_cast<TWalk*>(self);
+        auto& walk = *static_cast<TCWalk*>(self);
         walk.m_timer = 0;
         walk.m_isLate = true;
         walk.m_signals.Quit();
@@ -310,9 +310,9 @@ private:
 
     TCDaemonAccess& m_daemon;
     unsigned char m_slot;
-    TSignals m_signals;
-    TInputLines m_lines;
-    std::unique_ptr<THiddenInput> m_hidden;
+    TCSignals m_signals;
+    TCInputLines m_lines;
+    std::unique_ptr<TCHiddenInput> m_hidden;
     EPage m_page = EPage::NONE;
     TJson m_content;
     std::string m_prompt;
@@ -325,10 +325,10 @@ private:
 };
 } // namespace
 
-EExit MenuVerb(const TArguments& arguments)
+EExit MenuVerb(const TCArguments& arguments)
 {
     const unsigned char slot = arguments.Slot();
     TCDaemonAccess daemon;
-    return TWalk(daemon, slot).Go();
+    return TCWalk(daemon, slot).Go();
 }
 } // namespace CIM::cictl

@@ -14,9 +14,9 @@ namespace
 constexpr TSField PIN_FIELDS[] = {{"slot", "slot"}, {"status", "the CAM says"}, {"triesLeft", "tries left"}};
 constexpr unsigned REPLY_MS = 10'000;
 
-std::string ReadPin(TInputLines& input, const char* prompt)
+std::string ReadPin(TCInputLines& input, const char* prompt)
 {
-    const THiddenInput hidden(IsTerminal());
+    const TCHiddenInput hidden(IsTerminal());
     if (IsTerminal())
     {
         std::fprintf(stderr, "%s: ", prompt);
@@ -29,25 +29,25 @@ std::string ReadPin(TInputLines& input, const char* prompt)
     }
     if (!line || line->empty() || line->find_first_not_of("0123456789") != std::string::npos)
     {
-        throw TFailure(EXIT_USAGE, "a PIN is digits");
+        throw TCFailure(EXIT_USAGE, "a PIN is digits");
     }
     return *line;
 }
 } // namespace
 
-EExit PinVerb(const TArguments& arguments)
+EExit PinVerb(const TCArguments& arguments)
 {
     const std::string action = arguments.Text("action");
     const bool isSet = action == "set";
     if (!isSet && action != "verify")
     {
-        throw TFailure(EXIT_USAGE, "pin can verify or set, not \"" + action + "\"");
+        throw TCFailure(EXIT_USAGE, "pin can verify or set, not \"" + action + "\"");
     }
     const unsigned char slot = arguments.Slot();
     TCDaemonAccess daemon;
     daemon.Require(*json::FindInterface("ICIGeneral"));
 
-    TInputLines input;
+    TCInputLines input;
     std::string pin = ReadPin(input, isSet ? "New PIN" : "PIN");
     if (isSet && IsTerminal())
     {
@@ -56,10 +56,10 @@ EExit PinVerb(const TArguments& arguments)
         Wipe(again);
         if (!isSame)
         {
-            throw TFailure(EXIT_USAGE, "the two PINs differ");
+            throw TCFailure(EXIT_USAGE, "the two PINs differ");
         }
     }
-    TSignals signals(daemon, nullptr);
+    TCSignals signals(daemon, nullptr);
     const ECISignalType reply = isSet ? SIGNAL_CI_PIN_REPLY_TO_CI_APP_REQUEST : SIGNAL_CI_PIN_REPLY_TO_PIN_CMD;
     signals.Subscribe(reply, PROFILE_MAIN, slot);
     TJson bytes = json::BytesToHex({reinterpret_cast<const unsigned char*>(pin.data()), pin.size()});
@@ -68,7 +68,7 @@ EExit PinVerb(const TArguments& arguments)
         daemon.Call("ICIGeneral", isSet ? "SetCamPin" : "VerifyCamPin", {{"slot", slot}, {"pin", std::move(bytes)}});
     if (!IsYes(answer))
     {
-        throw TFailure(EXIT_REFUSED, "slot " + std::to_string(slot) + " takes no PIN");
+        throw TCFailure(EXIT_REFUSED, "slot " + std::to_string(slot) + " takes no PIN");
     }
     TJson record = {{"slot", slot}};
     bool isRight = false;
@@ -84,7 +84,7 @@ EExit PinVerb(const TArguments& arguments)
                      });
     if (!hasCome)
     {
-        throw TFailure(EXIT_REFUSED, "the CAM has not said whether the PIN is right");
+        throw TCFailure(EXIT_REFUSED, "the CAM has not said whether the PIN is right");
     }
     PrintRecord(PIN_FIELDS, record, arguments.IsJson());
     return isRight ? EXIT_ANSWERED : EXIT_REFUSED;

@@ -65,7 +65,7 @@ TJson GatherSlots(TCDaemonAccess& daemon)
     TJson statuses = daemon.Call("ICIGeneral", "GetCiSlotStatus", {{"selection", 0}});
     if (!IsYes(statuses))
     {
-        throw TFailure(EXIT_REFUSED, "the daemon does not tell its slots");
+        throw TCFailure(EXIT_REFUSED, "the daemon does not tell its slots");
     }
     const TJson modes = daemon.Call("ICIGeneral", "GetCamModes", TJson::object())["outputs"]["modes"];
     TJson records = TJson::array();
@@ -89,7 +89,7 @@ TJson GatherSlots(TCDaemonAccess& daemon)
 }
 } // namespace
 
-EExit SlotsVerb(const TArguments& arguments)
+EExit SlotsVerb(const TCArguments& arguments)
 {
     TCDaemonAccess daemon;
     TJson records = GatherSlots(daemon);
@@ -101,7 +101,7 @@ EExit SlotsVerb(const TArguments& arguments)
     return EXIT_ANSWERED;
 }
 
-EExit InfoVerb(const TArguments& arguments)
+EExit InfoVerb(const TCArguments& arguments)
 {
     const long wanted = arguments.Number("slot", 0, 255, -1);
     TCDaemonAccess daemon;
@@ -131,7 +131,7 @@ EExit InfoVerb(const TArguments& arguments)
     }
     if (wanted >= 0 && chosen.empty())
     {
-        throw TFailure(EXIT_REFUSED, "there is no slot " + std::to_string(wanted));
+        throw TCFailure(EXIT_REFUSED, "there is no slot " + std::to_string(wanted));
     }
     for (const TJson& record : chosen)
     {
@@ -140,13 +140,13 @@ EExit InfoVerb(const TArguments& arguments)
     return EXIT_ANSWERED;
 }
 
-EExit CaSystemsVerb(const TArguments& arguments)
+EExit CaSystemsVerb(const TCArguments& arguments)
 {
     TCDaemonAccess daemon;
     const TJson answer = daemon.Call("ICIGeneral", "GetCaSystemIds", TJson::object());
     if (!IsYes(answer))
     {
-        throw TFailure(EXIT_REFUSED, "the daemon does not tell the CA systems");
+        throw TCFailure(EXIT_REFUSED, "the daemon does not tell the CA systems");
     }
     TJson records = TJson::array();
     for (const auto& slot : answer["outputs"]["caSystemIds"].items())
@@ -157,7 +157,7 @@ EExit CaSystemsVerb(const TArguments& arguments)
     return EXIT_ANSWERED;
 }
 
-EExit ProfilesVerb(const TArguments& arguments)
+EExit ProfilesVerb(const TCArguments& arguments)
 {
     TCDaemonAccess daemon;
     TJson records = TJson::array();
@@ -177,7 +177,7 @@ EExit ProfilesVerb(const TArguments& arguments)
     return isAnswered ? EXIT_ANSWERED : EXIT_REFUSED;
 }
 
-EExit RecordingVerb(const TArguments& arguments)
+EExit RecordingVerb(const TCArguments& arguments)
 {
     // Each question of copy control, and which output goes into which field.
     struct TSQuestion

@@ -16,7 +16,7 @@ namespace CIM::cictl
 namespace
 {
 ICISignalSubscriber* Subscriber() { return TCCIService::CISignalSubscriberInstance(nullptr); }
-const json::TInterfaceForm& SubscriberForm() { return *json::FindInterface("ICISignalSubscriber"); }
+const json::TCInterfaceForm& SubscriberForm() { return *json::FindInterface("ICISignalSubscriber"); }
 } // namespace
 
 unsigned short TSSignal::Number() const
@@ -26,7 +26,7 @@ unsigned short TSSignal::Number() const
     return number;
 }
 
-TSignals::TSignals(TCDaemonAccess& daemon, std::function<void(const TSSignal&)> handler)
+TCSignals::TCSignals(TCDaemonAccess& daemon, std::function<void(const TSSignal&)> handler)
     : m_daemon(daemon), m_handler(std::move(handler)), m_loop(g_main_loop_new(nullptr, FALSE), &g_main_loop_unref)
 {
     m_daemon.Require(SubscriberForm());
@@ -36,7 +36,7 @@ TSignals::TSignals(TCDaemonAccess& daemon, std::function<void(const TSSignal&)> 
     m_sources.push_back(g_unix_signal_add(SIGTERM, &s_OnInterrupt, this));
 }
 
-TSignals::~TSignals()
+TCSignals::~TCSignals()
 {
     for (const TSSubscription& subscription : m_subscriptions)
     {
@@ -48,7 +48,7 @@ TSignals::~TSignals()
     }
 }
 
-void TSignals::Subscribe(ECISignalType type, EProfile profile, unsigned short handle)
+void TCSignals::Subscribe(ECISignalType type, EProfile profile, unsigned short handle)
 {
     const TSSubscription subscription{type, profile, handle};
     if (std::find(m_subscriptions.begin(), m_subscriptions.end(), subscription) == m_subscriptions.end())
@@ -58,17 +58,17 @@ void TSignals::Subscribe(ECISignalType type, EProfile profile, unsigned short ha
     }
 }
 
-void TSignals::m_Subscribe(const TSSubscription& subscription)
+void TCSignals::m_Subscribe(const TSSubscription& subscription)
 {
     const int result = Subscriber()->Subscribe(subscription.type, this, subscription.profile, subscription.handle, 0);
     RequireThrough("the subscription to " + ToString(subscription.type));
     if (result == 0)
     {
-        throw TFailure(EXIT_REFUSED, "the subscription to " + ToString(subscription.type) + " was refused");
+        throw TCFailure(EXIT_REFUSED, "the subscription to " + ToString(subscription.type) + " was refused");
     }
 }
 
-void TSignals::Guarded(const std::function<void()>& action)
+void TCSignals::Guarded(const std::function<void()>& action)
 {
     // An exception must not unwind through the library and GLib: it waits for Run.
     try
@@ -82,40 +82,40 @@ void TSignals::Guarded(const std::function<void()>& action)
     }
 }
 
-int TSignals::s_OnSignal(ECISignalType type, EProfile profile, unsigned short handle, TSSignalData data, void* self)
+int TCSignals::s_OnSignal(ECISignalType type, EProfile profile, unsigned short handle, TSSignalData data, void* self)
 {
     if (self)
     {
-        auto& signals = *static_cast<TSignals*>(self);
+        auto& signals = *static_cast<TCSignals*>(self);
         signals.Guarded([&] { signals.m_handler({type, profile, handle, data}); });
     }
     return 0;
 }
 
-gboolean TSignals::s_OnInterrupt(gpointer self)
+gboolean TCSignals::s_OnInterrupt(gpointer self)
 {
-    static_cast<TSignals*>(self)->m_isInterrupted = true;
-    static_cast<TSignals*>(self)->Quit();
+    static_cast<TCSignals*>(self)->m_isInterrupted = true;
+    static_cast<TCSignals*>(self)->Quit();
     return G_SOURCE_CONTINUE;
 }
 
-gboolean TSignals::s_OnTimeout(gpointer self)
+gboolean TCSignals::s_OnTimeout(gpointer self)
 {
-    static_cast<TSignals*>(self)->m_isTimeOver = true;
-    static_cast<TSignals*>(self)->Quit();
+    static_cast<TCSignals*>(self)->m_isTimeOver = true;
+    static_cast<TCSignals*>(self)->Quit();
     return G_SOURCE_CONTINUE;
 }
 
-gboolean TSignals::s_OnTick(gpointer self)
+gboolean TCSignals::s_OnTick(gpointer self)
 {
-    auto& signals = *static_cast<TSignals*>(self);
+    auto& signals = *static_cast<TCSignals*>(self);
     signals.Guarded([&] { signals.m_CheckDaemon(); });
     return G_SOURCE_CONTINUE;
 }
 
-void TSignals::WatchDaemon() { m_sources.push_back(g_timeout_add(1000, &s_OnTick, this)); }
+void TCSignals::WatchDaemon() { m_sources.push_back(g_timeout_add(1000, &s_OnTick, this)); }
 
-void TSignals::m_CheckDaemon()
+void TCSignals::m_CheckDaemon()
 {
     std::string owner = m_daemon.Bus().OwnerOf(SubscriberForm().ConnectionName());
     if (owner == m_owner)
@@ -134,7 +134,7 @@ void TSignals::m_CheckDaemon()
     }
 }
 
-bool TSignals::Run(unsigned milliseconds)
+bool TCSignals::Run(unsigned milliseconds)
 {
     m_isTimeOver = false;
     guint timeout = 0;
@@ -157,9 +157,9 @@ bool TSignals::Run(unsigned milliseconds)
     return !m_isTimeOver;
 }
 
-void TSignals::Quit() { g_main_loop_quit(m_loop.get()); }
+void TCSignals::Quit() { g_main_loop_quit(m_loop.get()); }
 
-bool TSignals::Wait(unsigned milliseconds, std::function<bool(const TSSignal&)> isIt)
+bool TCSignals::Wait(unsigned milliseconds, std::function<bool(const TSSignal&)> isIt)
 {
     bool hasCome = false;
     const auto old = std::exchange(m_handler,

@@ -29,15 +29,15 @@ struct TSSignal
 
 /// Subscriptions, and the main loop that they come by. Ends of itself on SIGINT and SIGTERM. Bound to its thread; one
 /// at a time, and not longer than its daemon.
-class TSignals
+class TCSignals
 {
 public:
-    TSignals(TCDaemonAccess& daemon, std::function<void(const TSSignal&)> handler);
-    ~TSignals();
-    TSignals(const TSignals&) = delete;
-    TSignals& operator=(const TSignals&) = delete;
+    TCSignals(TCDaemonAccess& daemon, std::function<void(const TSSignal&)> handler);
+    ~TCSignals();
+    TCSignals(const TCSignals&) = delete;
+    TCSignals& operator=(const TCSignals&) = delete;
 
-    /// Does nothing when it is subscribed already. \throws TFailure when the daemon or the bus refuses
+    /// Does nothing when it is subscribed already. \throws TCFailure when the daemon or the bus refuses
     void Subscribe(ECISignalType type, EProfile profile, unsigned short handle);
     /// Calls back until Quit, or until the time is over. What a callback throws comes out here.
     /// \return false when the time was over

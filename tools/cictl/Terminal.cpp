@@ -44,7 +44,7 @@ void Wipe(std::string& text)
 
 bool IsTerminal() { return isatty(STDIN_FILENO) == 1; }
 
-THiddenInput::THiddenInput(bool hide)
+TCHiddenInput::TCHiddenInput(bool hide)
 {
     if (!hide || tcgetattr(STDIN_FILENO, &shown) != 0)
     {
@@ -57,7 +57,7 @@ THiddenInput::THiddenInput(bool hide)
     m_isHiding = tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden) == 0;
 }
 
-THiddenInput::~THiddenInput()
+TCHiddenInput::~TCHiddenInput()
 {
     if (m_isHiding)
     {
@@ -66,9 +66,9 @@ THiddenInput::~THiddenInput()
     }
 }
 
-TInputLines::~TInputLines() { Wipe(m_bytes); }
+TCInputLines::~TCInputLines() { Wipe(m_bytes); }
 
-bool TInputLines::Read()
+bool TCInputLines::Read()
 {
     char bytes[512];
     const ssize_t count = read(STDIN_FILENO, bytes, sizeof bytes);
@@ -85,7 +85,7 @@ bool TInputLines::Read()
     return !m_isAtEnd;
 }
 
-std::optional<std::string> TInputLines::Take()
+std::optional<std::string> TCInputLines::Take()
 {
     const std::size_t end = m_bytes.find('\n');
     if (end == std::string::npos && (!m_isAtEnd || m_bytes.empty()))

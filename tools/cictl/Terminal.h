@@ -12,23 +12,23 @@ void Wipe(std::string& text);
 
 /// Keeps what is typed from being shown, when standard input is a terminal, as long as the object lives. The terminal
 /// is put right also when SIGINT or SIGTERM ends the process meanwhile. One at a time.
-class THiddenInput
+class TCHiddenInput
 {
 public:
-    explicit THiddenInput(bool hide);
-    ~THiddenInput();
-    THiddenInput(const THiddenInput&) = delete;
-    THiddenInput& operator=(const THiddenInput&) = delete;
+    explicit TCHiddenInput(bool hide);
+    ~TCHiddenInput();
+    TCHiddenInput(const TCHiddenInput&) = delete;
+    TCHiddenInput& operator=(const TCHiddenInput&) = delete;
 
 private:
     bool m_isHiding = false;
 };
 
 /// Standard input, line by line, without blocking and without keeping what was handed out. Overwrites what it held.
-class TInputLines
+class TCInputLines
 {
 public:
-    ~TInputLines();
+    ~TCInputLines();
     /// Reads what is there; blocks when nothing is. \return false at the end of the input
     bool Read();
     /// Takes the next whole line, without its end; at the end of the input what is left.

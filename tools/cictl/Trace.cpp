@@ -21,7 +21,7 @@ constexpr TSField TRACE_FIELDS[] = {
     {"outputs", ""},       {"handle", "handle"},   {"data", "data"},  {"after", "ms"},      {"error", "error"},
 };
 
-void BecomeMonitor(TBus& bus)
+void BecomeMonitor(TCBus& bus)
 {
     const std::string calls = std::string("type='method_call',member='") + protocol::CALL_MEMBER + "'";
     const std::string signals = "type='signal',interface='" + CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME + "'";
@@ -35,19 +35,19 @@ void BecomeMonitor(TBus& bus)
     TCDBusError error;
     if (!bus.Ask(call.get(), error))
     {
-        throw TFailure(EXIT_NO_DAEMON, std::string("the bus does not let this user monitor it: ") + error.Text());
+        throw TCFailure(EXIT_NO_DAEMON, std::string("the bus does not let this user monitor it: ") + error.Text());
     }
 }
 
 volatile std::sig_atomic_t isInterrupted = 0;
 } // namespace
 
-EExit TraceVerb(const TArguments& arguments)
+EExit TraceVerb(const TCArguments& arguments)
 {
-    using TClock = std::chrono::steady_clock;
+    using TCClock = std::chrono::steady_clock;
     const long count = arguments.Number("count", 1, 1'000'000'000, 0);
     const long timeout = arguments.Number("timeout", 1, 4'000'000, 0);
-    TBus bus;
+    TCBus bus;
     BecomeMonitor(bus);
     struct sigaction action
     {
@@ -58,15 +58,15 @@ EExit TraceVerb(const TArguments& arguments)
     std::fprintf(stderr, "cictl: tracing, Ctrl-C ends\n");
 
     TCDissector dissector(arguments.IsSet("show-secrets"));
-    const TClock::time_point end =
-        timeout == 0 ? TClock::time_point::max() : TClock::now() + std::chrono::seconds(timeout);
+    const TCClock::time_point end =
+        timeout == 0 ? TCClock::time_point::max() : TCClock::now() + std::chrono::seconds(timeout);
     long seen = 0;
-    while (isInterrupted == 0 && TClock::now() < end && (count == 0 || seen < count))
+    while (isInterrupted == 0 && TCClock::now() < end && (count == 0 || seen < count))
     {
         // Short waits: libdbus goes on waiting after a signal of the operating system.
         if (!dbus_connection_read_write(bus.Get(), 100))
         {
-            throw TFailure(EXIT_NO_DAEMON, "the system bus is gone");
+            throw TCFailure(EXIT_NO_DAEMON, "the system bus is gone");
         }
         while (count == 0 || seen < count)
         {

@@ -23,10 +23,10 @@ enum EExit : int
 };
 
 /// Ends a verb with a line on standard error.
-class TFailure : public std::runtime_error
+class TCFailure : public std::runtime_error
 {
 public:
-    TFailure(EExit status, const std::string& message) : std::runtime_error(message), m_status(status) {}
+    TCFailure(EExit status, const std::string& message) : std::runtime_error(message), m_status(status) {}
     EExit Status() const { return m_status; }
 
 private:
@@ -52,7 +52,7 @@ struct TSArgument
 };
 
 /// The arguments of one run of a verb.
-class TArguments
+class TCArguments
 {
 public:
     std::map<std::string, std::vector<std::string>> values;
@@ -63,7 +63,7 @@ public:
     bool IsJson() const { return IsSet("json"); }
     /// The value of an argument. \param[in] otherwise  when it was not given
     std::string Text(const std::string& name, const std::string& otherwise = {}) const;
-    /// An integer within limits. \throws TFailure
+    /// An integer within limits. \throws TCFailure
     long Number(const std::string& name, long least, long greatest) const;
     long Number(const std::string& name, long least, long greatest, long otherwise) const;
     unsigned char Slot() const { return static_cast<unsigned char>(Number("slot", 0, 255)); }
@@ -76,25 +76,25 @@ struct TSVerb
     const char* name;
     const char* help;
     std::vector<TSArgument> arguments;
-    EExit (*handler)(const TArguments& arguments);
+    EExit (*handler)(const TCArguments& arguments);
 };
 
 /// All verbs.
 std::span<const TSVerb> Verbs();
 
 // The handlers, one source for each group.
-EExit ListVerb(const TArguments& arguments);
-EExit CallVerb(const TArguments& arguments);
-EExit WatchVerb(const TArguments& arguments);
-EExit TraceVerb(const TArguments& arguments);
-EExit DecodeVerb(const TArguments& arguments);
-EExit SlotsVerb(const TArguments& arguments);
-EExit InfoVerb(const TArguments& arguments);
-EExit CaSystemsVerb(const TArguments& arguments);
-EExit ProfilesVerb(const TArguments& arguments);
-EExit RecordingVerb(const TArguments& arguments);
-EExit PlayerVerb(const TArguments& arguments);
-EExit DebugVerb(const TArguments& arguments);
-EExit MenuVerb(const TArguments& arguments);
-EExit PinVerb(const TArguments& arguments);
+EExit ListVerb(const TCArguments& arguments);
+EExit CallVerb(const TCArguments& arguments);
+EExit WatchVerb(const TCArguments& arguments);
+EExit TraceVerb(const TCArguments& arguments);
+EExit DecodeVerb(const TCArguments& arguments);
+EExit SlotsVerb(const TCArguments& arguments);
+EExit InfoVerb(const TCArguments& arguments);
+EExit CaSystemsVerb(const TCArguments& arguments);
+EExit ProfilesVerb(const TCArguments& arguments);
+EExit RecordingVerb(const TCArguments& arguments);
+EExit PlayerVerb(const TCArguments& arguments);
+EExit DebugVerb(const TCArguments& arguments);
+EExit MenuVerb(const TCArguments& arguments);
+EExit PinVerb(const TCArguments& arguments);
 } // namespace CIM::cictl

@@ -88,42 +88,42 @@ std::span<const TSVerb> Verbs()
     return verbs;
 }
 
-bool TArguments::Has(const std::string& name) const
+bool TCArguments::Has(const std::string& name) const
 {
     const auto found = values.find(name);
     return found != values.end() && !found->second.empty();
 }
 
-bool TArguments::IsSet(const std::string& flag) const
+bool TCArguments::IsSet(const std::string& flag) const
 {
     const auto found = flags.find(flag);
     return found != flags.end() && found->second;
 }
 
-std::string TArguments::Text(const std::string& name, const std::string& otherwise) const
+std::string TCArguments::Text(const std::string& name, const std::string& otherwise) const
 {
     return Has(name) ? values.at(name).front() : otherwise;
 }
 
-long TArguments::Number(const std::string& name, long least, long greatest) const
+long TCArguments::Number(const std::string& name, long least, long greatest) const
 {
     const std::string text = Text(name);
     long value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size() || value < least || value > greatest)
     {
-        throw TFailure(EXIT_USAGE, name + ": a number from " + std::to_string(least) + " to " +
-                                       std::to_string(greatest) + " is needed, not \"" + text + "\"");
+        throw TCFailure(EXIT_USAGE, name + ": a number from " + std::to_string(least) + " to " +
+                                        std::to_string(greatest) + " is needed, not \"" + text + "\"");
     }
     return value;
 }
 
-long TArguments::Number(const std::string& name, long least, long greatest, long otherwise) const
+long TCArguments::Number(const std::string& name, long least, long greatest, long otherwise) const
 {
     return Has(name) ? Number(name, least, greatest) : otherwise;
 }
 
-std::vector<std::string> TArguments::Many(const std::string& name) const
+std::vector<std::string> TCArguments::Many(const std::string& name) const
 {
     const auto found = values.find(name);
     return found == values.end() ? std::vector<std::string>() : found->second;

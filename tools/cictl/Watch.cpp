@@ -25,7 +25,7 @@ ECISignalType SignalFromWord(const std::string& word)
             return *type;
         }
     }
-    return json::FromJson<ECISignalType>(word, json::TJsonPath("type"));
+    return json::FromJson<ECISignalType>(word, json::TCJsonPath("type"));
 }
 
 std::vector<ECISignalType> SignalsFromWords(const std::vector<std::string>& words)
@@ -62,14 +62,14 @@ TJson Record(const TSSignal& signal)
 }
 } // namespace
 
-EExit WatchVerb(const TArguments& arguments)
+EExit WatchVerb(const TCArguments& arguments)
 {
     const std::vector<ECISignalType> types = SignalsFromWords(arguments.Many("type"));
-    const auto profile = json::FromJson<EProfile>(arguments.Text("profile", "0"), json::TJsonPath("profile"));
+    const auto profile = json::FromJson<EProfile>(arguments.Text("profile", "0"), json::TCJsonPath("profile"));
     std::vector<unsigned short> handles;
     for (const std::string& word : arguments.Many("handle"))
     {
-        handles.push_back(json::FromJson<unsigned short>(word, json::TJsonPath("handle")));
+        handles.push_back(json::FromJson<unsigned short>(word, json::TCJsonPath("handle")));
     }
     if (handles.empty())
     {
@@ -80,20 +80,20 @@ EExit WatchVerb(const TArguments& arguments)
 
     TCDaemonAccess daemon;
     long seen = 0;
-    TSignals* loop = nullptr;
-    TSignals signals(daemon,
-                     [&](const TSSignal& signal)
-                     {
-                         if (count == 0 || seen < count)
-                         {
-                             PrintEvent(SIGNAL_FIELDS, Record(signal), arguments.IsJson());
-                             ++seen;
-                         }
-                         if (seen == count)
-                         {
-                             loop->Quit();
-                         }
-                     });
+    TCSignals* loop = nullptr;
+    TCSignals signals(daemon,
+                      [&](const TSSignal& signal)
+                      {
+                          if (count == 0 || seen < count)
+                          {
+                              PrintEvent(SIGNAL_FIELDS, Record(signal), arguments.IsJson());
+                              ++seen;
+                          }
+                          if (seen == count)
+                          {
+                              loop->Quit();
+                          }
+                      });
     loop = &signals;
     for (const unsigned short handle : handles)
     {

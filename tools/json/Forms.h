@@ -36,7 +36,7 @@ struct TSType
 /// The form of a type, specialised for each kind of type:
 ///   static TSType Type();
 ///   static TJson To(const T& value);
-///   static void From(const TJson& json, T& value, const TJsonPath& path);   replaces the value; throws TJsonError
+///   static void From(const TJson& json, T& value, const TCJsonPath& path);   replaces the value; throws TCJsonError
 template <class T, class = void>
 struct TJsonForm;
 
@@ -52,7 +52,7 @@ struct TJsonForm<bool>
 {
     static TSType Type() { return {EKind::BOOL, "bool", {}}; }
     static TJson To(bool value) { return value; }
-    static void From(const TJson& json, bool& value, const TJsonPath& path) { value = BoolFromJson(json, path); }
+    static void From(const TJson& json, bool& value, const TCJsonPath& path) { value = BoolFromJson(json, path); }
 };
 
 template <class T>
@@ -63,7 +63,7 @@ struct TJsonForm<T, std::enable_if_t<std::is_integral_v<T>>>
         return {EKind::NUMBER, (std::is_signed_v<T> ? "int" : "uint") + std::to_string(8 * sizeof(T)), {}};
     }
     static TJson To(T value) { return value; }
-    static void From(const TJson& json, T& value, const TJsonPath& path)
+    static void From(const TJson& json, T& value, const TCJsonPath& path)
     {
         using TLimits = std::numeric_limits<T>;
         if constexpr (std::is_signed_v<T>)
@@ -82,7 +82,7 @@ struct TJsonForm<E, std::enable_if_t<std::is_enum_v<E>>>
 {
     static TSType Type() { return {EKind::ENUM, std::string(TSEnumNames<E>::type), {&Enumeration<E>()}}; }
     static TJson To(E value) { return EnumToJson(Enumeration<E>(), value); }
-    static void From(const TJson& json, E& value, const TJsonPath& path)
+    static void From(const TJson& json, E& value, const TCJsonPath& path)
     {
         value = static_cast<E>(EnumFromJson(Enumeration<E>(), json, path));
     }
@@ -93,7 +93,10 @@ struct TJsonForm<std::string>
 {
     static TSType Type() { return {EKind::TEXT, "text", {}}; }
     static TJson To(const std::string& value) { return TextToJson(value); }
-    static void From(const TJson& json, std::string& value, const TJsonPath& path) { value = TextFromJson(json, path); }
+    static void From(const TJson& json, std::string& value, const TCJsonPath& path)
+    {
+        value = TextFromJson(json, path);
+    }
 };
 
 template <>
@@ -102,7 +105,7 @@ struct TJsonForm<std::basic_string<unsigned short>>
     using TWide = std::basic_string<unsigned short>;
     static TSType Type() { return {EKind::TEXT, "text", {}}; }
     static TJson To(const TWide& value) { return WideToJson({value.data(), value.size()}); }
-    static void From(const TJson& json, TWide& value, const TJsonPath& path)
+    static void From(const TJson& json, TWide& value, const TCJsonPath& path)
     {
         const std::vector<unsigned short> units = WideFromJson(json, path);
         value.assign(units.begin(), units.end());
@@ -114,7 +117,7 @@ struct TJsonForm<std::vector<unsigned char>>
 {
     static TSType Type() { return {EKind::BYTES, "bytes", {}}; }
     static TJson To(const std::vector<unsigned char>& value) { return BytesToHex(value); }
-    static void From(const TJson& json, std::vector<unsigned char>& value, const TJsonPath& path)
+    static void From(const TJson& json, std::vector<unsigned char>& value, const TCJsonPath& path)
     {
         value = BytesFromJson(json, path);
     }
@@ -139,22 +142,22 @@ struct TSequenceForm
         }
         return list;
     }
-    static void From(const TJson& json, Container& value, const TJsonPath& path)
+    static void From(const TJson& json, Container& value, const TCJsonPath& path)
     {
         if (!json.is_array())
         {
-            throw TJsonError(path, std::string("a list is needed, not ") + KindOf(json));
+            throw TCJsonError(path, std::string("a list is needed, not ") + KindOf(json));
         }
         Container fresh;
         for (std::size_t index = 0; index < json.size(); ++index)
         {
-            const TJsonPath place(path, index);
+            const TCJsonPath place(path, index);
             TElement element = NewValue<TElement>();
             TJsonForm<TElement>::From(json[index], element, place);
             fresh.insert(fresh.end(), std::move(element));
             if (fresh.size() != index + 1)
             {
-                throw TJsonError(place, "this element is in the list already");
+                throw TCJsonError(place, "this element is in the list already");
             }
         }
         value = std::move(fresh);
@@ -195,23 +198,23 @@ struct TJsonForm<std::map<K, V>>
         }
         return object;
     }
-    static void From(const TJson& json, std::map<K, V>& map, const TJsonPath& path)
+    static void From(const TJson& json, std::map<K, V>& map, const TCJsonPath& path)
     {
         if (!json.is_object())
         {
-            throw TJsonError(path, std::string("an object is needed, not ") + KindOf(json));
+            throw TCJsonError(path, std::string("an object is needed, not ") + KindOf(json));
         }
         std::map<K, V> fresh;
         for (const auto& member : json.items())
         {
-            const TJsonPath place(path, member.key());
+            const TCJsonPath place(path, member.key());
             K key{};
             TJsonForm<K>::From(member.key(), key, place);
             V value = NewValue<V>();
             TJsonForm<V>::From(member.value(), value, place);
             if (!fresh.emplace(std::move(key), std::move(value)).second)
             {
-                throw TJsonError(place, "this key is in the map already");
+                throw TCJsonError(place, "this key is in the map already");
             }
         }
         map = std::move(fresh);
@@ -233,7 +236,7 @@ private:
 };
 
 /// Another form of a record, as text; specialised for those that have one:
-///   static void From(std::string_view text, T& record, const TJsonPath& path);
+///   static void From(std::string_view text, T& record, const TCJsonPath& path);
 ///   static std::string To(const T& record);   optional; needed for the keys of maps
 template <class T>
 struct TRecordText;
@@ -266,7 +269,7 @@ struct TJsonForm<T, std::enable_if_t<protocol::HAS_MEMBERS<T>>>
                                 { object[row.NAME] = TJsonForm<Field>::To(field); });
         return object;
     }
-    static void From(const TJson& json, T& record, const TJsonPath& path)
+    static void From(const TJson& json, T& record, const TCJsonPath& path)
     {
         if constexpr (requires { TRecordText<T>::From(std::string_view(), record, path); })
         {
@@ -278,7 +281,7 @@ struct TJsonForm<T, std::enable_if_t<protocol::HAS_MEMBERS<T>>>
         }
         if (!json.is_object())
         {
-            throw TJsonError(path, std::string("an object is needed, not ") + KindOf(json));
+            throw TCJsonError(path, std::string("an object is needed, not ") + KindOf(json));
         }
         T fresh = NewValue<T>();
         std::set<std::string_view> known;
@@ -288,15 +291,15 @@ struct TJsonForm<T, std::enable_if_t<protocol::HAS_MEMBERS<T>>>
                                     known.insert(row.NAME);
                                     if (const auto found = json.find(row.NAME); found != json.end())
                                     {
-                                        TJsonForm<Field>::From(*found, field, TJsonPath(path, row.NAME));
+                                        TJsonForm<Field>::From(*found, field, TCJsonPath(path, row.NAME));
                                     }
                                 });
         for (const auto& member : json.items())
         {
             if (known.count(member.key()) == 0)
             {
-                throw TJsonError(TJsonPath(path, member.key()),
-                                 std::string("there is no such member in ") + protocol::NameOf<T>());
+                throw TCJsonError(TCJsonPath(path, member.key()),
+                                  std::string("there is no such member in ") + protocol::NameOf<T>());
             }
         }
         record = std::move(fresh);

@@ -16,9 +16,9 @@ namespace
 template <class... Interfaces>
 struct TForms
 {
-    static std::span<const TInterfaceForm> All()
+    static std::span<const TCInterfaceForm> All()
     {
-        static const TInterfaceForm forms[] = {MakeInterfaceForm<Interfaces>()...};
+        static const TCInterfaceForm forms[] = {MakeInterfaceForm<Interfaces>()...};
         return forms;
     }
 };
@@ -31,12 +31,12 @@ std::string Lower(std::string_view text)
 }
 } // namespace
 
-std::span<const TInterfaceForm> Interfaces() { return protocol::TInterfaces::As<TForms>::All(); }
+std::span<const TCInterfaceForm> Interfaces() { return protocol::TInterfaces::As<TForms>::All(); }
 
-const TInterfaceForm* FindInterface(std::string_view name)
+const TCInterfaceForm* FindInterface(std::string_view name)
 {
     const std::string wanted = Lower(name);
-    for (const TInterfaceForm& form : Interfaces())
+    for (const TCInterfaceForm& form : Interfaces())
     {
         const std::string known = Lower(form.Name());
         if (wanted == known || "ici" + wanted == known || "i" + wanted == known || name == form.ConnectionName())

@@ -2,7 +2,7 @@
 
 namespace CIM::json
 {
-std::string TJsonPath::Text() const
+std::string TCJsonPath::Text() const
 {
     std::string text = m_outer ? m_outer->Text() : std::string();
     if (m_isIndex)
@@ -16,7 +16,7 @@ std::string TJsonPath::Text() const
     return text.append(m_name);
 }
 
-TJsonError::TJsonError(const TJsonPath& path, const std::string& message)
+TCJsonError::TCJsonError(const TCJsonPath& path, const std::string& message)
     : std::runtime_error(path.Text().empty() ? message : path.Text() + ": " + message)
 {
 }

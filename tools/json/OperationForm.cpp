@@ -51,17 +51,17 @@ std::string Bytes(TCMarshallingHelper& frame, short id)
     TCMessageBuffer buffer;
     if (!frame.ClassToTree(tree) || !tree.StoreInBuffer(buffer))
     {
-        throw TJsonError(TJsonPath(), "the values do not fit into a message");
+        throw TCJsonError(TCJsonPath(), "the values do not fit into a message");
     }
     const std::size_t size = buffer.GetUnreadSize();
     return size == 0 ? std::string() : std::string(buffer.GetAsCStr(0), size);
 }
 
 /// A payload, taken apart.
-class TPayload
+class TCPayload
 {
 public:
-    TPayload(std::string_view bytes, const TOperationForm& operation) : m_tree(Fill(bytes))
+    TCPayload(std::string_view bytes, const TCOperationForm& operation) : m_tree(Fill(bytes))
     {
         const auto id = static_cast<unsigned short>(operation.Id());
         if (!m_tree.IsValid())
@@ -100,10 +100,11 @@ private:
 } // namespace
 
 /// The values of one call.
-class TOperationForm::TCValues
+class TCOperationForm::TCValues
 {
 public:
-    explicit TCValues(const TOperationForm& operation) : m_operation(operation), m_result(operation.m_result.newValue())
+    explicit TCValues(const TCOperationForm& operation)
+        : m_operation(operation), m_result(operation.m_result.newValue())
     {
         for (const TSParameter& parameter : operation.m_parameters)
         {
@@ -153,12 +154,12 @@ private:
         }
     }
 
-    const TOperationForm& m_operation;
+    const TCOperationForm& m_operation;
     std::unique_ptr<TIValue> m_result;
     std::vector<std::unique_ptr<TIValue>> m_parameters;
 };
 
-TOperationForm::TOperationForm(const TSRowForm& row)
+TCOperationForm::TCOperationForm(const TSRowForm& row)
     : m_interfaceName(row.interfaceName), m_key(row.name), m_name(row.name), m_id(row.id), m_isLocal(row.isLocal),
       m_result(row.result), m_call(row.call)
 {
@@ -173,7 +174,7 @@ TOperationForm::TOperationForm(const TSRowForm& row)
     }
 }
 
-const TSParameter* TOperationForm::FindParameter(std::string_view name) const
+const TSParameter* TCOperationForm::FindParameter(std::string_view name) const
 {
     for (const TSParameter& parameter : m_parameters)
     {
@@ -185,7 +186,7 @@ const TSParameter* TOperationForm::FindParameter(std::string_view name) const
     return nullptr;
 }
 
-TJson TOperationForm::Describe() const
+TJson TCOperationForm::Describe() const
 {
     TJson parameters = TJson::array();
     for (const TSParameter& parameter : m_parameters)
@@ -212,9 +213,9 @@ TJson TOperationForm::Describe() const
     return described;
 }
 
-TSDecoded TOperationForm::RequestToJson(std::string_view payload) const
+TSDecoded TCOperationForm::RequestToJson(std::string_view payload) const
 {
-    TPayload request(payload, *this);
+    TCPayload request(payload, *this);
     TCValues values(*this);
     TCMarshallingHelperStub frame;
     const bool fits = values.Read(frame, request.Tree());
@@ -248,14 +249,14 @@ TSDecoded TOperationForm::RequestToJson(std::string_view payload) const
     return {std::move(arguments), request.Error()};
 }
 
-TSDecoded TOperationForm::ReplyToJson(std::string_view payload) const
+TSDecoded TCOperationForm::ReplyToJson(std::string_view payload) const
 {
     TJson decoded = TJson::object();
     if (payload.empty())
     {
         return {std::move(decoded), {}}; // handled, and nothing written
     }
-    TPayload reply(payload, *this);
+    TCPayload reply(payload, *this);
     TCValues values(*this);
     TCMarshallingHelperProxy frame;
     const bool fits = values.Read(frame, reply.Tree());
@@ -288,22 +289,22 @@ TSDecoded TOperationForm::ReplyToJson(std::string_view payload) const
     return {std::move(decoded), reply.Error()};
 }
 
-void TOperationForm::m_Take(const TJson& arguments, TCValues& values) const
+void TCOperationForm::m_Take(const TJson& arguments, TCValues& values) const
 {
     if (!arguments.is_object())
     {
-        throw TJsonError(TJsonPath("arguments"), std::string("an object is needed, not ") + KindOf(arguments));
+        throw TCJsonError(TCJsonPath("arguments"), std::string("an object is needed, not ") + KindOf(arguments));
     }
     for (const auto& argument : arguments.items())
     {
         const TSParameter* const parameter = FindParameter(argument.key());
         if (!parameter)
         {
-            throw TJsonError(TJsonPath(argument.key()), FullName() + " has no such argument");
+            throw TCJsonError(TCJsonPath(argument.key()), FullName() + " has no such argument");
         }
         if (!IsGiven(parameter->word))
         {
-            throw TJsonError(TJsonPath(argument.key()), "this is an output of " + FullName());
+            throw TCJsonError(TCJsonPath(argument.key()), "this is an output of " + FullName());
         }
     }
     for (std::size_t i = 0; i < m_parameters.size(); ++i)
@@ -311,23 +312,23 @@ void TOperationForm::m_Take(const TJson& arguments, TCValues& values) const
         const TSParameter& parameter = m_parameters[i];
         if (const auto given = arguments.find(parameter.name); given != arguments.end())
         {
-            values.Parameter(i).FromJson(*given, TJsonPath(parameter.name));
+            values.Parameter(i).FromJson(*given, TCJsonPath(parameter.name));
         }
         else if (protocol::IsInput(parameter.word))
         {
-            throw TJsonError(TJsonPath(parameter.name),
-                             "this argument of " + FullName() + " is missing (" + parameter.type->text + ")");
+            throw TCJsonError(TCJsonPath(parameter.name),
+                              "this argument of " + FullName() + " is missing (" + parameter.type->text + ")");
         }
     }
 }
 
-void TOperationForm::Check(const TJson& arguments) const
+void TCOperationForm::Check(const TJson& arguments) const
 {
     TCValues values(*this);
     m_Take(arguments, values);
 }
 
-std::string TOperationForm::RequestFromJson(const TJson& arguments) const
+std::string TCOperationForm::RequestFromJson(const TJson& arguments) const
 {
     TCValues values(*this);
     m_Take(arguments, values);
@@ -335,36 +336,36 @@ std::string TOperationForm::RequestFromJson(const TJson& arguments) const
     return values.Write(frame);
 }
 
-std::string TOperationForm::ReplyFromJson(const TJson& reply) const
+std::string TCOperationForm::ReplyFromJson(const TJson& reply) const
 {
     TCValues values(*this);
     const auto result = reply.find("result");
     if (result != reply.end())
     {
-        values.Result().FromJson(*result, TJsonPath("result"));
+        values.Result().FromJson(*result, TCJsonPath("result"));
     }
     else if (ResultType().kind == EKind::BOOL)
     {
-        values.Result().FromJson(true, TJsonPath("result"));
+        values.Result().FromJson(true, TCJsonPath("result"));
     }
     else if (ResultType().text == "int32")
     {
-        values.Result().FromJson(1, TJsonPath("result"));
+        values.Result().FromJson(1, TCJsonPath("result"));
     }
     if (const auto outputs = reply.find("outputs"); outputs != reply.end())
     {
-        const TJsonPath path("outputs");
+        const TCJsonPath path("outputs");
         if (!outputs->is_object())
         {
-            throw TJsonError(path, std::string("an object is needed, not ") + KindOf(*outputs));
+            throw TCJsonError(path, std::string("an object is needed, not ") + KindOf(*outputs));
         }
         for (const auto& output : outputs->items())
         {
-            const TJsonPath place(path, output.key());
+            const TCJsonPath place(path, output.key());
             const TSParameter* const parameter = FindParameter(output.key());
             if (!parameter || !protocol::IsOutput(parameter->word))
             {
-                throw TJsonError(place, FullName() + " has no such output");
+                throw TCJsonError(place, FullName() + " has no such output");
             }
             values.Parameter(parameter - m_parameters.data()).FromJson(output.value(), place);
         }
@@ -373,7 +374,7 @@ std::string TOperationForm::ReplyFromJson(const TJson& reply) const
     return values.Write(frame);
 }
 
-TJson TOperationForm::Invoke(void* object, const TJson& arguments) const
+TJson TCOperationForm::Invoke(void* object, const TJson& arguments) const
 {
     TCValues values(*this);
     m_Take(arguments, values);
@@ -389,7 +390,7 @@ TJson TOperationForm::Invoke(void* object, const TJson& arguments) const
     return {{"result", values.Result().ToJson()}, {"outputs", std::move(outputs)}};
 }
 
-std::string TOperationForm::m_DistinctWord(const TOperationForm& other) const
+std::string TCOperationForm::m_DistinctWord(const TCOperationForm& other) const
 {
     std::string word;
     for (const TSParameter& parameter : m_parameters)
@@ -402,7 +403,7 @@ std::string TOperationForm::m_DistinctWord(const TOperationForm& other) const
     return word;
 }
 
-std::string TOperationForm::m_ShapeWord() const
+std::string TCOperationForm::m_ShapeWord() const
 {
     const std::string& text = m_parameters.empty() ? ResultType().text : m_parameters.back().type->text;
     return text.substr(0, text.find(' '));
@@ -416,12 +417,12 @@ std::optional<short> MethodOf(std::string_view payload)
     return tree.IsValid() ? std::optional(static_cast<short>(tree.GetTag())) : std::nullopt;
 }
 
-TInterfaceForm::TInterfaceForm(std::string name, std::string connectionName, std::vector<TOperationForm> operations)
+TCInterfaceForm::TCInterfaceForm(std::string name, std::string connectionName, std::vector<TCOperationForm> operations)
     : m_name(std::move(name)), m_connectionName(std::move(connectionName)), m_operations(std::move(operations))
 {
-    for (TOperationForm& operation : m_operations)
+    for (TCOperationForm& operation : m_operations)
     {
-        for (const TOperationForm& other : m_operations)
+        for (const TCOperationForm& other : m_operations)
         {
             if (&operation != &other && std::string_view(operation.m_name) == other.m_name)
             {
@@ -432,9 +433,9 @@ TInterfaceForm::TInterfaceForm(std::string name, std::string connectionName, std
     }
 }
 
-const TOperationForm* TInterfaceForm::Find(short methodId) const
+const TCOperationForm* TCInterfaceForm::Find(short methodId) const
 {
-    for (const TOperationForm& operation : m_operations)
+    for (const TCOperationForm& operation : m_operations)
     {
         if (operation.Id() == methodId)
         {
@@ -444,9 +445,9 @@ const TOperationForm* TInterfaceForm::Find(short methodId) const
     return nullptr;
 }
 
-const TOperationForm* TInterfaceForm::Find(std::string_view key) const
+const TCOperationForm* TCInterfaceForm::Find(std::string_view key) const
 {
-    for (const TOperationForm& operation : m_operations)
+    for (const TCOperationForm& operation : m_operations)
     {
         if (operation.Key() == key)
         {
@@ -456,10 +457,10 @@ const TOperationForm* TInterfaceForm::Find(std::string_view key) const
     return nullptr;
 }
 
-std::vector<const TOperationForm*> TInterfaceForm::FindAll(std::string_view name) const
+std::vector<const TCOperationForm*> TCInterfaceForm::FindAll(std::string_view name) const
 {
-    std::vector<const TOperationForm*> found;
-    for (const TOperationForm& operation : m_operations)
+    std::vector<const TCOperationForm*> found;
+    for (const TCOperationForm& operation : m_operations)
     {
         if (operation.Key() == name || operation.Name() == name)
         {

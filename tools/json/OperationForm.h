@@ -26,7 +26,7 @@ public:
     /// The object itself.
     virtual void* Address() = 0;
     virtual TJson ToJson() const = 0;
-    virtual void FromJson(const TJson& json, const TJsonPath& path) = 0;
+    virtual void FromJson(const TJson& json, const TCJsonPath& path) = 0;
     /// Pushes it, unless it is never sent.
     virtual void Push(TCMarshallingHelper& frame) = 0;
     /// Brings what a frame has read into the value; what was put into the value into what a frame will write.
@@ -80,10 +80,10 @@ struct TSRowForm
 };
 
 /// One operation of an interface. Thread-safe.
-class TOperationForm
+class TCOperationForm
 {
 public:
-    explicit TOperationForm(const TSRowForm& row);
+    explicit TCOperationForm(const TSRowForm& row);
 
     const std::string& InterfaceName() const { return m_interfaceName; }
     const char* Name() const { return m_name; }
@@ -107,28 +107,28 @@ public:
     TSDecoded RequestToJson(std::string_view payload) const;
     /// A reply's payload as {"result": value, "outputs": {"<output>": value, ...}}. What the reply lacks is left out.
     TSDecoded ReplyToJson(std::string_view payload) const;
-    /// The payload of a request. Every input must be given. \throws TJsonError
+    /// The payload of a request. Every input must be given. \throws TCJsonError
     std::string RequestFromJson(const TJson& arguments) const;
     /// The payload of a reply, from what ReplyToJson gives. What is not given is 0 or empty, the result success.
-    /// \throws TJsonError
+    /// \throws TCJsonError
     std::string ReplyFromJson(const TJson& reply) const;
 
     /// Calls the operation.
     /// \param[in] object     points to the interface of the operation, such as the facade's instance
     /// \param[in] arguments  {"<input>": value, ...}; each must be given but "oneWay" and what is not sent
     /// \return {"result": value, "outputs": {...}}
-    /// \throws TJsonError before the call, when the arguments are wrong
+    /// \throws TCJsonError before the call, when the arguments are wrong
     TJson Invoke(void* object, const TJson& arguments) const;
-    /// Like Invoke, but does not call: finds what is wrong with arguments. \throws TJsonError
+    /// Like Invoke, but does not call: finds what is wrong with arguments. \throws TCJsonError
     void Check(const TJson& arguments) const;
 
 private:
-    friend class TInterfaceForm;
+    friend class TCInterfaceForm;
     class TCValues;
 
     void m_Take(const TJson& arguments, TCValues& values) const;
     std::string m_ShapeWord() const;
-    std::string m_DistinctWord(const TOperationForm& other) const;
+    std::string m_DistinctWord(const TCOperationForm& other) const;
 
     std::string m_interfaceName;
     std::string m_key;
@@ -141,33 +141,33 @@ private:
 };
 
 /// One interface with its operations in slot order. Thread-safe.
-class TInterfaceForm
+class TCInterfaceForm
 {
 public:
-    TInterfaceForm(std::string name, std::string connectionName, std::vector<TOperationForm> operations);
-    TInterfaceForm(const TInterfaceForm&) = delete;
-    TInterfaceForm& operator=(const TInterfaceForm&) = delete;
+    TCInterfaceForm(std::string name, std::string connectionName, std::vector<TCOperationForm> operations);
+    TCInterfaceForm(const TCInterfaceForm&) = delete;
+    TCInterfaceForm& operator=(const TCInterfaceForm&) = delete;
 
     const std::string& Name() const { return m_name; }
     /// Bus name and D-Bus interface.
     const std::string& ConnectionName() const { return m_connectionName; }
-    std::span<const TOperationForm> Operations() const { return m_operations; }
-    const TOperationForm* Find(short methodId) const;
-    const TOperationForm* Find(std::string_view key) const;
+    std::span<const TCOperationForm> Operations() const { return m_operations; }
+    const TCOperationForm* Find(short methodId) const;
+    const TCOperationForm* Find(std::string_view key) const;
     /// All operations of a name, usually one.
-    std::vector<const TOperationForm*> FindAll(std::string_view name) const;
+    std::vector<const TCOperationForm*> FindAll(std::string_view name) const;
 
 private:
     std::string m_name;
     std::string m_connectionName;
-    std::vector<TOperationForm> m_operations;
+    std::vector<TCOperationForm> m_operations;
 };
 
 /// All interfaces, in the order of protocol::TInterfaces. Thread-safe.
-std::span<const TInterfaceForm> Interfaces();
+std::span<const TCInterfaceForm> Interfaces();
 /// An interface by its name ("ICIGeneral", also without its prefix and in any case: "general") or by its bus name.
 /// \return null when there is none
-const TInterfaceForm* FindInterface(std::string_view name);
+const TCInterfaceForm* FindInterface(std::string_view name);
 /// The method identifier that a payload is tagged with. \return nothing when it is not an argument tree
 std::optional<short> MethodOf(std::string_view payload);
 } // namespace CIM::json

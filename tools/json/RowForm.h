@@ -8,7 +8,7 @@
 #include <array>
 #include <tuple>
 
-// From the rows of a table to TOperationForm: only what needs a row's types. What needs no more than the type and the
+// From the rows of a table to TCOperationForm: only what needs a row's types. What needs no more than the type and the
 // word of one value is compiled once for all rows that have such a value.
 
 namespace CIM::json
@@ -19,9 +19,9 @@ struct TJsonForm<void*>
 {
     static TSType Type() { return {EKind::STRUCTURED, "address", {}}; }
     static TJson To(const void*) { return nullptr; }
-    static void From(const TJson&, void*&, const TJsonPath& path)
+    static void From(const TJson&, void*&, const TCJsonPath& path)
     {
-        throw TJsonError(path, "an address cannot be given");
+        throw TCJsonError(path, "an address cannot be given");
     }
 };
 
@@ -31,7 +31,7 @@ class TCValue final : public TIValue
 public:
     void* Address() override { return &m_value; }
     TJson ToJson() const override { return TJsonForm<T>::To(m_value); }
-    void FromJson(const TJson& json, const TJsonPath& path) override { TJsonForm<T>::From(json, m_value, path); }
+    void FromJson(const TJson& json, const TCJsonPath& path) override { TJsonForm<T>::From(json, m_value, path); }
     void Push(TCMarshallingHelper& frame) override { m_pushed.Push(frame); }
     void Load() override { m_pushed.Load(); }
     void Store() override { m_pushed.Store(); }
@@ -59,7 +59,7 @@ inline constexpr TSValueForm VALUE_FORM{Word, &TypeOf<T>, &NewValueOf<T, Word>};
 
 /// The form of one operation.
 template <class Row>
-TOperationForm MakeOperationForm(const Row& row)
+TCOperationForm MakeOperationForm(const Row& row)
 {
     return [&]<std::size_t... Indices>(std::index_sequence<Indices...>)
     {
@@ -73,19 +73,19 @@ TOperationForm MakeOperationForm(const Row& row)
             *static_cast<typename Row::Result*>(result) = (static_cast<TInterface*>(object)->*Row::MEMBER)(
                 *static_cast<std::tuple_element_t<Indices, TValues>*>(parameters[Indices])...);
         };
-        return TOperationForm({protocol::NameOf<TInterface>(), row.NAME, row.id, row.isLocal, RESULT, PARAMETERS,
-                               row.parameterNames.data(), call});
+        return TCOperationForm({protocol::NameOf<TInterface>(), row.NAME, row.id, row.isLocal, RESULT, PARAMETERS,
+                                row.parameterNames.data(), call});
     }
     (std::make_index_sequence<Row::COUNT>{});
 }
 
 /// The form of an interface.
 template <class Interface>
-TInterfaceForm MakeInterfaceForm()
+TCInterfaceForm MakeInterfaceForm()
 {
-    std::vector<TOperationForm> operations;
+    std::vector<TCOperationForm> operations;
     protocol::ForEachRow<Interface>([&](const auto& row) { operations.push_back(MakeOperationForm(row)); });
-    return TInterfaceForm(protocol::NameOf<Interface>(), protocol::TTable<Interface>::ConnectionName(),
-                          std::move(operations));
+    return TCInterfaceForm(protocol::NameOf<Interface>(), protocol::TTable<Interface>::ConnectionName(),
+                           std::move(operations));
 }
 } // namespace CIM::json

@@ -33,7 +33,7 @@ std::optional<T> ParseInteger(std::string_view text)
 }
 
 template <class T>
-T IntegerFromJson(const TJson& json, T least, T greatest, const TJsonPath& path)
+T IntegerFromJson(const TJson& json, T least, T greatest, const TCJsonPath& path)
 {
     std::optional<T> value;
     if (json.is_number_unsigned())
@@ -58,17 +58,17 @@ T IntegerFromJson(const TJson& json, T least, T greatest, const TJsonPath& path)
         value = ParseInteger<T>(text);
         if (!value && !ParseInteger<std::int64_t>(text) && !ParseInteger<std::uint64_t>(text))
         {
-            throw TJsonError(path, "\"" + text + "\" is no integer");
+            throw TCJsonError(path, "\"" + text + "\" is no integer");
         }
     }
     else
     {
-        throw TJsonError(path, std::string("an integer is needed, not ") + KindOf(json));
+        throw TCJsonError(path, std::string("an integer is needed, not ") + KindOf(json));
     }
     if (!value || *value < least || *value > greatest)
     {
-        throw TJsonError(path, (json.is_string() ? json.get<std::string>() : json.dump()) + " is not within " +
-                                   std::to_string(least) + " to " + std::to_string(greatest));
+        throw TCJsonError(path, (json.is_string() ? json.get<std::string>() : json.dump()) + " is not within " +
+                                    std::to_string(least) + " to " + std::to_string(greatest));
     }
     return *value;
 }
@@ -128,17 +128,17 @@ void EncodeUtf8(char32_t codePoint, std::string& out)
 }
 } // namespace
 
-std::int64_t SignedFromJson(const TJson& json, std::int64_t least, std::int64_t greatest, const TJsonPath& path)
+std::int64_t SignedFromJson(const TJson& json, std::int64_t least, std::int64_t greatest, const TCJsonPath& path)
 {
     return IntegerFromJson<std::int64_t>(json, least, greatest, path);
 }
 
-std::uint64_t UnsignedFromJson(const TJson& json, std::uint64_t greatest, const TJsonPath& path)
+std::uint64_t UnsignedFromJson(const TJson& json, std::uint64_t greatest, const TCJsonPath& path)
 {
     return IntegerFromJson<std::uint64_t>(json, 0, greatest, path);
 }
 
-bool BoolFromJson(const TJson& json, const TJsonPath& path)
+bool BoolFromJson(const TJson& json, const TCJsonPath& path)
 {
     if (json.is_boolean())
     {
@@ -152,7 +152,8 @@ bool BoolFromJson(const TJson& json, const TJsonPath& path)
     {
         return json == 1;
     }
-    throw TJsonError(path, "true or false is needed, not " + json.dump(-1, ' ', true, TJson::error_handler_t::replace));
+    throw TCJsonError(path,
+                      "true or false is needed, not " + json.dump(-1, ' ', true, TJson::error_handler_t::replace));
 }
 
 TJson EnumToJson(const TSEnumeration& enumeration, std::int64_t value)
@@ -167,7 +168,7 @@ TJson EnumToJson(const TSEnumeration& enumeration, std::int64_t value)
     return value;
 }
 
-std::int64_t EnumFromJson(const TSEnumeration& enumeration, const TJson& json, const TJsonPath& path)
+std::int64_t EnumFromJson(const TSEnumeration& enumeration, const TJson& json, const TCJsonPath& path)
 {
     if (json.is_string())
     {
@@ -181,7 +182,7 @@ std::int64_t EnumFromJson(const TSEnumeration& enumeration, const TJson& json, c
         }
         if (!ParseInteger<std::int64_t>(text))
         {
-            throw TJsonError(path, "\"" + text + "\" is no value of " + std::string(enumeration.type));
+            throw TCJsonError(path, "\"" + text + "\" is no value of " + std::string(enumeration.type));
         }
     }
     return SignedFromJson(json, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max(),
@@ -201,11 +202,11 @@ std::string BytesToHex(std::span<const unsigned char> bytes)
     return text;
 }
 
-std::vector<unsigned char> BytesFromJson(const TJson& json, const TJsonPath& path)
+std::vector<unsigned char> BytesFromJson(const TJson& json, const TCJsonPath& path)
 {
     if (!json.is_string())
     {
-        throw TJsonError(path, std::string("bytes are needed as hexadecimal text, not ") + KindOf(json));
+        throw TCJsonError(path, std::string("bytes are needed as hexadecimal text, not ") + KindOf(json));
     }
     std::string_view text = json.get_ref<const std::string&>();
     if (text.starts_with("0x") || text.starts_with("0X"))
@@ -225,7 +226,7 @@ std::vector<unsigned char> BytesFromJson(const TJson& json, const TJsonPath& pat
         const int low = text.size() > 1 ? HexDigit(text[1]) : -1;
         if (high < 0 || low < 0)
         {
-            throw TJsonError(path, "two hexadecimal digits are needed for byte " + std::to_string(bytes.size()));
+            throw TCJsonError(path, "two hexadecimal digits are needed for byte " + std::to_string(bytes.size()));
         }
         bytes.push_back(static_cast<unsigned char>(high << 4 | low));
         text.remove_prefix(2);
@@ -257,7 +258,7 @@ TJson TextToJson(std::string_view text)
     return TJson::object({{"bytes", BytesToHex({reinterpret_cast<const unsigned char*>(text.data()), text.size()})}});
 }
 
-std::string TextFromJson(const TJson& json, const TJsonPath& path)
+std::string TextFromJson(const TJson& json, const TCJsonPath& path)
 {
     if (json.is_string())
     {
@@ -265,10 +266,10 @@ std::string TextFromJson(const TJson& json, const TJsonPath& path)
     }
     if (json.is_object() && json.size() == 1 && json.contains("bytes"))
     {
-        const std::vector<unsigned char> bytes = BytesFromJson(json["bytes"], TJsonPath(path, "bytes"));
+        const std::vector<unsigned char> bytes = BytesFromJson(json["bytes"], TCJsonPath(path, "bytes"));
         return {bytes.begin(), bytes.end()};
     }
-    throw TJsonError(path, std::string("a text is needed, or {\"bytes\": \"<hex>\"}, not ") + KindOf(json));
+    throw TCJsonError(path, std::string("a text is needed, or {\"bytes\": \"<hex>\"}, not ") + KindOf(json));
 }
 
 std::optional<std::string> Utf8FromUnits(std::span<const unsigned short> units)
@@ -326,7 +327,7 @@ TJson WideToJson(std::span<const unsigned short> units)
     return TJson::object({{"codeUnits", std::vector<unsigned short>(units.begin(), units.end())}});
 }
 
-std::vector<unsigned short> WideFromJson(const TJson& json, const TJsonPath& path)
+std::vector<unsigned short> WideFromJson(const TJson& json, const TCJsonPath& path)
 {
     if (json.is_string())
     {
@@ -334,15 +335,15 @@ std::vector<unsigned short> WideFromJson(const TJson& json, const TJsonPath& pat
     }
     if (json.is_object() && json.size() == 1 && json.contains("codeUnits") && json["codeUnits"].is_array())
     {
-        const TJsonPath inner(path, "codeUnits");
+        const TCJsonPath inner(path, "codeUnits");
         std::vector<unsigned short> units;
         for (const TJson& unit : json["codeUnits"])
         {
             units.push_back(
-                static_cast<unsigned short>(UnsignedFromJson(unit, 0xFFFF, TJsonPath(inner, units.size()))));
+                static_cast<unsigned short>(UnsignedFromJson(unit, 0xFFFF, TCJsonPath(inner, units.size()))));
         }
         return units;
     }
-    throw TJsonError(path, std::string("a text is needed, or {\"codeUnits\": [numbers]}, not ") + KindOf(json));
+    throw TCJsonError(path, std::string("a text is needed, or {\"codeUnits\": [numbers]}, not ") + KindOf(json));
 }
 } // namespace CIM::json

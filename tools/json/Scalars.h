@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-// The JSON forms of what is not made of anything smaller. All functions are reentrant; what reads throws TJsonError.
+// The JSON forms of what is not made of anything smaller. All functions are reentrant; what reads throws TCJsonError.
 
 namespace CIM::json
 {
@@ -44,26 +44,26 @@ const TSEnumeration& Enumeration()
 }
 
 /// Integers: a number, or a text that is one in decimal or, after 0x, hexadecimal digits.
-std::int64_t SignedFromJson(const TJson& json, std::int64_t least, std::int64_t greatest, const TJsonPath& path);
-std::uint64_t UnsignedFromJson(const TJson& json, std::uint64_t greatest, const TJsonPath& path);
+std::int64_t SignedFromJson(const TJson& json, std::int64_t least, std::int64_t greatest, const TCJsonPath& path);
+std::uint64_t UnsignedFromJson(const TJson& json, std::uint64_t greatest, const TCJsonPath& path);
 /// true, false, 1, 0.
-bool BoolFromJson(const TJson& json, const TJsonPath& path);
+bool BoolFromJson(const TJson& json, const TCJsonPath& path);
 
 /// Enumerations: the name, or the number when the value has none. Both are read.
 TJson EnumToJson(const TSEnumeration& enumeration, std::int64_t value);
-std::int64_t EnumFromJson(const TSEnumeration& enumeration, const TJson& json, const TJsonPath& path);
+std::int64_t EnumFromJson(const TSEnumeration& enumeration, const TJson& json, const TCJsonPath& path);
 
 /// Byte strings: two hexadecimal digits a byte; blanks and colons between bytes and a leading 0x are read, too.
 std::string BytesToHex(std::span<const unsigned char> bytes);
-std::vector<unsigned char> BytesFromJson(const TJson& json, const TJsonPath& path);
+std::vector<unsigned char> BytesFromJson(const TJson& json, const TCJsonPath& path);
 
 /// Texts: as they are when they are UTF-8, and otherwise {"bytes": "<hex>"}.
 TJson TextToJson(std::string_view text);
-std::string TextFromJson(const TJson& json, const TJsonPath& path);
+std::string TextFromJson(const TJson& json, const TCJsonPath& path);
 
 /// 16-bit texts: as they are when they are UTF-16, and otherwise {"codeUnits": [numbers]}.
 TJson WideToJson(std::span<const unsigned short> units);
-std::vector<unsigned short> WideFromJson(const TJson& json, const TJsonPath& path);
+std::vector<unsigned short> WideFromJson(const TJson& json, const TCJsonPath& path);
 
 /// Conversions that refuse what they cannot carry over and back.
 std::optional<std::string> Utf8FromUnits(std::span<const unsigned short> units);

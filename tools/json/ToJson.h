@@ -14,15 +14,15 @@ TJson ToJson(const T& value)
 /// Reads what ToJson gives. Reentrant.
 /// \param[in]  path   what to call the value in an error's text
 /// \param[out] value  replaced; unchanged when something is wrong
-/// \throws TJsonError, which names the place
+/// \throws TCJsonError, which names the place
 template <class T>
-void FromJson(const TJson& json, T& value, const TJsonPath& path = TJsonPath())
+void FromJson(const TJson& json, T& value, const TCJsonPath& path = TCJsonPath())
 {
     TJsonForm<T>::From(json, value, path);
 }
 
 template <class T>
-T FromJson(const TJson& json, const TJsonPath& path = TJsonPath())
+T FromJson(const TJson& json, const TCJsonPath& path = TCJsonPath())
 {
     T value = NewValue<T>();
     TJsonForm<T>::From(json, value, path);

@@ -27,7 +27,7 @@ struct THolderForm
 
     static TSType Type() { return TJsonForm<TInner>::Type(); }
     static TJson To(const T& value) { return TJsonForm<TInner>::To(value.*FIELD); }
-    static void From(const TJson& json, T& value, const TJsonPath& path)
+    static void From(const TJson& json, T& value, const TCJsonPath& path)
     {
         TJsonForm<TInner>::From(json, value.*FIELD, path);
     }
@@ -58,7 +58,7 @@ struct TJsonForm<TCIText>
 {
     static TSType Type() { return {EKind::TEXT, "text", {}}; }
     static TJson To(const TCIText& value) { return WideToJson(value.text); }
-    static void From(const TJson& json, TCIText& value, const TJsonPath& path)
+    static void From(const TJson& json, TCIText& value, const TCJsonPath& path)
     {
         value.text = WideFromJson(json, path);
     }
@@ -69,12 +69,12 @@ struct TJsonForm<TSSignalData>
 {
     static TSType Type() { return {EKind::BYTES, "8 bytes", {}}; }
     static TJson To(const TSSignalData& value) { return BytesToHex(value.bytes); }
-    static void From(const TJson& json, TSSignalData& value, const TJsonPath& path)
+    static void From(const TJson& json, TSSignalData& value, const TCJsonPath& path)
     {
         const std::vector<unsigned char> bytes = BytesFromJson(json, path);
         if (bytes.size() != sizeof(value.bytes))
         {
-            throw TJsonError(path, "8 bytes are needed, not " + std::to_string(bytes.size()));
+            throw TCJsonError(path, "8 bytes are needed, not " + std::to_string(bytes.size()));
         }
         std::copy(bytes.begin(), bytes.end(), value.bytes);
     }
@@ -82,12 +82,12 @@ struct TJsonForm<TSSignalData>
 
 /// Two values with a sign between them, as text.
 template <class First, class Second>
-void PairFromText(std::string_view text, char separator, First& first, Second& second, const TJsonPath& path)
+void PairFromText(std::string_view text, char separator, First& first, Second& second, const TCJsonPath& path)
 {
     const std::size_t place = text.find(separator);
     if (place == std::string_view::npos)
     {
-        throw TJsonError(path, "there is no '" + std::string(1, separator) + "' in \"" + std::string(text) + "\"");
+        throw TCJsonError(path, "there is no '" + std::string(1, separator) + "' in \"" + std::string(text) + "\"");
     }
     First freshFirst{};
     TJsonForm<First>::From(std::string(text.substr(0, place)), freshFirst, path);
@@ -99,7 +99,7 @@ void PairFromText(std::string_view text, char separator, First& first, Second& s
 template <>
 struct TRecordText<TVSHandle>
 {
-    static void From(std::string_view text, TVSHandle& value, const TJsonPath& path)
+    static void From(std::string_view text, TVSHandle& value, const TCJsonPath& path)
     {
         PairFromText(text, ':', value.profile, value.handle, path);
     }
@@ -115,7 +115,7 @@ struct TRecordText<TSTvMode>
         return word(TJsonForm<EAntennaMode>::To(value.antennaMode)) + "/" +
                word(TJsonForm<EServiceMode>::To(value.serviceMode));
     }
-    static void From(std::string_view text, TSTvMode& value, const TJsonPath& path)
+    static void From(std::string_view text, TSTvMode& value, const TCJsonPath& path)
     {
         PairFromText(text, '/', value.antennaMode, value.serviceMode, path);
     }

@@ -27,7 +27,7 @@ struct SGlossary
 inline std::string Code(std::string_view text) { return "`" + std::string(text) + "`"; }
 
 /// Takes the place of a tree: only how wide a value is pushed is of interest.
-struct TWidthProbe
+struct TSWidthProbe
 {
     int& bytes;
 
@@ -42,7 +42,7 @@ int PushedWidth()
     T value{};
     Form form(value);
     int bytes = 0;
-    form.Push(TWidthProbe{bytes});
+    form.Push(TSWidthProbe{bytes});
     return bytes;
 }
 

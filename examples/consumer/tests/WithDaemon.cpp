@@ -10,8 +10,8 @@
 
 using CIM::ICIGeneral;
 using CIM::test::RunUntil;
-using CIM::test::TDaemon;
-using CIM::test::TFailure;
+using CIM::test::TCDaemon;
+using CIM::test::TCFailure;
 using CIM::test::TSOptions;
 
 namespace
@@ -31,9 +31,9 @@ protected:
         return options;
     }
 
-    TDaemon daemon{Options()}; // first: the library connects to its bus
-    TCamBanner banner{*CIM::TCCIService::CIGeneralInstance(),
-                      *CIM::TCCIService::CISignalSubscriberInstance(TCamBanner::OnSignal)};
+    TCDaemon daemon{Options()}; // first: the library connects to its bus
+    TCCamBanner banner{*CIM::TCCIService::CIGeneralInstance(),
+                       *CIM::TCCIService::CISignalSubscriberInstance(TCCamBanner::OnSignal)};
 };
 
 TEST_F(BannerWithDaemon, ShowsACamThatComesAndGoes)
@@ -49,7 +49,7 @@ TEST_F(BannerWithDaemon, ShowsACamThatComesAndGoes)
 
 TEST_F(BannerWithDaemon, LivesWithACamThatSaysNothing)
 {
-    daemon.Fail(&ICIGeneral::GetApplicationInfo, TFailure::Error());
+    daemon.Fail(&ICIGeneral::GetApplicationInfo, TCFailure::Error());
     daemon.AdvanceClock(std::chrono::seconds(1));
     EXPECT_TRUE(RunUntil([&] { return banner.Text() == "Slot 0: a CAM that says nothing about itself\n"; }))
         << banner.Text();
@@ -59,7 +59,7 @@ TEST_F(BannerWithDaemon, LivesWithACamThatSaysNothing)
 TEST_F(BannerWithDaemon, SurvivesTheDaemon)
 {
     daemon.Vanish();
-    TCamBanner::OnSignal(CIM::SIGNAL_CI_CAM_READY_STATUS_CHANGED, PROFILE_MAIN, 0, {}, &banner);
+    TCCamBanner::OnSignal(CIM::SIGNAL_CI_CAM_READY_STATUS_CHANGED, PROFILE_MAIN, 0, {}, &banner);
     EXPECT_EQ(banner.Text(), "CI is not available\n");
 
     daemon.Return();

@@ -7,8 +7,8 @@
 // The banner alone, against fakes.
 
 using CIM::ICIGeneral;
-using CIM::test::TFakeGeneral;
-using CIM::test::TFakeSignalSubscriber;
+using CIM::test::TCFakeGeneral;
+using CIM::test::TCFakeSignalSubscriber;
 
 namespace
 {
@@ -21,15 +21,15 @@ CIM::TCIText TextOf(const std::string& ascii)
 
 TEST(BannerWithoutBus, SaysThatNobodyAnswers)
 {
-    TFakeGeneral general;
-    TFakeSignalSubscriber subscriber;
-    EXPECT_EQ(TCamBanner(general, subscriber).Text(), "CI is not available\n");
+    TCFakeGeneral general;
+    TCFakeSignalSubscriber subscriber;
+    EXPECT_EQ(TCCamBanner(general, subscriber).Text(), "CI is not available\n");
 }
 
 TEST(BannerWithoutBus, FollowsASignalOfItsSlots)
 {
     CIM::ECamStatus status = CIM::CAM_STATUS_NO_CAM;
-    TFakeGeneral general;
+    TCFakeGeneral general;
     general.On(&ICIGeneral::GetCiSlotStatus,
                [&](auto& statuses, unsigned)
                {
@@ -42,9 +42,9 @@ TEST(BannerWithoutBus, FollowsASignalOfItsSlots)
                    menu = TextOf("Pay TV");
                    return 1;
                });
-    TFakeSignalSubscriber subscriber;
-    subscriber.SetCallback(TCamBanner::OnSignal);
-    const TCamBanner banner(general, subscriber);
+    TCFakeSignalSubscriber subscriber;
+    subscriber.SetCallback(TCCamBanner::OnSignal);
+    const TCCamBanner banner(general, subscriber);
     EXPECT_EQ(banner.Text(), "Slot 1: no CAM\n");
 
     status = CIM::CAM_STATUS_READY;

@@ -47,7 +47,7 @@ public:
 
 private:
     // A run of bytes that is not part of one growing store: the buffer's own ones, or somebody else's.
-    struct TPiece
+    struct TSPiece
     {
         const char* foreign;   // null: own bytes
         std::size_t ownOffset; // where own bytes begin
@@ -56,7 +56,7 @@ private:
     };
     static constexpr std::size_t INLINE_BYTES = 1024;
 
-    const char* AddressOf(const TPiece& piece) const;
+    const char* AddressOf(const TSPiece& piece) const;
     void PushPiece(std::size_t length, const void* data, std::shared_ptr<const void> owner);
     void Grow(std::size_t capacity) const;
     void Join() const;
@@ -65,9 +65,9 @@ private:
     mutable char m_inline[INLINE_BYTES];
     mutable std::unique_ptr<char[]> m_heap; // instead of m_inline once that is too small
     mutable std::size_t m_capacity = INLINE_BYTES;
-    mutable std::size_t m_ownSize = 0;    // bytes in the store, read ones included
-    mutable std::size_t m_ownRead = 0;    // how many of them are read, when there are no pieces
-    mutable std::vector<TPiece> m_pieces; // all unread bytes; empty while every byte is in the store
+    mutable std::size_t m_ownSize = 0;     // bytes in the store, read ones included
+    mutable std::size_t m_ownRead = 0;     // how many of them are read, when there are no pieces
+    mutable std::vector<TSPiece> m_pieces; // all unread bytes; empty while every byte is in the store
     std::size_t m_expected = 0;
     std::string m_sender;
 };

@@ -61,16 +61,16 @@ public:
     bool lendsToBuffers = false; ///< some leaf may be referred to by a buffer
 
 private:
-    struct TBlock
+    struct TSBlock
     {
-        TBlock* previous;
+        TSBlock* previous;
     };
     static constexpr std::size_t INLINE_BYTES = 2560;
 
     void Grow(std::size_t bytes);
     void AddBlock(std::size_t bytes);
 
-    TBlock* m_blocks = nullptr;
+    TSBlock* m_blocks = nullptr;
     std::size_t m_nextBlock = 4096;
     alignas(8) char m_inline[INLINE_BYTES];
     char* m_free = m_inline;

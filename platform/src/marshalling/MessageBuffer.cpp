@@ -78,7 +78,7 @@ std::size_t TCMessageBuffer::GetUnreadSize() const
         return m_ownSize - m_ownRead;
     }
     std::size_t size = 0;
-    for (const TPiece& piece : m_pieces)
+    for (const TSPiece& piece : m_pieces)
     {
         size += piece.length;
     }
@@ -108,7 +108,7 @@ bool TCMessageBuffer::Skip(std::size_t bytes)
         m_ownRead = m_ownSize;
         return true;
     }
-    TPiece& front = m_pieces.front();
+    TSPiece& front = m_pieces.front();
     front.length -= bytes;
     if (front.foreign)
     {
@@ -126,7 +126,7 @@ void TCMessageBuffer::Join() const
     const std::size_t size = GetUnreadSize();
     std::unique_ptr<char[]> joined(new char[size]);
     char* out = joined.get();
-    for (const TPiece& piece : m_pieces)
+    for (const TSPiece& piece : m_pieces)
     {
         std::memcpy(out, AddressOf(piece), piece.length);
         out += piece.length;
@@ -137,7 +137,7 @@ void TCMessageBuffer::Join() const
     m_ownRead = 0;
 }
 
-const char* TCMessageBuffer::AddressOf(const TPiece& piece) const
+const char* TCMessageBuffer::AddressOf(const TSPiece& piece) const
 {
     return piece.foreign ? piece.foreign : (m_heap ? m_heap.get() : m_inline) + piece.ownOffset;
 }

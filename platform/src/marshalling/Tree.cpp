@@ -42,7 +42,7 @@ TCTreeMemory::~TCTreeMemory()
 
 void TCTreeMemory::AddBlock(std::size_t bytes)
 {
-    auto* block = static_cast<TBlock*>(::operator new(sizeof(TBlock) + bytes));
+    auto* block = static_cast<TSBlock*>(::operator new(sizeof(TSBlock) + bytes));
     block->previous = m_blocks;
     m_blocks = block;
     m_free = reinterpret_cast<char*>(block + 1);
@@ -249,7 +249,7 @@ unsigned long TCTreeBranchList::GetNodeSize()
         }
         m_ownMemory.sizesKnown = true;
     }
-    return TREE_FORM_PREFIX + sizeof(TTreeNodeHeader) + m_size;
+    return TREE_FORM_PREFIX + sizeof(TSTreeNodeHeader) + m_size;
 }
 
 bool TCTreeBranchList::StoreInBuffer(TCMessageBuffer& buffer)

@@ -29,7 +29,7 @@ public:
     }
 
     // A node's header. The end of the branch around it is the limit, not the end of the bytes.
-    bool TakeHeader(TTreeNodeHeader& header, std::size_t limit)
+    bool TakeHeader(TSTreeNodeHeader& header, std::size_t limit)
     {
         const char* bytes = limit < sizeof(header) ? nullptr : Take(sizeof(header));
         if (!bytes)
@@ -67,7 +67,7 @@ bool Walk(TCReader& reader, std::size_t contentSize, TLeaf onLeaf, TBranch onBra
             }
             --depth;
         }
-        TTreeNodeHeader header;
+        TSTreeNodeHeader header;
         if (!reader.TakeHeader(header, rest[depth]))
         {
             return false;
@@ -97,7 +97,7 @@ bool TCTreeReader::Read(TCTreeBranchList& root, const char* bytes, std::size_t s
     {
         return false;
     }
-    TTreeNodeHeader rootHeader;
+    TSTreeNodeHeader rootHeader;
     if (!reader.TakeHeader(rootHeader, reader.Left()) || rootHeader.type != TREE_NODE_BRANCH_LIST)
     {
         return false;
@@ -109,8 +109,8 @@ bool TCTreeReader::Read(TCTreeBranchList& root, const char* bytes, std::size_t s
     std::size_t nodeBytes = 0;
     if (!Walk(
             content, rootHeader.size,
-            [&](const TTreeNodeHeader&, const char*, unsigned) { nodeBytes += sizeof(TCTreeNode); },
-            [&](const TTreeNodeHeader&, unsigned) { nodeBytes += sizeof(TCTreeBranch); }))
+            [&](const TSTreeNodeHeader&, const char*, unsigned) { nodeBytes += sizeof(TCTreeNode); },
+            [&](const TSTreeNodeHeader&, unsigned) { nodeBytes += sizeof(TCTreeBranch); }))
     {
         return false;
     }
@@ -127,14 +127,14 @@ bool TCTreeReader::Read(TCTreeBranchList& root, const char* bytes, std::size_t s
     };
     Walk(
         reader, rootHeader.size,
-        [&](const TTreeNodeHeader& header, const char* data, unsigned depth)
+        [&](const TSTreeNodeHeader& header, const char* data, unsigned depth)
         {
             auto* leaf = ::new (memory.Allocate(sizeof(TCTreeNode))) TCTreeNode(&memory, TREE_NODE_LEAF, header.tag);
             leaf->m_content.data = data;
             leaf->m_size = header.size;
             attach(leaf, depth);
         },
-        [&](const TTreeNodeHeader& header, unsigned depth)
+        [&](const TSTreeNodeHeader& header, unsigned depth)
         {
             auto* branch = ::new (memory.Allocate(sizeof(TCTreeBranch)))
                 TCTreeBranch(&memory, static_cast<ETreeNodeType>(header.type), header.tag);
@@ -157,7 +157,7 @@ std::uint64_t TCTreeWriter::Measure(TCTreeNode& node, unsigned depth)
     }
     if (node.IsLeaf())
     {
-        return sizeof(TTreeNodeHeader) + std::uint64_t{node.m_size};
+        return sizeof(TSTreeNodeHeader) + std::uint64_t{node.m_size};
     }
     std::uint64_t content = 0;
     for (TCTreeNode* child = node.m_content.firstChild; child; child = child->m_next)
@@ -170,12 +170,12 @@ std::uint64_t TCTreeWriter::Measure(TCTreeNode& node, unsigned depth)
         }
     }
     node.m_size = static_cast<std::uint32_t>(content);
-    return sizeof(TTreeNodeHeader) + content;
+    return sizeof(TSTreeNodeHeader) + content;
 }
 
 char* TCTreeWriter::Write(const TCTreeNode& node, char* out)
 {
-    const TTreeNodeHeader header{node.m_type, 0, node.m_tag, node.m_size};
+    const TSTreeNodeHeader header{node.m_type, 0, node.m_tag, node.m_size};
     std::memcpy(out, &header, sizeof(header));
     out += sizeof(header);
     if (!node.IsLeaf())
@@ -197,10 +197,10 @@ void TCTreeWriter::Push(const TCTreeNode& node, TCMessageBuffer& buffer)
 {
     if (node.IsLeaf() && !(node.m_flags & TCTreeNode::FLAG_LENT))
     {
-        Write(node, buffer.Append(sizeof(TTreeNodeHeader) + node.m_size));
+        Write(node, buffer.Append(sizeof(TSTreeNodeHeader) + node.m_size));
         return;
     }
-    const TTreeNodeHeader header{node.m_type, 0, node.m_tag, node.m_size};
+    const TSTreeNodeHeader header{node.m_type, 0, node.m_tag, node.m_size};
     std::memcpy(buffer.Append(sizeof(header)), &header, sizeof(header));
     if (node.IsLeaf())
     {

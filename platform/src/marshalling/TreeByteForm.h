@@ -11,14 +11,14 @@ inline constexpr std::uint8_t TREE_FORM_VERSION = 1;
 inline constexpr std::size_t TREE_FORM_PREFIX = 4; ///< the version and three zero bytes
 
 /// What stands before each node's content, in host byte order.
-struct TTreeNodeHeader
+struct TSTreeNodeHeader
 {
     std::uint8_t type;
     std::uint8_t zero;
     std::uint16_t tag;
     std::uint32_t size; ///< of the content: a leaf's bytes, or a branch's children with their headers
 };
-static_assert(sizeof(TTreeNodeHeader) == 8, "a node's header travels as it lies in memory");
+static_assert(sizeof(TSTreeNodeHeader) == 8, "a node's header travels as it lies in memory");
 
 /// Turns bytes into nodes.
 class TCTreeReader

@@ -23,11 +23,11 @@ struct TSOptions
     /// The CAMs, recordings and the rest, as JSON; docs/simulator-model.md says how. Empty: the built-in set.
     std::string set;
     /// A scenario to play, by the name of a shipped one or as the path of a file; it brings its own set, seed and
-    /// clock. Its timeline begins at once; TDaemon::EndScenario says whether its expectations were met.
+    /// clock. Its timeline begins at once; TCDaemon::EndScenario says whether its expectations were met.
     std::string scenario;
     /// The seed of everything random: the same seed gives the same calls the same answers.
     std::uint64_t seed = 1;
-    /// The virtual clock stands still but for TDaemon::AdvanceClock.
+    /// The virtual clock stands still but for TCDaemon::AdvanceClock.
     bool isManualClock = false;
     /// Feature keys that differ from a set with CI in its region, by whole name, such as {CI_FMS_NUM_OF_CI, "0"}.
     /// The library reads each once in a process and keeps the answer: a test of a set without CI needs a process of
@@ -58,7 +58,7 @@ CIAPI_TESTING_EXPORT TSSignalData SignalData(unsigned char slot, unsigned char c
 /// The CI daemon inside a test program, on a private system bus: answers every operation of the nine interfaces from
 /// the simulator's model, or as the test says.
 /// \code
-/// CIM::test::TDaemon daemon; // before anything of the library is used
+/// CIM::test::TCDaemon daemon; // before anything of the library is used
 /// daemon.On(&ICIGeneral::GetCiSlotStatus,
 ///           [](auto& statuses, unsigned) { statuses[0] = CAM_STATUS_NO_CAM; return 1; });
 /// EXPECT_EQ(myApplication.Status(), "No CAM");
@@ -75,16 +75,16 @@ CIAPI_TESTING_EXPORT TSSignalData SignalData(unsigned char slot, unsigned char c
 /// application's. Answers are called on that thread, one at a time: an answer that waits for the test's thread waits
 /// for ever. All operations are thread-safe, may be called from inside an answer, and wait for an answer that is
 /// running on the other thread.
-class CIAPI_TESTING_EXPORT TDaemon
+class CIAPI_TESTING_EXPORT TCDaemon
 {
 public:
     /// Starts bus and daemon and returns when the daemon is ready.
     /// \throws std::invalid_argument when an option is wrong, std::runtime_error when bus or daemon do not start
-    explicit TDaemon(const TSOptions& options = {});
+    explicit TCDaemon(const TSOptions& options = {});
     /// Leaves the bus: calls fail until there is another one.
-    ~TDaemon();
-    TDaemon(const TDaemon&) = delete;
-    TDaemon& operator=(const TDaemon&) = delete;
+    ~TCDaemon();
+    TCDaemon(const TCDaemon&) = delete;
+    TCDaemon& operator=(const TCDaemon&) = delete;
 
     /// Lets a function answer an operation from now on, in place of the model.
     /// \param[in] member  the operation; see Overload for those that share a name
@@ -101,7 +101,7 @@ public:
     /// Lets calls of an operation fail, until Reset or as often as the failure says. With several, each of the calls
     /// meets the first whose turn it is.
     template <class Interface, class Result, class... Arguments>
-    void Fail(Result (Interface::*member)(Arguments...), const TFailure& failure)
+    void Fail(Result (Interface::*member)(Arguments...), const TCFailure& failure)
     {
         m_Fail(KeyOf(member), failure);
     }
@@ -172,11 +172,11 @@ public:
     bool EndScenario();
 
 private:
-    void m_On(const TMemberKey& member, void* function);
-    void m_Fail(const TMemberKey& member, const TFailure& failure);
-    void m_Reset(const TMemberKey& member, void* none);
-    unsigned m_CallCount(const TMemberKey& member) const;
-    std::vector<TSCall> m_Calls(const TMemberKey& member) const;
+    void m_On(const TSMemberKey& member, void* function);
+    void m_Fail(const TSMemberKey& member, const TCFailure& failure);
+    void m_Reset(const TSMemberKey& member, void* none);
+    unsigned m_CallCount(const TSMemberKey& member) const;
+    std::vector<TSCall> m_Calls(const TSMemberKey& member) const;
 
     struct TSImpl;
     std::unique_ptr<TSImpl> m_impl;

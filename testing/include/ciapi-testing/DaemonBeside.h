@@ -6,11 +6,11 @@
 
 namespace CIM::test
 {
-/// The CI daemon in a process of its own: the same model on the same private bus as TDaemon, for tests in which the
+/// The CI daemon in a process of its own: the same model on the same private bus as TCDaemon, for tests in which the
 /// daemon has to crash in earnest, or must not share the program's memory. What a test can do to it is what the
 /// simulator's control object offers; there are no scripted answers.
 /// \code
-/// CIM::test::TDaemonBeside daemon;
+/// CIM::test::TCDaemonBeside daemon;
 /// daemon.Ask("RemoveCam", {"0"});
 /// EXPECT_EQ(myApplication.Status(), "No CAM");
 /// daemon.Kill();
@@ -19,17 +19,17 @@ namespace CIM::test
 ///
 /// What is said there about bus, environment and one daemon at a time holds here as well. The process ends with this
 /// object, or when the test program ends, in whatever way. Reentrant.
-class CIAPI_TESTING_EXPORT TDaemonBeside
+class CIAPI_TESTING_EXPORT TCDaemonBeside
 {
 public:
     /// Starts bus and daemon and returns when the daemon is ready.
     /// \param[in] program  the simulator: a path, or a name that is looked up in PATH
     /// \throws std::invalid_argument when an option is wrong, std::runtime_error when bus or daemon do not start
-    explicit TDaemonBeside(const TSOptions& options = {}, const std::string& program = "ci-daemon-sim");
+    explicit TCDaemonBeside(const TSOptions& options = {}, const std::string& program = "ci-daemon-sim");
     /// Ends it.
-    ~TDaemonBeside();
-    TDaemonBeside(const TDaemonBeside&) = delete;
-    TDaemonBeside& operator=(const TDaemonBeside&) = delete;
+    ~TCDaemonBeside();
+    TCDaemonBeside(const TCDaemonBeside&) = delete;
+    TCDaemonBeside& operator=(const TCDaemonBeside&) = delete;
 
     /// Lets the simulator do something.
     /// \param[in] verb       a method of its control object: "InsertCam", "RaiseSignal", "Journal", "AddFault", ...;

@@ -103,7 +103,7 @@ private:
 
     const std::unique_ptr<Interface> m_null = detail::MakeNull<Interface>();
     mutable std::mutex m_mutex;
-    std::map<TMemberKey, TSOperation> m_operations;
+    std::map<TSMemberKey, TSOperation> m_operations;
     std::vector<std::string> m_calls;
 };
 } // namespace CIM::test

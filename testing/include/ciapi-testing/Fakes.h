@@ -14,7 +14,7 @@
 
 // The nine interfaces without bus and daemon, for applications that take the interfaces that they use as arguments:
 //
-//   CIM::test::TFakeGeneral general;
+//   CIM::test::TCFakeGeneral general;
 //   general.On(&ICIGeneral::GetMmiText, [](unsigned char, TCIText& text) { text = ...; return 1; });
 //   TMenu menu(general);
 //
@@ -23,7 +23,7 @@
 namespace CIM::test
 {
 /// Slots, CAMs, menus, PIN, CA PMT, SAS, host control.
-class TFakeGeneral : public TFake<ICIGeneral>
+class TCFakeGeneral : public TFake<ICIGeneral>
 {
 public:
     CIAPI_FAKE(2, GetCiSlotStatus)
@@ -74,7 +74,7 @@ public:
 };
 
 /// CI Plus application MMI.
-class TFakeAppMMI : public TFake<ICIAppMMI>
+class TCFakeAppMMI : public TFake<ICIAppMMI>
 {
 public:
     CIAPI_FAKE(4, SetApplicationState)
@@ -89,7 +89,7 @@ public:
 };
 
 /// Auxiliary file systems of the CAMs.
-class TFakeAuxiliaryFileSystem : public TFake<ICIAuxiliaryFileSystem>
+class TCFakeAuxiliaryFileSystem : public TFake<ICIAuxiliaryFileSystem>
 {
 public:
     CIAPI_FAKE(1, GetAllAvailableFileSystems)
@@ -100,7 +100,7 @@ public:
 };
 
 /// Playback by a CAM.
-class TFakeCICAMPlayer : public TFake<ICICAMPlayer>
+class TCFakeCICAMPlayer : public TFake<ICICAMPlayer>
 {
 public:
     CIAPI_FAKE(1, VerifyLocation)
@@ -112,7 +112,7 @@ public:
 };
 
 /// Service and factory commands.
-class TFakeDebug : public TFake<ICIDebug>
+class TCFakeDebug : public TFake<ICIDebug>
 {
 public:
     CIAPI_FAKE(0, PrintStatus)
@@ -142,7 +142,7 @@ public:
 };
 
 /// CI Plus operator profiles.
-class TFakeOperatorProfile : public TFake<ICIOperatorProfile>
+class TCFakeOperatorProfile : public TFake<ICIOperatorProfile>
 {
 public:
     CIAPI_FAKE_OVERLOAD(
@@ -168,7 +168,7 @@ public:
 };
 
 /// Decryption of samples outside a transport stream.
-class TFakeSampleDecryption : public TFake<ICISampleDecryption>
+class TCFakeSampleDecryption : public TFake<ICISampleDecryption>
 {
 public:
     CIAPI_FAKE_OVERLOAD(1, IsDRMSupported, bool (Interface::*)(TSDRMSystemId const&))
@@ -184,7 +184,7 @@ public:
 };
 
 /// Copy control of recordings.
-class TFakePvrCip : public TFake<IPvrCip>
+class TCFakePvrCip : public TFake<IPvrCip>
 {
 public:
     CIAPI_FAKE(3, SetRecordingEsPids)
@@ -203,10 +203,10 @@ public:
 
 /// Signals, raised by the test. Unlike the other fakes it works by itself: it keeps the callback and the subscriptions,
 /// as long as the test does not put answers of its own in the place of these three.
-class TFakeSignalSubscriber : public TFake<ICISignalSubscriber>
+class TCFakeSignalSubscriber : public TFake<ICISignalSubscriber>
 {
 public:
-    TFakeSignalSubscriber()
+    TCFakeSignalSubscriber()
     {
         On(&Interface::Subscribe,
            [this](ECISignalType type, void* userData, EProfile profile, unsigned short handle, long)

@@ -25,23 +25,26 @@ constexpr Signature Interface::*Overload(Signature Interface::*member)
 }
 
 /// An operation without its type: the type and the bytes of its member pointer.
-struct TMemberKey
+struct TSMemberKey
 {
     std::type_index type;
     std::string bytes;
 
-    friend bool operator<(const TMemberKey& a, const TMemberKey& b)
+    friend bool operator<(const TSMemberKey& a, const TSMemberKey& b)
     {
         return std::tie(a.type, a.bytes) < std::tie(b.type, b.bytes);
     }
-    friend bool operator==(const TMemberKey& a, const TMemberKey& b) { return a.type == b.type && a.bytes == b.bytes; }
+    friend bool operator==(const TSMemberKey& a, const TSMemberKey& b)
+    {
+        return a.type == b.type && a.bytes == b.bytes;
+    }
 };
 
 template <class Member>
-TMemberKey KeyOf(Member member)
+TSMemberKey KeyOf(Member member)
 {
     static_assert(std::is_member_function_pointer_v<Member>, "an operation is named by its member function");
-    TMemberKey key{typeid(Member), std::string(sizeof member, '\0')};
+    TSMemberKey key{typeid(Member), std::string(sizeof member, '\0')};
     std::memcpy(key.bytes.data(), &member, sizeof member);
     return key;
 }

@@ -94,7 +94,7 @@ std::vector<TJson> SamplesOf(const TSType& type)
 }
 
 // The n-th sample of every parameter whose direction passes.
-TJson SampleArguments(const TOperationForm& operation, bool (*passes)(protocol::EWord), std::size_t n)
+TJson SampleArguments(const TCOperationForm& operation, bool (*passes)(protocol::EWord), std::size_t n)
 {
     TJson arguments = TJson::object();
     for (const TSParameter& parameter : operation.Parameters())
@@ -111,9 +111,9 @@ TJson SampleArguments(const TOperationForm& operation, bool (*passes)(protocol::
 template <class Body>
 void ForEveryOperation(Body body)
 {
-    for (const TInterfaceForm& interface : Interfaces())
+    for (const TCInterfaceForm& interface : Interfaces())
     {
-        for (const TOperationForm& operation : interface.Operations())
+        for (const TCOperationForm& operation : interface.Operations())
         {
             SCOPED_TRACE(operation.FullName());
             body(interface, operation);
@@ -127,7 +127,7 @@ std::string ErrorOf(const std::function<void()>& action)
     {
         action();
     }
-    catch (const TJsonError& error)
+    catch (const TCJsonError& error)
     {
         return error.what();
     }
@@ -140,7 +140,7 @@ TEST(Json, CarriesEveryOperationsRequestsAndReplies)
     std::size_t operations = 0;
     std::set<std::string> names;
     ForEveryOperation(
-        [&](const TInterfaceForm& interface, const TOperationForm& operation)
+        [&](const TCInterfaceForm& interface, const TCOperationForm& operation)
         {
             ++operations;
             EXPECT_TRUE(names.insert(operation.FullName()).second);
@@ -181,7 +181,7 @@ TEST(Json, CarriesEveryOperationsRequestsAndReplies)
 
 TEST(Json, RequestsAndRepliesAreThoseOfTheDaemonsSide)
 {
-    struct TObject : ICIAuxiliaryFileSystem
+    struct TSObject : ICIAuxiliaryFileSystem
     {
         int GetAllAvailableFileSystems(std::vector<TCCiAuxiliaryFileSystemDTO>&) override { return 0; }
         int RegisterApplication(unsigned short fileSystemId, unsigned char& applicationId) override
@@ -196,8 +196,8 @@ TEST(Json, RequestsAndRepliesAreThoseOfTheDaemonsSide)
         }
         int GetFileAcknowledge(unsigned short, TCCiFileAckDTO&) override { return 0; }
     } object;
-    const TInterfaceForm& interface = *FindInterface("auxiliaryfilesystem");
-    const TOperationForm& operation = *interface.Find("RegisterApplication");
+    const TCInterfaceForm& interface = *FindInterface("auxiliaryfilesystem");
+    const TCOperationForm& operation = *interface.Find("RegisterApplication");
     const TJson expected = TJson::parse(R"({"result": 7, "outputs": {"applicationId": 254}})");
     const TJson arguments = {{"fileSystemId", 0xFE01}};
     EXPECT_EQ(operation.Invoke(static_cast<ICIAuxiliaryFileSystem*>(&object), arguments), expected);
@@ -232,19 +232,19 @@ TEST(Json, ReadsOtherSpellings)
 
 TEST(Json, SaysWhatIsWrongAndWhere)
 {
-    using TProfiles = std::list<TSCIOperatorProfileData>;
+    using TCProfiles = std::list<TSCIOperatorProfileData>;
     using TModes = std::map<unsigned char, ECamMode>;
     const auto read = [](auto value, const char* text)
     {
         const auto before = ToJson(value);
-        const std::string error = ErrorOf([&] { FromJson(TJson::parse(text), value, TJsonPath("argument")); });
+        const std::string error = ErrorOf([&] { FromJson(TJson::parse(text), value, TCJsonPath("argument")); });
         EXPECT_EQ(ToJson(value), before) << "changed in spite of an error";
         return error;
     };
-    EXPECT_EQ(read(TProfiles(), R"([{}, {"slotId": 256}])"), "argument[1].slotId: 256 is not within 0 to 255");
-    EXPECT_EQ(read(TProfiles(), R"([{"slot": 1}])"),
+    EXPECT_EQ(read(TCProfiles(), R"([{}, {"slotId": 256}])"), "argument[1].slotId: 256 is not within 0 to 255");
+    EXPECT_EQ(read(TCProfiles(), R"([{"slot": 1}])"),
               "argument[0].slot: there is no such member in TSCIOperatorProfileData");
-    EXPECT_EQ(read(TProfiles(), R"([{"supportedAntennaModes": [1, "ANTENNA_MODE_CABLE"]}])"),
+    EXPECT_EQ(read(TCProfiles(), R"([{"supportedAntennaModes": [1, "ANTENNA_MODE_CABLE"]}])"),
               "argument[0].supportedAntennaModes[1]: this element is in the list already");
     EXPECT_EQ(read(TModes{{1, CAM_MODE_CI}}, R"({"1": 0, "0x1": 1})"), "argument.0x1: this key is in the map already");
     EXPECT_EQ(read(TModes(), R"({"1": "CAM_MODE"})"), "argument.1: \"CAM_MODE\" is no value of ECamMode");
@@ -260,7 +260,7 @@ TEST(Json, SaysWhatIsWrongAndWhere)
     EXPECT_EQ(read(TCIText(), R"({"codeUnits": [65536]})"), "argument.codeUnits[0]: 65536 is not within 0 to 65535");
     EXPECT_EQ(read(TSSignalData(), R"("00")"), "argument: 8 bytes are needed, not 1");
 
-    const TOperationForm& answer = *FindInterface("ICIGeneral")->Find("GetMmiText");
+    const TCOperationForm& answer = *FindInterface("ICIGeneral")->Find("GetMmiText");
     EXPECT_EQ(ErrorOf([&] { answer.Check(TJson::object()); }),
               "slot: this argument of ICIGeneral.GetMmiText is missing (uint8)");
     EXPECT_EQ(ErrorOf(

@@ -41,12 +41,12 @@ TSSeen Look(const TCMessagePtr& reply)
     return seen;
 }
 
-TSSeen Ask(TRawClient& client) { return Look(client.Call(GENERAL, GET_CAM_MODES_HEADER | HELLO, GET_CAM_MODES, "t")); }
+TSSeen Ask(TCRawClient& client) { return Look(client.Call(GENERAL, GET_CAM_MODES_HEADER | HELLO, GET_CAM_MODES, "t")); }
 
 TEST(SimulatorFaults, Replies)
 {
-    TSimulatorProcess simulator;
-    TRawClient client;
+    TCSimulatorProcess simulator;
+    TCRawClient client;
     const TSSeen right = Ask(client);
     ASSERT_EQ(right.status, 1U);
     struct TSCase
@@ -89,15 +89,15 @@ TEST(SimulatorFaults, Replies)
 TEST(SimulatorFaults, WhenTheyHappen)
 {
     // Only the second call about slot 1; a call about another slot, or another operation, does not count.
-    const auto isMet = [](TRawClient& client, int slot)
+    const auto isMet = [](TCRawClient& client, int slot)
     {
         // ResetPcmcia(slot), identifier 2 of the debug interface.
         const std::string payload =
             std::string("\1\0\0\0\2\0\2\0\11\0\0\0\1\0\1\0\1\0\0\0", 20) + static_cast<char>(slot);
         return !Look(client.Call("com.kelvora.ciapi.ICIDebug", 2 | HELLO, payload, "t")).error.empty();
     };
-    TSimulatorProcess simulator({"--fault", R"({"kind":"error","operation":"ResetPcmcia","slot":1,"nth":2})"});
-    TRawClient client;
+    TCSimulatorProcess simulator({"--fault", R"({"kind":"error","operation":"ResetPcmcia","slot":1,"nth":2})"});
+    TCRawClient client;
     const std::vector<int> slots = {0, 1, 0, 1, 1};
     std::vector<bool> met;
     for (const int slot : slots)
@@ -109,8 +109,8 @@ TEST(SimulatorFaults, WhenTheyHappen)
     // The same seed, the same luck; and luck it is.
     const auto series = []
     {
-        TSimulatorProcess lucky({"--seed", "7", "--fault", R"({"kind":"error","operation":"*","probability":0.5})"});
-        TRawClient caller;
+        TCSimulatorProcess lucky({"--seed", "7", "--fault", R"({"kind":"error","operation":"*","probability":0.5})"});
+        TCRawClient caller;
         std::string seen;
         for (int i = 0; i < 40; ++i)
         {
@@ -126,22 +126,22 @@ TEST(SimulatorFaults, WhenTheyHappen)
 
 TEST(SimulatorFaults, SlowCallsDelayNobodyElse)
 {
-    TSimulatorProcess simulator({"--fault", R"({"kind":"late","operation":"GetCiSlotStatus","ms":400})", "--fault",
-                                 R"({"kind":"never","operation":"CipTest"})"});
-    TRawClient client;
+    TCSimulatorProcess simulator({"--fault", R"({"kind":"late","operation":"GetCiSlotStatus","ms":400})", "--fault",
+                                  R"({"kind":"never","operation":"CipTest"})"});
+    TCRawClient client;
     const auto start = std::chrono::steady_clock::now();
     DBusPendingCall* const never = client.Send(GENERAL, 6, std::string("\1\0\0\0\2\0\6\0\0\0\0\0", 12));
     DBusPendingCall* const late = client.Send(GENERAL, 0, GET_SLOT_STATUS);
     EXPECT_EQ(Ask(client).status, 1U);
     EXPECT_FALSE(dbus_pending_call_get_completed(late));
-    EXPECT_EQ(Look(TRawClient::Wait(late)).payload.substr(4, 1), "\2");
+    EXPECT_EQ(Look(TCRawClient::Wait(late)).payload.substr(4, 1), "\2");
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(400));
     EXPECT_FALSE(dbus_pending_call_get_completed(never));
 
     // Whoever waits when the daemon goes is told at once, and the daemon that comes back knows nobody.
     client.Control("ClearFaults");
     client.Control("AddFault", {R"({"kind":"restart","ms":50,"stepMs":5})"});
-    EXPECT_EQ(Look(TRawClient::Wait(never)).error, "org.freedesktop.DBus.Error.NoReply");
+    EXPECT_EQ(Look(TCRawClient::Wait(never)).error, "org.freedesktop.DBus.Error.NoReply");
     EXPECT_TRUE(
         Eventually([&] { return std::filesystem::exists(simulator.marker.Path()) && client.OwnsName(GENERAL); }));
     EXPECT_EQ(Look(client.Call(GENERAL, GET_CAM_MODES_HEADER, GET_CAM_MODES)).status, 0x81U);
@@ -151,14 +151,14 @@ TEST(SimulatorFaults, CrashesAndNames)
 {
     for (const auto& [shape, status] : {std::pair<std::string, int>{"exit", 70}, {"abort", 128 + 6}})
     {
-        TSimulatorProcess simulator({"--fault", R"({"kind":"crash","operation":"*","shape":")" + shape + "\"}"});
-        TRawClient client;
+        TCSimulatorProcess simulator({"--fault", R"({"kind":"crash","operation":"*","shape":")" + shape + "\"}"});
+        TCRawClient client;
         EXPECT_EQ(Ask(client).error, "org.freedesktop.DBus.Error.NoReply") << shape;
         EXPECT_EQ(WaitForEnd(simulator.process), status) << shape;
         EXPECT_TRUE(std::filesystem::exists(simulator.marker.Path())) << "a crash tidies nothing up";
     }
-    TSimulatorProcess simulator({"--names-after", "20", "--names-step", "5"});
-    TRawClient client;
+    TCSimulatorProcess simulator({"--names-after", "20", "--names-step", "5"});
+    TCRawClient client;
     client.Control("AddFault", {R"({"kind":"lose-name","name":")" + GENERAL + R"(","ms":100})"});
     EXPECT_FALSE(client.OwnsName(GENERAL));
     EXPECT_TRUE(client.OwnsName("com.kelvora.ciapi.ICIDebug"));
@@ -167,8 +167,8 @@ TEST(SimulatorFaults, CrashesAndNames)
 
 TEST(SimulatorFaults, Signals)
 {
-    TSimulatorProcess simulator;
-    TRawClient client;
+    TCSimulatorProcess simulator;
+    TCRawClient client;
     client.Match("type='signal',interface='com.kelvora.ciapi.SignalIFace'");
     const std::pair<const char*, const char*> shapes[] = {
         {"empty", ""},

@@ -37,7 +37,7 @@ TSRun Cictl(std::vector<std::string> arguments, const std::string& input = {})
 std::vector<std::string> AllNames()
 {
     std::vector<std::string> names;
-    for (const json::TInterfaceForm& interface : json::Interfaces())
+    for (const json::TCInterfaceForm& interface : json::Interfaces())
     {
         names.push_back(interface.ConnectionName());
     }
@@ -45,47 +45,48 @@ std::vector<std::string> AllNames()
 }
 
 /// A set with CI, its bus, and a daemon that answers by a function of the test.
-class TPlayedDaemon
+class TCPlayedDaemon
 {
 public:
-    using TAnswer = std::function<TScriptedDaemon::TMessage(const TScriptedDaemon::TMessage&, const std::string& name)>;
-    explicit TPlayedDaemon(TAnswer answer)
+    using TAnswer =
+        std::function<TCScriptedDaemon::TMessage(const TCScriptedDaemon::TMessage&, const std::string& name)>;
+    explicit TCPlayedDaemon(TAnswer answer)
         : m_daemon(AllNames(), [answer](const auto& request) { return answer(request, NameOf(request.get())); })
     {
         m_marker.Create();
     }
-    TScriptedDaemon& operator*() { return m_daemon; }
+    TCScriptedDaemon& operator*() { return m_daemon; }
 
-    static const json::TOperationForm& Operation(DBusMessage* request)
+    static const json::TCOperationForm& Operation(DBusMessage* request)
     {
         dbus_int32_t word = 0;
         dbus_message_get_args(request, nullptr, DBUS_TYPE_INT32, &word, DBUS_TYPE_INVALID);
         return *json::FindInterface(dbus_message_get_interface(request))->Find(static_cast<short>(word & 0xFFFF));
     }
     static std::string NameOf(DBusMessage* request) { return Operation(request).Name(); }
-    static TScriptedDaemon::TMessage Answer(const TScriptedDaemon::TMessage& request, const char* reply)
+    static TCScriptedDaemon::TMessage Answer(const TCScriptedDaemon::TMessage& request, const char* reply)
     {
-        return TScriptedDaemon::Reply(request, 1, Operation(request.get()).ReplyFromJson(json::TJson::parse(reply)));
+        return TCScriptedDaemon::Reply(request, 1, Operation(request.get()).ReplyFromJson(json::TJson::parse(reply)));
     }
 
 private:
     // libdbus reads the address once in a process, so that all cases of this process share one bus.
-    static TPrivateBus& Bus()
+    static TCPrivateBus& Bus()
     {
-        static TPrivateBus bus;
+        static TCPrivateBus bus;
         return bus;
     }
 
-    TPrivateBus& m_bus = Bus();
-    TFeatureKeys m_keys{{COUNT, "2"}, {SUPPORT, "true"}, {CERTIFICATION, "true"}};
-    TTempMarker m_marker;
-    TScriptedDaemon m_daemon;
+    TCPrivateBus& m_bus = Bus();
+    TCFeatureKeys m_keys{{COUNT, "2"}, {SUPPORT, "true"}, {CERTIFICATION, "true"}};
+    TCTempMarker m_marker;
+    TCScriptedDaemon m_daemon;
 };
 } // namespace
 
 TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
 {
-    const TEnvironmentVariable noBus("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    const TCEnvironmentVariable noBus("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
     const struct
     {
         std::vector<std::string> arguments;
@@ -134,8 +135,8 @@ TEST(Cictl, TellsWhyThereIsNoDaemon)
             EXPECT_THAT(run.error, HasSubstr(text));
         }
     };
-    TFeatureKeys keys;
-    const TEnvironmentVariable noHome("XDG_CONFIG_HOME", "/nonexistent");
+    TCFeatureKeys keys;
+    const TCEnvironmentVariable noHome("XDG_CONFIG_HOME", "/nonexistent");
     expect("product.num_of_ci cannot be read");
     keys.Set(COUNT, "0");
     expect("no CI slot");
@@ -145,10 +146,10 @@ TEST(Cictl, TellsWhyThereIsNoDaemon)
     expect("not certified");
     keys.Set(CERTIFICATION, "true");
     {
-        const TEnvironmentVariable noBus("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+        const TCEnvironmentVariable noBus("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
         expect("no system bus");
     }
-    const TPrivateBus bus;
+    const TCPrivateBus bus;
     expect("nobody owns com.kelvora.ciapi.");
 }
 
@@ -157,29 +158,29 @@ TEST(Cictl, TellsARefusalFromACallThatDoesNotGetThrough)
     const struct
     {
         const char* what;
-        std::function<TScriptedDaemon::TMessage(const TScriptedDaemon::TMessage&)> answer;
+        std::function<TCScriptedDaemon::TMessage(const TCScriptedDaemon::TMessage&)> answer;
         int status;
         const char* output;
         const char* error;
     } cases[] = {
-        {"yes", [](const auto& r) { return TPlayedDaemon::Answer(r, R"({"result": 5, "outputs": {"count": 3}})"); }, 0,
+        {"yes", [](const auto& r) { return TCPlayedDaemon::Answer(r, R"({"result": 5, "outputs": {"count": 3}})"); }, 0,
          "count: 3", ""},
-        {"no", [](const auto& r) { return TPlayedDaemon::Answer(r, R"({"result": 0, "outputs": {"count": 3}})"); }, 1,
+        {"no", [](const auto& r) { return TCPlayedDaemon::Answer(r, R"({"result": 0, "outputs": {"count": 3}})"); }, 1,
          "result:    0", ""},
-        {"nothing written", [](const auto& r) { return TScriptedDaemon::Reply(r, 1, ""); }, 1, "result:    -1", ""},
-        {"an error", [](const auto& r) { return TScriptedDaemon::Error(r, "org.x.Bad", "went wrong"); }, 3, "",
+        {"nothing written", [](const auto& r) { return TCScriptedDaemon::Reply(r, 1, ""); }, 1, "result:    -1", ""},
+        {"an error", [](const auto& r) { return TCScriptedDaemon::Error(r, "org.x.Bad", "went wrong"); }, 3, "",
          "ICIDebug.GetSlotsCount did not get through: org.x.Bad: went wrong\n"},
-        {"gone meanwhile", [](const auto& r) { return TScriptedDaemon::Error(r, DBUS_ERROR_NO_REPLY, "?"); }, 3, "",
+        {"gone meanwhile", [](const auto& r) { return TCScriptedDaemon::Error(r, DBUS_ERROR_NO_REPLY, "?"); }, 3, "",
          "through: the CI daemon did not answer in time, or went away before it answered (org.freedesktop.DBus.Error."},
-        {"not handled", [](const auto& r) { return TScriptedDaemon::Reply(r, 0, ""); }, 3, "",
+        {"not handled", [](const auto& r) { return TCScriptedDaemon::Reply(r, 0, ""); }, 3, "",
          "the daemon did not handle the call"},
-        {"no tree", [](const auto& r) { return TScriptedDaemon::Reply(r, 1, "\xff\xff"); }, 3, "",
+        {"no tree", [](const auto& r) { return TCScriptedDaemon::Reply(r, 1, "\xff\xff"); }, 3, "",
          "the reply is not readable"},
     };
     for (const auto& test : cases)
     {
         SCOPED_TRACE(test.what);
-        TPlayedDaemon daemon([&](const auto& request, const std::string&) { return test.answer(request); });
+        TCPlayedDaemon daemon([&](const auto& request, const std::string&) { return test.answer(request); });
         const TSRun run = Cictl({"call", "debug.GetSlotsCount"});
         EXPECT_EQ(run.status, test.status);
         EXPECT_THAT(run.output, HasSubstr(test.output));
@@ -189,9 +190,9 @@ TEST(Cictl, TellsARefusalFromACallThatDoesNotGetThrough)
 
 TEST(Cictl, PrintsTextsOfACamWithoutTheirControls)
 {
-    TPlayedDaemon daemon(
+    TCPlayedDaemon daemon(
         [](const auto& request, const std::string&)
-        { return TPlayedDaemon::Answer(request, R"({"outputs": {"text": "\u001b[2Jü\u009b\u202eG"}})"); });
+        { return TCPlayedDaemon::Answer(request, R"({"outputs": {"text": "\u001b[2Jü\u009b\u202eG"}})"); });
     TSRun run = Cictl({"call", "general.GetMmiText", "slot=0"});
     EXPECT_THAT(run.output, HasSubstr("text: \\x1b[2Jü\\x9b\\u202eG\n"));
     run = Cictl({"call", "general.GetMmiText", "slot=0", "--json"});
@@ -205,16 +206,16 @@ TEST(Cictl, WatchesSignalsAndUnsubscribesWhenInterrupted)
     std::mutex mutex;
     std::condition_variable changed;
     std::vector<std::string> heard;
-    TPlayedDaemon daemon(
+    TCPlayedDaemon daemon(
         [&](const auto& request, const std::string& name)
         {
-            const auto& operation = TPlayedDaemon::Operation(request.get());
+            const auto& operation = TCPlayedDaemon::Operation(request.get());
             const std::string arguments =
-                operation.RequestToJson(TScriptedDaemon::Payload(request.get())).json["signalType"].dump();
+                operation.RequestToJson(TCScriptedDaemon::Payload(request.get())).json["signalType"].dump();
             const std::lock_guard lock(mutex);
             heard.push_back(name + " " + arguments);
             changed.notify_all();
-            return TPlayedDaemon::Answer(request, "{}");
+            return TCPlayedDaemon::Answer(request, "{}");
         });
     const auto waitFor = [&](std::size_t count)
     {
@@ -233,10 +234,10 @@ TEST(Cictl, WatchesSignalsAndUnsubscribesWhenInterrupted)
         payload[0] = static_cast<char>(value);
         payload[7] = '\x7f';
         payload[12] = 3;
-        (*daemon).Send(TScriptedDaemon::Signal("Signal", "31", "3", {payload, sizeof payload}));
+        (*daemon).Send(TCScriptedDaemon::Signal("Signal", "31", "3", {payload, sizeof payload}));
     };
 
-    TStartedCommand counting(
+    TCStartedCommand counting(
         {CICTL, "watch", "31", "31", "--handle", "3", "--json", "--count", "2", "--timeout", "30"});
     ASSERT_TRUE(waitFor(1));
     for (unsigned char value = 1; value < 4; ++value)
@@ -255,7 +256,7 @@ TEST(Cictl, WatchesSignalsAndUnsubscribesWhenInterrupted)
 
     for (const int signal : {SIGINT, SIGTERM})
     {
-        TStartedCommand endless({CICTL, "watch", "CI_CA_REPLY"});
+        TCStartedCommand endless({CICTL, "watch", "CI_CA_REPLY"});
         ASSERT_TRUE(waitFor(1));
         endless.Signal(signal);
         EXPECT_EQ(endless.Wait().status, 0);
@@ -267,9 +268,9 @@ TEST(Cictl, WatchesSignalsAndUnsubscribesWhenInterrupted)
 
 TEST(Cictl, TracesCallsRepliesAndSignals)
 {
-    TPlayedDaemon daemon([](const auto& request, const std::string&)
-                         { return TPlayedDaemon::Answer(request, R"({"result": 1})"); });
-    TStartedCommand trace({CICTL, "trace", "--json", "--count", "2", "--timeout", "30"});
+    TCPlayedDaemon daemon([](const auto& request, const std::string&)
+                          { return TCPlayedDaemon::Answer(request, R"({"result": 1})"); });
+    TCStartedCommand trace({CICTL, "trace", "--json", "--count", "2", "--timeout", "30"});
     ASSERT_TRUE(trace.WaitForError("tracing"));
     EXPECT_EQ(Cictl({"call", "general.VerifyCamPin", "slot=1", "pin=31323334"}).status, 0);
     const TSRun run = trace.Wait();

@@ -35,8 +35,8 @@ TSSeenReply Read(const TCMessagePtr& reply)
 
 TEST(SimulatorCalls, HandWrittenBytes)
 {
-    TSimulatorProcess simulator;
-    TRawClient client;
+    TCSimulatorProcess simulator;
+    TCRawClient client;
     // Slot 0 holds the CAM that has just been put in, slot 1 none; tag 0 is the result, tag 1 the map of slots.
     const TSSeenReply reply = Read(client.Call(GENERAL, HELLO, GET_SLOT_STATUS, "by hand"));
     EXPECT_EQ(reply.status, 1U);
@@ -67,7 +67,7 @@ TEST(SimulatorCalls, HandWrittenBytes)
         EXPECT_EQ(seen.status, call.status) << call.what;
         EXPECT_EQ(seen.payload.empty(), call.status == 0) << call.what;
     }
-    TRawClient stranger;
+    TCRawClient stranger;
     EXPECT_EQ(Read(stranger.Call(GENERAL, GET_CAM_MODES_HEADER, GET_CAM_MODES)).status, 0x81U)
         << "a client without a name is asked for it";
     EXPECT_TRUE(dbus_message_is_error(client.Call(GENERAL, HELLO, GET_CAM_MODES).get(), DBUS_ERROR_INVALID_ARGS))
@@ -191,8 +191,8 @@ TEST(SimulatorCalls, WhatACallCarries)
 
 TEST(SimulatorCalls, SignalsAndSubscriptions)
 {
-    TSimulatorProcess simulator;
-    TRawClient client;
+    TCSimulatorProcess simulator;
+    TCRawClient client;
     client.Match("type='signal',path='/com/kelvora/ciapi/SignalObject',interface='com.kelvora.ciapi.SignalIFace',"
                  "member='Signal',arg0='17',arg1='4294901763'"); // profile -1, handle 3
     client.Control("RaiseSignal", {"17", "-1", "4", "01"});
@@ -218,7 +218,7 @@ TEST(SimulatorCalls, SignalsAndSubscriptions)
                                 "\1\0\3\0\2\0\0\0\1\0\1\0\4\0\10\0\0\0\147\22\0\0\0\0\0\0",
                                 62);
     {
-        TRawClient subscriber;
+        TCRawClient subscriber;
         const TSSeenReply reply =
             Read(subscriber.Call("com.kelvora.ciapi.ICISignalSubscriber", HELLO, subscribe, "watcher"));
         ASSERT_EQ(reply.status, 1U);
@@ -235,8 +235,8 @@ TEST(SimulatorCalls, SignalsAndSubscriptions)
 
 TEST(SimulatorCalls, ControlAndClock)
 {
-    TSimulatorProcess simulator;
-    TRawClient client;
+    TCSimulatorProcess simulator;
+    TCRawClient client;
     client.Match("type='signal',interface='com.kelvora.ciapi.SignalIFace',arg0='20'");
     client.Control("InsertCam", {"1", client.ControlJson("ListCams").back().at("name").get<std::string>()});
     EXPECT_EQ(client.ControlJson("State").at("slots").at(1).at("phase"), "init");
@@ -257,13 +257,13 @@ TEST(SimulatorCalls, ControlAndClock)
 
 TEST(SimulatorCalls, TerminatedCleanly)
 {
-    TSimulatorProcess simulator;
+    TCSimulatorProcess simulator;
     kill(simulator.process, SIGTERM);
     EXPECT_EQ(WaitForEnd(simulator.process), 0);
     EXPECT_FALSE(std::filesystem::exists(simulator.marker.Path()));
 
     // A second daemon cannot take the names of the first, and leaves the first one's marker alone.
-    TSimulatorProcess first;
+    TCSimulatorProcess first;
     EXPECT_EQ(WaitForEnd(StartSimulator({"serve"})), 1);
     EXPECT_TRUE(std::filesystem::exists(first.marker.Path()));
 }

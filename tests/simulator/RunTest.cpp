@@ -45,7 +45,7 @@ TEST(SimulatorRun, NothingRemains)
 {
     for (const int number : {SIGKILL, SIGTERM})
     {
-        TTempFolder folder;
+        TCTempFolder folder;
         // Two at once, each with a bus of its own.
         std::vector<pid_t> runners;
         std::vector<std::string> reports;
