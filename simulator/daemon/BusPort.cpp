@@ -3,6 +3,7 @@
 #include <dbus/dbus-glib-lowlevel.h>
 
 #include <exception>
+#include <stdexcept>
 
 namespace CIM::sim
 {
@@ -14,25 +15,22 @@ constexpr const char* GONE_RULE = "type='signal',sender='org.freedesktop.DBus',i
 
 TCBusPort::TCBusPort(GMainContext* context, TSEvents events) : m_context(context), m_events(std::move(events)) {}
 
-bool TCBusPort::Connect(std::string& error)
+void TCBusPort::Connect()
 {
     TCDBusError busError;
     m_connection = OpenCurrentSystemBus(busError);
     if (m_connection == nullptr)
     {
-        error = std::string("no system bus: ") + busError.Text();
-        return false;
+        throw std::runtime_error(std::string("no system bus: ") + busError.Text());
     }
     DBusConnection* const connection = m_connection.get();
     dbus_bus_add_match(connection, GONE_RULE, busError.Get());
     if (busError.IsSet() || !dbus_connection_add_filter(connection, m_Filter, this, nullptr))
     {
-        error = std::string("the system bus refuses: ") + busError.Text();
         m_connection.reset();
-        return false;
+        throw std::runtime_error(std::string("the system bus refuses: ") + busError.Text());
     }
     dbus_connection_setup_with_g_main(connection, m_context);
-    return true;
 }
 
 void TCBusPort::Disconnect()
@@ -45,25 +43,22 @@ void TCBusPort::Disconnect()
     }
 }
 
-bool TCBusPort::TakeName(const std::string& name, std::string& error)
+void TCBusPort::TakeName(const std::string& name)
 {
     if (m_connection == nullptr)
     {
-        error = "not on the bus";
-        return false;
+        throw std::runtime_error("not on the bus");
     }
     TCDBusError busError;
     switch (dbus_bus_request_name(m_connection.get(), name.c_str(), DBUS_NAME_FLAG_DO_NOT_QUEUE, busError.Get()))
     {
     case DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER:
     case DBUS_REQUEST_NAME_REPLY_ALREADY_OWNER:
-        return true;
+        return;
     case DBUS_REQUEST_NAME_REPLY_EXISTS:
-        error = "somebody else owns the bus name " + name;
-        return false;
+        throw std::runtime_error("somebody else owns the bus name " + name);
     default:
-        error = "the bus refuses the name " + name + ": " + busError.Text();
-        return false;
+        throw std::runtime_error("the bus refuses the name " + name + ": " + busError.Text());
     }
 }
 

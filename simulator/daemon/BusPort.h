@@ -26,14 +26,14 @@ public:
     TCBusPort& operator=(const TCBusPort&) = delete;
 
     /// Connects to the system bus. Blocks until the bus has answered.
-    /// \return false with the reason when it cannot
-    bool Connect(std::string& error);
+    /// \throws std::runtime_error with the reason when it cannot
+    void Connect();
     /// Leaves the bus: its names are free, and who waits for a reply is told so at once. What was sent is delivered.
     void Disconnect();
     bool IsConnected() const { return m_connection != nullptr; }
 
-    /// Takes a bus name that nobody has. Blocks until the bus has answered.
-    bool TakeName(const std::string& name, std::string& error);
+    /// Takes a bus name that nobody has. Blocks until the bus has answered. \throws std::runtime_error with the reason
+    void TakeName(const std::string& name);
     void LeaveName(const std::string& name);
 
     /// Nothing is sent without a connection.

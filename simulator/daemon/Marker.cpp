@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,11 +18,11 @@ std::string TCMarker::DefaultPath()
     return path != nullptr && *path != '\0' ? path : "/tmp/ci-daemon-ready";
 }
 
-bool TCMarker::Write(std::string& error)
+void TCMarker::Write()
 {
     if (m_path.empty())
     {
-        return true;
+        return;
     }
     static unsigned count = 0; // tells several daemons of one process apart
     const std::string content = "ci-daemon-sim " + std::to_string(getpid()) + ' ' + std::to_string(++count) + '\n';
@@ -36,12 +37,11 @@ bool TCMarker::Write(std::string& error)
     }
     if (!isWritten || rename(fresh.c_str(), m_path.c_str()) != 0)
     {
-        error = "cannot write the readiness marker " + m_path + ": " + std::strerror(errno);
+        const std::string reason = std::strerror(errno);
         unlink(fresh.c_str());
-        return false;
+        throw std::runtime_error("cannot write the readiness marker " + m_path + ": " + reason);
     }
     m_written = content;
-    return true;
 }
 
 void TCMarker::Remove()

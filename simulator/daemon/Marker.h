@@ -17,7 +17,8 @@ public:
     /// What CIAPI_DAEMON_READY_FILE names, or else the daemon's usual path.
     static std::string DefaultPath();
 
-    bool Write(std::string& error);
+    /// \throws std::runtime_error with the reason when it cannot be written
+    void Write();
     /// Removes the marker that this object wrote; one that somebody else has put in its place stays.
     void Remove();
 

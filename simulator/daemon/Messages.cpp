@@ -3,6 +3,7 @@
 #include <ciapi/CINames.h>
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace CIM::sim
 {
@@ -27,8 +28,9 @@ std::string WrongArguments(const protocol::SCallEnvelope& envelope, DBusMessage*
 }
 } // namespace
 
-bool DecodeCall(DBusMessage* message, TSCall& call, std::string& error)
+TSCall DecodeCall(DBusMessage* message)
 {
+    TSCall call;
     const auto text = [](const char* value) { return value != nullptr ? std::string(value) : std::string(); };
     const char* const interface = dbus_message_get_interface(message);
     call.sender = text(dbus_message_get_sender(message));
@@ -39,13 +41,12 @@ bool DecodeCall(DBusMessage* message, TSCall& call, std::string& error)
     const auto read = ReadArguments(message, envelope);
     if (!read.IsWhole() || read.hasMore)
     {
-        error = WrongArguments(envelope, message);
-        return false;
+        throw std::runtime_error(WrongArguments(envelope, message));
     }
     call.isOneWay = call.isOneWay || (protocol::FlagsOf(envelope.header) & protocol::CALL_FLAG_ONE_WAY) != 0;
     envelope.payload.length = std::clamp(envelope.length, 0, envelope.payload.length);
     call.envelope = envelope;
-    return true;
+    return call;
 }
 
 TCMessagePtr MakeReply(DBusMessage* call, const protocol::SReplyEnvelope& envelope)

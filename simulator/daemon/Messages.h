@@ -30,8 +30,8 @@ struct TSCall
 };
 
 /// Reads a call.
-/// \param[out] error  why it is no call of this protocol
-bool DecodeCall(DBusMessage* message, TSCall& call, std::string& error);
+/// \throws std::runtime_error that says why it is no call of this protocol
+TSCall DecodeCall(DBusMessage* message);
 
 /// A reply with arguments as dbus_message_append_args takes them.
 template <class... Arguments>

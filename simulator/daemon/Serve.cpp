@@ -5,6 +5,7 @@
 #include <glib-unix.h>
 
 #include <csignal>
+#include <stdexcept>
 
 namespace CIM::sim
 {
@@ -84,10 +85,13 @@ int Serve(const TSServeOptions& options)
     {
         company = options.company(daemon, [&](int status) { loop.Quit(status); });
     }
-    std::string error;
-    if (!daemon.Start(error))
+    try
     {
-        g_printerr("ci-daemon-sim: %s\n", error.c_str());
+        daemon.Start();
+    }
+    catch (const std::runtime_error& error)
+    {
+        g_printerr("ci-daemon-sim: %s\n", error.what());
         return 1;
     }
     return loop.Run();

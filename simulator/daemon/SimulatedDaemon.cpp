@@ -8,6 +8,7 @@
 #include "Verbs.h"
 
 #include <cstdlib>
+#include <stdexcept>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -89,28 +90,21 @@ TCSimulatedDaemon::~TCSimulatedDaemon()
     m_model.SetSignalSink({});
 }
 
-bool TCSimulatedDaemon::Start(std::string& error)
+void TCSimulatedDaemon::Start()
 {
     m_isLeaving = false;
-    bool isRefused = false;
-    if (!m_port.Connect(error))
+    m_port.Connect();
+    try
     {
-        return false;
+        m_TakeNames(m_options.namesAfterMs, m_options.nameStepMs);
     }
-    m_TakeNames(m_options.namesAfterMs, m_options.nameStepMs,
-                [&](const std::string& reason)
-                {
-                    isRefused = true;
-                    error = reason;
-                });
-    if (isRefused)
+    catch (...)
     {
         Stop();
-        return false;
+        throw;
     }
     m_clock.CatchUp();
     m_clock.Settle();
-    return true;
 }
 
 void TCSimulatedDaemon::Stop()
@@ -152,57 +146,52 @@ nlohmann::json TCSimulatedDaemon::State() const
     return state;
 }
 
-void TCSimulatedDaemon::m_TakeNames(unsigned afterMs, unsigned stepMs,
-                                    const std::function<void(const std::string&)>& onRefused)
+void TCSimulatedDaemon::m_TakeNames(unsigned afterMs, unsigned stepMs)
 {
     unsigned delay = afterMs;
     for (const std::string& name : m_names)
     {
-        std::string error;
         const bool isControl = name == CONTROL_NAME;
         if (delay == 0 || isControl)
         {
-            if (!m_TakeName(name, error))
-            {
-                onRefused(error);
-                return;
-            }
+            m_TakeName(name);
         }
         else
         {
-            m_timers.After(delay,
-                           [this, name]
-                           {
-                               std::string late;
-                               if (!m_TakeName(name, late))
-                               {
-                                   g_printerr("ci-daemon-sim: %s\n", late.c_str());
-                               }
-                           });
+            m_TakeNameAfter(delay, name);
         }
         delay += isControl ? 0 : stepMs;
     }
 }
 
-bool TCSimulatedDaemon::m_TakeName(const std::string& name, std::string& error)
+void TCSimulatedDaemon::m_TakeName(const std::string& name)
 {
-    if (!m_port.TakeName(name, error))
-    {
-        return false;
-    }
+    m_port.TakeName(name);
     m_owned.insert(name);
     if (m_owned.size() == m_names.size())
     {
-        if (!m_marker.Write(error))
-        {
-            return false;
-        }
+        m_marker.Write();
         if (onReady)
         {
             onReady();
         }
     }
-    return true;
+}
+
+void TCSimulatedDaemon::m_TakeNameAfter(unsigned ms, const std::string& name)
+{
+    m_timers.After(ms,
+                   [this, name]
+                   {
+                       try
+                       {
+                           m_TakeName(name);
+                       }
+                       catch (const std::exception& error)
+                       {
+                           g_printerr("ci-daemon-sim: %s\n", error.what());
+                       }
+                   });
 }
 
 void TCSimulatedDaemon::m_OnCall(DBusMessage* message)
@@ -234,12 +223,15 @@ void TCSimulatedDaemon::m_OnCall(DBusMessage* message)
 void TCSimulatedDaemon::m_OnInterfaceCall(DBusMessage* message)
 {
     TSCall call;
-    std::string error;
-    if (!DecodeCall(message, call, error))
+    try
     {
-        if (!call.isOneWay)
+        call = DecodeCall(message);
+    }
+    catch (const std::runtime_error& error)
+    {
+        if (!dbus_message_get_no_reply(message))
         {
-            m_port.Send(MakeError(message, DBUS_ERROR_INVALID_ARGS, error).get());
+            m_port.Send(MakeError(message, DBUS_ERROR_INVALID_ARGS, error.what()).get());
         }
         return;
     }
@@ -351,10 +343,13 @@ void TCSimulatedDaemon::m_Restart(const TSFault& fault)
                                       {
                                           m_options.namesAfterMs = 0;
                                           m_options.nameStepMs = fault.stepMs;
-                                          std::string error;
-                                          if (!Start(error))
+                                          try
                                           {
-                                              m_Lost(error);
+                                              Start();
+                                          }
+                                          catch (const std::exception& error)
+                                          {
+                                              m_Lost(error.what());
                                           }
                                       });
                    });
@@ -366,15 +361,7 @@ void TCSimulatedDaemon::m_LoseName(const TSFault& fault)
     m_owned.erase(fault.name);
     if (fault.ms != 0)
     {
-        m_timers.After(fault.ms,
-                       [this, name = fault.name]
-                       {
-                           std::string error;
-                           if (!m_TakeName(name, error))
-                           {
-                               g_printerr("ci-daemon-sim: %s\n", error.c_str());
-                           }
-                       });
+        m_TakeNameAfter(fault.ms, fault.name);
     }
 }
 

@@ -44,8 +44,8 @@ public:
 
     /// Goes on the bus and takes the names; the marker is written when all are owned. Blocks until the bus has
     /// answered; names that are to come later are taken by timers.
-    /// \return false with the reason; the daemon is then off the bus
-    bool Start(std::string& error);
+    /// \throws std::runtime_error with the reason; the daemon is then off the bus
+    void Start();
     /// Leaves the bus and removes the marker.
     void Stop();
 
@@ -74,8 +74,9 @@ public:
     nlohmann::json State() const;
 
 private:
-    void m_TakeNames(unsigned afterMs, unsigned stepMs, const std::function<void(const std::string&)>& onRefused);
-    bool m_TakeName(const std::string& name, std::string& error);
+    void m_TakeNames(unsigned afterMs, unsigned stepMs);
+    void m_TakeName(const std::string& name);
+    void m_TakeNameAfter(unsigned ms, const std::string& name);
     void m_OnCall(DBusMessage* message);
     void m_OnInterfaceCall(DBusMessage* message);
     void m_Reply(DBusMessage* message, const TSJournalEntry& entry, const std::optional<TSFault>& fault);

@@ -81,11 +81,7 @@ struct TCDaemon::TSImpl
             isGone = true;
             daemon->Stop();
         };
-        std::string error;
-        if (!daemon->Start(error))
-        {
-            throw std::runtime_error("no daemon: " + error);
-        }
+        daemon->Start();
         story->Begin();
     }
 
@@ -241,11 +237,7 @@ void TCDaemon::Return()
                 return;
             }
             m_impl->model->Parts().lifecycle.ResetAll();
-            std::string error;
-            if (!m_impl->daemon->Start(error))
-            {
-                throw std::runtime_error("no daemon: " + error);
-            }
+            m_impl->daemon->Start();
             m_impl->isGone = false;
         });
 }

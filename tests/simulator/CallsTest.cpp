@@ -167,12 +167,17 @@ TEST(SimulatorCalls, WhatACallCarries)
         const bool saysHello = (header & HELLO) != 0;
         const TCMessagePtr message = CallWith(signature, header, length);
         TSCall call;
-        std::string error;
-        ASSERT_EQ(DecodeCall(message.get(), call, error), payload != nullptr);
-        if (payload == nullptr)
+        try
         {
-            EXPECT_THAT(error, testing::HasSubstr("\"i\" processId, " + std::string(saysHello ? "\"s\" " : "\"ay\" ")));
-            EXPECT_THAT(error, testing::EndsWith("not \"" + std::string(signature) + '"'));
+            call = DecodeCall(message.get());
+            ASSERT_NE(payload, nullptr);
+        }
+        catch (const std::runtime_error& error)
+        {
+            ASSERT_EQ(payload, nullptr) << error.what();
+            EXPECT_THAT(error.what(),
+                        testing::HasSubstr("\"i\" processId, " + std::string(saysHello ? "\"s\" " : "\"ay\" ")));
+            EXPECT_THAT(error.what(), testing::EndsWith("not \"" + std::string(signature) + '"'));
             continue;
         }
         EXPECT_EQ(call.interface, GENERAL);
@@ -181,12 +186,10 @@ TEST(SimulatorCalls, WhatACallCarries)
         EXPECT_STREQ(call.envelope.program, saysHello ? "by hand" : nullptr);
         EXPECT_FALSE(call.isOneWay);
     }
-    TSCall call;
-    std::string error;
-    EXPECT_TRUE(DecodeCall(CallWith("iii", ONE_WAY | 2, 0).get(), call, error) && call.isOneWay);
+    EXPECT_TRUE(DecodeCall(CallWith("iii", ONE_WAY | 2, 0).get()).isOneWay);
     const TCMessagePtr silent = CallWith("iii", 2, 0);
     dbus_message_set_no_reply(silent.get(), TRUE);
-    EXPECT_TRUE(DecodeCall(silent.get(), call, error) && call.isOneWay);
+    EXPECT_TRUE(DecodeCall(silent.get()).isOneWay);
 }
 
 TEST(SimulatorCalls, SignalsAndSubscriptions)
