@@ -2,7 +2,7 @@
 
 #include "Messages.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 namespace CIM::sim
 {
@@ -84,9 +84,9 @@ std::vector<std::string> TCClients::Subscribers() const
     return names;
 }
 
-nlohmann::json TCClients::Subscriptions() const
+json::TJson TCClients::Subscriptions() const
 {
-    nlohmann::json result = nlohmann::json::array();
+    json::TJson result = json::TJson::array();
     for (const auto& [name, client] : m_clients)
     {
         for (const auto& [key, processId] : client.subscriptions)

@@ -2,7 +2,7 @@
 
 #include <ciapi/ICISignalSubscriber.h>
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 #include <map>
 #include <string>
@@ -41,7 +41,7 @@ public:
 
     /// The unique names of all clients with a subscription.
     std::vector<std::string> Subscribers() const;
-    nlohmann::json Subscriptions() const;
+    json::TJson Subscriptions() const;
 
 private:
     using TKey = std::tuple<ECISignalType, EProfile, unsigned short>;

@@ -139,9 +139,9 @@ void TCSimulatedDaemon::RequestQuit()
                    });
 }
 
-nlohmann::json TCSimulatedDaemon::State() const
+json::TJson TCSimulatedDaemon::State() const
 {
-    nlohmann::json state = m_model.State();
+    json::TJson state = m_model.State();
     state["daemon"] = {{"names", m_owned}, {"now", m_model.Now()}, {"manualClock", m_options.isManualClock}};
     return state;
 }

@@ -9,7 +9,7 @@
 #include "SignalFaults.h"
 #include "Skeletons.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <set>
 #include <string>
@@ -71,7 +71,7 @@ public:
     TCFaults& Faults() { return m_faults; }
     TCJournal& Journal() { return m_journal; }
     /// The model's state and the daemon's own.
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     void m_TakeNames(unsigned afterMs, unsigned stepMs);

@@ -44,7 +44,7 @@ void Control(TCSimulatedDaemon& daemon, std::string_view name, TJson arguments)
         member = member->is_string() && member->get_ref<const std::string&>().empty() ? arguments.erase(member)
                                                                                       : std::next(member);
     }
-    Require(RunControl(daemon.Model(), name, nlohmann::json(arguments)));
+    Require(RunControl(daemon.Model(), name, arguments));
 }
 
 // A control of the model as a verb. The name must have linkage to be an argument of a template.
@@ -66,8 +66,7 @@ constexpr const char* EXPIRE = "expire";
 
 std::string RunControlByJson(TCSimulatedDaemon& daemon, const TJson& arguments)
 {
-    Require(RunControl(daemon.Model(), arguments.at("name").get<std::string>(),
-                       nlohmann::json(Parse(arguments, "arguments"))));
+    Require(RunControl(daemon.Model(), arguments.at("name").get<std::string>(), Parse(arguments, "arguments")));
     return {};
 }
 

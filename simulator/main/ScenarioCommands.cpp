@@ -165,10 +165,10 @@ int CheckCommand(const std::vector<std::string>& files)
     {
         try
         {
-            const TSScenario scenario = ReadScenario(TCJsonFile::Load(file));
+            const TSScenario scenario = ReadScenario(json::TCJsonDocument::Load(file));
             std::printf("%s: good: %zu steps\n", file.c_str(), scenario.timeline.size());
         }
-        catch (const TCFileError& error)
+        catch (const json::TCFileError& error)
         {
             std::fprintf(stderr, "%s\n", error.what());
             status = 1;

@@ -2,7 +2,7 @@
 
 #include "FileAnswer.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 namespace CIM::sim
 {
@@ -248,16 +248,16 @@ void TCAppMmi::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TCAppMmi::State() const
+json::TJson TCAppMmi::State() const
 {
     static constexpr const char* steps[] = {"waiting", "running", "aborting"};
-    nlohmann::json sessions = nlohmann::json::array();
+    json::TJson sessions = json::TJson::array();
     for (const auto& [id, session] : m_sessions)
     {
         sessions.push_back(
             {{"session", id}, {"slot", session.slot}, {"step", steps[session.step]}, {"domain", session.domain}});
     }
-    nlohmann::json applications = nlohmann::json::array();
+    json::TJson applications = json::TJson::array();
     for (const auto& [name, state] : m_applications)
     {
         applications.push_back({{"application", EnumName(static_cast<EAppMmiName>(name))},

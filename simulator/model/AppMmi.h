@@ -4,7 +4,7 @@
 
 #include <ciapi/ICIAppMMI.h>
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 #include <map>
 
@@ -48,7 +48,7 @@ public:
     TSOutcome RequestAbort(unsigned slot, const TBytes& data);
 
     void OnCamGone(const TSSlot& slot);
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     enum EStep : int

@@ -1,6 +1,6 @@
 #include "Ca.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <algorithm>
 
@@ -11,7 +11,7 @@ namespace
 constexpr std::size_t MAX_HISTORY = 100;
 constexpr const char* NO_ENTITLEMENT_MENU = "no-entitlement";
 
-nlohmann::json ToJson(const TVSHandle& pipeline)
+json::TJson ToJson(const TVSHandle& pipeline)
 {
     return {{"profile", static_cast<int>(pipeline.profile)}, {"handle", pipeline.handle}};
 }
@@ -179,14 +179,14 @@ void TCCa::OnCamGone(TSSlot& slot)
     }
 }
 
-nlohmann::json TCCa::State() const
+json::TJson TCCa::State() const
 {
-    nlohmann::json slots = nlohmann::json::array();
+    json::TJson slots = json::TJson::array();
     for (const TSSlot& slot : m_world.slots)
     {
         if (slot.HoldsCam())
         {
-            nlohmann::json pipelines = nlohmann::json::array();
+            json::TJson pipelines = json::TJson::array();
             for (const TVSHandle& pipeline : slot.pipelines)
             {
                 pipelines.push_back(ToJson(pipeline));
@@ -198,7 +198,7 @@ nlohmann::json TCCa::State() const
                              {"pipelines", pipelines}});
         }
     }
-    nlohmann::json disabled = nlohmann::json::array();
+    json::TJson disabled = json::TJson::array();
     for (const auto& [profile, handle] : m_disabled)
     {
         disabled.push_back({{"profile", profile}, {"handle", handle}});

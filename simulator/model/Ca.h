@@ -30,7 +30,7 @@ public:
 
     void OnCaInfo(TSSlot& slot);
     void OnCamGone(TSSlot& slot);
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     using TKey = std::pair<int, unsigned short>;

@@ -1,6 +1,6 @@
 #include "Certificates.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 namespace CIM::sim
 {
@@ -13,7 +13,7 @@ bool Holds(const TSCertificateStore& store, ECICipCertificateKind kind)
            (kind == CIP_CERTIFICATE_KIND_NONE ? store.kind != CIP_CERTIFICATE_KIND_NONE : (store.kind & kind) == kind);
 }
 
-nlohmann::json ToJson(const TSCertificateStore& store)
+json::TJson ToJson(const TSCertificateStore& store)
 {
     return {{"type", EnumName(store.type)}, {"kind", EnumName(store.kind)}};
 }
@@ -47,7 +47,7 @@ bool TCCertificates::MoveToStorage()
     return true;
 }
 
-nlohmann::json TCCertificates::State() const
+json::TJson TCCertificates::State() const
 {
     return {{"secureStorage", ToJson(m_storage)}, {"eeprom", ToJson(m_eeprom)}, {"writable", m_isWritable}};
 }

@@ -2,7 +2,7 @@
 
 #include "Definition.h"
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 namespace CIM::sim
 {
@@ -22,7 +22,7 @@ public:
     void ResetStorage() { m_storage = {}; }
     /// \return false when the EEPROM holds none
     bool MoveToStorage();
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     TSCertificateStore m_storage;

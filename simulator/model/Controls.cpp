@@ -16,7 +16,7 @@ namespace
 class TCArguments
 {
 public:
-    explicit TCArguments(const nlohmann::json& json) : m_object({json, ""}) {}
+    TCArguments(const json::TJson& json, const json::TCJsonPath& path) : m_path(path), m_object(json, path) {}
 
     template <class T>
     T Take(const char* name, T value)
@@ -39,12 +39,16 @@ public:
         const auto profile = Take("profile", PROFILE_MAIN);
         return {profile, Take<unsigned short>("handle", 0)};
     }
-    const TSJsonAt& At() const { return m_object.At(); }
+    [[noreturn]] void Refuse(const char* name, const std::string& why) const
+    {
+        throw json::TCJsonError(json::TCJsonPath(m_path, name), why);
+    }
     bool Has(const char* name) const { return m_object.Has(name); }
     void Done() const { m_object.Done(); }
 
 private:
-    TCJsonObject m_object;
+    const json::TCJsonPath& m_path;
+    json::TCJsonObject m_object;
 };
 
 using TAction = TSOutcome (*)(TCModel&, TCArguments&);
@@ -245,8 +249,8 @@ TSOutcome SetFlag(TCModel& model, TCArguments& arguments)
     }
     if (flag == flags.end())
     {
-        return TSOutcome::Refused(
-            "/flag: expected one of keep-app-running, releases-tuner, special-cam, transcoding-auto");
+        arguments.Refuse("flag", "there is no such flag; there are keep-app-running, releases-tuner, special-cam, "
+                                 "transcoding-auto");
     }
     found->cam.*flag->second = value;
     return TSOutcome::Done();
@@ -341,7 +345,7 @@ TSOutcome Signal(TCModel& model, TCArguments& arguments)
     {
         if (data.size() != sizeof signal.data.bytes)
         {
-            return TSOutcome::Refused("/data: expected 8 bytes");
+            arguments.Refuse("data", "8 bytes are needed, not " + std::to_string(data.size()));
         }
         std::copy(data.begin(), data.end(), signal.data.bytes);
     }
@@ -404,7 +408,7 @@ std::vector<TSControl> Controls()
     return controls;
 }
 
-TSOutcome RunControl(TCModel& model, std::string_view name, const nlohmann::json& arguments)
+TSOutcome RunControl(TCModel& model, std::string_view name, const json::TJson& arguments, const json::TCJsonPath& path)
 {
     const auto row =
         std::find_if(ROWS.begin(), ROWS.end(), [&](const TSRow& candidate) { return candidate.control.name == name; });
@@ -412,15 +416,8 @@ TSOutcome RunControl(TCModel& model, std::string_view name, const nlohmann::json
     {
         return TSOutcome::Refused("there is no control '" + std::string(name) + "'");
     }
-    try
-    {
-        static const nlohmann::json none = nlohmann::json::object();
-        TCArguments given(arguments.is_null() ? none : arguments);
-        return row->run(model, given);
-    }
-    catch (const TCJsonError& error)
-    {
-        return TSOutcome::Refused(error.what());
-    }
+    static const json::TJson none = json::TJson::object();
+    TCArguments given(arguments.is_null() ? none : arguments, path);
+    return row->run(model, given);
 }
 } // namespace CIM::sim

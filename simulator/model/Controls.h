@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Model.h"
+#include "json/Json.h"
 
 #include <string>
 #include <string_view>
@@ -21,7 +22,9 @@ std::vector<TSControl> Controls();
 
 /// Does one. The arguments are a JSON object with the parameters as members. Common to several: "slot" (default 0);
 /// "profile" and "handle", the TV pipeline (default PROFILE_MAIN and 0).
-/// \return why not, when the name or an argument is wrong, or the set is not in a state for it; nothing has happened
-///         then
-TSOutcome RunControl(TCModel& model, std::string_view name, const nlohmann::json& arguments);
+/// \param[in] path  what to call the arguments in an error's text
+/// \return why not, when there is no such control or the set is not in a state for it; nothing has happened then
+/// \throws json::TCJsonError when an argument is wrong; nothing has happened then
+TSOutcome RunControl(TCModel& model, std::string_view name, const json::TJson& arguments,
+                     const json::TCJsonPath& path = json::TCJsonPath());
 } // namespace CIM::sim

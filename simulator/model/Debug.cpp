@@ -2,7 +2,7 @@
 
 #include "Parts.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 namespace CIM::sim
 {
@@ -235,9 +235,9 @@ int TCDebug::CILogToggle(bool& enabled)
     return 1;
 }
 
-nlohmann::json TCDebug::State() const
+json::TJson TCDebug::State() const
 {
-    nlohmann::json mspus = nlohmann::json::array();
+    json::TJson mspus = json::TJson::array();
     for (std::size_t slot = 0; slot < m_mspus.size(); ++slot)
     {
         const TSMspu& mspu = m_mspus[slot];

@@ -4,7 +4,7 @@
 
 #include <ciapi/ICIDebug.h>
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 #include <deque>
 
@@ -49,7 +49,7 @@ public:
     int TransferCertifcateDataFromEepromToSecureStorage() override;
     int CILogToggle(bool& enabled) override;
 
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     struct TSMspu

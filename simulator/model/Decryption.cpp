@@ -1,6 +1,6 @@
 #include "Decryption.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <algorithm>
 
@@ -199,9 +199,9 @@ void TCDecryption::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TCDecryption::State() const
+json::TJson TCDecryption::State() const
 {
-    nlohmann::json result = nlohmann::json::array();
+    json::TJson result = json::TJson::array();
     for (const auto& [key, session] : m_sessions)
     {
         result.push_back({{"profile", key.first},

@@ -4,7 +4,7 @@
 
 #include <ciapi/ICISampleDecryption.h>
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 #include <map>
 
@@ -36,7 +36,7 @@ public:
     TSOutcome SetStatus(const TVSHandle& pipeline, ESampleDecryptionDRMStatus status);
 
     void OnCamGone(const TSSlot& slot);
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     using TKey = std::pair<int, unsigned short>;

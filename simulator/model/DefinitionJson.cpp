@@ -31,9 +31,14 @@ struct TSEnumNames<sim::EPlayerError>
 
 namespace CIM::sim
 {
-void Read(const TSJsonAt& at, TSPinDefinition& pin)
+using json::TCJsonError;
+using json::TCJsonObject;
+using json::TCJsonPath;
+using json::TJson;
+
+void ReadJson(const TJson& json, TSPinDefinition& pin, const TCJsonPath& path)
 {
-    TCJsonObject(at)
+    TCJsonObject(json, path)
         .Field("digits", pin.digits)
         .Field("tries", pin.tries)
         .Field("blockMs", pin.blockMs)
@@ -45,13 +50,13 @@ void Read(const TSJsonAt& at, TSPinDefinition& pin)
     if (pin.digits.find_first_not_of("0123456789") != std::string::npos)
     {
         // Without the text: a PIN is shown nowhere.
-        at.Child("digits").Fail("expected decimal digits only");
+        throw TCJsonError(TCJsonPath(path, "digits"), "decimal digits are needed, and nothing else");
     }
 }
 
-void Read(const TSJsonAt& at, TSUpgradeDefinition& upgrade)
+void ReadJson(const TJson& json, TSUpgradeDefinition& upgrade, const TCJsonPath& path)
 {
-    TCJsonObject(at)
+    TCJsonObject(json, path)
         .Field("stepMs", upgrade.stepMs)
         .Field("stepPercent", upgrade.stepPercent)
         .Field("stuckAtPercent", upgrade.stuckAtPercent)
@@ -69,15 +74,15 @@ struct TSSasAnswer
     TBytes to;
     std::vector<TBytes> send;
 };
-void Read(const TSJsonAt& at, TSSasAnswer& answer)
+void ReadJson(const TJson& json, TSSasAnswer& answer, const TCJsonPath& path)
 {
-    TCJsonObject(at).Needed("to", answer.to).Needed("send", answer.send).Done();
+    TCJsonObject(json, path).Needed("to", answer.to).Needed("send", answer.send).Done();
 }
 
-void Read(const TSJsonAt& at, TSSasApplicationDefinition& application)
+void ReadJson(const TJson& json, TSSasApplicationDefinition& application, const TCJsonPath& path)
 {
     std::vector<TSSasAnswer> answers;
-    TCJsonObject(at)
+    TCJsonObject(json, path)
         .Needed("id", application.id)
         .Field("answer", application.answer)
         .Field("maxSessions", application.maxSessions)
@@ -92,18 +97,18 @@ void Read(const TSJsonAt& at, TSSasApplicationDefinition& application)
     }
 }
 
-void Read(const TSJsonAt& at, TSFileDefinition& file)
+void ReadJson(const TJson& json, TSFileDefinition& file, const TCJsonPath& path)
 {
-    TCJsonObject(at).Field("content", file.content).Field("size", file.size).Done();
+    TCJsonObject(json, path).Field("content", file.content).Field("size", file.size).Done();
     if (file.size > 64u * 1'024 * 1'024)
     {
-        at.Child("size").Fail("expected at most 64 MiB");
+        throw TCJsonError(TCJsonPath(path, "size"), "at most 64 MiB are possible");
     }
 }
 
-void Read(const TSJsonAt& at, TSFileSystemDefinition& fileSystem)
+void ReadJson(const TJson& json, TSFileSystemDefinition& fileSystem, const TCJsonPath& path)
 {
-    TCJsonObject(at)
+    TCJsonObject(json, path)
         .Field("domain", fileSystem.domain)
         .Field("files", fileSystem.files)
         .Field("offered", fileSystem.isOffered)
@@ -111,14 +116,14 @@ void Read(const TSJsonAt& at, TSFileSystemDefinition& fileSystem)
         .Done();
 }
 
-void Read(const TSJsonAt& at, TSAppMmiDefinition& appMmi)
+void ReadJson(const TJson& json, TSAppMmiDefinition& appMmi, const TCJsonPath& path)
 {
-    TCJsonObject(at).Field("files", appMmi.files).Field("delayMs", appMmi.delayMs).Done();
+    TCJsonObject(json, path).Field("files", appMmi.files).Field("delayMs", appMmi.delayMs).Done();
 }
 
-void Read(const TSJsonAt& at, TSContentDefinition& content)
+void ReadJson(const TJson& json, TSContentDefinition& content, const TCJsonPath& path)
 {
-    TCJsonObject(at)
+    TCJsonObject(json, path)
         .Needed("location", content.location)
         .Field("allowed", content.isAllowed)
         .Field("durationSeconds", content.durationSeconds)
@@ -129,14 +134,14 @@ void Read(const TSJsonAt& at, TSContentDefinition& content)
         .Done();
 }
 
-void Read(const TSJsonAt& at, TSDrmStatusChange& change)
+void ReadJson(const TJson& json, TSDrmStatusChange& change, const TCJsonPath& path)
 {
-    TCJsonObject(at).Field("afterMs", change.afterMs).Needed("status", change.status).Done();
+    TCJsonObject(json, path).Field("afterMs", change.afterMs).Needed("status", change.status).Done();
 }
 
-void Read(const TSJsonAt& at, TSDrmDefinition& drm)
+void ReadJson(const TJson& json, TSDrmDefinition& drm, const TCJsonPath& path)
 {
-    TCJsonObject(at)
+    TCJsonObject(json, path)
         .Field("systemId", drm.systemId)
         .Field("uuid", drm.uuid)
         .Field("transmission", drm.transmission)
@@ -145,13 +150,13 @@ void Read(const TSJsonAt& at, TSDrmDefinition& drm)
         .Done();
     if (!drm.uuid.empty() && drm.uuid.size() != 16)
     {
-        at.Child("uuid").Fail("expected 16 bytes");
+        throw TCJsonError(TCJsonPath(path, "uuid"), "16 bytes are needed");
     }
 }
 
-void Read(const TSJsonAt& at, TSProfileDefinition& profile)
+void ReadJson(const TJson& json, TSProfileDefinition& profile, const TCJsonPath& path)
 {
-    TCJsonObject(at)
+    TCJsonObject(json, path)
         .Field("antennaMode", profile.antennaMode)
         .Field("serviceMode", profile.serviceMode)
         .Field("name", profile.name)
@@ -166,10 +171,10 @@ void Read(const TSJsonAt& at, TSProfileDefinition& profile)
         .Done();
 }
 
-void Read(const TSJsonAt& at, TSCamDefinition& cam)
+void ReadJson(const TJson& json, TSCamDefinition& cam, const TCJsonPath& path)
 {
     std::string base;
-    TCJsonObject(at)
+    TCJsonObject(json, path)
         .Needed("name", cam.name)
         .Field("base", base)
         .Field("mode", cam.mode)
@@ -212,18 +217,18 @@ void Read(const TSJsonAt& at, TSCamDefinition& cam)
         .Done();
 }
 
-void Read(const TSJsonAt& at, TSSectionDefinition& section)
+void ReadJson(const TJson& json, TSSectionDefinition& section, const TCJsonPath& path)
 {
-    TCJsonObject(at)
+    TCJsonObject(json, path)
         .Needed("begin", section.begin)
         .Needed("end", section.end)
         .Field("retentionMinutes", section.retentionMinutes)
         .Done();
 }
 
-void Read(const TSJsonAt& at, TSTrickLimits& limits)
+void ReadJson(const TJson& json, TSTrickLimits& limits, const TCJsonPath& path)
 {
-    TCJsonObject(at)
+    TCJsonObject(json, path)
         .Field("skipForward", limits.skipForward)
         .Field("skipBackward", limits.skipBackward)
         .Field("fastForward", limits.fastForward)
@@ -232,9 +237,9 @@ void Read(const TSJsonAt& at, TSTrickLimits& limits)
         .Done();
 }
 
-void Read(const TSJsonAt& at, TSRecordingDefinition& recording)
+void ReadJson(const TJson& json, TSRecordingDefinition& recording, const TCJsonPath& path)
 {
-    TCJsonObject(at)
+    TCJsonObject(json, path)
         .Needed("file", recording.file)
         .Field("emi", recording.emi)
         .Field("recordedAtMs", recording.recordedAtMs)
@@ -249,14 +254,14 @@ void Read(const TSJsonAt& at, TSRecordingDefinition& recording)
         .Done();
 }
 
-void Read(const TSJsonAt& at, TSCertificateStore& store)
+void ReadJson(const TJson& json, TSCertificateStore& store, const TCJsonPath& path)
 {
-    TCJsonObject(at).Field("type", store.type).Field("kind", store.kind).Done();
+    TCJsonObject(json, path).Field("type", store.type).Field("kind", store.kind).Done();
 }
 
-void Read(const TSJsonAt& at, TSKeyDefinition& keys)
+void ReadJson(const TJson& json, TSKeyDefinition& keys, const TCJsonPath& path)
 {
-    TCJsonObject(at)
+    TCJsonObject(json, path)
         .Field("sak", keys.sak)
         .Field("siv", keys.siv)
         .Field("sek", keys.sek)
@@ -266,7 +271,7 @@ void Read(const TSJsonAt& at, TSKeyDefinition& keys)
     {
         if (key->size() != 16)
         {
-            at.Fail("expected sak, siv and sek of 16 bytes");
+            throw TCJsonError(path, "sak, siv and sek have 16 bytes each");
         }
     }
 }
@@ -278,69 +283,68 @@ struct TSCamsField
 {
     std::vector<TSCamDefinition>& cams;
 };
-void Read(const TSJsonAt& at, TSCamsField& field)
+void ReadJson(const TJson& json, TSCamsField& field, const TCJsonPath& path)
 {
-    if (!at.value.is_array())
+    if (!json.is_array())
     {
-        at.Fail("expected an array of CAMs");
+        throw TCJsonError(path, std::string("a list of CAMs is needed, not ") + json::KindOf(json));
     }
     const TSSetDefinition builtIn = DefaultSet();
-    for (std::size_t i = 0; i < at.value.size(); ++i)
+    for (std::size_t i = 0; i < json.size(); ++i)
     {
-        const TSJsonAt child = at.Child(i);
+        const TCJsonPath place(path, i);
         TSCamDefinition cam;
-        if (child.value.is_object() && child.value.contains("base"))
+        if (json[i].is_object() && json[i].contains("base"))
         {
             std::string base;
-            Read(child.Child("base"), base);
+            const TCJsonPath basePlace(place, "base");
+            json::FromJson(json[i]["base"], base, basePlace);
             const auto found = std::find_if(field.cams.rbegin(), field.cams.rend(),
                                             [&](const TSCamDefinition& other) { return other.name == base; });
             const TSCamDefinition* const origin = found != field.cams.rend() ? &*found : builtIn.FindCam(base);
             if (!origin)
             {
-                child.Child("base").Fail("expected the name of a CAM before this one, or a built-in one");
+                throw TCJsonError(basePlace, "the name of a CAM before this one is needed, or of a built-in one");
             }
             cam = *origin;
         }
-        Read(child, cam);
+        ReadJson(json[i], cam, place);
         std::erase_if(field.cams, [&](const TSCamDefinition& other) { return other.name == cam.name; });
         field.cams.push_back(std::move(cam));
     }
 }
 
-std::map<int, std::string> SlotsOf(const TSJsonAt& at, const TSSetDefinition& set,
-                                   const std::map<std::string, std::string>& inserted)
+void CheckInserted(const TSSetDefinition& set, const TCJsonPath& path)
 {
-    std::map<int, std::string> slots;
-    for (const auto& [key, cam] : inserted)
+    for (const auto& [slot, cam] : set.inserted)
     {
-        const nlohmann::json number = key;
-        const auto slot = static_cast<int>(ReadInteger({number, at.path + "/" + key}, 0, set.slots - 1));
+        const std::string key = std::to_string(slot);
+        if (slot < 0 || slot >= set.slots)
+        {
+            throw TCJsonError(TCJsonPath(path, key), "there is no such slot; there are " + std::to_string(set.slots));
+        }
         if (!set.FindCam(cam))
         {
-            at.Child(key).Fail("expected the name of a CAM of this set");
+            throw TCJsonError(TCJsonPath(path, key), "the name of a CAM of this set is needed");
         }
-        slots[slot] = cam;
     }
-    return slots;
 }
 } // namespace
 
-TSSetDefinition ReadSet(const TSJsonAt& at)
+void ReadJson(const TJson& json, TSSetDefinition& out, const TCJsonPath& path)
 {
-    TCJsonObject object(at);
+    TCJsonObject object(json, path);
     std::string base;
     object.Field("base", base);
     if (!base.empty() && base != "default")
     {
-        at.Child("base").Fail("expected \"default\", or no base for an empty set");
+        throw TCJsonError(TCJsonPath(path, "base"), "\"default\" is needed, or no base for an empty set");
     }
     TSSetDefinition set = base.empty() ? TSSetDefinition() : DefaultSet();
     TSCamsField cams{set.cams};
-    std::map<std::string, std::string> inserted;
     object.Field("slots", set.slots)
         .Field("cams", cams)
-        .Field("inserted", inserted)
+        .Field("inserted", set.inserted)
         .Field("recordings", set.recordings)
         .Field("secureStorage", set.secureStorage)
         .Field("eeprom", set.eeprom)
@@ -351,13 +355,13 @@ TSSetDefinition ReadSet(const TSJsonAt& at)
         .Done();
     if (set.slots < 0 || set.slots > 255)
     {
-        at.Child("slots").Fail("expected an integer from 0 to 255");
+        throw TCJsonError(TCJsonPath(path, "slots"), std::to_string(set.slots) + " is not within 0 to 255");
     }
     if (object.Has("inserted"))
     {
-        set.inserted = SlotsOf(at.Child("inserted"), set, inserted);
+        CheckInserted(set, TCJsonPath(path, "inserted"));
     }
     std::erase_if(set.inserted, [&](const auto& entry) { return entry.first >= set.slots; });
-    return set;
+    out = std::move(set);
 }
 } // namespace CIM::sim

@@ -1,15 +1,14 @@
 #pragma once
 
 #include "Definition.h"
-#include "Json.h"
+#include "json/Object.h"
 
 namespace CIM::sim
 {
-/// Reads what docs/simulator-model.md describes.
-/// \throws TCJsonError
-TSSetDefinition ReadSet(const TSJsonAt& at);
-
-void Read(const TSJsonAt& at, TSCamDefinition& cam);
-void Read(const TSJsonAt& at, TSRecordingDefinition& recording);
-void Read(const TSJsonAt& at, TSMmiPage& page);
+// Each reads what docs/simulator-model.md describes. A CAM or a page keeps what its JSON does not name.
+// \throws json::TCJsonError
+void ReadJson(const json::TJson& json, TSSetDefinition& set, const json::TCJsonPath& path);
+void ReadJson(const json::TJson& json, TSCamDefinition& cam, const json::TCJsonPath& path);
+void ReadJson(const json::TJson& json, TSRecordingDefinition& recording, const json::TCJsonPath& path);
+void ReadJson(const json::TJson& json, TSMmiPage& page, const json::TCJsonPath& path);
 } // namespace CIM::sim

@@ -2,7 +2,7 @@
 
 #include "FileAnswer.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <algorithm>
 
@@ -171,9 +171,9 @@ void TCFileSystems::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TCFileSystems::State() const
+json::TJson TCFileSystems::State() const
 {
-    nlohmann::json result = nlohmann::json::array();
+    json::TJson result = json::TJson::array();
     for (const auto& [id, fileSystem] : m_fileSystems)
     {
         result.push_back({{"id", id},

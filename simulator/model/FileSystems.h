@@ -4,7 +4,7 @@
 
 #include <ciapi/ICIAuxiliaryFileSystem.h>
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 #include <deque>
 #include <map>
@@ -35,7 +35,7 @@ public:
 
     void OnCamReady(const TSSlot& slot);
     void OnCamGone(const TSSlot& slot);
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     struct TSFileSystem

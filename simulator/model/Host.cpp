@@ -1,6 +1,6 @@
 #include "Host.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <algorithm>
 
@@ -167,14 +167,14 @@ void TCHost::OnCamGone(const TSSlot& slot)
     m_world.Raise(PipelineSignal(SIGNAL_CI_TUNER_RELEASE_REPLY_STATUS, m_heldPipeline, slot.number, RELEASE_ANSWER_OK));
 }
 
-nlohmann::json TCHost::State() const
+json::TJson TCHost::State() const
 {
-    nlohmann::json display = nlohmann::json::object();
+    json::TJson display = json::TJson::object();
     for (const auto& [slot, status] : m_displayStatus)
     {
         display[std::to_string(slot)] = status;
     }
-    return {{"hostControl", m_holder ? nlohmann::json(*m_holder) : nlohmann::json()},
+    return {{"hostControl", m_holder ? json::TJson(*m_holder) : json::TJson()},
             {"tuneBlocked", m_isTuneBlocked},
             {"displayStatus", display},
             {"backupFiles", m_backupFiles}};

@@ -2,7 +2,7 @@
 
 #include "World.h"
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 #include <list>
 #include <string>
@@ -36,7 +36,7 @@ public:
 
     void OnCamReady(const TSSlot& slot);
     void OnCamGone(const TSSlot& slot);
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     TSWorld& m_world;

@@ -3,7 +3,7 @@
 #include "Parts.h"
 #include "Text.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 namespace CIM::sim
 {
@@ -195,12 +195,12 @@ void TCLifecycle::m_End(TSSlot& slot, ECamPhase phase)
     }
 }
 
-nlohmann::json TCLifecycle::State() const
+json::TJson TCLifecycle::State() const
 {
-    nlohmann::json slots = nlohmann::json::array();
+    json::TJson slots = json::TJson::array();
     for (const TSSlot& slot : m_world.slots)
     {
-        nlohmann::json entry = {{"slot", slot.number}, {"phase", ToName(slot.phase)}};
+        json::TJson entry = {{"slot", slot.number}, {"phase", ToName(slot.phase)}};
         if (slot.HoldsCam())
         {
             entry["cam"] = slot.cam.name;

@@ -2,7 +2,7 @@
 
 #include "World.h"
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 namespace CIM::sim
 {
@@ -48,7 +48,7 @@ public:
     /// Keeps all CAMs from being used, or lets them begin anew.
     void SetDisabled(bool isDisabled);
 
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     void m_Begin(TSSlot& slot);

@@ -2,7 +2,7 @@
 
 #include "Text.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 namespace CIM::sim
 {
@@ -361,9 +361,9 @@ void TCMmi::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TCMmi::State() const
+json::TJson TCMmi::State() const
 {
-    nlohmann::json result = nlohmann::json::array();
+    json::TJson result = json::TJson::array();
     for (std::size_t slot = 0; slot < m_sessions.size(); ++slot)
     {
         const auto& path = m_sessions[slot].path;

@@ -38,7 +38,7 @@ public:
     TSOutcome OpenPinDialogue(unsigned slot, const TVSHandle& pipeline);
 
     void OnCamGone(const TSSlot& slot);
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     struct TSSession

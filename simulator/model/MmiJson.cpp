@@ -18,10 +18,15 @@ struct TSEnumNames<sim::EMmiKind>
 
 namespace CIM::sim
 {
+using json::TCJsonError;
+using json::TCJsonObject;
+using json::TCJsonPath;
+using json::TJson;
+
 namespace
 {
 constexpr int MAX_REPEAT = 255;
-constexpr long MAX_DEPTH = 200;
+constexpr std::size_t MAX_DEPTH = 128;
 
 /// The page, of none or one, that an answer leads to.
 void ReadNext(TCJsonObject& object, const char* name, std::vector<TSMmiPage>& next)
@@ -41,44 +46,45 @@ void Replace(std::u16string& text, std::u16string_view what, const std::u16strin
     }
 }
 
-void ReadEntries(const TSJsonAt& at, std::vector<TSMmiEntry>& entries)
-{
-    if (!at.value.is_array())
-    {
-        at.Fail("expected an array of menu entries");
-    }
-    for (std::size_t i = 0; i < at.value.size(); ++i)
-    {
-        TSMmiEntry entry;
-        if (at.Child(i).value.is_string())
-        {
-            Read(at.Child(i), entry.text);
-            entries.push_back(std::move(entry));
-            continue;
-        }
-        int repeat = 1;
-        TCJsonObject(at.Child(i)).Needed("text", entry.text).Field("page", entry.page).Field("repeat", repeat).Done();
-        if (repeat < 0 || repeat > MAX_REPEAT)
-        {
-            at.Child(i).Child("repeat").Fail("expected an integer from 0 to " + std::to_string(MAX_REPEAT));
-        }
-        for (int n = 1; n <= repeat; ++n)
-        {
-            entries.push_back(entry);
-            Replace(entries.back().text, u"{n}", ToUnits(std::to_string(n)));
-        }
-    }
-}
-
 /// Reads the menu entries as a member of the page.
 struct TSEntriesField
 {
     std::vector<TSMmiEntry>& entries;
 };
-void Read(const TSJsonAt& at, TSEntriesField& field)
+void ReadJson(const TJson& json, TSEntriesField& field, const TCJsonPath& path)
 {
+    if (!json.is_array())
+    {
+        throw TCJsonError(path, std::string("a list of menu entries is needed, not ") + json::KindOf(json));
+    }
     field.entries.clear();
-    ReadEntries(at, field.entries);
+    for (std::size_t i = 0; i < json.size(); ++i)
+    {
+        const TCJsonPath place(path, i);
+        TSMmiEntry entry;
+        if (json[i].is_string())
+        {
+            json::FromJson(json[i], entry.text, place);
+            field.entries.push_back(std::move(entry));
+            continue;
+        }
+        int repeat = 1;
+        TCJsonObject(json[i], place)
+            .Needed("text", entry.text)
+            .Field("page", entry.page)
+            .Field("repeat", repeat)
+            .Done();
+        if (repeat < 0 || repeat > MAX_REPEAT)
+        {
+            throw TCJsonError(TCJsonPath(place, "repeat"),
+                              std::to_string(repeat) + " is not within 0 to " + std::to_string(MAX_REPEAT));
+        }
+        for (int n = 1; n <= repeat; ++n)
+        {
+            field.entries.push_back(entry);
+            Replace(field.entries.back().text, u"{n}", ToUnits(std::to_string(n)));
+        }
+    }
 }
 
 EMmiKind KindOf(const TCJsonObject& object)
@@ -87,13 +93,13 @@ EMmiKind KindOf(const TCJsonObject& object)
 }
 } // namespace
 
-void Read(const TSJsonAt& at, TSMmiPage& page)
+void ReadJson(const TJson& json, TSMmiPage& page, const TCJsonPath& path)
 {
-    if (std::count(at.path.begin(), at.path.end(), '/') > MAX_DEPTH)
+    if (path.Depth() > MAX_DEPTH)
     {
-        at.Fail("expected pages that are nested less deeply");
+        throw TCJsonError(path, "pages are nested too deeply");
     }
-    TCJsonObject object(at);
+    TCJsonObject object(json, path);
     TSMmiPage read;
     TSEntriesField entries{read.entries};
     read.kind = KindOf(object);
@@ -115,7 +121,7 @@ void Read(const TSJsonAt& at, TSMmiPage& page)
     object.Done();
     if (EnumName(read.kind).empty())
     {
-        object.At().Child("kind").Fail("expected a kind of page");
+        throw TCJsonError(TCJsonPath(path, "kind"), "there is no such kind of page");
     }
     page = std::move(read);
 }

@@ -2,7 +2,7 @@
 
 #include "Parts.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <stdexcept>
 
@@ -48,9 +48,9 @@ TSOutcome TCModel::ResetCam(unsigned slot) { return m_parts->lifecycle.Reset(slo
 void TCModel::ResetAllCams() { m_parts->lifecycle.ResetAll(); }
 void TCModel::RaiseSignal(const TSSignal& signal) { m_world->Raise(signal); }
 
-nlohmann::json TCModel::State() const
+json::TJson TCModel::State() const
 {
-    nlohmann::json state = m_parts->lifecycle.State();
+    json::TJson state = m_parts->lifecycle.State();
     state["now"] = Now();
     state["mmi"] = m_parts->mmi.State();
     state["pin"] = m_parts->pin.State();

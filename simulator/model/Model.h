@@ -6,7 +6,7 @@
 
 #include "protocol/InterfaceList.h"
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 #include <functional>
 #include <memory>
@@ -62,7 +62,7 @@ public:
     void RaiseSignal(const TSSignal& signal);
 
     /// Everything that can be known about the set, but no PIN.
-    nlohmann::json State() const;
+    json::TJson State() const;
 
     /// The parts, for Controls.cpp.
     TSParts& Parts() { return *m_parts; }

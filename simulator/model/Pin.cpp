@@ -1,6 +1,6 @@
 #include "Pin.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <algorithm>
 
@@ -162,9 +162,9 @@ void TCPin::OnCamGone(const TSSlot& slot)
     state.isBusy = false;
 }
 
-nlohmann::json TCPin::State() const
+json::TJson TCPin::State() const
 {
-    nlohmann::json result = nlohmann::json::array();
+    json::TJson result = json::TJson::array();
     for (const TSSlot& slot : m_world.slots)
     {
         const TSState& state = m_states[slot.number];

@@ -2,7 +2,7 @@
 
 #include "World.h"
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 #include <string>
 
@@ -38,7 +38,7 @@ public:
     void OnCamIn(const TSSlot& slot);
     /// A CAM remembers its PIN and its tries over a reset; what was asked and verified is over.
     void OnCamGone(const TSSlot& slot);
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     struct TSState

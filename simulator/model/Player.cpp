@@ -1,6 +1,6 @@
 #include "Player.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <algorithm>
 #include <limits>
@@ -341,7 +341,7 @@ void TCPlayer::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TCPlayer::State() const
+json::TJson TCPlayer::State() const
 {
     if (!m_playback)
     {

@@ -4,7 +4,7 @@
 
 #include <ciapi/ICICAMPlayer.h>
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 namespace CIM::sim
 {
@@ -34,7 +34,7 @@ public:
     TSOutcome Fail(int error);
 
     void OnCamGone(const TSSlot& slot);
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     struct TSPlayback

@@ -2,7 +2,7 @@
 
 #include "Text.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <algorithm>
 
@@ -364,24 +364,24 @@ void TCProfiles::OnCamGone(const TSSlot& slot)
     std::erase_if(m_offered, [&](const auto& offer) { return offer.first == slot.number; });
 }
 
-nlohmann::json TCProfiles::State() const
+json::TJson TCProfiles::State() const
 {
     const auto describe = [](const TSProfileDefinition& profile, unsigned char slot)
     {
-        return nlohmann::json{{"slot", slot},
-                              {"antennaMode", static_cast<int>(profile.antennaMode)},
-                              {"serviceMode", static_cast<int>(profile.serviceMode)},
-                              {"name", ToUtf8(profile.name)}};
+        return json::TJson{{"slot", slot},
+                           {"antennaMode", static_cast<int>(profile.antennaMode)},
+                           {"serviceMode", static_cast<int>(profile.serviceMode)},
+                           {"name", ToUtf8(profile.name)}};
     };
-    nlohmann::json offered = nlohmann::json::array();
+    json::TJson offered = json::TJson::array();
     m_ForEachNotInstalled([&](unsigned char slot, std::size_t, const TSProfileDefinition& profile)
                           { offered.push_back(describe(profile, slot)); });
-    nlohmann::json installed = nlohmann::json::array();
+    json::TJson installed = json::TJson::array();
     for (const auto& [mode, entry] : m_installed)
     {
         installed.push_back(describe(entry.profile, entry.slot));
     }
-    nlohmann::json runs = nlohmann::json::array();
+    json::TJson runs = json::TJson::array();
     for (std::size_t slot = 0; slot < m_runs.size(); ++slot)
     {
         runs.push_back({{"slot", slot},

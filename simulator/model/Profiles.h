@@ -4,7 +4,7 @@
 
 #include <ciapi/ICIOperatorProfile.h>
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 #include <map>
 
@@ -59,7 +59,7 @@ public:
 
     void OnCamReady(const TSSlot& slot);
     void OnCamGone(const TSSlot& slot);
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     struct TSInstalled

@@ -1,6 +1,6 @@
 #include "Pvr.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <algorithm>
 
@@ -358,9 +358,9 @@ void TCPvr::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TCPvr::State() const
+json::TJson TCPvr::State() const
 {
-    nlohmann::json recordings = nlohmann::json::array();
+    json::TJson recordings = json::TJson::array();
     for (const auto& [file, recording] : m_recordings)
     {
         recordings.push_back({{"file", file},
@@ -370,13 +370,13 @@ nlohmann::json TCPvr::State() const
                               {"playsLeft", recording.playsLeft},
                               {"blocked", recording.definition.isBlocked}});
     }
-    nlohmann::json pids = nlohmann::json::array();
+    json::TJson pids = json::TJson::array();
     for (const auto& [pipeline, list] : m_pids)
     {
         pids.push_back({{"profile", pipeline.first}, {"handle", pipeline.second}, {"pids", list}});
     }
     return {{"recordings", recordings},
             {"recordingPids", pids},
-            {"playing", m_playing ? nlohmann::json(*m_playing) : nlohmann::json()}};
+            {"playing", m_playing ? json::TJson(*m_playing) : json::TJson()}};
 }
 } // namespace CIM::sim

@@ -48,7 +48,7 @@ public:
 
     /// What the CAM protects stops: playback that needs it, recordings that it descrambles.
     void OnCamGone(const TSSlot& slot);
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     struct TSRecording

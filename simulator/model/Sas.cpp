@@ -1,6 +1,6 @@
 #include "Sas.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <algorithm>
 
@@ -172,9 +172,9 @@ void TCSas::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TCSas::State() const
+json::TJson TCSas::State() const
 {
-    nlohmann::json result = nlohmann::json::array();
+    json::TJson result = json::TJson::array();
     for (const auto& [id, session] : m_sessions)
     {
         result.push_back({{"session", id},

@@ -2,7 +2,7 @@
 
 #include "World.h"
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 #include <map>
 
@@ -25,7 +25,7 @@ public:
     TSOutcome SendFromCam(std::uint64_t applicationId, const TBytes& data);
 
     void OnCamGone(const TSSlot& slot);
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     struct TSSession

@@ -1,6 +1,6 @@
 #include "Subscriber.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <limits>
 
@@ -38,9 +38,9 @@ bool TCSubscriber::IsWanted(ECISignalType signalType, EProfile profile, unsigned
            std::get<EProfile>(first->first) == profile && std::get<unsigned short>(first->first) == handle;
 }
 
-nlohmann::json TCSubscriber::State() const
+json::TJson TCSubscriber::State() const
 {
-    nlohmann::json result = nlohmann::json::array();
+    json::TJson result = json::TJson::array();
     for (const auto& [key, count] : m_subscriptions)
     {
         const auto& [type, profile, handle, processId] = key;

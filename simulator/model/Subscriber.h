@@ -2,7 +2,7 @@
 
 #include <ciapi/ICISignalSubscriber.h>
 
-#include <nlohmann/json_fwd.hpp>
+#include "json/JsonFwd.h"
 
 #include <map>
 #include <tuple>
@@ -27,7 +27,7 @@ public:
     void Forget(long processId);
     /// Whether anybody wants a signal.
     bool IsWanted(ECISignalType signalType, EProfile profile, unsigned short handle) const;
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     using TKey = std::tuple<ECISignalType, EProfile, unsigned short, long>;

@@ -1,6 +1,6 @@
 #include "Upgrade.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <algorithm>
 
@@ -140,10 +140,10 @@ void TCUpgrade::OnCamGone(const TSSlot& slot)
     }
 }
 
-nlohmann::json TCUpgrade::State() const
+json::TJson TCUpgrade::State() const
 {
     static constexpr const char* steps[] = {"none", "requested", "running"};
-    nlohmann::json result = nlohmann::json::array();
+    json::TJson result = json::TJson::array();
     for (std::size_t slot = 0; slot < m_states.size(); ++slot)
     {
         const TSState& state = m_states[slot];

@@ -24,7 +24,7 @@ public:
     TSOutcome SetProgress(unsigned slot, int percent);
 
     void OnCamGone(const TSSlot& slot);
-    nlohmann::json State() const;
+    json::TJson State() const;
 
 private:
     enum EStep : int

@@ -5,18 +5,17 @@
 #include "json/OperationForm.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace CIM::sim
 {
 namespace
 {
 /// Whether what is wanted is there: of an object its members, everything else as it is.
-bool Contains(const nlohmann::json& value, const nlohmann::json& wanted)
+bool Contains(const json::TJson& value, const json::TJson& wanted)
 {
     if (!wanted.is_object() || !value.is_object())
     {
-        return value == wanted;
+        return json::IsSame(value, wanted);
     }
     return std::all_of(wanted.items().begin(), wanted.items().end(),
                        [&](const auto& item)
@@ -34,12 +33,12 @@ std::string ParameterNames(const json::TCOperationForm& form)
 }
 
 /// Checks the value of an enumeration: the commonest slip, and one that would only show as a call that never comes.
-void CheckValue(const json::TSParameter& parameter, const nlohmann::json& value)
+void CheckValue(const json::TSParameter& parameter, const json::TJson& value, const json::TCJsonPath& path)
 {
     const json::TSType& type = *parameter.type;
     if (type.kind == json::EKind::ENUM && value.is_string())
     {
-        json::EnumFromJson(*type.enumerations.front(), json::TJson(value), json::TCJsonPath());
+        json::EnumFromJson(*type.enumerations.front(), value, path);
     }
 }
 } // namespace
@@ -52,7 +51,7 @@ std::string TSMadeCall::Text() const
     {
         shown.erase("processId");
     }
-    return operation + " " + shown.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return operation + " " + shown.dump(-1, ' ', false, json::TJson::error_handler_t::replace);
 }
 
 TSMadeCall ToMadeCall(const TSJournalEntry& entry)
@@ -68,10 +67,10 @@ TSMadeCall ToMadeCall(const TSJournalEntry& entry)
     return made;
 }
 
-TCCallPattern::TCCallPattern(const std::string& operation, const nlohmann::json& arguments, std::string& path)
-    : m_operation(operation), m_arguments(arguments.is_null() ? nlohmann::json::object() : arguments)
+TCCallPattern::TCCallPattern(const std::string& operation, const json::TJson& arguments, const json::TCJsonPath& path)
+    : m_operation(operation), m_arguments(arguments.is_null() ? json::TJson::object() : arguments)
 {
-    path = "operation";
+    const json::TCJsonPath operationPath(path, "operation");
     const std::size_t dot = operation.find('.');
     const json::TCInterfaceForm* const interface = json::FindInterface(operation.substr(0, dot));
     if (interface == nullptr)
@@ -81,7 +80,7 @@ TCCallPattern::TCCallPattern(const std::string& operation, const nlohmann::json&
         {
             names += (names.empty() ? "" : ", ") + known.Name();
         }
-        throw std::invalid_argument("expected one of the interfaces " + names);
+        throw json::TCJsonError(operationPath, "there is no such interface; there are " + names);
     }
     const std::string key = operation.substr(dot + 1);
     if (const json::TCOperationForm* const form = interface->Find(std::string_view(key)); form != nullptr)
@@ -94,11 +93,12 @@ TCCallPattern::TCCallPattern(const std::string& operation, const nlohmann::json&
     }
     if (m_forms.empty())
     {
-        throw std::invalid_argument("expected an operation of " + interface->Name() + ", which has no \"" + key + "\"");
+        throw json::TCJsonError(operationPath, interface->Name() + " has no operation \"" + key + "\"");
     }
     for (const auto& item : m_arguments.items())
     {
-        path = "arguments/" + item.key();
+        const json::TCJsonPath argumentsPath(path, "arguments");
+        const json::TCJsonPath place(argumentsPath, item.key());
         const json::TSParameter* parameter = nullptr;
         for (const json::TCOperationForm* const form : m_forms)
         {
@@ -106,10 +106,10 @@ TCCallPattern::TCCallPattern(const std::string& operation, const nlohmann::json&
         }
         if (parameter == nullptr)
         {
-            throw std::invalid_argument("expected a parameter of " + operation + "; there are " +
-                                        ParameterNames(*m_forms.front()));
+            throw json::TCJsonError(place, operation + " has no such parameter; there are " +
+                                               ParameterNames(*m_forms.front()));
         }
-        CheckValue(*parameter, item.value());
+        CheckValue(*parameter, item.value(), place);
     }
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <string>
 #include <vector>
@@ -17,8 +17,8 @@ struct TSJournalEntry;
 /// A call as the application made it.
 struct TSMadeCall
 {
-    std::string operation;    ///< "ICIGeneral.EnterMenu", "ICIOperatorProfile.GetInstalledOperatorProfiles#map"
-    nlohmann::json arguments; ///< by name; what could not be decoded is missing
+    std::string operation; ///< "ICIGeneral.EnterMenu", "ICIOperatorProfile.GetInstalledOperatorProfiles#map"
+    json::TJson arguments; ///< by name; what could not be decoded is missing
     bool isSubscription = false;
 
     /// The call for people and journals: digits of PINs and process ids, which differ between runs, are not shown.
@@ -34,9 +34,9 @@ public:
     /// \param[in] operation  "INTERFACE.NAME"; where several operations have that name it stands for all of them,
     ///                       unless '#' and a word tell which
     /// \param[in] arguments  those that matter, by name
-    /// \param[out] path      of an error: "operation", or "arguments/NAME"
-    /// \throws std::invalid_argument when there is no such operation, parameter or value
-    TCCallPattern(const std::string& operation, const nlohmann::json& arguments, std::string& path);
+    /// \param[in] path       where the two stand as members, for the text of an error
+    /// \throws json::TCJsonError when there is no such operation, parameter or value
+    TCCallPattern(const std::string& operation, const json::TJson& arguments, const json::TCJsonPath& path);
 
     bool Matches(const TSMadeCall& call) const;
     const std::string& Operation() const { return m_operation; }
@@ -44,6 +44,6 @@ public:
 private:
     std::string m_operation;
     std::vector<const json::TCOperationForm*> m_forms;
-    nlohmann::json m_arguments;
+    json::TJson m_arguments;
 };
 } // namespace CIM::sim

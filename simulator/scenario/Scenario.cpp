@@ -1,6 +1,5 @@
 #include "Scenario.h"
 
-#include "Schema.h"
 #include "simulator/model/Controls.h"
 #include "simulator/model/DefinitionJson.h"
 #include "simulator/model/Model.h"
@@ -9,43 +8,54 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 
 namespace CIM::sim
 {
 namespace
 {
+using json::TCJsonError;
+using json::TCJsonObject;
+using json::TCJsonPath;
+using json::TJson;
+
+constexpr std::uint32_t MOST_MS = 4'000'000'000;
+
+std::uint32_t ReadMs(const TJson& json, const TCJsonPath& path)
+{
+    return static_cast<std::uint32_t>(json::UnsignedFromJson(json, MOST_MS, path));
+}
+
+/// Milliseconds as a member of an object.
+struct TSMs
+{
+    std::uint32_t& value;
+};
+void ReadJson(const TJson& json, TSMs& ms, const TCJsonPath& path) { ms.value = ReadMs(json, path); }
+
 /// Tries controls on a set of its own, to find out what is wrong with them before anything is played.
 class TCRehearsal
 {
 public:
     explicit TCRehearsal(const TSScenario& scenario) : m_set(scenario.set), m_model(scenario.set, scenario.seed) {}
 
-    void Try(const TSControlStep& step, const TSJsonAt& at)
+    void Try(const TSControlStep& step, const TCJsonPath& path)
     {
         const auto cam = step.arguments.find("cam");
         if (step.name == "insert" && cam != step.arguments.end() && cam->is_string() &&
             m_set.FindCam(cam->get<std::string>()) == nullptr)
         {
-            at.Child("cam").Fail("expected the name of a CAM of the set");
+            throw TCJsonError(TCJsonPath(path, "cam"), "the name of a CAM of the set is needed");
         }
         const auto slot = step.arguments.find("slot");
         if (slot != step.arguments.end() && slot->is_number_unsigned() &&
             slot->get<std::uint64_t>() >= static_cast<std::uint64_t>(m_set.slots))
         {
-            at.Child("slot").Fail("expected a slot; there are " + std::to_string(m_set.slots));
+            throw TCJsonError(TCJsonPath(path, "slot"),
+                              "there is no such slot; there are " + std::to_string(m_set.slots));
         }
-        const TSOutcome outcome = RunControl(m_model, step.name, step.arguments);
-        if (outcome)
-        {
-            return;
-        }
-        // A pointer into the arguments; whatever else is refused depends on the time of playing.
-        if (outcome.error.front() == '/')
-        {
-            const std::size_t colon = outcome.error.find(": ");
-            const std::string inner = outcome.error.substr(0, colon);
-            throw TCJsonError(at.path + (inner == "/" ? "" : inner), outcome.error.substr(colon + 2));
-        }
+        // What is refused depends on the time of playing; what is wrong is wrong now.
+        RunControl(m_model, step.name, step.arguments, path);
     }
 
 private:
@@ -53,188 +63,229 @@ private:
     TCModel m_model;
 };
 
-TCCallPattern ReadPattern(const TSJsonAt& at)
+/// The operation and the arguments of a call that a step is about.
+TCCallPattern TakePattern(TCJsonObject& object, const TCJsonPath& path)
 {
-    std::string path;
-    try
-    {
-        return TCCallPattern(at.value.at("operation").get<std::string>(), at.value.value("arguments", nlohmann::json()),
-                             path);
-    }
-    catch (const TCJsonError&)
-    {
-        throw;
-    }
-    catch (const std::exception& error)
-    {
-        throw TCJsonError(at.path + "/" + path, error.what());
-    }
+    std::string operation;
+    object.Needed("operation", operation);
+    const TJson* const arguments = object.Take("arguments");
+    return TCCallPattern(operation, arguments != nullptr ? *arguments : TJson(), path);
 }
 
-TSWaitForCall ReadWaitForCall(const TSJsonAt& at, bool isNext)
+TSWaitForCall ReadWaitForCall(const TJson& json, const TCJsonPath& path, bool isNext)
 {
-    return {ReadPattern(at), at.value.value("within", DEFAULT_WITHIN_MS), isNext};
-}
-
-TSExpectNoCall ReadExpectNoCall(const TSJsonAt& at)
-{
-    TSExpectNoCall step;
-    step.duringMs = at.value.at("during").get<unsigned>();
-    if (at.value.contains("operation"))
-    {
-        step.call = ReadPattern(at);
-    }
-    else if (at.value.contains("arguments"))
-    {
-        at.Child("arguments").Fail("expected an \"operation\" that has them");
-    }
+    TCJsonObject object(json, path);
+    TSWaitForCall step{TakePattern(object, path), DEFAULT_WITHIN_MS, isNext};
+    TSMs within{step.withinMs};
+    object.Field("within", within).Done();
     return step;
 }
 
-TSWaitForSubscription ReadSubscription(const TSJsonAt& at)
+TSExpectNoCall ReadExpectNoCall(const TJson& json, const TCJsonPath& path)
+{
+    TSExpectNoCall step;
+    TCJsonObject object(json, path);
+    TSMs during{step.duringMs};
+    object.Needed("during", during);
+    if (object.Has("operation"))
+    {
+        step.call = TakePattern(object, path);
+    }
+    else if (object.Take("arguments") != nullptr)
+    {
+        throw TCJsonError(TCJsonPath(path, "arguments"), "an \"operation\" that has them is missing");
+    }
+    object.Done();
+    return step;
+}
+
+TSWaitForSubscription ReadSubscription(const TJson& json, const TCJsonPath& path)
 {
     TSWaitForSubscription step;
-    TCJsonObject(at)
+    TSMs within{step.withinMs};
+    TCJsonObject(json, path)
         .Needed("signal", step.signal)
         .Field("profile", step.profile)
         .Field("handle", step.handle)
         .Field("clients", step.clients)
-        .Field("within", step.withinMs)
+        .Field("within", within)
         .Done();
+    if (step.clients == 0)
+    {
+        throw TCJsonError(TCJsonPath(path, "clients"), "at least 1 client subscribes");
+    }
     return step;
 }
 
-TSFaultStep ReadFault(const TSJsonAt& at)
+TSEnd ReadEnd(const TJson& json, const TCJsonPath& path)
 {
-    try
-    {
-        return {FaultFromJson(json::TJson(at.value), json::TCJsonPath())};
-    }
-    catch (const json::TCJsonError& error)
-    {
-        // Its text begins with the member, when it is about one.
-        const std::string text = error.what();
-        const std::string member = text.substr(0, text.find(": "));
-        const bool isAboutMember = member.size() < text.size() && member.find(' ') == std::string::npos;
-        throw TCJsonError(at.path + (isAboutMember ? "/" + member : ""),
-                          isAboutMember ? text.substr(member.size() + 2) : text);
-    }
+    unsigned char status = 0;
+    TCJsonObject(json, path).Field("status", status).Done();
+    return {status};
 }
 
-TSControlStep ReadControl(const TSJsonAt& step, const std::string& name, TCRehearsal& rehearsal)
+using TAction = decltype(TSStep::action);
+
+/// A step that is no control, by its name.
+struct TSStepReader
 {
-    const auto controls = Controls();
-    if (std::none_of(controls.begin(), controls.end(), [&](const TSControl& control) { return control.name == name; }))
+    const char* name;
+    TAction (*read)(const TJson& json, const TCJsonPath& path);
+};
+constexpr TSStepReader STEPS[] = {
+    {"wait-for-call",
+     [](const TJson& json, const TCJsonPath& path) -> TAction
+     { return ReadWaitForCall(json, path, /*isNext=*/false); }},
+    {"expect-call",
+     [](const TJson& json, const TCJsonPath& path) -> TAction { return ReadWaitForCall(json, path, /*isNext=*/true); }},
+    {"expect-no-call",
+     [](const TJson& json, const TCJsonPath& path) -> TAction { return ReadExpectNoCall(json, path); }},
+    {"wait-for-subscription",
+     [](const TJson& json, const TCJsonPath& path) -> TAction { return ReadSubscription(json, path); }},
+    {"wait",
+     [](const TJson& json, const TCJsonPath& path) -> TAction {
+         return TSWait{ReadMs(json, path), false};
+     }},
+    {"at",
+     [](const TJson& json, const TCJsonPath& path) -> TAction {
+         return TSWait{ReadMs(json, path), true};
+     }},
+    {"advance", [](const TJson& json, const TCJsonPath& path) -> TAction { return TSAdvance{ReadMs(json, path)}; }},
+    {"fault",
+     [](const TJson& json, const TCJsonPath& path) -> TAction { return TSFaultStep{FaultFromJson(json, path)}; }},
+    {"clear-faults",
+     [](const TJson& json, const TCJsonPath& path) -> TAction
+     {
+         TCJsonObject(json, path).Done();
+         return TSClearFaults{};
+     }},
+    {"end", [](const TJson& json, const TCJsonPath& path) -> TAction { return ReadEnd(json, path); }},
+};
+
+TAction ReadAction(const TJson& step, const TCJsonPath& path, TCRehearsal& rehearsal)
+{
+    if (!step.is_object() || step.size() != 1)
     {
-        std::string names =
-            "wait-for-call, expect-call, expect-no-call, wait-for-subscription, wait, at, advance, fault, "
-            "clear-faults, end";
-        for (const TSControl& control : controls)
-        {
-            names += ", " + std::string(control.name);
-        }
-        step.Child(name).Fail("expected a step; there are " + names);
+        throw TCJsonError(path, "a step is an object with one member, the step's name");
     }
-    TSControlStep control{name, step.value.at(name)};
-    rehearsal.Try(control, step.Child(name));
+    const std::string name = step.items().begin().key();
+    const TJson& json = *step.begin();
+    const TCJsonPath place(path, name);
+    std::string names;
+    for (const TSStepReader& known : STEPS)
+    {
+        if (name == known.name)
+        {
+            return known.read(json, place);
+        }
+        names += (names.empty() ? "" : ", ") + std::string(known.name);
+    }
+    bool isControl = false;
+    for (const TSControl& control : Controls())
+    {
+        isControl = isControl || control.name == name;
+        names += ", " + std::string(control.name);
+    }
+    if (!isControl)
+    {
+        throw TCJsonError(place, "there is no such step; there are " + names);
+    }
+    const TSControlStep control{name, json};
+    rehearsal.Try(control, place);
     return control;
 }
 
-decltype(TSStep::action) ReadAction(const TSJsonAt& step, TCRehearsal& rehearsal)
+bool IsName(const std::string& text)
 {
-    const std::string name = step.value.items().begin().key();
-    const TSJsonAt at = step.Child(name);
-    if (name == "wait-for-call" || name == "expect-call")
-    {
-        return ReadWaitForCall(at, name == "expect-call");
-    }
-    if (name == "expect-no-call")
-    {
-        return ReadExpectNoCall(at);
-    }
-    if (name == "wait-for-subscription")
-    {
-        return ReadSubscription(at);
-    }
-    if (name == "wait" || name == "at")
-    {
-        return TSWait{at.value.get<std::int64_t>(), name == "at"};
-    }
-    if (name == "advance")
-    {
-        return TSAdvance{at.value.get<std::int64_t>()};
-    }
-    if (name == "fault")
-    {
-        return ReadFault(at);
-    }
-    if (name == "clear-faults")
-    {
-        return TSClearFaults{};
-    }
-    if (name == "end")
-    {
-        return TSEnd{at.value.value("status", 0)};
-    }
-    return ReadControl(step, name, rehearsal);
+    return !text.empty() && text.front() != '-' && text.back() != '-' && text.find("--") == text.npos &&
+           text.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-") == text.npos;
 }
 
-void ReadHead(const nlohmann::json& root, TSScenario& scenario)
+/// Everything but the timeline.
+void ReadHead(const TJson& root, const TCJsonPath& path, TSScenario& scenario)
 {
-    scenario.name = root.at("name").get<std::string>();
-    scenario.description = root.at("description").get<std::string>();
-    scenario.seed = root.value("seed", scenario.seed);
-    scenario.isManualClock = root.value("clock", "real") == "manual";
-    scenario.msPerCall = root.value("msPerCall", 0u);
-    const nlohmann::json daemon = root.value("daemon", nlohmann::json::object());
-    scenario.namesAfterMs = daemon.value("namesAfterMs", 0u);
-    scenario.nameStepMs = daemon.value("nameStepMs", 0u);
+    std::string clock = "real";
+    std::string schema;
+    TSMs msPerCall{scenario.msPerCall};
+    TCJsonObject object(root, path);
+    scenario.set = DefaultSet();
+    object.Field("$schema", schema)
+        .Needed("name", scenario.name)
+        .Needed("description", scenario.description)
+        .Field("seed", scenario.seed)
+        .Field("clock", clock)
+        .Field("msPerCall", msPerCall)
+        .Field("set", scenario.set);
+    if (const TJson* const daemon = object.Take("daemon"))
+    {
+        TSMs after{scenario.namesAfterMs};
+        TSMs step{scenario.nameStepMs};
+        TCJsonObject(*daemon, TCJsonPath(path, "daemon")).Field("namesAfterMs", after).Field("nameStepMs", step).Done();
+    }
+    if (!object.Has("timeline") || !object.Take("timeline")->is_array())
+    {
+        throw TCJsonError(TCJsonPath(path, "timeline"), "a list of steps is needed");
+    }
+    object.Done();
+    if (!IsName(scenario.name))
+    {
+        throw TCJsonError(TCJsonPath(path, "name"), "a name is made of small letters, digits and '-'");
+    }
+    if (scenario.description.empty() || scenario.description.find('\n') != std::string::npos)
+    {
+        throw TCJsonError(TCJsonPath(path, "description"), "one line of text is needed");
+    }
+    if (clock != "real" && clock != "manual")
+    {
+        throw TCJsonError(TCJsonPath(path, "clock"), "\"real\" or \"manual\" is needed");
+    }
+    scenario.isManualClock = clock == "manual";
     if (scenario.msPerCall > 0 && !scenario.isManualClock)
     {
-        throw TCJsonError("/msPerCall", "expected only together with \"clock\": \"manual\"");
+        throw TCJsonError(TCJsonPath(path, "msPerCall"), "this goes with \"clock\": \"manual\" only");
     }
 }
 } // namespace
 
-TSScenario ReadScenario(const TCJsonFile& file)
+TSScenario ReadScenario(const json::TCJsonDocument& file)
 {
-    std::vector<TSProblem> problems = CheckSchema(file);
-    if (!problems.empty())
-    {
-        throw TCFileError(file, problems);
-    }
-    const nlohmann::json& root = file.Root();
+    const TJson& root = file.Root();
+    const TCJsonPath path;
     TSScenario scenario;
     scenario.file = file.Name();
-    try
+    std::vector<TCJsonError> problems;
+    const auto attempt = [&](const std::function<void()>& read)
     {
-        ReadHead(root, scenario);
-        scenario.set = root.contains("set") ? ReadSet({root["set"], "/set"}) : DefaultSet();
-    }
-    catch (const TCJsonError& error)
-    {
-        const std::string text = error.what();
-        throw TCFileError(file, {{error.Path(), text.substr(text.find(": ") + 2)}});
-    }
-    TCRehearsal rehearsal(scenario);
-    const nlohmann::json& timeline = root["timeline"];
-    for (std::size_t i = 0; i < timeline.size(); ++i)
-    {
-        const TSJsonAt at{timeline[i], "/timeline/" + std::to_string(i)};
         try
         {
-            scenario.timeline.push_back(
-                {static_cast<int>(i) + 1, file.LineOf(at.path), timeline[i].dump(), ReadAction(at, rehearsal)});
+            read();
         }
         catch (const TCJsonError& error)
         {
-            const std::string text = error.what();
-            problems.push_back({error.Path(), text.substr(text.find(": ") + 2)});
+            problems.push_back(error);
         }
+    };
+    attempt([&] { ReadHead(root, path, scenario); });
+    if (!problems.empty())
+    {
+        throw json::TCFileError(file, problems);
+    }
+    TCRehearsal rehearsal(scenario);
+    const TJson& timeline = root["timeline"];
+    const TCJsonPath timelinePath(path, "timeline");
+    for (std::size_t i = 0; i < timeline.size(); ++i)
+    {
+        const TCJsonPath place(timelinePath, i);
+        attempt(
+            [&]
+            {
+                scenario.timeline.push_back({static_cast<int>(i) + 1, file.LineOf(json::TCJsonPlace(place)),
+                                             timeline[i].dump(), ReadAction(timeline[i], place, rehearsal)});
+            });
     }
     if (!problems.empty())
     {
-        throw TCFileError(file, problems);
+        throw json::TCFileError(file, problems);
     }
     return scenario;
 }
@@ -261,7 +312,7 @@ std::vector<TSScenario> ShippedScenarios()
     std::vector<TSScenario> scenarios;
     for (const std::string& file : files)
     {
-        scenarios.push_back(ReadScenario(TCJsonFile::Load(file)));
+        scenarios.push_back(ReadScenario(json::TCJsonDocument::Load(file)));
     }
     return scenarios;
 }
@@ -270,13 +321,13 @@ TSScenario FindScenario(const std::string& nameOrPath)
 {
     if (nameOrPath.find('/') != std::string::npos || nameOrPath.ends_with(".json"))
     {
-        return ReadScenario(TCJsonFile::Load(nameOrPath));
+        return ReadScenario(json::TCJsonDocument::Load(nameOrPath));
     }
     const std::string path = ScenarioFolder() + "/" + nameOrPath + ".json";
     if (!std::filesystem::exists(path))
     {
-        throw TCFileError("there is no scenario \"" + nameOrPath + "\"; ci-daemon-sim list shows what there is");
+        throw json::TCFileError("there is no scenario \"" + nameOrPath + "\"; ci-daemon-sim list shows what there is");
     }
-    return ReadScenario(TCJsonFile::Load(path));
+    return ReadScenario(json::TCJsonDocument::Load(path));
 }
 } // namespace CIM::sim

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "CallPattern.h"
-#include "JsonFile.h"
 #include "simulator/daemon/Fault.h"
 #include "simulator/model/Definition.h"
+#include "json/Document.h"
 
 #include <variant>
 
@@ -46,7 +46,7 @@ struct TSAdvance
 struct TSControlStep
 {
     std::string name;
-    nlohmann::json arguments;
+    json::TJson arguments;
 };
 struct TSFaultStep
 {
@@ -86,8 +86,8 @@ struct TSScenario
 };
 
 /// Reads and checks a scenario.
-/// \throws TCFileError with a line for each problem
-TSScenario ReadScenario(const TCJsonFile& file);
+/// \throws json::TCFileError with a line for each problem
+TSScenario ReadScenario(const json::TCJsonDocument& file);
 
 /// The folder with the scenarios that came with this program; and those of them that can be read, by name.
 std::string ScenarioFolder();

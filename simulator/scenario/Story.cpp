@@ -179,9 +179,9 @@ TCStory::EProgress TCStory::m_Try(const TSExpectNoCall& step)
 
 TCStory::EProgress TCStory::m_Try(const TSWaitForSubscription& step)
 {
-    const nlohmann::json subscriptions = m_daemon.Clients().Subscriptions();
+    const json::TJson subscriptions = m_daemon.Clients().Subscriptions();
     const auto count = std::count_if(subscriptions.begin(), subscriptions.end(),
-                                     [&](const nlohmann::json& subscription)
+                                     [&](const json::TJson& subscription)
                                      {
                                          return subscription.at("number") == static_cast<int>(step.signal) &&
                                                 subscription.at("profile") == static_cast<int>(step.profile) &&

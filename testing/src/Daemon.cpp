@@ -28,9 +28,9 @@ void Require(const sim::TSOutcome& outcome)
 }
 
 /// Reads a JSON object that somebody has written. \throws std::invalid_argument
-nlohmann::json ParseObject(const std::string& text)
+json::TJson ParseObject(const std::string& text)
 {
-    nlohmann::json json = nlohmann::json::parse(text, nullptr, false, true);
+    json::TJson json = json::TJson::parse(text, nullptr, false, true);
     if (!json.is_object())
     {
         throw std::invalid_argument("a JSON object is expected, not " + text);
@@ -199,8 +199,19 @@ void TCDaemon::RemoveCam(unsigned slot)
 
 void TCDaemon::Control(const std::string& name, const std::string& arguments)
 {
-    const nlohmann::json json = ParseObject(arguments);
-    m_impl->Change([&] { Require(sim::RunControl(*m_impl->model, name, json)); });
+    const json::TJson json = ParseObject(arguments);
+    m_impl->Change(
+        [&]
+        {
+            try
+            {
+                Require(sim::RunControl(*m_impl->model, name, json));
+            }
+            catch (const json::TCJsonError& error)
+            {
+                throw std::invalid_argument(error.what());
+            }
+        });
 }
 
 void TCDaemon::AdvanceClock(std::chrono::milliseconds time)

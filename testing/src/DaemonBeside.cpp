@@ -34,14 +34,14 @@ std::string WriteScenario(const TSOptions& options, const std::string& path)
     {
         return options.scenario;
     }
-    nlohmann::json scenario = {{"name", "beside"},
-                               {"description", "what a test program gave"},
-                               {"seed", options.seed},
-                               {"clock", options.isManualClock ? "manual" : "real"},
-                               {"timeline", nlohmann::json::array()}};
+    json::TJson scenario = {{"name", "beside"},
+                            {"description", "what a test program gave"},
+                            {"seed", options.seed},
+                            {"clock", options.isManualClock ? "manual" : "real"},
+                            {"timeline", json::TJson::array()}};
     if (!options.set.empty())
     {
-        scenario["set"] = nlohmann::json::parse(options.set, nullptr, true, true);
+        scenario["set"] = json::TJson::parse(options.set, nullptr, true, true);
     }
     std::ofstream(path) << scenario;
     return path;

@@ -1,6 +1,6 @@
 #include <ciapi-testing/Failure.h>
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <stdexcept>
 
@@ -8,7 +8,7 @@ namespace CIM::test
 {
 namespace
 {
-using TJson = nlohmann::json;
+using TJson = json::TJson;
 
 std::string With(const std::string& fault, const char* member, unsigned value)
 {

@@ -37,9 +37,9 @@ sim::TSScenario LoadScenario(const std::string& nameOrPath)
     }
     try
     {
-        return sim::ReadScenario(sim::TCJsonFile::Load(file.lexically_normal().string()));
+        return sim::ReadScenario(json::TCJsonDocument::Load(file.lexically_normal().string()));
     }
-    catch (const sim::TCFileError& error)
+    catch (const json::TCFileError& error)
     {
         throw std::invalid_argument(error.what());
     }
@@ -49,17 +49,17 @@ sim::TSSetDefinition ParseSet(const std::string& text)
 {
     try
     {
-        const sim::TCJsonFile file = sim::TCJsonFile::Parse("set", text);
+        const json::TCJsonDocument file = json::TCJsonDocument::Parse("set", text);
         try
         {
-            return sim::ReadSet({file.Root(), ""});
+            return json::FromJson<sim::TSSetDefinition>(file.Root());
         }
-        catch (const sim::TCJsonError& error)
+        catch (const json::TCJsonError& error)
         {
-            throw sim::TCFileError(file.Describe({error.Path(), error.what()}));
+            throw json::TCFileError(file, {error});
         }
     }
-    catch (const sim::TCFileError& error)
+    catch (const json::TCFileError& error)
     {
         throw std::invalid_argument(error.what());
     }

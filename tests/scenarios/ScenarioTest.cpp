@@ -69,7 +69,7 @@ std::string Document(const std::string& members, const std::string& step = R"({ 
 }
 } // namespace
 
-TEST(ScenarioFile, ErrorsNameLinePathAndWhatWasExpected)
+TEST(ScenarioFile, ErrorsNameLineColumnPlaceAndWhatIsWrong)
 {
     struct TSCase
     {
@@ -79,56 +79,58 @@ TEST(ScenarioFile, ErrorsNameLinePathAndWhatWasExpected)
     const auto step = [](const char* text) { return Document("// nothing", text); };
     const std::vector<TSCase> cases = {
         // The document.
-        {"{\n  \"name\": \"x\",\n}", {"f:3: "}},
-        {"", {"f:1: "}},
-        {"[]", {"f:1: /: expected an object"}},
-        {"{\n  \"name\": \"x\",\n  \"description\": \"y\"\n}", {"f:1: /: ", "\"timeline\" is missing"}},
-        {Document("\"name\": \"twice\","), {"f:4: /name: this member stands here a second time"}},
-        {Document("\"clok\": \"manual\","), {"f:1: /: ", "nobody knows \"clok\", there are $schema, clock"}},
-        {Document("\"clock\": \"solar\","), {"f:4: /clock: expected \"real\" or \"manual\""}},
-        {Document("\"msPerCall\": 5,"), {"f:4: /msPerCall: expected only together with"}},
-        {Document("\"seed\": -1,"), {"f:4: /seed: expected an integer, 0 or more"}},
+        {"{\n  \"name\": \"x\",\n}", {"f:3:1: "}},
+        {"", {"f:1:1: "}},
+        {"[]", {"f:1:1: an object is needed, not a list"}},
+        {"{\n  \"name\": \"x\",\n  \"description\": \"y\"\n}", {"f:1:1: timeline: a list of steps is needed"}},
+        {Document("\"name\": \"twice\","), {"f:4:3: name: this member stands here a second time"}},
+        {Document("\"clok\": \"manual\","), {"f:4:11: clok: there is no such member; there are $schema, name"}},
+        {Document("\"clock\": \"solar\","), {"f:4:12: clock: \"real\" or \"manual\" is needed"}},
+        {Document("\"msPerCall\": 5,"), {"f:4:16: msPerCall: this goes with"}},
+        {Document("\"seed\": -1,"), {"f:4:11: seed: -1 is not within 0 to"}},
         // The set.
-        {Document("\"set\": { \"slots\":\n 256\n },"), {"f:5: /set/slots: expected an integer from 0 to 255"}},
+        {Document("\"set\": { \"slots\":\n 256\n },"), {"f:5:2: set.slots: 256 is not within 0 to 255"}},
         {Document("\"set\": { \"cams\": [{ \"name\": \"c\",\n\"mode\": \"CAM_MODE_CII\" }] },"),
-         {"f:5: /set/cams/0/mode: expected one of CAM_MODE_CI, CAM_MODE_CI_PLUS"}},
+         {"f:5:9: set.cams[0].mode: ", "there are CAM_MODE_CI, CAM_MODE_CI_PLUS"}},
         // Steps.
-        {step("{ \"wait\": \"soon\" }"), {"f:6: /timeline/0/wait: expected an integer from 0 to"}},
-        {step("{ \"wait\": 1,\n \"at\": 2 }"), {"f:6: /timeline/0: expected an object with one member"}},
-        {step("{ \"jump\": {} }"), {"f:6: /timeline/0/jump: expected a step; there are wait-for-call"}},
-        {step("{ \"wait\": 1 },\n{ \"remove\":\n{ \"slto\": 0 } }"), {"f:8: /timeline/1/remove/slto: ", "slot"}},
-        {step("{ \"remove\": { \"slot\": 2 } }"), {"f:6: /timeline/0/remove/slot: expected a slot; there are 2"}},
-        {step("{ \"insert\": { \"slot\": 1 } }"), {"f:6: /timeline/0/insert: \"cam\" is missing"}},
-        {step("{ \"insert\": { \"cam\": \"none\" } }"), {"/timeline/0/insert/cam: expected the name of a CAM"}},
-        {step("{ \"signal\": { \"type\": \"SIGNAL_CI_NONE\" } }"), {"/timeline/0/signal/type: expected one of"}},
+        {step("{ \"wait\": \"soon\" }"), {"f:6:15: timeline[0].wait: \"soon\" is no integer"}},
+        {step("{ \"wait\": 1,\n \"at\": 2 }"), {"f:6:5: timeline[0]: a step is an object with one member"}},
+        {step("{ \"jump\": {} }"), {"f:6:15: timeline[0].jump: there is no such step; there are wait-for-call"}},
+        {step("{ \"wait\": 1 },\n{ \"remove\":\n{ \"slto\": 0 } }"), {"f:8:11: timeline[1].remove.slto: ", "slot"}},
+        {step("{ \"remove\": { \"slot\": 2 } }"),
+         {"f:6:27: timeline[0].remove.slot: there is no such slot; there are 2"}},
+        {step("{ \"insert\": { \"slot\": 1 } }"), {"f:6:17: timeline[0].insert: \"cam\" is missing"}},
+        {step("{ \"insert\": { \"cam\": \"none\" } }"), {"timeline[0].insert.cam: the name of a CAM"}},
+        {step("{ \"signal\": { \"type\": \"SIGNAL_CI_NONE\" } }"),
+         {"timeline[0].signal.type: \"SIGNAL_CI_NONE\" is no value of ECISignalType"}},
         {step("{ \"wait-for-subscription\": { \"signal\": \"SIGNAL_CI_NONE\" } }"),
-         {"f:6: /timeline/0/wait-for-subscription/signal: expected one of"}},
+         {"timeline[0].wait-for-subscription.signal: ", "is no value of ECISignalType"}},
         {step("{ \"wait-for-call\": { \"operation\": \"ICINone.EnterMenu\" } }"),
-         {"/timeline/0/wait-for-call/operation: expected one of the interfaces ICIGeneral"}},
+         {"timeline[0].wait-for-call.operation: there is no such interface; there are ICIGeneral"}},
         {step("{ \"expect-call\": { \"operation\": \"ICIGeneral.Enter\" } }"),
-         {"/timeline/0/expect-call/operation: expected an operation of ICIGeneral"}},
+         {"timeline[0].expect-call.operation: ICIGeneral has no operation \"Enter\""}},
         {step("{ \"wait-for-call\": { \"operation\": \"ICIGeneral.EnterMenu\",\n\"arguments\": { \"slit\": 0 } } }"),
-         {"f:7: /timeline/0/wait-for-call/arguments/slit: expected a parameter", "there are slot"}},
+         {"f:7:24: timeline[0].wait-for-call.arguments.slit: ", "no such parameter; there are slot"}},
         {step("{ \"wait-for-call\": { \"operation\": \"ICIGeneral.SendCaPmt\", \"arguments\": { \"command\": \"GO\" } "
               "} }"),
-         {"/timeline/0/wait-for-call/arguments/command: ", "GO"}},
+         {"timeline[0].wait-for-call.arguments.command: ", "GO"}},
         {step("{ \"expect-no-call\": { \"operation\": \"ICIGeneral.EnterMenu\" } }"),
-         {"f:6: /timeline/0/expect-no-call: ", "\"during\" is missing"}},
+         {"f:6:25: timeline[0].expect-no-call: \"during\" is missing"}},
         {step("{ \"expect-no-call\": { \"arguments\": {}, \"during\": 1 } }"),
-         {"/timeline/0/expect-no-call/arguments: expected an \"operation\""}},
-        {step("{ \"fault\": {\n\"kind\": \"sleepy\" } }"), {"f:7: /timeline/0/fault/kind: ", "there are late"}},
-        {step("{ \"fault\": { \"kind\": \"late\",\n\"ms\": 5 } }"), {"/timeline/0/fault/operation: "}},
+         {"timeline[0].expect-no-call.arguments: an \"operation\" that has them is missing"}},
+        {step("{ \"fault\": {\n\"kind\": \"sleepy\" } }"), {"f:7:9: timeline[0].fault.kind: ", "late"}},
+        {step("{ \"fault\": { \"kind\": \"late\",\n\"ms\": 5 } }"), {"timeline[0].fault.operation: "}},
         // More than one at once, in the order of their lines.
-        {step("{ \"wait\": -1 },\n{ \"at\": -1 }"), {"f:6: /timeline/0/wait", "f:7: /timeline/1/at"}},
+        {step("{ \"wait\": -1 },\n{ \"at\": -1 }"), {"f:6:15: timeline[0].wait: ", "f:7:9: timeline[1].at: "}},
     };
     for (const TSCase& row : cases)
     {
         std::string error;
         try
         {
-            ReadScenario(TCJsonFile::Parse("f", row.text));
+            ReadScenario(CIM::json::TCJsonDocument::Parse("f", row.text));
         }
-        catch (const TCFileError& caught)
+        catch (const CIM::json::TCFileError& caught)
         {
             error = caught.what();
         }
@@ -141,9 +143,9 @@ TEST(ScenarioFile, ErrorsNameLinePathAndWhatWasExpected)
 
 TEST(ScenarioFile, ReadsCommentsAndKeepsTheOrderOfTheTimeline)
 {
-    const TSScenario scenario = ReadScenario(
-        TCJsonFile::Parse("f", Document("/* a\n comment */ \"seed\": 7, \"clock\": \"manual\", \"msPerCall\": 3,",
-                                        "{ \"at\": 5 },\n// between\n{ \"end\": { \"status\": 4 } }")));
+    const TSScenario scenario = ReadScenario(CIM::json::TCJsonDocument::Parse(
+        "f", Document("/* a\n comment */ \"seed\": 7, \"clock\": \"manual\", \"msPerCall\": 3,",
+                      "{ \"at\": 5 },\n// between\n{ \"end\": { \"status\": 4 } }")));
     EXPECT_EQ(scenario.seed, 7u);
     EXPECT_TRUE(scenario.isManualClock);
     EXPECT_EQ(scenario.msPerCall, 3u);
@@ -228,7 +230,7 @@ TEST(Scenarios, EachIsListedGoodAndHasItsStory)
     std::set<std::string> shipped;
     for (const auto& entry : std::filesystem::directory_iterator(SOURCES "/simulator/scenarios"))
     {
-        const TSScenario scenario = ReadScenario(TCJsonFile::Load(entry.path().string()));
+        const TSScenario scenario = ReadScenario(CIM::json::TCJsonDocument::Load(entry.path().string()));
         EXPECT_EQ(scenario.name, entry.path().stem().string());
         EXPECT_THAT(list, HasSubstr(scenario.name + " "));
         EXPECT_THAT(list, HasSubstr("  " + scenario.description + "\n"));

@@ -181,7 +181,7 @@ TEST(SimPvr, PlayCountsLicencesAndLimits)
     EXPECT_TRUE(pvr.IsFastForwardAllowed(0, allowed, restriction)) << "nothing is played";
     EXPECT_EQ(allowed, -1);
     EXPECT_EQ(restriction, SPEED_RESTRICTION_NONE);
-    const nlohmann::json limits = {{"fastForward", 0}, {"skipForward", 30'000}, {"maxSpeed", 2}};
+    const json::TJson limits = {{"fastForward", 0}, {"skipForward", 30'000}, {"maxSpeed", 2}};
     ASSERT_TRUE(recorder.Do("add-recording", {{"recording", {{"file", "/new"}, {"limits", limits}}}}));
     ASSERT_TRUE(recorder.Do("play-recording", {{"file", "/new"}}));
     EXPECT_FALSE(pvr.IsFastForwardAllowed(0, allowed, restriction));

@@ -107,7 +107,7 @@ TEST(SimMmi, APageClosesAndRedrawsItself)
 {
     TCRecorder recorder;
     MakeReady(recorder);
-    const nlohmann::json page = {{"title", "Busy"}, {"redrawEveryMs", 1'000}, {"closeAfterMs", 2'500}};
+    const json::TJson page = {{"title", "Busy"}, {"redrawEveryMs", 1'000}, {"closeAfterMs", 2'500}};
     ASSERT_TRUE(recorder.Do("show-page", {{"page", page}}));
     recorder.Advance(10'000);
     EXPECT_THAT(recorder.Take(), ElementsAre("1500 MMI_STATUS_CHANGED slot 0 code 2 id 0 value 0",

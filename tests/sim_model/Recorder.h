@@ -8,7 +8,7 @@
 
 #include <gmock/gmock.h>
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <algorithm>
 #include <string>
@@ -32,9 +32,16 @@ public:
     /// The lines since the last call.
     std::vector<std::string> Take() { return std::exchange(lines, {}); }
 
-    TSOutcome Do(std::string_view name, const nlohmann::json& arguments = nlohmann::json::object())
+    TSOutcome Do(std::string_view name, const json::TJson& arguments = json::TJson::object())
     {
-        return RunControl(model, name, arguments);
+        try
+        {
+            return RunControl(model, name, arguments);
+        }
+        catch (const json::TCJsonError& error)
+        {
+            return TSOutcome::Refused(error.what());
+        }
     }
 
     TCModel model;

@@ -86,7 +86,7 @@ TEST(SimulatorCalls, HandWrittenBytes)
                                 "0042",
                                 41);
     Read(client.Call(GENERAL, 24, verifyPin));
-    const nlohmann::json journal = client.ControlJson("Journal");
+    const json::TJson journal = client.ControlJson("Journal");
     ASSERT_GE(journal.size(), 3U);
     EXPECT_EQ(journal.back().at("operation"), "VerifyCamPin");
     EXPECT_EQ(journal.back().at("arguments").at("pin"), "***");
@@ -225,7 +225,7 @@ TEST(SimulatorCalls, SignalsAndSubscriptions)
         const TSSeenReply reply =
             Read(subscriber.Call("com.kelvora.ciapi.ICISignalSubscriber", HELLO, subscribe, "watcher"));
         ASSERT_EQ(reply.status, 1U);
-        const nlohmann::json list = client.ControlJson("Subscriptions");
+        const json::TJson list = client.ControlJson("Subscriptions");
         ASSERT_EQ(list.size(), 1U);
         EXPECT_EQ(list[0].at("number"), 20);
         EXPECT_EQ(list[0].at("handle"), 1);

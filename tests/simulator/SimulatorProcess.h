@@ -5,7 +5,7 @@
 
 #include "bus/Handles.h"
 
-#include <nlohmann/json.hpp>
+#include "json/Json.h"
 
 #include <functional>
 #include <string>
@@ -52,7 +52,7 @@ public:
     }
     /// A call of the control object with texts as arguments. \return its result
     std::string Control(const char* verb, const std::vector<std::string>& arguments = {});
-    nlohmann::json ControlJson(const char* verb) { return nlohmann::json::parse(Control(verb)); }
+    json::TJson ControlJson(const char* verb) { return json::TJson::parse(Control(verb)); }
 
     void Match(const std::string& rule);
     /// The next signal of the daemon; null when none comes within ten seconds.

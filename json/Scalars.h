@@ -53,7 +53,8 @@ bool BoolFromJson(const TJson& json, const TCJsonPath& path);
 TJson EnumToJson(const TSEnumeration& enumeration, std::int64_t value);
 std::int64_t EnumFromJson(const TSEnumeration& enumeration, const TJson& json, const TCJsonPath& path);
 
-/// Byte strings: two hexadecimal digits a byte; blanks and colons between bytes and a leading 0x are read, too.
+/// Byte strings: two hexadecimal digits a byte; blanks and colons between bytes and a leading 0x are read, too, and
+/// {"text": "..."} for the bytes of that text in UTF-8.
 std::string BytesToHex(std::span<const unsigned char> bytes);
 std::vector<unsigned char> BytesFromJson(const TJson& json, const TCJsonPath& path);
 
@@ -61,7 +62,8 @@ std::vector<unsigned char> BytesFromJson(const TJson& json, const TCJsonPath& pa
 TJson TextToJson(std::string_view text);
 std::string TextFromJson(const TJson& json, const TCJsonPath& path);
 
-/// 16-bit texts: as they are when they are UTF-16, and otherwise {"codeUnits": [numbers]}.
+/// 16-bit texts: as they are when they are UTF-16, and otherwise {"codeUnits": [numbers]}. Read, too: the numbers alone
+/// as a list, and {"text": a text, "times": n} for a text that repeats itself, at most 65536 times.
 TJson WideToJson(std::span<const unsigned short> units);
 std::vector<unsigned short> WideFromJson(const TJson& json, const TCJsonPath& path);
 

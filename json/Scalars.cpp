@@ -1,5 +1,7 @@
 #include "json/Scalars.h"
 
+#include "json/Object.h"
+
 #include <charconv>
 #include <limits>
 
@@ -7,6 +9,8 @@ namespace CIM::json
 {
 namespace
 {
+constexpr std::uint64_t MOST_TIMES = 65'536;
+
 template <class T>
 std::optional<T> ParseInteger(std::string_view text)
 {
@@ -182,7 +186,13 @@ std::int64_t EnumFromJson(const TSEnumeration& enumeration, const TJson& json, c
         }
         if (!ParseInteger<std::int64_t>(text))
         {
-            throw TCJsonError(path, "\"" + text + "\" is no value of " + std::string(enumeration.type));
+            std::string names;
+            for (const auto& [number, name] : enumeration.enumerators)
+            {
+                names.append(names.empty() ? "" : ", ").append(name);
+            }
+            throw TCJsonError(path, "\"" + text + "\" is no value of " + std::string(enumeration.type) +
+                                        "; there are " + names);
         }
     }
     return SignedFromJson(json, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max(),
@@ -204,9 +214,16 @@ std::string BytesToHex(std::span<const unsigned char> bytes)
 
 std::vector<unsigned char> BytesFromJson(const TJson& json, const TCJsonPath& path)
 {
+    if (json.is_object())
+    {
+        std::string characters;
+        TCJsonObject(json, path).Needed("text", characters).Done();
+        return {characters.begin(), characters.end()};
+    }
     if (!json.is_string())
     {
-        throw TCJsonError(path, std::string("bytes are needed as hexadecimal text, not ") + KindOf(json));
+        throw TCJsonError(path,
+                          std::string("bytes are needed as hexadecimal text, or {\"text\"}, not ") + KindOf(json));
     }
     std::string_view text = json.get_ref<const std::string&>();
     if (text.starts_with("0x") || text.starts_with("0X"))
@@ -333,17 +350,50 @@ std::vector<unsigned short> WideFromJson(const TJson& json, const TCJsonPath& pa
     {
         return UnitsFromUtf8(json.get_ref<const std::string&>());
     }
-    if (json.is_object() && json.size() == 1 && json.contains("codeUnits") && json["codeUnits"].is_array())
+    std::vector<unsigned short> units;
+    if (json.is_array())
     {
-        const TCJsonPath inner(path, "codeUnits");
-        std::vector<unsigned short> units;
-        for (const TJson& unit : json["codeUnits"])
+        for (std::size_t index = 0; index < json.size(); ++index)
         {
             units.push_back(
-                static_cast<unsigned short>(UnsignedFromJson(unit, 0xFFFF, TCJsonPath(inner, units.size()))));
+                static_cast<unsigned short>(UnsignedFromJson(json[index], 0xFFFF, TCJsonPath(path, index))));
         }
         return units;
     }
-    throw TCJsonError(path, std::string("a text is needed, or {\"codeUnits\": [numbers]}, not ") + KindOf(json));
+    if (!json.is_object())
+    {
+        throw TCJsonError(path, std::string("a text is needed, or {\"codeUnits\": [numbers]}, not ") + KindOf(json));
+    }
+    TCJsonObject object(json, path);
+    if (const TJson* const numbers = object.Take("codeUnits"))
+    {
+        object.Done();
+        const TCJsonPath inner(path, "codeUnits");
+        if (!numbers->is_array())
+        {
+            throw TCJsonError(inner, std::string("a list is needed, not ") + KindOf(*numbers));
+        }
+        return WideFromJson(*numbers, inner);
+    }
+    std::vector<unsigned short> once;
+    std::uint64_t times = 1;
+    if (const TJson* const text = object.Take("text"))
+    {
+        once = WideFromJson(*text, TCJsonPath(path, "text"));
+    }
+    else
+    {
+        throw TCJsonError(path, "\"text\" or \"codeUnits\" is missing");
+    }
+    if (const TJson* const count = object.Take("times"))
+    {
+        times = UnsignedFromJson(*count, MOST_TIMES, TCJsonPath(path, "times"));
+    }
+    object.Done();
+    while (times-- > 0)
+    {
+        units.insert(units.end(), once.begin(), once.end());
+    }
+    return units;
 }
 } // namespace CIM::json

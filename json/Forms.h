@@ -113,6 +113,29 @@ struct TJsonForm<std::basic_string<unsigned short>>
 };
 
 template <>
+struct TJsonForm<std::u16string>
+{
+    static TSType Type() { return {EKind::TEXT, "text", {}}; }
+    static void From(const TJson& json, std::u16string& value, const TCJsonPath& path)
+    {
+        const std::vector<unsigned short> units = WideFromJson(json, path);
+        value.assign(units.begin(), units.end());
+    }
+};
+
+/// Types that say by themselves how they are read: void ReadJson(const TJson&, T&, const TCJsonPath&), found beside
+/// the type.
+template <class T>
+    struct TJsonForm < T,
+    std::enable_if_t < requires(const TJson& json, T& value, const TCJsonPath& path)
+{
+    ReadJson(json, value, path);
+} >> {static void From(const TJson& json, T& value, const TCJsonPath& path){ReadJson(json, value, path);
+} // namespace CIM::json
+}
+;
+
+template <>
 struct TJsonForm<std::vector<unsigned char>>
 {
     static TSType Type() { return {EKind::BYTES, "bytes", {}}; }
@@ -309,4 +332,29 @@ struct TJsonForm<T, std::enable_if_t<protocol::HAS_MEMBERS<T>>>
         return TRecordText<T>::To(record);
     }
 };
+
+/// The JSON form of a value. Reentrant.
+template <class T>
+TJson ToJson(const T& value)
+{
+    return TJsonForm<T>::To(value);
+}
+
+/// Reads what ToJson gives. Reentrant.
+/// \param[in]  path   what to call the value in an error's text
+/// \param[out] value  replaced; unchanged when something is wrong
+/// \throws TCJsonError, which names the place
+template <class T>
+void FromJson(const TJson& json, T& value, const TCJsonPath& path = TCJsonPath())
+{
+    TJsonForm<T>::From(json, value, path);
+}
+
+template <class T>
+T FromJson(const TJson& json, const TCJsonPath& path = TCJsonPath())
+{
+    T value = NewValue<T>();
+    TJsonForm<T>::From(json, value, path);
+    return value;
+}
 } // namespace CIM::json
