@@ -7,7 +7,8 @@ cd "$(dirname "$0")/.."
 scripts/install-packages.sh
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 cmake --preset release -DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCIAPI_BUILD_TESTS=OFF -DCIAPI_BUILD_BENCH=OFF >/dev/null
-cmake --build --preset release
+echo "Building the library, the simulator, cictl and the examples: some minutes the first time ..."
+cmake --build --preset release -- --quiet
 bin=build/release/bin
 echo; echo "== An application, a CAM and its menu (examples/menu)"
 "$bin/ci-daemon-sim" run -- "$bin/example-menu"

@@ -1,4 +1,7 @@
 #include "simulator/scenario/Scenario.h"
+#include "simulator/model/Controls.h"
+#include "simulator/model/DefinitionJson.h"
+#include "json/OperationForm.h"
 
 #include <gmock/gmock.h>
 
@@ -6,7 +9,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <set>
+#include <span>
 #include <sstream>
 
 #include <sys/wait.h>
@@ -67,6 +72,15 @@ std::string Document(const std::string& members, const std::string& step = R"({ 
     return "{\n  \"name\": \"x\",\n  \"description\": \"y\",\n  " + members + "\n  \"timeline\": [\n    " + step +
            "\n  ]\n}\n";
 }
+
+/// What every door says of a value: the bytes or the number that it was read as, or what is wrong.
+struct TSDoor
+{
+    const char* name;
+    std::function<std::string(const CIM::json::TJson& value)> read;
+};
+
+std::string Hex(const std::vector<unsigned char>& bytes) { return CIM::json::BytesToHex(bytes); }
 } // namespace
 
 TEST(ScenarioFile, ErrorsNameLineColumnPlaceAndWhatIsWrong)
@@ -153,6 +167,110 @@ TEST(ScenarioFile, ReadsCommentsAndKeepsTheOrderOfTheTimeline)
     EXPECT_TRUE(std::get<TSWait>(scenario.timeline[0].action).isAbsolute);
     EXPECT_EQ(scenario.timeline[1].line, 9);
     EXPECT_EQ(std::get<TSEnd>(scenario.timeline[1].action).status, 4);
+}
+
+// The same value, written in the same way, is the same or is refused in the same words wherever it is written.
+TEST(JsonDialect, EveryDoorReadsAValueInOneWay)
+{
+    using CIM::json::FromJson;
+    using CIM::json::TCJsonPath;
+    using CIM::json::TJson;
+    const auto* const send = CIM::json::FindInterface("ICIGeneral")->Find("SendSasData");
+    const auto signalOf = [](const TJson& arguments)
+    {
+        std::string data;
+        TCModel model(DefaultSet(), 1);
+        model.SetSignalSink([&](const TSSignal& signal) { data = CIM::json::BytesToHex(signal.data.bytes); });
+        RunControl(model, "signal", arguments);
+        return data;
+    };
+    const TSDoor byteDoors[] = {
+        {"set",
+         [](const TJson& value) {
+             return Hex(FromJson<TSSetDefinition>({{"keys", {{"dhsk", value}}}}).keys.dhsk);
+         }},
+        {"fault",
+         [](const TJson& value)
+         {
+             return CIM::json::BytesToHex(
+                 FaultFromJson({{"kind", "storm"}, {"signal", 20}, {"data", value}}, TCJsonPath()).signal.data.bytes);
+         }},
+        {"control",
+         [&](const TJson& value) {
+             return signalOf({{"type", 20}, {"data", value}});
+         }},
+        {"cictl call",
+         [&](const TJson& value)
+         {
+             const std::string payload = send->RequestFromJson({{"sessionId", 1}, {"data", value}});
+             return send->RequestToJson(payload).json["data"].get<std::string>();
+         }},
+    };
+    const TSDoor numberDoors[] = {
+        {"set",
+         [](const TJson& value)
+         {
+             const TJson set = {{"cams", {{{"name", "c"}, {"manufacturerId", value}}}}};
+             return std::to_string(FromJson<TSSetDefinition>(set).cams.back().manufacturerId);
+         }},
+        {"fault",
+         [](const TJson& value)
+         {
+             return std::to_string(
+                 FaultFromJson({{"kind", "storm"}, {"signal", 20}, {"handle", value}}, TCJsonPath()).signal.handle);
+         }},
+        {"cictl call",
+         [&](const TJson& value)
+         {
+             const std::string payload = send->RequestFromJson({{"sessionId", value}, {"data", ""}});
+             return send->RequestToJson(payload).json["sessionId"].dump();
+         }},
+    };
+    struct TSCase
+    {
+        TJson value;
+        std::string expected;
+    };
+    const TSCase byteCases[] = {
+        {"0102030405060708", "0102030405060708"},
+        {"01 02 03 04 05:06:07:08", "0102030405060708"},
+        {"0x01:02:03:04:05:06:07:08", "0102030405060708"},
+        {{{"text", "ABCDEFGH"}}, "4142434445464748"},
+        {"010203040506070", "two hexadecimal digits are needed for byte 7"},
+        {7, "bytes are needed as hexadecimal text, or {\"text\"}, not a number"},
+        {{{"txt", "A"}}, "\"text\" is missing"},
+    };
+    const TSCase numberCases[] = {
+        {65535, "65535"},
+        {"0xFFFF", "65535"},
+        {"12", "12"},
+        {65536, "65536 is not within 0 to 65535"},
+        {"-1", "-1 is not within 0 to 65535"},
+        {"one", "\"one\" is no integer"},
+        {1.5, "an integer is needed, not a fraction"},
+        {true, "an integer is needed, not a truth value"},
+    };
+    const auto check = [](std::span<const TSDoor> doors, std::span<const TSCase> cases)
+    {
+        for (const TSCase& test : cases)
+        {
+            for (const TSDoor& door : doors)
+            {
+                std::string got;
+                try
+                {
+                    got = door.read(test.value);
+                }
+                catch (const CIM::json::TCJsonError& error)
+                {
+                    got = error.Message();
+                }
+                EXPECT_EQ(got, test.expected) << door.name << ": " << test.value;
+            }
+        }
+    };
+    check(byteDoors, byteCases);
+    check(numberDoors, numberCases);
 }
 
 TEST(ScenarioPlay, AnUnmetStepEndsTheSimulatorAndIsNamed)

@@ -114,7 +114,8 @@ TEST(SimControls, RefuseWhatTheyDoNotUnderstandAndDoNothingThen)
         EXPECT_FALSE(recorder.Do(control.name, {{"slot", "first"}})) << control.name;
     }
     EXPECT_FALSE(recorder.Do("no such control"));
-    EXPECT_EQ(recorder.Do("signal", {{"type", "SIGNAL_CI_CA_REPLY"}, {"data", "00"}}).error, "data: 8 bytes are needed, not 1");
+    EXPECT_EQ(recorder.Do("signal", {{"type", "SIGNAL_CI_CA_REPLY"}, {"data", "00"}}).error,
+              "data: 8 bytes are needed, not 1");
     EXPECT_TRUE(recorder.Take().empty());
     EXPECT_EQ(recorder.model.State(), before);
     EXPECT_TRUE(
