@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/model/Clock.h"
+#include "simulator/world/Clock.h"
 #include "Timers.h"
 
 #include <functional>

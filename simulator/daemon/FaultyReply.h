@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Fault.h"
+#include "simulator/faults/Fault.h"
 
 #include "bus/Handles.h"
 #include "protocol/Envelope.h"

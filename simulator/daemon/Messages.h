@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/model/SignalData.h"
+#include "simulator/definition/SignalData.h"
 
 #include "bus/Arguments.h"
 #include "bus/Handles.h"

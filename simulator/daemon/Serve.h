@@ -1,7 +1,7 @@
 #pragma once
 
 #include "SimulatedDaemon.h"
-#include "simulator/model/Definition.h"
+#include "simulator/definition/Definition.h"
 
 #include <functional>
 #include <memory>

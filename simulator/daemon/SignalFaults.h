@@ -2,7 +2,7 @@
 
 #include "BusPort.h"
 #include "Clients.h"
-#include "Fault.h"
+#include "simulator/faults/Fault.h"
 #include "Timers.h"
 
 namespace CIM::sim

@@ -3,10 +3,10 @@
 #include "BusPort.h"
 #include "Clients.h"
 #include "ClockDriver.h"
-#include "Fault.h"
 #include "Journal.h"
 #include "Marker.h"
 #include "SignalFaults.h"
+#include "simulator/faults/Fault.h"
 #include "Skeletons.h"
 
 #include "json/Json.h"

@@ -1,10 +1,11 @@
 #include "Verbs.h"
 
 #include "SimulatedDaemon.h"
-#include "simulator/model/Controls.h"
+#include "simulator/control/Controls.h"
 #include "simulator/model/Model.h"
-#include "simulator/model/World.h"
+#include "simulator/world/World.h"
 
+#include "json/Document.h"
 #include "json/Scalars.h"
 
 #include <algorithm>
@@ -26,14 +27,7 @@ void Require(const TSOutcome& outcome)
 TJson Parse(const TJson& arguments, const char* name)
 {
     const std::string text = arguments.at(name);
-    try
-    {
-        return TJson::parse(text.empty() ? "{}" : text, nullptr, true, true);
-    }
-    catch (const TJson::parse_error& error)
-    {
-        throw std::runtime_error(std::string(name) + ": " + error.what());
-    }
+    return json::TCJsonDocument::Parse(name, text.empty() ? "{}" : text).Root();
 }
 
 /// Does one of the model's controls with the verb's own arguments; an empty text counts as not given.

@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "ServeOptions.h"
+#include "json/Document.h"
 
 #include <memory>
 #include <stdexcept>
@@ -39,7 +40,7 @@ TSFault ReadFault(const std::string& text)
 {
     try
     {
-        TSFault fault = FaultFromJson(json::TJson::parse(text), json::TCJsonPath("fault"));
+        TSFault fault = FaultFromJson(json::TCJsonDocument::Parse("fault", text).Root(), json::TCJsonPath("fault"));
         if (fault.operation.empty())
         {
             throw std::runtime_error("fault.operation: on the command line a fault needs one, such as *");

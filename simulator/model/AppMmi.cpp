@@ -1,6 +1,6 @@
 #include "AppMmi.h"
 
-#include "FileAnswer.h"
+#include "simulator/definition/FileAnswer.h"
 
 #include "json/Json.h"
 

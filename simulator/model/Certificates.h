@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Definition.h"
+#include "simulator/definition/Definition.h"
 
 #include "json/JsonFwd.h"
 

@@ -1,6 +1,6 @@
 #include "General.h"
 
-#include "Text.h"
+#include "simulator/definition/Text.h"
 
 namespace CIM::sim
 {

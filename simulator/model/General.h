@@ -2,11 +2,11 @@
 
 #include "Ca.h"
 #include "Certificates.h"
-#include "Crypto.h"
 #include "Host.h"
 #include "Mmi.h"
 #include "Pin.h"
 #include "Sas.h"
+#include "simulator/definition/Crypto.h"
 #include "Upgrade.h"
 
 #include <ciapi/ICIGeneral.h>

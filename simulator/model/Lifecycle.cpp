@@ -1,7 +1,7 @@
 #include "Lifecycle.h"
 
 #include "Parts.h"
-#include "Text.h"
+#include "simulator/definition/Text.h"
 
 #include "json/Json.h"
 

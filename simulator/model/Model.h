@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Clock.h"
-#include "Definition.h"
-#include "Outcome.h"
+#include "simulator/definition/Definition.h"
+#include "simulator/world/Clock.h"
+#include "simulator/world/Outcome.h"
 
 #include "protocol/InterfaceList.h"
 

@@ -3,7 +3,6 @@
 #include "AppMmi.h"
 #include "Ca.h"
 #include "Certificates.h"
-#include "Crypto.h"
 #include "Debug.h"
 #include "Decryption.h"
 #include "FileSystems.h"
@@ -16,6 +15,7 @@
 #include "Profiles.h"
 #include "Pvr.h"
 #include "Sas.h"
+#include "simulator/definition/Crypto.h"
 #include "Subscriber.h"
 #include "Upgrade.h"
 

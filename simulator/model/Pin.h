@@ -1,6 +1,6 @@
 #pragma once
 
-#include "World.h"
+#include "simulator/world/World.h"
 
 #include "json/JsonFwd.h"
 

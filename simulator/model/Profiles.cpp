@@ -1,6 +1,6 @@
 #include "Profiles.h"
 
-#include "Text.h"
+#include "simulator/definition/Text.h"
 
 #include "json/Json.h"
 

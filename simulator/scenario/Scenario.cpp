@@ -1,7 +1,7 @@
 #include "Scenario.h"
 
-#include "simulator/model/Controls.h"
-#include "simulator/model/DefinitionJson.h"
+#include "simulator/control/Controls.h"
+#include "simulator/definition/DefinitionJson.h"
 #include "simulator/model/Model.h"
 
 #include <ciapi/CIPlatformEnumNames.h>

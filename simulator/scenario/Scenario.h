@@ -1,8 +1,8 @@
 #pragma once
 
 #include "CallPattern.h"
-#include "simulator/daemon/Fault.h"
-#include "simulator/model/Definition.h"
+#include "simulator/definition/Definition.h"
+#include "simulator/faults/Fault.h"
 #include "json/Document.h"
 
 #include <variant>

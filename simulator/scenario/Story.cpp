@@ -1,6 +1,6 @@
 #include "Story.h"
 
-#include "simulator/model/Controls.h"
+#include "simulator/control/Controls.h"
 #include "simulator/model/Model.h"
 
 #include "json/Scalars.h"

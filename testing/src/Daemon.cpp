@@ -7,8 +7,8 @@
 #include "ProcessBus.h"
 #include "Scenarios.h"
 
+#include "simulator/control/Controls.h"
 #include "simulator/daemon/SimulatedDaemon.h"
-#include "simulator/model/Controls.h"
 #include "simulator/model/Parts.h"
 #include "simulator/scenario/Story.h"
 

@@ -1,6 +1,6 @@
 #include "Scenarios.h"
 
-#include "simulator/model/DefinitionJson.h"
+#include "simulator/definition/DefinitionJson.h"
 
 #include <dlfcn.h>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include "simulator/scenario/Scenario.h"
-#include "simulator/model/Controls.h"
-#include "simulator/model/DefinitionJson.h"
+#include "simulator/control/Controls.h"
+#include "simulator/definition/DefinitionJson.h"
 #include "json/OperationForm.h"
 
 #include <gmock/gmock.h>

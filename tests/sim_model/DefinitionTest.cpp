@@ -1,6 +1,6 @@
 #include "Recorder.h"
 
-#include "simulator/model/DefinitionJson.h"
+#include "simulator/definition/DefinitionJson.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "Recorder.h"
 
-#include "simulator/model/Random.h"
 #include "simulator/model/Subscriber.h"
+#include "simulator/world/Random.h"
 
 #include <gtest/gtest.h>
 

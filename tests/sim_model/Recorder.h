@@ -1,8 +1,8 @@
 #pragma once
 
-#include "simulator/model/Controls.h"
+#include "simulator/control/Controls.h"
+#include "simulator/definition/Text.h"
 #include "simulator/model/Model.h"
-#include "simulator/model/Text.h"
 
 #include <ciapi/CIService.h>
 

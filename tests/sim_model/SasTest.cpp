@@ -1,6 +1,6 @@
 #include "Recorder.h"
 
-#include "simulator/model/Crypto.h"
+#include "simulator/definition/Crypto.h"
 
 #include <gtest/gtest.h>
 

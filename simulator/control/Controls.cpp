@@ -1,7 +1,7 @@
 #include "Controls.h"
 
-#include "DefinitionJson.h"
-#include "Parts.h"
+#include "simulator/definition/DefinitionJson.h"
+#include "simulator/model/Parts.h"
 
 #include <ciapi/CIPlatformEnumNames.h>
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Clock.h"
-#include "Definition.h"
 #include "Outcome.h"
 #include "Random.h"
-#include "SignalData.h"
+#include "simulator/definition/Definition.h"
+#include "simulator/definition/SignalData.h"
 
 #include <functional>
 #include <set>

@@ -1,5 +1,6 @@
 #include "Fault.h"
 
+#include "json/OperationForm.h"
 #include "json/Scalars.h"
 
 #include <algorithm>
@@ -208,12 +209,36 @@ const TSKind& KindOf(const TSFault& fault)
                          [&](const TSKind& kind) { return kind.kind == fault.kind; });
 }
 
+/// Whether any operation that is sent is meant.
+bool CanBeMet(const TSFault& fault)
+{
+    const auto interfaces = json::Interfaces();
+    return std::any_of(interfaces.begin(), interfaces.end(),
+                       [&](const json::TCInterfaceForm& interface)
+                       {
+                           const auto operations = interface.Operations();
+                           return std::any_of(operations.begin(), operations.end(),
+                                              [&](const json::TCOperationForm& operation) {
+                                                  return !operation.IsLocal() &&
+                                                         fault.IsAbout(interface.Name(), operation.Key());
+                                              });
+                       });
+}
+
 void Complete(TSFault& fault, const TSKind& kind, const TCJsonPath& path)
 {
     if (fault.IsReplyFault() && fault.operation.empty())
     {
         throw json::TCJsonError(TCJsonPath(path, "operation"),
                                 "a fault of a reply needs an operation, such as ICIGeneral.EnterMenu or *");
+    }
+    if (!fault.operation.empty() && !CanBeMet(fault))
+    {
+        throw json::TCJsonError(
+            TCJsonPath(path, "operation"),
+            '"' + fault.operation +
+                "\" is no operation that is sent; ICIGeneral.EnterMenu, EnterMenu, ICIGeneral.* and "
+                "* are ways to name them");
     }
     const TCJsonPath shapePath(path, "shape");
     if (fault.shape.empty() && !kind.shapes.empty())

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Model.h"
+#include "simulator/model/Model.h"
 #include "json/Json.h"
 
 #include <string>

@@ -4,6 +4,20 @@
 
 namespace CIM::sim
 {
+bool TSFault::IsAbout(std::string_view interface, std::string_view key) const
+{
+    std::string_view wanted = operation;
+    if (const std::size_t dot = wanted.find('.'); dot != std::string_view::npos)
+    {
+        if (wanted.substr(0, dot) != interface)
+        {
+            return false;
+        }
+        wanted.remove_prefix(dot + 1);
+    }
+    return wanted == "*" || wanted == key || wanted == key.substr(0, key.find('#'));
+}
+
 unsigned TCFaults::Add(TSFault fault)
 {
     m_faults.push_back({std::move(fault), ++m_lastNumber});
@@ -22,9 +36,7 @@ std::optional<TSFault> TCFaults::Meet(const std::string& interface, const std::s
     for (TSActive& active : m_faults)
     {
         const TSFault& fault = active.fault;
-        const bool isMeant = fault.operation == "*" || fault.operation == operation ||
-                             fault.operation == interface + ".*" || fault.operation == interface + '.' + operation;
-        if (!isMeant || (fault.slot && fault.slot != slot))
+        if (!fault.IsAbout(interface, operation) || (fault.slot && fault.slot != slot))
         {
             continue;
         }

@@ -1,13 +1,14 @@
 #pragma once
 
-#include "simulator/model/Random.h"
-#include "simulator/model/SignalData.h"
+#include "simulator/definition/SignalData.h"
+#include "simulator/world/Random.h"
 #include "json/Json.h"
 
 #include <deque>
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace CIM::sim
 {
@@ -62,6 +63,10 @@ struct TSFault
     bool isToSubscribers = false; ///< sent to each subscriber instead of to whoever has a match rule
 
     bool IsReplyFault() const { return kind < FAULT_CRASH; }
+    /// Whether it is about calls of an operation.
+    /// \param[in] interface  the interface's own name, "ICIGeneral"
+    /// \param[in] operation  its key: a '#' and a word behind the name tell operations of one name apart
+    bool IsAbout(std::string_view interface, std::string_view operation) const;
 };
 
 /// Reads a fault: {"kind": "error", "operation": "EnterMenu", "name": ..., ...}. A member that the kind does not take
@@ -84,7 +89,7 @@ public:
     void Clear() { m_faults.clear(); }
 
     /// The fault that meets a call: of those that match, all count it, and the first whose turn it is happens.
-    /// \param[in] interface  the interface's own name, "ICIGeneral"
+    /// \param[in] interface, operation  as in TSFault::IsAbout
     std::optional<TSFault> Meet(const std::string& interface, const std::string& operation,
                                 std::optional<unsigned> slot);
     json::TJson List() const;
