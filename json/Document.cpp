@@ -1,7 +1,10 @@
 #include "json/Document.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string_view>
@@ -229,11 +232,17 @@ TCJsonDocument TCJsonDocument::Parse(std::string name, std::string text)
 
 TCJsonDocument TCJsonDocument::Load(const std::string& path)
 {
+    std::error_code problem;
+    if (std::filesystem::is_directory(path, problem)) // which a stream opens all the same
+    {
+        throw TCFileError(path + ": cannot be read: " + std::strerror(EISDIR));
+    }
+    errno = 0;
     std::ifstream stream(path, std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     if (!stream)
     {
-        throw TCFileError(path + ": cannot be read");
+        throw TCFileError(path + ": cannot be read" + (errno != 0 ? std::string(": ") + std::strerror(errno) : ""));
     }
     return Parse(path, std::move(text));
 }

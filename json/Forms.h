@@ -123,17 +123,19 @@ struct TJsonForm<std::u16string>
     }
 };
 
+template <class T>
+concept CReadsItself = requires(const TJson& json, T& value, const TCJsonPath& path)
+{
+    ReadJson(json, value, path);
+};
+
 /// Types that say by themselves how they are read: void ReadJson(const TJson&, T&, const TCJsonPath&), found beside
 /// the type.
 template <class T>
-    struct TJsonForm < T,
-    std::enable_if_t < requires(const TJson& json, T& value, const TCJsonPath& path)
+struct TJsonForm<T, std::enable_if_t<CReadsItself<T>>>
 {
-    ReadJson(json, value, path);
-} >> {static void From(const TJson& json, T& value, const TCJsonPath& path){ReadJson(json, value, path);
-} // namespace CIM::json
-}
-;
+    static void From(const TJson& json, T& value, const TCJsonPath& path) { ReadJson(json, value, path); }
+};
 
 template <>
 struct TJsonForm<std::vector<unsigned char>>

@@ -11,18 +11,42 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <string_view>
 #include <unistd.h>
 
 namespace CIM::privatebus
 {
 TCBusFolder TCBusFolder::Make(const std::string& prefix)
 {
-    std::string path = (std::filesystem::temp_directory_path() / (prefix + "-XXXXXX")).string();
+    std::error_code problem;
+    const std::filesystem::path temporary = std::filesystem::temp_directory_path(problem);
+    if (problem)
+    {
+        const char* const variable = std::getenv("TMPDIR");
+        throw std::runtime_error("no temporary folder: TMPDIR is \"" + std::string(variable ? variable : "") +
+                                 "\": " + problem.message());
+    }
+    std::string path = (temporary / (prefix + "-XXXXXX")).string();
     if (mkdtemp(path.data()) == nullptr)
     {
         throw std::runtime_error("no temporary folder " + path + ": " + std::strerror(errno));
     }
     return TCBusFolder(std::move(path));
+}
+
+std::string TCBusFolder::Address() const
+{
+    // What an address may hold as it is; other bytes are written as two hexadecimal digits.
+    constexpr std::string_view PLAIN = "-_/.*abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+    constexpr const char* DIGITS = "0123456789abcdef";
+    std::string address = "unix:path=";
+    for (const char c : Socket())
+    {
+        const auto byte = static_cast<unsigned char>(c);
+        address += PLAIN.find(c) != std::string_view::npos ? std::string(1, c)
+                                                           : std::string{'%', DIGITS[byte >> 4], DIGITS[byte & 15]};
+    }
+    return address;
 }
 
 void TCBusFolder::PutIntoEnvironment() const

@@ -23,7 +23,7 @@ public:
     std::string File(const std::string& name) const { return m_path + '/' + name; }
     std::string Socket() const { return File("socket"); }
     /// Of the bus, for whoever connects to it.
-    std::string Address() const { return "unix:path=" + Socket(); }
+    std::string Address() const;
     std::string FeatureKeyFile() const { return File("system-info.conf"); }
     std::string MarkerFile() const { return File("ready"); }
 

@@ -27,7 +27,7 @@ inline const std::string CI_FMS_NUM_OF_CI =
     "com.kelvora/featureconf/product.num_of_ci"; ///< int: the number of CI slots
 /// bool: whether the daemon's start is worth waiting for
 inline const std::string CI_FMS_TVS_SUPPORTED = "com.kelvora/featureconf/broadcasting.tvs_supported";
-/// int: the model, which decides whether calls may be sent before the daemon says that it is ready
+/// int: the model; on model 5 no call is sent before the daemon says that it is ready (CALL_OUTCOME_NOT_READY)
 inline const std::string CI_FMS_TV_MODEL_TYPE = "com.kelvora/featureconf/tv_model_type";
 
 // Feature keys that the library does not read: here so that its users read the same ones.

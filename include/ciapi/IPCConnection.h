@@ -79,10 +79,11 @@ extern "C"
     /// Calls a method of the daemon and blocks until its answer, up to 25 seconds.
     /// \param[in]  interfaceName  interface and bus name to call
     /// \param[in]  methodId       the method's identifier
-    /// \param[in]  input          payload; only lent
+    /// \param[in]  input          payload; only lent. Not null, even without a byte in it
     /// \param[in]  inputLength    its length in bytes, at most 16 MiB; a negative one counts as 0
     /// \param[out] output         the answer's payload, to be given to CallDisposeOutputBuffer also when the call
-    ///                            failed (then it is empty); untouched when a pointer is null or there is no connection
+    ///                            failed (then it is empty). Null when nothing was called: a pointer is null, or there
+    ///                            is no connection object
     /// \param[out] outputLength   its length in bytes
     /// \return true when the daemon handled the call
     CIAPI_EXPORT bool IPCConnection__Call(const char* interfaceName, short methodId, const char* input, int inputLength,

@@ -32,14 +32,22 @@ std::string ParameterNames(const json::TCOperationForm& form)
     return names.empty() ? "none" : names;
 }
 
-/// Checks the value of an enumeration: the commonest slip, and one that would only show as a call that never comes.
-void CheckValue(const json::TSParameter& parameter, const json::TJson& value, const json::TCJsonPath& path)
+/// What an argument looks like in a call that is made: a value may be written in several ways. What names some members
+/// of a record only stays as it is.
+/// \throws json::TCJsonError when no call can have it: it would only show as a call that never comes
+json::TJson AsMade(const json::TSParameter& parameter, const json::TJson& value, const json::TCJsonPath& path)
 {
-    const json::TSType& type = *parameter.type;
-    if (type.kind == json::EKind::ENUM && value.is_string())
+    if (!protocol::IsInput(parameter.word) || parameter.nodeCount == 0)
     {
-        json::EnumFromJson(*type.enumerations.front(), value, path);
+        throw json::TCJsonError(path, "the application does not send this parameter");
     }
+    if (value.is_object() && parameter.type->kind == json::EKind::STRUCTURED)
+    {
+        return value;
+    }
+    const auto made = parameter.newValue();
+    made->FromJson(value, path);
+    return made->ToJson();
 }
 } // namespace
 
@@ -95,7 +103,11 @@ TCCallPattern::TCCallPattern(const std::string& operation, const json::TJson& ar
     {
         throw json::TCJsonError(operationPath, interface->Name() + " has no operation \"" + key + "\"");
     }
-    for (const auto& item : m_arguments.items())
+    if (m_forms.front()->IsLocal())
+    {
+        throw json::TCJsonError(operationPath, operation + " is answered by the library itself, never sent");
+    }
+    for (auto& item : m_arguments.items())
     {
         const json::TCJsonPath argumentsPath(path, "arguments");
         const json::TCJsonPath place(argumentsPath, item.key());
@@ -109,7 +121,7 @@ TCCallPattern::TCCallPattern(const std::string& operation, const json::TJson& ar
             throw json::TCJsonError(place, operation + " has no such parameter; there are " +
                                                ParameterNames(*m_forms.front()));
         }
-        CheckValue(*parameter, item.value(), place);
+        item.value() = AsMade(*parameter, item.value(), place);
     }
 }
 

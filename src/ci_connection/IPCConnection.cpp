@@ -82,6 +82,14 @@ void IPCConnection__Destroy()
 bool IPCConnection__Call(const char* interfaceName, short methodId, const char* input, int inputLength, char** output,
                          int* outputLength)
 {
+    if (output != nullptr)
+    {
+        *output = nullptr;
+    }
+    if (outputLength != nullptr)
+    {
+        *outputLength = 0;
+    }
     if (g_instance == nullptr || interfaceName == nullptr || input == nullptr || output == nullptr ||
         outputLength == nullptr)
     {

@@ -20,6 +20,7 @@ namespace
 {
 // The sets of this model type create the daemon late; a call before that would wait for nobody.
 constexpr int MODEL_TYPE_WITH_LATE_DAEMON = 5;
+constexpr unsigned RESULT_POSITION = 0; ///< every operation pushes its result first
 
 // Served before the daemon is ready, on every interface.
 constexpr bool IsAlwaysSent(short methodId) { return methodId == 7 || methodId == 8; }
@@ -98,6 +99,7 @@ bool TCCIMarshallingHelperProxy::Run(std::string& interfaceName, const std::stri
     }
     if (output.GetUnreadSize() == 0)
     {
+        KeepOutcome(CALL_OUTCOME_NOT_READABLE);
         return true; // handled, and nothing written: every argument keeps its value
     }
     // The daemon has answered, whatever it wrote: what cannot be read keeps its value, the result its seed.
@@ -113,6 +115,10 @@ bool TCCIMarshallingHelperProxy::Run(std::string& interfaceName, const std::stri
         KeepOutcome(CALL_OUTCOME_NOT_READABLE);
         CIM_LOG_ERROR("[%s:%d] The answer holds an argument of another kind; it keeps its value", interfaceName.c_str(),
                       methodId);
+    }
+    else if (!reply.FindNode(RESULT_POSITION))
+    {
+        KeepOutcome(CALL_OUTCOME_NOT_READABLE);
     }
     return true;
 }

@@ -50,7 +50,7 @@ const char* Words(ECallOutcome outcome)
     case CALL_OUTCOME_NOT_SENT:
         return "not sent";
     case CALL_OUTCOME_NO_REPLY:
-        return "no reply in time";
+        return "no reply";
     case CALL_OUTCOME_ERROR_REPLY:
         return "an error";
     case CALL_OUTCOME_REFUSED:

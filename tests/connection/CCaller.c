@@ -63,7 +63,7 @@ static int Use(void)
     int length = -1;
 
     CHECK(!IPCConnection__Call(NAME, 1, question, 3, &answer, &length)); // there is no connection yet
-    CHECK(answer == NULL && length == -1);
+    CHECK(answer == NULL && length == 0);
 
     CHECK(IPCConnection__Create("com.kelvora.ciapi.SignalIFace", "/com/kelvora/ciapi/SignalObject", true));
     CHECK(IPCConnection__WaitForCreateInterface(NAME));

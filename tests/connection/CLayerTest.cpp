@@ -90,7 +90,12 @@ TEST_F(CLayerTest, MissingThingsAreRefused)
         {
             EXPECT_TRUE(Create());
             EXPECT_FALSE(IPCConnection__Call(nullptr, 1, "", 0, &output, &length));
+            char notAllocated = 0;
+            output = &notAllocated;
+            length = 1;
             EXPECT_FALSE(IPCConnection__Call(m_interface, 1, nullptr, 0, &output, &length));
+            EXPECT_EQ(output, nullptr); // so that disposing of it is never wrong
+            EXPECT_EQ(length, 0);
             EXPECT_FALSE(IPCConnection__Call(m_interface, 1, "", 0, nullptr, &length));
             EXPECT_FALSE(IPCConnection__Call(m_interface, 1, "", 0, &output, nullptr));
             EXPECT_FALSE(IPCConnection__CallAsync(nullptr, 1, "", 0));

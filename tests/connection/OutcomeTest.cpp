@@ -28,6 +28,7 @@ constexpr const char* NO_REPLY = "org.freedesktop.DBus.Error.NoReply";
 
 // A list that holds the result, 7, and one whose result has two bytes.
 const std::string SEVEN = "\1\0\0\0\2\0\0\0\x0c\0\0\0\1\0\0\0\4\0\0\0\7\0\0\0"s;
+const std::string NO_ARGUMENTS = "\1\0\0\0\2\0\0\0\0\0\0\0"s;
 const std::string SHORT_SEVEN = "\1\0\0\0\2\0\0\0\x0a\0\0\0\1\0\0\0\2\0\0\0\7\0"s;
 
 class TCHelper : public TIIPCHelper
@@ -111,8 +112,10 @@ TEST_F(OutcomeTest, FollowsFromTheReply)
     } rows[] = {
         {"a result", [](const TMessage& r) { return TCScriptedDaemon::Reply(r, 1, SEVEN); }, 7, ANSWERED, "", "",
          "answered"},
-        {"no payload", [](const TMessage& r) { return TCScriptedDaemon::Reply(r, 1, ""); }, -1, ANSWERED, "", "",
-         "answered"},
+        {"no payload", [](const TMessage& r) { return TCScriptedDaemon::Reply(r, 1, ""); }, -1, NOT_READABLE, "", "",
+         unreadable},
+        {"no result", [](const TMessage& r) { return TCScriptedDaemon::Reply(r, 1, NO_ARGUMENTS); }, -1, NOT_READABLE,
+         "", "", unreadable},
         {"an error", [](const TMessage& r) { return Error(r, "no card"); }, 0, ERROR_REPLY, oops, "no card",
          oops + ": no card"},
         {"a long text", [&](const TMessage& r) { return Error(r, letters); }, 0, ERROR_REPLY, oops,
@@ -182,7 +185,7 @@ TEST_F(OutcomeTest, FollowsFromWhatCameBeforeTheReply)
     EXPECT_EQ(m_general.EnterMenu(1, /*oneWay=*/false), 0);
     const std::string noReply = LastCallOutcome().errorText; // the bus's own words
     EXPECT_NE(noReply, "");
-    ExpectOutcome(CALL_OUTCOME_NO_REPLY, NO_REPLY, noReply, "no reply in time ("s + NO_REPLY + "): " + noReply);
+    ExpectOutcome(CALL_OUTCOME_NO_REPLY, NO_REPLY, noReply, "no reply ("s + NO_REPLY + "): " + noReply);
     EXPECT_EQ(m_general.EnterMenu(1, /*oneWay=*/false), 0);
     EXPECT_EQ(LastCallOutcome().outcome, CALL_OUTCOME_ERROR_REPLY);
     EXPECT_EQ(LastCallOutcome().errorName, "org.freedesktop.DBus.Error.ServiceUnknown");

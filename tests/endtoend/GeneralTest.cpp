@@ -87,7 +87,7 @@ TEST_F(GeneralEndToEnd, SlotsAndStatus)
     EXPECT_EQ(status.slots[1], TCSlotInfo());
     EXPECT_EQ(m_ci->DisableDescrambling({m_pipeline, {PROFILE_SUB, 2}}), 1);
     EXPECT_EQ(m_ci->EnableDescrambling({{PROFILE_SUB, 2}}), 1);
-    EXPECT_THAT(m_simulator.State(), HasSubstr(R"("descramblingDisabled":[{"handle":1,"profile":0}])"));
+    EXPECT_THAT(m_simulator.State(), HasSubstr(R"("descramblingDisabled":[{"profile":0,"handle":1}])"));
 
     EXPECT_EQ(m_ci->CiSlotTest(0), 1);
     EXPECT_EQ(m_ci->CiSlotTest(7), 0);

@@ -320,7 +320,7 @@ TEST_F(InterfacesEndToEnd, PvrCip)
     const std::string twice = "/pvr/play-twice.ts";
     constexpr std::uint64_t MINUTE = 60'000;
     EXPECT_EQ(ci->SetRecordingEsPids(m_pipeline, {0x100, 0x1FFF}, true), 1);
-    EXPECT_THAT(m_simulator.State(), HasSubstr(R"("handle":1,"pids":[256,8191],"profile":0)"));
+    EXPECT_THAT(m_simulator.State(), HasSubstr(R"("profile":0,"handle":1,"pids":[256,8191])"));
     EXPECT_EQ(ci->SetRecordingEsPids(m_pipeline, {}, false), 1);
     EXPECT_THAT(m_simulator.State(), HasSubstr(R"("recordingPids":[])"));
     bool flag = true;

@@ -128,11 +128,19 @@ TEST(ScenarioFile, ErrorsNameLineColumnPlaceAndWhatIsWrong)
         {step("{ \"wait-for-call\": { \"operation\": \"ICIGeneral.SendCaPmt\", \"arguments\": { \"command\": \"GO\" } "
               "} }"),
          {"timeline[0].wait-for-call.arguments.command: ", "GO"}},
+        {step("{ \"wait-for-call\": { \"operation\": \"ICIGeneral.EnterMenu\", \"arguments\": { \"slot\": 300 } } }"),
+         {"timeline[0].wait-for-call.arguments.slot: 300 is not within 0 to 255"}},
+        {step("{ \"wait-for-call\": { \"operation\": \"ICIGeneral.GetMmiText\", \"arguments\": { \"text\": \"\" } } }"),
+         {"timeline[0].wait-for-call.arguments.text: the application does not send this parameter"}},
+        {step("{ \"wait-for-call\": { \"operation\": \"ICIGeneral.IsCiSupported\" } }"),
+         {"timeline[0].wait-for-call.operation: ", "never sent"}},
         {step("{ \"expect-no-call\": { \"operation\": \"ICIGeneral.EnterMenu\" } }"),
          {"f:6:25: timeline[0].expect-no-call: \"during\" is missing"}},
         {step("{ \"expect-no-call\": { \"arguments\": {}, \"during\": 1 } }"),
          {"timeline[0].expect-no-call.arguments: an \"operation\" that has them is missing"}},
         {step("{ \"fault\": {\n\"kind\": \"sleepy\" } }"), {"f:7:9: timeline[0].fault.kind: ", "late"}},
+        {step("{ \"fault\": { \"kind\": \"never\", \"operation\": \"ICIGeneral.Entermenu\" } }"),
+         {"timeline[0].fault.operation: \"ICIGeneral.Entermenu\" is no operation that is sent"}},
         {step("{ \"fault\": { \"kind\": \"late\",\n\"ms\": 5 } }"), {"timeline[0].fault.operation: "}},
         // More than one at once, in the order of their lines.
         {step("{ \"wait\": -1 },\n{ \"at\": -1 }"), {"f:6:15: timeline[0].wait: ", "f:7:9: timeline[1].at: "}},
@@ -184,7 +192,24 @@ TEST(JsonDialect, EveryDoorReadsAValueInOneWay)
         RunControl(model, "signal", arguments);
         return data;
     };
+    // Which of the arguments that a call may have a pattern means.
+    const auto meantBy = [](const char* name, const TJson& value, const std::vector<TJson>& candidates)
+    {
+        const TCCallPattern pattern("ICIGeneral.SendSasData", {{name, value}}, TCJsonPath());
+        for (const TJson& candidate : candidates)
+        {
+            if (pattern.Matches({"ICIGeneral.SendSasData", {{name, candidate}}}))
+            {
+                return candidate.is_string() ? candidate.get<std::string>() : candidate.dump();
+            }
+        }
+        return std::string("none");
+    };
     const TSDoor byteDoors[] = {
+        {"call pattern",
+         [&](const TJson& value) {
+             return meantBy("data", value, {"0102030405060708", "4142434445464748"});
+         }},
         {"set",
          [](const TJson& value) {
              return Hex(FromJson<TSSetDefinition>({{"keys", {{"dhsk", value}}}}).keys.dhsk);
@@ -207,6 +232,10 @@ TEST(JsonDialect, EveryDoorReadsAValueInOneWay)
          }},
     };
     const TSDoor numberDoors[] = {
+        {"call pattern",
+         [&](const TJson& value) {
+             return meantBy("sessionId", value, {65535, 12});
+         }},
         {"set",
          [](const TJson& value)
          {

@@ -39,6 +39,14 @@ TEST(SimulatorRun, ExitStatusIsTheCommands)
         EXPECT_EQ(WaitForEnd(StartSimulator(arguments)), status) << command.back();
     }
     EXPECT_EQ(WaitForEnd(StartSimulator({"run"})), 2) << "no command";
+
+    // A folder's name may hold what an address of D-Bus escapes.
+    TCTempFolder folder;
+    const std::string temporary = folder.File("with space & more");
+    ASSERT_TRUE(std::filesystem::create_directory(temporary));
+    const TCEnvironmentVariable variable("TMPDIR", temporary);
+    EXPECT_EQ(WaitForEnd(StartSimulator({"run", "--", SIMULATOR_PATH, "ctl", "ListCams"})), 0);
+    EXPECT_TRUE(std::filesystem::remove(temporary)) << "not empty";
 }
 
 TEST(SimulatorRun, NothingRemains)

@@ -167,7 +167,8 @@ TEST(Cictl, TellsARefusalFromACallThatDoesNotGetThrough)
          "count: 3", ""},
         {"no", [](const auto& r) { return TCPlayedDaemon::Answer(r, R"({"result": 0, "outputs": {"count": 3}})"); }, 1,
          "result:    0", ""},
-        {"nothing written", [](const auto& r) { return TCScriptedDaemon::Reply(r, 1, ""); }, 1, "result:    -1", ""},
+        {"nothing written", [](const auto& r) { return TCScriptedDaemon::Reply(r, 1, ""); }, 3, "",
+         "the reply is not readable"},
         {"an error", [](const auto& r) { return TCScriptedDaemon::Error(r, "org.x.Bad", "went wrong"); }, 3, "",
          "ICIDebug.GetSlotsCount did not get through: org.x.Bad: went wrong\n"},
         {"gone meanwhile", [](const auto& r) { return TCScriptedDaemon::Error(r, DBUS_ERROR_NO_REPLY, "?"); }, 3, "",
@@ -238,7 +239,7 @@ TEST(Cictl, WatchesSignalsAndUnsubscribesWhenInterrupted)
     };
 
     TCStartedCommand counting(
-        {CICTL, "watch", "31", "31", "--handle", "3", "--json", "--count", "2", "--timeout", "30"});
+        {CICTL, "watch", "--count", "2", "--json", "--handle", "3", "31", "31", "--timeout", "30"});
     ASSERT_TRUE(waitFor(1));
     for (unsigned char value = 1; value < 4; ++value)
     {

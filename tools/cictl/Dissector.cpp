@@ -97,9 +97,10 @@ TJson TCDissector::m_DescribeCall(DBusMessage* message)
     SCallEnvelope envelope;
     const auto read = ReadArguments(message, envelope);
     const short id = protocol::MethodIdOf(envelope.header);
-    const json::TCOperationForm* const operation = interface->Find(id);
-    TSCall call{operation, operation ? operation->FullName() : interface->Name() + "." + std::to_string(id),
-                std::chrono::steady_clock::now()};
+    const bool hasId = !read.isEmpty && !read.IsWrong<&SCallEnvelope::header>();
+    const json::TCOperationForm* const operation = hasId ? interface->Find(id) : nullptr;
+    const std::string nameOfOther = interface->Name() + "." + (hasId ? std::to_string(id) : "?");
+    TSCall call{operation, operation ? operation->FullName() : nameOfOther, std::chrono::steady_clock::now()};
     TJson record = {{"time", Now()}, {"kind", "call"}, {"from", envelope.processId}, {"operation", call.name}};
     if ((protocol::FlagsOf(envelope.header) & protocol::CALL_FLAG_ONE_WAY) != 0)
     {

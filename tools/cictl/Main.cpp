@@ -29,11 +29,12 @@ void AddArgument(CLI::App& app, const TSArgument& argument, TCArguments& argumen
         app.add_flag("--" + name, arguments.flags[name], argument.help);
         break;
     case EArgument::OPTION:
-        app.add_option("--" + name, arguments.values[name], argument.help)->expected(1);
+        app.add_option("--" + name, arguments.values[name], argument.help)->expected(1)->allow_extra_args(false);
         break;
     case EArgument::OPTIONS:
         app.add_option("--" + name, arguments.values[name], argument.help)
             ->expected(1)
+            ->allow_extra_args(false)
             ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
         break;
     }
