@@ -23,9 +23,6 @@ public:
     TCJsonPath(const TCJsonPath& outer, std::string_view member) : m_outer(&outer), m_name(member) {}
     TCJsonPath(const TCJsonPath& outer, std::size_t index) : m_outer(&outer), m_index(index), m_isIndex(true) {}
 
-    /// How many steps lead to the place.
-    std::size_t Depth() const { return m_outer != nullptr ? m_outer->Depth() + 1 : 0; }
-
 private:
     friend class TCJsonPlace;
 

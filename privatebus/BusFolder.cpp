@@ -6,12 +6,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dbus/dbus.h>
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <stdexcept>
-#include <string_view>
 #include <unistd.h>
 
 namespace CIM::privatebus
@@ -36,16 +37,13 @@ TCBusFolder TCBusFolder::Make(const std::string& prefix)
 
 std::string TCBusFolder::Address() const
 {
-    // What an address may hold as it is; other bytes are written as two hexadecimal digits.
-    constexpr std::string_view PLAIN = "-_/.*abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
-    constexpr const char* DIGITS = "0123456789abcdef";
-    std::string address = "unix:path=";
-    for (const char c : Socket())
+    char* const escaped = dbus_address_escape_value(Socket().c_str());
+    if (escaped == nullptr)
     {
-        const auto byte = static_cast<unsigned char>(c);
-        address += PLAIN.find(c) != std::string_view::npos ? std::string(1, c)
-                                                           : std::string{'%', DIGITS[byte >> 4], DIGITS[byte & 15]};
+        throw std::bad_alloc();
     }
+    std::string address = std::string("unix:path=") + escaped;
+    dbus_free(escaped);
     return address;
 }
 

@@ -86,8 +86,6 @@ void BeginChild(pid_t parent)
 
 void Say(int fd, const char* line) { [[maybe_unused]] const auto written = write(fd, line, std::strlen(line)); }
 
-int StatusOf(int waitStatus) { return WIFSIGNALED(waitStatus) ? 128 + WTERMSIG(waitStatus) : WEXITSTATUS(waitStatus); }
-
 void Kill(pid_t child)
 {
     if (child > 0)
@@ -116,7 +114,7 @@ int End(pid_t child)
             break;
         }
     }
-    return StatusOf(status);
+    return ExitStatusOf(status);
 }
 
 pid_t StartBus(const TSPlan& plan)
@@ -263,6 +261,11 @@ void CloseBoth(const int (&pipe)[2])
     }
 }
 } // namespace
+
+int ExitStatusOf(int waitStatus)
+{
+    return WIFSIGNALED(waitStatus) ? 128 + WTERMSIG(waitStatus) : WEXITSTATUS(waitStatus);
+}
 
 void TCKeeper::Start(const TCBusFolder& folder, const TSKeeperOptions& options)
 {

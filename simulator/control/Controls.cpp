@@ -249,8 +249,12 @@ TSOutcome SetFlag(TCModel& model, TCArguments& arguments)
     }
     if (flag == flags.end())
     {
-        arguments.Refuse("flag", "there is no such flag; there are keep-app-running, releases-tuner, special-cam, "
-                                 "transcoding-auto");
+        std::string names;
+        for (const auto& [known, member] : flags)
+        {
+            names += (names.empty() ? "" : ", ") + known;
+        }
+        arguments.Refuse("flag", "there is no such flag; there are " + names);
     }
     found->cam.*flag->second = value;
     return TSOutcome::Done();

@@ -52,7 +52,7 @@ int RunCommand(const std::vector<std::string>& command, const sigset_t& waited, 
         siginfo_t info{};
         if (waitpid(child, &status, WNOHANG) == child)
         {
-            return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+            return privatebus::ExitStatusOf(status);
         }
         // What the terminal sends (SI_KERNEL) the command has got already.
         if (sigwaitinfo(&waited, &info) > 0 && info.si_signo != SIGCHLD && info.si_code != SI_KERNEL)

@@ -26,7 +26,6 @@ using json::TJson;
 namespace
 {
 constexpr int MAX_REPEAT = 255;
-constexpr std::size_t MAX_DEPTH = 128;
 
 /// The page, of none or one, that an answer leads to.
 void ReadNext(TCJsonObject& object, const char* name, std::vector<TSMmiPage>& next)
@@ -95,10 +94,6 @@ EMmiKind KindOf(const TCJsonObject& object)
 
 void ReadJson(const TJson& json, TSMmiPage& page, const TCJsonPath& path)
 {
-    if (path.Depth() > MAX_DEPTH)
-    {
-        throw TCJsonError(path, "pages are nested too deeply");
-    }
     TCJsonObject object(json, path);
     TSMmiPage read;
     TSEntriesField entries{read.entries};

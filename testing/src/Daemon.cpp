@@ -3,6 +3,7 @@
 #include "CallRecord.h"
 #include "DaemonThread.h"
 #include "FeatureKeys.h"
+#include "JsonText.h"
 #include "Operations.h"
 #include "ProcessBus.h"
 #include "Scenarios.h"
@@ -25,17 +26,6 @@ void Require(const sim::TSOutcome& outcome)
     {
         throw std::invalid_argument(outcome.error);
     }
-}
-
-/// Reads a JSON object that somebody has written. \throws std::invalid_argument
-json::TJson ParseObject(const std::string& text)
-{
-    json::TJson json = json::TJson::parse(text, nullptr, false, true);
-    if (!json.is_object())
-    {
-        throw std::invalid_argument("a JSON object is expected, not " + text);
-    }
-    return json;
 }
 } // namespace
 

@@ -1,9 +1,11 @@
 #include <ciapi-testing/DaemonBeside.h>
 
 #include "FeatureKeys.h"
+#include "JsonText.h"
 #include "ProcessBus.h"
 #include "Scenarios.h"
 
+#include "privatebus/Keeper.h"
 #include "simulator/daemon/ControlClient.h"
 #include "simulator/daemon/Verbs.h"
 
@@ -41,13 +43,11 @@ std::string WriteScenario(const TSOptions& options, const std::string& path)
                             {"timeline", json::TJson::array()}};
     if (!options.set.empty())
     {
-        scenario["set"] = json::TJson::parse(options.set, nullptr, true, true);
+        scenario["set"] = ParseObject(options.set);
     }
     std::ofstream(path) << scenario;
     return path;
 }
-
-int StatusOf(int waitStatus) { return WIFSIGNALED(waitStatus) ? 128 + WTERMSIG(waitStatus) : WEXITSTATUS(waitStatus); }
 
 /// Whether a child has ended; it is gone then.
 bool HasEnded(pid_t child, int& status)
@@ -57,7 +57,7 @@ bool HasEnded(pid_t child, int& status)
     {
         return false;
     }
-    status = StatusOf(waitStatus);
+    status = privatebus::ExitStatusOf(waitStatus);
     return true;
 }
 
@@ -132,7 +132,7 @@ void TCDaemonBeside::Kill()
         while (waitpid(m_process, &waitStatus, 0) < 0 && errno == EINTR)
         {
         }
-        m_status = StatusOf(waitStatus);
+        m_status = privatebus::ExitStatusOf(waitStatus);
     }
     unlink(TCProcessBus::Instance().MarkerPath().c_str());
 }

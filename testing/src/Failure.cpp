@@ -1,8 +1,6 @@
 #include <ciapi-testing/Failure.h>
 
-#include "json/Json.h"
-
-#include <stdexcept>
+#include "JsonText.h"
 
 namespace CIM::test
 {
@@ -37,15 +35,7 @@ TCFailure TCFailure::Status(unsigned char status)
 
 TCFailure TCFailure::Crash() { return TCFailure(TJson{{"kind", "crash"}}.dump()); }
 
-TCFailure TCFailure::FromJson(const std::string& fault)
-{
-    const TJson json = TJson::parse(fault, nullptr, false, true);
-    if (!json.is_object())
-    {
-        throw std::invalid_argument("a failure is a JSON object such as {\"kind\": \"never\"}, not " + fault);
-    }
-    return TCFailure(json.dump());
-}
+TCFailure TCFailure::FromJson(const std::string& fault) { return TCFailure(ParseObject(fault).dump()); }
 
 TCFailure TCFailure::Nth(unsigned number) const { return TCFailure(With(m_json, "nth", number)); }
 

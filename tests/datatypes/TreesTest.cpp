@@ -1,3 +1,4 @@
+#include "support/Values.h"
 #include "TreeText.h"
 
 #include <ciapi/CIAuxiliaryFileSystemDataType.h>
@@ -39,35 +40,11 @@ STreeCase Case(const char* name, T value, T target, const char* tree)
     return Case<T>(name, std::move(value), std::move(target), tree, [](const T& a, const T& b) { return a == b; });
 }
 
-TCIText Text(std::vector<unsigned short> units)
-{
-    TCIText text;
-    text.text = std::move(units);
-    return text;
-}
-
-TCSlotInfo Slot(unsigned char flag, long long value, std::vector<TVSHandle> handles, std::vector<unsigned short> codes)
-{
-    TCSlotInfo slot;
-    slot.slotFlag = flag;
-    slot.slotValue = value;
-    slot.handles = std::move(handles);
-    slot.codes = std::move(codes);
-    return slot;
-}
-
-TCCiStatus Status(std::map<int, TCSlotInfo> slots)
-{
-    TCCiStatus status;
-    status.slots = std::move(slots);
-    return status;
-}
-
-const std::vector<unsigned char> kSixteenBytes = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+const std::vector<unsigned char> SIXTEEN_BYTES = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 
 std::vector<STreeCase> Cases()
 {
-    const TSDRMMetadataRecord record(CENC_PSSH_BOX, TSDRMSystemId(0x0B00), TSDRMUuid(kSixteenBytes), {0xCA, 0xFE});
+    const TSDRMMetadataRecord record(CENC_PSSH_BOX, TSDRMSystemId(0x0B00), TSDRMUuid(SIXTEEN_BYTES), {0xCA, 0xFE});
     const TSCIOperatorProfileData profile(ANTENNA_MODE_CABLE, SERVICE_MODE_OPERATOR, 2, {0x0041, 0x20AC},
                                           {ANTENNA_MODE_SATELLITE, ANTENNA_MODE_TERRESTRIAL},
                                           OP_PROFILE_TYPE_PROFILED_TYPE_2);
@@ -83,7 +60,7 @@ std::vector<STreeCase> Cases()
              "{0={ffffffff {0=01 1=0000000000000000 2={} 3={}} 01000000 {0=00 1=ffffffffffffffff 2={} 3={}}}}"),
         Case("profile", profile, other, "{0=01000000 1=01000000 2=02 3={0=4100ac20} 4={00000000 02000000} 5=02000000}"),
         Case("system id", TSDRMSystemId(0x1234), TSDRMSystemId(), "{0=3412}"),
-        Case("uuid", TSDRMUuid(kSixteenBytes), TSDRMUuid(), "{0={000102030405060708090a0b0c0d0e0f}}"),
+        Case("uuid", TSDRMUuid(SIXTEEN_BYTES), TSDRMUuid(), "{0={000102030405060708090a0b0c0d0e0f}}"),
         Case("record", record, TSDRMMetadataRecord(),
              "{0=03000000 1={0=000b} 2={0={000102030405060708090a0b0c0d0e0f}} 3={cafe}}"),
         Case("track", TSSampleTrackNonTSFormat(0x1FFF, {record}), TSSampleTrackNonTSFormat(1, {record, record}),

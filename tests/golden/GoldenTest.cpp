@@ -17,6 +17,7 @@
 #include "proxy/CISampleDecryptionProxy.h"
 #include "proxy/CISignalSubscriberProxy.h"
 #include "proxy/PvrCipProxy.h"
+#include "support/Values.h"
 
 // The same calls as in operations.txt, as an application writes them. The bytes come from golden.txt, which is written
 // in the byte order of the machines that this runs on.
@@ -100,31 +101,6 @@ constexpr Signature Interface::*Overload(Signature Interface::*member)
 std::vector<unsigned char> Bytes(std::string_view text) { return {text.begin(), text.end()}; }
 
 std::basic_string<unsigned short> Wide(std::u16string_view text) { return {text.begin(), text.end()}; }
-
-TCIText Text(std::vector<unsigned short> units)
-{
-    TCIText text;
-    text.text = std::move(units);
-    return text;
-}
-
-TCSlotInfo SlotInfo(unsigned char flag, long long value, std::vector<TVSHandle> handles,
-                    std::vector<unsigned short> codes)
-{
-    TCSlotInfo info;
-    info.slotFlag = flag;
-    info.slotValue = value;
-    info.handles = std::move(handles);
-    info.codes = std::move(codes);
-    return info;
-}
-
-TCCiStatus Status(std::map<int, TCSlotInfo> slots)
-{
-    TCCiStatus status;
-    status.slots = std::move(slots);
-    return status;
-}
 } // namespace
 
 #define OPERATION(NAME) &TInterface::NAME
@@ -135,8 +111,8 @@ TEST(Golden, General)
     TGolden<TInterface, TCCIGeneralProxy, TCCIGeneralProxyNO_CI> check;
     const std::vector<TVSHandle> handles{{PROFILE_MAIN, 7}, {PROFILE_NONE, 0x1234}};
     const TCCiStatus status =
-        Status({{-2, SlotInfo(0, -1, {}, {})},
-                {1, SlotInfo(9, 0x1122334455667788, {{PROFILE_SUB, 2}, {PROFILE_RECORD, 3}}, {0x0500, 0x1801})}});
+        Status({{-2, Slot(0, -1, {}, {})},
+                {1, Slot(9, 0x1122334455667788, {{PROFILE_SUB, 2}, {PROFILE_RECORD, 3}}, {0x0500, 0x1801})}});
     const auto in = Bytes("in");
     const auto out = Bytes("out");
     check(0, OPERATION(GetCiSlotStatus), 2, {FILLED, {{0, CAM_STATUS_READY}, {200, CAM_STATUS_NO_CAM}}},

@@ -95,6 +95,7 @@ TEST(ScenarioFile, ErrorsNameLineColumnPlaceAndWhatIsWrong)
         // The document.
         {"{\n  \"name\": \"x\",\n}", {"f:3:1: "}},
         {"", {"f:1:1: "}},
+        {std::string(40'000, '['), {"f:1:", "values are nested deeper than 128 levels"}},
         {"[]", {"f:1:1: an object is needed, not a list"}},
         {"{\n  \"name\": \"x\",\n  \"description\": \"y\"\n}", {"f:1:1: timeline: a list of steps is needed"}},
         {Document("\"name\": \"twice\","), {"f:4:3: name: this member stands here a second time"}},

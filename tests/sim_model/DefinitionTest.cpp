@@ -73,18 +73,6 @@ TEST(SimDefinition, ErrorsSayWhereAndWhat)
             EXPECT_THAT(error.what(), HasSubstr(wrong.expected)) << wrong.json;
         }
     }
-    const auto deep = json::TJson::parse(
-        []
-        {
-            std::string text = "{\"title\": \"end\"}";
-            for (int i = 0; i < 5'000; ++i)
-            {
-                text = "{\"prompt\":\"\",\"whenRight\":" + text + "}";
-            }
-            return text;
-        }());
-    TSMmiPage page;
-    EXPECT_THROW(json::FromJson(deep, page), json::TCJsonError) << "nested too deeply";
 }
 
 TEST(SimDefinition, ACamBuildsUponAnother)

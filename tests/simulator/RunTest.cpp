@@ -40,6 +40,11 @@ TEST(SimulatorRun, ExitStatusIsTheCommands)
     }
     EXPECT_EQ(WaitForEnd(StartSimulator({"run"})), 2) << "no command";
 
+    // A daemon that crashes beside a command that does not mind is told all the same.
+    const std::string crash = std::string(SIMULATOR_PATH) + R"( ctl AddFault '{"kind": "crash"}' 2> /dev/null; )";
+    EXPECT_EQ(WaitForEnd(StartSimulator({"run", "--", "sh", "-c", crash + "exit 0"})), 70);
+    EXPECT_EQ(WaitForEnd(StartSimulator({"run", "--", "sh", "-c", crash + "exit 5"})), 5);
+
     // A folder's name may hold what an address of D-Bus escapes.
     TCTempFolder folder;
     const std::string temporary = folder.File("with space & more");

@@ -1,5 +1,6 @@
 #include "SimulatorProcess.h"
 
+#include "privatebus/Keeper.h"
 #include "simulator/daemon/ControlClient.h"
 #include "simulator/daemon/Verbs.h"
 
@@ -57,7 +58,7 @@ int WaitForEnd(pid_t process)
     {
         return -1;
     }
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    return privatebus::ExitStatusOf(status);
 }
 
 TCSimulatorProcess::TCSimulatorProcess(std::vector<std::string> arguments)
