@@ -7,6 +7,7 @@
 #include <limits>
 #include <list>
 #include <map>
+#include <optional>
 #include <set>
 #include <type_traits>
 
@@ -123,6 +124,32 @@ struct TJsonForm<std::u16string>
     }
 };
 
+/// Any JSON at all.
+template <>
+struct TJsonForm<TJson>
+{
+    static TSType Type() { return {EKind::STRUCTURED, "JSON", {}}; }
+    static TJson To(const TJson& value) { return value; }
+    static void From(const TJson& json, TJson& value, const TCJsonPath&) { value = json; }
+};
+
+/// A value that may be missing: null is none.
+template <class T>
+struct TJsonForm<std::optional<T>>
+{
+    static TSType Type() { return TJsonForm<T>::Type(); }
+    static TJson To(const std::optional<T>& value) { return value ? TJsonForm<T>::To(*value) : TJson(); }
+    static void From(const TJson& json, std::optional<T>& value, const TCJsonPath& path)
+    {
+        std::optional<T> fresh;
+        if (!json.is_null())
+        {
+            TJsonForm<T>::From(json, fresh.emplace(), path);
+        }
+        value = std::move(fresh);
+    }
+};
+
 template <class T>
 concept CReadsItself = requires(const TJson& json, T& value, const TCJsonPath& path)
 {
@@ -134,6 +161,7 @@ concept CReadsItself = requires(const TJson& json, T& value, const TCJsonPath& p
 template <class T>
 struct TJsonForm<T, std::enable_if_t<CReadsItself<T>>>
 {
+    static TSType Type() { return {EKind::STRUCTURED, "object", {}}; }
     static void From(const TJson& json, T& value, const TCJsonPath& path) { ReadJson(json, value, path); }
 };
 

@@ -2,98 +2,73 @@
 
 #include "simulator/definition/DefinitionJson.h"
 #include "simulator/model/Parts.h"
+#include "json/ValueForms.h"
 
 #include <ciapi/CIPlatformEnumNames.h>
 
 #include <algorithm>
-#include <array>
+
+namespace CIM
+{
+namespace sim
+{
+namespace
+{
+/// What a CAM wants of its host, as set-flag changes it.
+enum EFlag : int
+{
+    FLAG_KEEP_APP_RUNNING,
+    FLAG_RELEASES_TUNER,
+    FLAG_SPECIAL_CAM,
+    FLAG_TRANSCODING_AUTO,
+};
+} // namespace
+} // namespace sim
+
+template <>
+struct TSEnumNames<sim::EFlag>
+{
+    static constexpr std::string_view type = "flag";
+    static constexpr TSEnumName<sim::EFlag> entries[] = {
+        {sim::FLAG_KEEP_APP_RUNNING, "keep-app-running"},
+        {sim::FLAG_RELEASES_TUNER, "releases-tuner"},
+        {sim::FLAG_SPECIAL_CAM, "special-cam"},
+        {sim::FLAG_TRANSCODING_AUTO, "transcoding-auto"},
+    };
+};
+} // namespace CIM
 
 namespace CIM::sim
 {
 namespace
 {
-/// The arguments of a control, on their way in. Everything is read before anything is done.
-class TCArguments
+using TSlot = unsigned char;
+using THandle = unsigned short;
+
+constexpr auto SLOT = Optional<TSlot>("slot", 0, "number of the slot");
+constexpr auto PROFILE = Optional<EProfile>("profile", PROFILE_MAIN, "of the TV pipeline");
+constexpr auto HANDLE = Optional<THandle>("handle", 0, "of the TV pipeline");
+TSTyped<std::string> RecordingFile() { return Needed<std::string>("file", "the recording"); }
+
+template <class Function, class... T>
+TSControl Row(const char* name, const char* verb, const char* help, const std::tuple<TSTyped<T>...>& parameters,
+              Function function)
 {
-public:
-    TCArguments(const json::TJson& json, const json::TCJsonPath& path) : m_path(path), m_object(json, path) {}
-
-    template <class T>
-    T Take(const char* name, T value)
-    {
-        m_object.Field(name, value);
-        return value;
-    }
-
-    template <class T>
-    T Need(const char* name)
-    {
-        T value{};
-        m_object.Needed(name, value);
-        return value;
-    }
-
-    unsigned char Slot() { return Take<unsigned char>("slot", 0); }
-    TVSHandle Pipeline()
-    {
-        const auto profile = Take("profile", PROFILE_MAIN);
-        return {profile, Take<unsigned short>("handle", 0)};
-    }
-    [[noreturn]] void Refuse(const char* name, const std::string& why) const
-    {
-        throw json::TCJsonError(json::TCJsonPath(m_path, name), why);
-    }
-    bool Has(const char* name) const { return m_object.Has(name); }
-    void Done() const { m_object.Done(); }
-
-private:
-    const json::TCJsonPath& m_path;
-    json::TCJsonObject m_object;
-};
-
-using TAction = TSOutcome (*)(TCModel&, TCArguments&);
-
-struct TSRow
-{
-    TSControl control;
-    TAction run;
-};
-
-TSOutcome Insert(TCModel& model, TCArguments& arguments)
-{
-    const auto slot = arguments.Slot();
-    const auto cam = arguments.Need<std::string>("cam");
-    arguments.Done();
-    return model.InsertCam(slot, cam);
+    return {name, verb, help, Untyped(parameters), Reading<TSOutcome, TCModel>(parameters, function)};
 }
 
-TSOutcome Remove(TCModel& model, TCArguments& arguments)
+/// The host is asked to stop what a pipeline does.
+template <class Reason>
+TSControl StopRow(const char* name, const char* verb, const char* help, ECISignalType type)
 {
-    const auto slot = arguments.Slot();
-    arguments.Done();
-    return model.RemoveCam(slot);
+    return Row(name, verb, help, Taking(PROFILE, HANDLE, Optional<Reason>("reason", Reason{}, "why")),
+               [type](TCModel& model, EProfile profile, THandle handle, Reason reason) {
+                   model.Parts().pvr.RequestStop(type, {profile, handle}, reason);
+               });
 }
 
-TSOutcome Reset(TCModel& model, TCArguments& arguments)
+TSOutcome ShowPage(TCModel& model, TSlot slot, const TSMmiPage& page)
 {
-    const auto slot = arguments.Slot();
-    arguments.Done();
-    return model.ResetCam(slot);
-}
-
-TSOutcome OpenMenu(TCModel& model, TCArguments& arguments)
-{
-    const auto slot = arguments.Slot();
-    const auto menu = arguments.Take<std::string>("menu", "");
-    arguments.Done();
-    return model.Parts().mmi.OpenUnsolicited(slot, menu);
-}
-
-TSOutcome ShowPage(TCModel& model, TCArguments& arguments)
-{
-    const auto slot = arguments.Slot();
-    const auto page = arguments.Need<TSMmiPage>("page");
-    arguments.Done();
     const TSSlot* const found = model.World().FindReady(slot);
     if (!found)
     {
@@ -103,28 +78,8 @@ TSOutcome ShowPage(TCModel& model, TCArguments& arguments)
     return TSOutcome::Done();
 }
 
-TSOutcome AskPin(TCModel& model, TCArguments& arguments)
+TSOutcome ChangeEntitlement(TCModel& model, TSlot slot, unsigned char reply)
 {
-    const auto slot = arguments.Slot();
-    const auto rating = arguments.Take("rating", 18);
-    const auto pipeline = arguments.Pipeline();
-    arguments.Done();
-    return model.Parts().pin.Ask(slot, pipeline, rating);
-}
-
-template <bool IsIn>
-TSOutcome Card(TCModel& model, TCArguments& arguments)
-{
-    const auto slot = arguments.Slot();
-    arguments.Done();
-    return model.Parts().ca.SetCard(slot, IsIn);
-}
-
-TSOutcome Entitlement(TCModel& model, TCArguments& arguments)
-{
-    const auto slot = arguments.Slot();
-    const auto reply = arguments.Need<unsigned char>("reply");
-    arguments.Done();
     const TSOutcome outcome = model.Parts().ca.SetEntitlement(slot, reply);
     if (outcome)
     {
@@ -134,294 +89,209 @@ TSOutcome Entitlement(TCModel& model, TCArguments& arguments)
     return outcome;
 }
 
-TSOutcome StreamEmi(TCModel& model, TCArguments& arguments)
+TSOutcome SetFlag(TCModel& model, TSlot slot, EFlag flag, bool value)
 {
-    const auto emi = arguments.Need<unsigned char>("emi");
-    const auto pipeline = arguments.Pipeline();
-    arguments.Done();
-    model.Parts().ca.SetEmi(pipeline, emi);
-    return TSOutcome::Done();
-}
-
-TSOutcome StartUpgrade(TCModel& model, TCArguments& arguments)
-{
-    const auto slot = arguments.Slot();
-    const auto mode = arguments.Take("mode", CAM_UPGRADE_MODE_DELAYED);
-    arguments.Done();
-    return model.Parts().upgrade.Request(slot, mode);
-}
-
-TSOutcome UpgradeProgress(TCModel& model, TCArguments& arguments)
-{
-    const auto slot = arguments.Slot();
-    const auto percent = arguments.Need<int>("percent");
-    arguments.Done();
-    return model.Parts().upgrade.SetProgress(slot, percent);
-}
-
-TSOutcome OfferProfile(TCModel& model, TCArguments& arguments)
-{
-    const auto slot = arguments.Slot();
-    const auto index = arguments.Take<unsigned>("index", 0);
-    arguments.Done();
-    return model.Parts().profiles.Offer(slot, index);
-}
-
-TSOutcome ProfileStatus(TCModel& model, TCArguments& arguments)
-{
-    const auto slot = arguments.Slot();
-    const auto status = arguments.Need<ECamOperatorProfileStatus>("status");
-    arguments.Done();
-    return model.Parts().profiles.Announce(slot, status);
-}
-
-TSOutcome SasSend(TCModel& model, TCArguments& arguments)
-{
-    const auto application = arguments.Need<std::uint64_t>("application");
-    const auto data = arguments.Need<TBytes>("data");
-    arguments.Done();
-    return model.Parts().sas.SendFromCam(application, data);
-}
-
-TSOutcome StartApp(TCModel& model, TCArguments& arguments)
-{
-    const auto slot = arguments.Slot();
-    const auto domain = arguments.Take<std::string>("domain", "HbbTVEngineProfile1");
-    const auto object = arguments.Take<std::string>("object", "");
-    const auto pipeline = arguments.Pipeline();
-    arguments.Done();
-    return model.Parts().appMmi.RequestStart(slot, domain, object, pipeline);
-}
-
-TSOutcome AbortApp(TCModel& model, TCArguments& arguments)
-{
-    const auto slot = arguments.Slot();
-    const auto data = arguments.Take<TBytes>("data", {});
-    arguments.Done();
-    return model.Parts().appMmi.RequestAbort(slot, data);
-}
-
-template <bool IsOffered>
-TSOutcome FileSystem(TCModel& model, TCArguments& arguments)
-{
-    const auto slot = arguments.Slot();
-    const auto index = arguments.Take<unsigned>("index", 0);
-    arguments.Done();
-    TCFileSystems& fileSystems = model.Parts().fileSystems;
-    return IsOffered ? fileSystems.Offer(slot, index) : fileSystems.Drop(slot, index);
-}
-
-TSOutcome HostControl(TCModel& model, TCArguments& arguments)
-{
-    const auto slot = arguments.Slot();
-    const auto isActive = arguments.Take("active", true);
-    const auto pipeline = arguments.Pipeline();
-    arguments.Done();
-    return model.Parts().host.SetHostControl(slot, isActive, pipeline);
-}
-
-TSOutcome BlockTuning(TCModel& model, TCArguments& arguments)
-{
-    const auto isBlocked = arguments.Take("blocked", true);
-    const auto pipeline = arguments.Pipeline();
-    arguments.Done();
-    model.Parts().host.BlockTuning(isBlocked, pipeline);
-    return TSOutcome::Done();
-}
-
-TSOutcome SetFlag(TCModel& model, TCArguments& arguments)
-{
-    static const std::map<std::string, bool TSCamDefinition::*> flags = {
-        {"keep-app-running", &TSCamDefinition::wantsAppRunning},
-        {"transcoding-auto", &TSCamDefinition::transcodesAutomatically},
-        {"special-cam", &TSCamDefinition::needsSpecialTreatment},
-        {"releases-tuner", &TSCamDefinition::releasesTuner},
-    };
-    const auto slot = arguments.Slot();
-    const auto name = arguments.Need<std::string>("flag");
-    const auto value = arguments.Take("value", true);
-    arguments.Done();
     TSSlot* const found = model.World().Find(slot);
-    const auto flag = flags.find(name);
     if (!found || !found->HoldsCam())
     {
         return TSOutcome::Refused("no CAM in slot " + std::to_string(slot));
     }
-    if (flag == flags.end())
+    switch (flag)
     {
-        std::string names;
-        for (const auto& [known, member] : flags)
-        {
-            names += (names.empty() ? "" : ", ") + known;
-        }
-        arguments.Refuse("flag", "there is no such flag; there are " + names);
+    case FLAG_KEEP_APP_RUNNING:
+        found->cam.wantsAppRunning = value;
+        break;
+    case FLAG_RELEASES_TUNER:
+        found->cam.releasesTuner = value;
+        break;
+    case FLAG_SPECIAL_CAM:
+        found->cam.needsSpecialTreatment = value;
+        break;
+    case FLAG_TRANSCODING_AUTO:
+        found->cam.transcodesAutomatically = value;
+        break;
+    default:
+        return TSOutcome::Refused("there is no flag " + std::to_string(flag));
     }
-    found->cam.*flag->second = value;
     return TSOutcome::Done();
 }
 
-TSOutcome DecryptionStatus(TCModel& model, TCArguments& arguments)
+void Signal(TCModel& model, ECISignalType type, EProfile profile, THandle handle,
+            const std::optional<TSSignalData>& data, std::optional<TSlot> slot, std::optional<unsigned char> code,
+            std::optional<unsigned short> id, std::optional<std::uint32_t> value)
 {
-    const auto status = arguments.Need<ESampleDecryptionDRMStatus>("status");
-    const auto pipeline = arguments.Pipeline();
-    arguments.Done();
-    return model.Parts().decryption.SetStatus(pipeline, status);
+    TSSignalFields fields = data ? UnpackSignalData(*data) : TSSignalFields();
+    fields.slot = slot.value_or(fields.slot);
+    fields.code = code.value_or(fields.code);
+    fields.id = id.value_or(fields.id);
+    fields.value = value.value_or(fields.value);
+    model.RaiseSignal({type, profile, handle, PackSignalData(fields)});
 }
 
-TSOutcome PlayerStart(TCModel& model, TCArguments& arguments)
+std::vector<TSControl> CamRows()
 {
-    const auto slot = arguments.Slot();
-    const auto location = arguments.Need<std::string>("location");
-    arguments.Done();
-    return model.Parts().player.StartFromCam(slot, location);
+    return {
+        Row("insert", "InsertCam", "put a CAM into a slot", Taking(SLOT, Needed<std::string>("cam", "name of a CAM")),
+            [](TCModel& model, TSlot slot, const std::string& cam) { return model.InsertCam(slot, cam); }),
+        Row("remove", "RemoveCam", "pull the CAM of a slot", Taking(SLOT),
+            [](TCModel& model, TSlot slot) { return model.RemoveCam(slot); }),
+        Row("reset", "ResetCam", "reset the CAM of a slot", Taking(SLOT),
+            [](TCModel& model, TSlot slot) { return model.ResetCam(slot); }),
+        Row("open-menu", "OpenMenu", "the CAM opens a menu by itself",
+            Taking(SLOT, Optional<std::string>("menu", "", "one of the CAM's menus by name; empty: its main menu")),
+            [](TCModel& model, TSlot slot, const std::string& menu)
+            { return model.Parts().mmi.OpenUnsolicited(slot, menu); }),
+        Row("show-page", "ShowPage", "the CAM shows a page",
+            Taking(SLOT, Needed<TSMmiPage>("page", "as in the definition of a set")), ShowPage),
+        Row("ask-pin", "AskPin", "the CAM asks for its PIN",
+            Taking(SLOT, Optional<int>("rating", 18, "the programme's rating"), PROFILE, HANDLE),
+            [](TCModel& model, TSlot slot, int rating, EProfile profile, THandle handle) {
+                return model.Parts().pin.Ask(slot, {profile, handle}, rating);
+            }),
+        Row("card-in", "InsertCard", "put the smart card into the CAM", Taking(SLOT),
+            [](TCModel& model, TSlot slot) { return model.Parts().ca.SetCard(slot, true); }),
+        Row("card-out", "RemoveCard", "pull the smart card", Taking(SLOT),
+            [](TCModel& model, TSlot slot) { return model.Parts().ca.SetCard(slot, false); }),
+        Row("entitlement", "ChangeEntitlement", "change the CAM's rights",
+            Taking(SLOT, Needed<unsigned char>("reply", "a CA_enable value")), ChangeEntitlement),
+        Row("stream-emi", "ChangeEmi", "change the copy control of what a pipeline shows",
+            Taking(Needed<unsigned char>("emi", "0 copying free ... 3 copying forbidden"), PROFILE, HANDLE),
+            [](TCModel& model, unsigned char emi, EProfile profile, THandle handle) {
+                model.Parts().ca.SetEmi({profile, handle}, emi);
+            }),
+        Row("start-upgrade", "StartUpgrade", "the CAM asks for its firmware upgrade",
+            Taking(SLOT, Optional<ECamUpgradeMode>("mode", CAM_UPGRADE_MODE_DELAYED, "how urgent it is")),
+            [](TCModel& model, TSlot slot, ECamUpgradeMode mode) { return model.Parts().upgrade.Request(slot, mode); }),
+        Row("upgrade-progress", "SetUpgradeProgress", "set the progress of a running upgrade",
+            Taking(SLOT, Needed<int>("percent", "0 to 100")),
+            [](TCModel& model, TSlot slot, int percent) { return model.Parts().upgrade.SetProgress(slot, percent); }),
+        Row("offer-profile", "OfferProfile", "the CAM offers an operator profile",
+            Taking(SLOT, Optional<unsigned>("index", 0, "which of the CAM's operator profiles, counted from 0")),
+            [](TCModel& model, TSlot slot, unsigned index) { return model.Parts().profiles.Offer(slot, index); }),
+        Row("profile-status", "AnnounceProfileStatus", "the CAM says something about its installed profile",
+            Taking(SLOT, Needed<ECamOperatorProfileStatus>("status", "what it says")),
+            [](TCModel& model, TSlot slot, ECamOperatorProfileStatus status)
+            { return model.Parts().profiles.Announce(slot, status); }),
+        Row("set-flag", "SetFlag", "change what a CAM wants of its host",
+            Taking(SLOT, Needed<EFlag>("flag", "what"), Optional<bool>("value", true, "whether it does")), SetFlag),
+    };
 }
 
-TSOutcome PlayerError(TCModel& model, TCArguments& arguments)
+std::vector<TSControl> ApplicationRows()
 {
-    const auto error = arguments.Take<int>("error", PLAYER_ERROR_PLAYBACK);
-    arguments.Done();
-    return model.Parts().player.Fail(error);
+    return {
+        Row("sas-send", "SendSas", "an application in the CAM sends over its SAS session",
+            Taking(Needed<std::uint64_t>("application", "its identifier"), Needed<TBytes>("data", "what it sends")),
+            [](TCModel& model, std::uint64_t application, const TBytes& data)
+            { return model.Parts().sas.SendFromCam(application, data); }),
+        Row("start-app", "StartApp", "the CAM wants an application started",
+            Taking(SLOT, Optional<std::string>("domain", "HbbTVEngineProfile1", "application domain identifier"),
+                   Optional<std::string>("object", "", "initial object"), PROFILE, HANDLE),
+            [](TCModel& model, TSlot slot, const std::string& domain, const std::string& object, EProfile profile,
+               THandle handle) {
+                return model.Parts().appMmi.RequestStart(slot, domain, object, {profile, handle});
+            }),
+        Row("abort-app", "AbortApp", "the CAM wants its application ended",
+            Taking(SLOT, Optional<TBytes>("data", {}, "abort request code")),
+            [](TCModel& model, TSlot slot, const TBytes& data)
+            { return model.Parts().appMmi.RequestAbort(slot, data); }),
+        Row("offer-file-system", "OfferFileSystem", "the CAM offers an auxiliary file system",
+            Taking(SLOT, Optional<unsigned>("index", 0, "which of the CAM's file systems, counted from 0")),
+            [](TCModel& model, TSlot slot, unsigned index) { return model.Parts().fileSystems.Offer(slot, index); }),
+        Row("drop-file-system", "DropFileSystem", "the CAM takes a file system back",
+            Taking(SLOT, Optional<unsigned>("index", 0, "which of the CAM's file systems, counted from 0")),
+            [](TCModel& model, TSlot slot, unsigned index) { return model.Parts().fileSystems.Drop(slot, index); }),
+        Row("host-control", "SetHostControl", "the CAM takes the tuner, or gives it back",
+            Taking(SLOT, Optional<bool>("active", true, "whether it takes it"), PROFILE, HANDLE),
+            [](TCModel& model, TSlot slot, bool isActive, EProfile profile, THandle handle) {
+                return model.Parts().host.SetHostControl(slot, isActive, {profile, handle});
+            }),
+        Row("block-tuning", "BlockTuning", "forbid tuning, or allow it again",
+            Taking(Optional<bool>("blocked", true, "whether it is forbidden"), PROFILE, HANDLE),
+            [](TCModel& model, bool isBlocked, EProfile profile, THandle handle) {
+                model.Parts().host.BlockTuning(isBlocked, {profile, handle});
+            }),
+    };
 }
 
-template <ECISignalType Type, class Reason>
-TSOutcome Stop(TCModel& model, TCArguments& arguments)
+std::vector<TSControl> ContentRows()
 {
-    const auto reason = arguments.Take("reason", Reason{});
-    const auto pipeline = arguments.Pipeline();
-    arguments.Done();
-    model.Parts().pvr.RequestStop(Type, pipeline, reason);
-    return TSOutcome::Done();
+    return {
+        Row("decryption-status", "SetDecryptionStatus", "change the status of a sample decryption",
+            Taking(Needed<ESampleDecryptionDRMStatus>("status", "the new one"), PROFILE, HANDLE),
+            [](TCModel& model, ESampleDecryptionDRMStatus status, EProfile profile, THandle handle) {
+                return model.Parts().decryption.SetStatus({profile, handle}, status);
+            }),
+        Row("player-start", "StartPlayer", "the CAM starts a playback by itself",
+            Taking(SLOT, Needed<std::string>("location", "what it plays")),
+            [](TCModel& model, TSlot slot, const std::string& location)
+            { return model.Parts().player.StartFromCam(slot, location); }),
+        Row("player-error", "FailPlayer", "the playback fails",
+            Taking(Optional<int>("error", PLAYER_ERROR_PLAYBACK, "a player error of CI Plus")),
+            [](TCModel& model, int error) { return model.Parts().player.Fail(error); }),
+        StopRow<EPvrRecordStopReasonByCI>("stop-recording", "StopRecording", "ask the host to stop a recording",
+                                          SIGNAL_CI_RECORD_STOP_REQUEST),
+        StopRow<EPvrTimeshiftStopReasonByCI>("stop-timeshift", "StopTimeshift", "ask the host to stop its time shift",
+                                             SIGNAL_CI_TIMESHIFT_STOP_REQUEST),
+        StopRow<EPvrPlaybackStopReasonByCI>("stop-playback", "StopPlayback", "ask the host to stop a playback",
+                                            SIGNAL_CI_PLAYBACK_STOP_REQUEST),
+        Row("add-recording", "AddRecording", "a recording comes into being",
+            Taking(Needed<TSRecordingDefinition>("recording", "as in the definition of a set")),
+            [](TCModel& model, TSRecordingDefinition recording) { model.Parts().pvr.Add(std::move(recording)); }),
+        Row("play-recording", "PlayRecording", "the host begins to play a recording",
+            Taking(RecordingFile(), PROFILE, HANDLE),
+            [](TCModel& model, const std::string& file, EProfile profile, THandle handle) {
+                return model.Parts().pvr.Play(file, {profile, handle});
+            }),
+        Row("end-playback", "EndPlayback", "the host ends the playback of its recording", Taking(),
+            [](TCModel& model) { return model.Parts().pvr.EndPlay(); }),
+        Row("expire", "ExpireContent", "the retention of a recording is over now", Taking(RecordingFile()),
+            [](TCModel& model, const std::string& file) { return model.Parts().pvr.Expire(file); }),
+        Row("block-recording", "BlockRecording", "parental control blocks a recording",
+            Taking(RecordingFile(), Optional<bool>("blocked", true, "whether it is blocked")),
+            [](TCModel& model, const std::string& file, bool isBlocked)
+            { return model.Parts().pvr.SetBlocked(file, isBlocked); }),
+        Row("signal", "RaiseSignal", "raise any signal",
+            Taking(Needed<ECISignalType>("type", "which"), PROFILE, HANDLE,
+                   Optional<std::optional<TSSignalData>>("data", {}, "its data, changed by the fields that follow"),
+                   Optional<std::optional<TSlot>>("slot", {}, "a field of the data; 255: no slot"),
+                   Optional<std::optional<unsigned char>>("code", {}, "a field of the data"),
+                   Optional<std::optional<unsigned short>>("id", {}, "a field of the data"),
+                   Optional<std::optional<std::uint32_t>>("value", {}, "a field of the data")),
+            Signal),
+    };
 }
-
-TSOutcome AddRecording(TCModel& model, TCArguments& arguments)
-{
-    auto recording = arguments.Need<TSRecordingDefinition>("recording");
-    arguments.Done();
-    model.Parts().pvr.Add(std::move(recording));
-    return TSOutcome::Done();
-}
-
-TSOutcome PlayRecording(TCModel& model, TCArguments& arguments)
-{
-    const auto file = arguments.Need<std::string>("file");
-    const auto pipeline = arguments.Pipeline();
-    arguments.Done();
-    return model.Parts().pvr.Play(file, pipeline);
-}
-
-TSOutcome EndPlayback(TCModel& model, TCArguments& arguments)
-{
-    arguments.Done();
-    return model.Parts().pvr.EndPlay();
-}
-
-TSOutcome Expire(TCModel& model, TCArguments& arguments)
-{
-    const auto file = arguments.Need<std::string>("file");
-    arguments.Done();
-    return model.Parts().pvr.Expire(file);
-}
-
-TSOutcome BlockRecording(TCModel& model, TCArguments& arguments)
-{
-    const auto file = arguments.Need<std::string>("file");
-    const auto isBlocked = arguments.Take("blocked", true);
-    arguments.Done();
-    return model.Parts().pvr.SetBlocked(file, isBlocked);
-}
-
-TSOutcome Signal(TCModel& model, TCArguments& arguments)
-{
-    TSSignal signal;
-    signal.type = arguments.Need<ECISignalType>("type");
-    const TVSHandle pipeline = arguments.Pipeline();
-    signal.profile = pipeline.profile;
-    signal.handle = pipeline.handle;
-    const auto data = arguments.Take<TBytes>("data", {});
-    TSSignalFields fields;
-    fields.slot = arguments.Take("slot", NO_SLOT);
-    fields.code = arguments.Take("code", fields.code);
-    fields.id = arguments.Take("id", fields.id);
-    fields.value = arguments.Take("value", fields.value);
-    arguments.Done();
-    signal.data = PackSignalData(fields);
-    if (arguments.Has("data"))
-    {
-        if (data.size() != sizeof signal.data.bytes)
-        {
-            arguments.Refuse("data", "8 bytes are needed, not " + std::to_string(data.size()));
-        }
-        std::copy(data.begin(), data.end(), signal.data.bytes);
-    }
-    model.RaiseSignal(signal);
-    return TSOutcome::Done();
-}
-
-constexpr auto StopRecording = Stop<SIGNAL_CI_RECORD_STOP_REQUEST, EPvrRecordStopReasonByCI>;
-constexpr auto StopTimeshift = Stop<SIGNAL_CI_TIMESHIFT_STOP_REQUEST, EPvrTimeshiftStopReasonByCI>;
-constexpr auto StopPlayback = Stop<SIGNAL_CI_PLAYBACK_STOP_REQUEST, EPvrPlaybackStopReasonByCI>;
-
-constexpr std::array ROWS = {
-    TSRow{{"insert", "[slot] cam", "put a CAM into a slot"}, Insert},
-    TSRow{{"remove", "[slot]", "pull the CAM of a slot"}, Remove},
-    TSRow{{"reset", "[slot]", "reset the CAM of a slot"}, Reset},
-    TSRow{{"open-menu", "[slot] [menu]", "the CAM opens a menu by itself: its own, or one by name"}, OpenMenu},
-    TSRow{{"show-page", "[slot] page", "the CAM shows a page given as in a definition"}, ShowPage},
-    TSRow{{"ask-pin", "[slot] [rating] [profile] [handle]", "the CAM asks for its PIN"}, AskPin},
-    TSRow{{"card-in", "[slot]", "put the smart card into the CAM"}, Card<true>},
-    TSRow{{"card-out", "[slot]", "pull the smart card"}, Card<false>},
-    TSRow{{"entitlement", "[slot] reply", "change the CAM's rights: a CA_enable value"}, Entitlement},
-    TSRow{{"stream-emi", "emi [profile] [handle]", "change the copy control of what a pipeline shows"}, StreamEmi},
-    TSRow{{"start-upgrade", "[slot] [mode]", "the CAM asks for its firmware upgrade"}, StartUpgrade},
-    TSRow{{"upgrade-progress", "[slot] percent", "set the progress of a running upgrade"}, UpgradeProgress},
-    TSRow{{"offer-profile", "[slot] [index]", "the CAM offers an operator profile"}, OfferProfile},
-    TSRow{{"profile-status", "[slot] status", "the CAM says something about its installed profile"}, ProfileStatus},
-    TSRow{{"sas-send", "application data", "an application in the CAM sends over its SAS session"}, SasSend},
-    TSRow{{"start-app", "[slot] [domain] [object] [profile] [handle]", "the CAM wants an application started"},
-          StartApp},
-    TSRow{{"abort-app", "[slot] [data]", "the CAM wants its application ended"}, AbortApp},
-    TSRow{{"offer-file-system", "[slot] [index]", "the CAM offers an auxiliary file system"}, FileSystem<true>},
-    TSRow{{"drop-file-system", "[slot] [index]", "the CAM takes a file system back"}, FileSystem<false>},
-    TSRow{{"host-control", "[slot] [active] [profile] [handle]", "the CAM takes the tuner, or gives it back"},
-          HostControl},
-    TSRow{{"block-tuning", "[blocked] [profile] [handle]", "forbid tuning, or allow it again"}, BlockTuning},
-    TSRow{{"set-flag", "[slot] flag [value]", "change a flag of a CAM, such as keep-app-running"}, SetFlag},
-    TSRow{{"decryption-status", "status [profile] [handle]", "change the status of a sample decryption"},
-          DecryptionStatus},
-    TSRow{{"player-start", "[slot] location", "the CAM starts a playback by itself"}, PlayerStart},
-    TSRow{{"player-error", "[error]", "the playback fails"}, PlayerError},
-    TSRow{{"stop-recording", "[reason] [profile] [handle]", "ask the host to stop a recording"}, StopRecording},
-    TSRow{{"stop-timeshift", "[reason] [profile] [handle]", "ask the host to stop its time shift"}, StopTimeshift},
-    TSRow{{"stop-playback", "[reason] [profile] [handle]", "ask the host to stop a playback"}, StopPlayback},
-    TSRow{{"add-recording", "recording", "a recording comes into being, as in a definition"}, AddRecording},
-    TSRow{{"play-recording", "file [profile] [handle]", "the host begins to play a recording"}, PlayRecording},
-    TSRow{{"end-playback", "", "the host ends the playback of its recording"}, EndPlayback},
-    TSRow{{"expire", "file", "the retention of a recording is over now"}, Expire},
-    TSRow{{"block-recording", "file [blocked]", "parental control blocks a recording"}, BlockRecording},
-    TSRow{{"signal", "type [profile] [handle] [data | slot code id value]", "raise any signal"}, Signal},
-};
 } // namespace
 
-std::vector<TSControl> Controls()
+std::span<const TSControl> Controls()
 {
-    std::vector<TSControl> controls;
-    for (const TSRow& row : ROWS)
+    static const std::vector<TSControl> controls = []
     {
-        controls.push_back(row.control);
-    }
+        std::vector<TSControl> all;
+        for (auto* const rows : {CamRows, ApplicationRows, ContentRows})
+        {
+            std::ranges::move(rows(), std::back_inserter(all));
+        }
+        return all;
+    }();
     return controls;
+}
+
+const TSControl* FindControl(std::string_view name)
+{
+    const auto controls = Controls();
+    const auto found =
+        std::find_if(controls.begin(), controls.end(), [&](const TSControl& control) { return control.name == name; });
+    return found != controls.end() ? &*found : nullptr;
 }
 
 TSOutcome RunControl(TCModel& model, std::string_view name, const json::TJson& arguments, const json::TCJsonPath& path)
 {
-    const auto row =
-        std::find_if(ROWS.begin(), ROWS.end(), [&](const TSRow& candidate) { return candidate.control.name == name; });
-    if (row == ROWS.end())
+    const TSControl* const control = FindControl(name);
+    if (control == nullptr)
     {
         return TSOutcome::Refused("there is no control '" + std::string(name) + "'");
     }
-    static const json::TJson none = json::TJson::object();
-    TCArguments given(arguments.is_null() ? none : arguments, path);
-    return row->run(model, given);
+    return control->run(model, arguments.is_null() ? json::TJson::object() : arguments, path);
 }
 } // namespace CIM::sim

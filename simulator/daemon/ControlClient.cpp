@@ -5,44 +5,39 @@
 #include "bus/Handles.h"
 #include "json/Scalars.h"
 
-#include <stdexcept>
-
 namespace CIM::sim
 {
 namespace
 {
 TSControlAnswer Failed(TSControlAnswer::EStatus status, std::string text) { return {status, std::move(text)}; }
 
-template <class T>
-void AppendUnsigned(DBusMessageIter& message, int type, const json::TJson& value, const json::TCJsonPath& path)
+void AppendText(DBusMessageIter& message, const std::string& text)
 {
-    const T number = static_cast<T>(json::UnsignedFromJson(value, std::numeric_limits<T>::max(), path));
-    dbus_message_iter_append_basic(&message, type, &number);
+    const char* const characters = text.c_str();
+    dbus_message_iter_append_basic(&message, DBUS_TYPE_STRING, &characters);
 }
 
-void Append(DBusMessageIter& message, const TSVerbArgument& row, const std::string& text)
+/// Appends a value that its parameter has read.
+void Append(DBusMessageIter& message, const TSParameter& parameter, const json::TJson& value)
 {
-    const json::TCJsonPath path(row.name);
-    const json::TJson number = text.empty() ? json::TJson(0) : json::TJson(text);
-    switch (row.type[0])
+    const auto append = [&](int type, auto number) { dbus_message_iter_append_basic(&message, type, &number); };
+    switch (const char type = parameter.Signature()[0]; type)
     {
+    case DBUS_TYPE_BOOLEAN:
+        return append(type, dbus_bool_t{value.get<bool>()});
     case DBUS_TYPE_BYTE:
-        return AppendUnsigned<unsigned char>(message, DBUS_TYPE_BYTE, number, path);
+        return append(type, value.get<unsigned char>());
     case DBUS_TYPE_UINT16:
-        return AppendUnsigned<dbus_uint16_t>(message, DBUS_TYPE_UINT16, number, path);
+        return append(type, value.get<dbus_uint16_t>());
     case DBUS_TYPE_UINT32:
-        return AppendUnsigned<dbus_uint32_t>(message, DBUS_TYPE_UINT32, number, path);
+        return append(type, value.get<dbus_uint32_t>());
     case DBUS_TYPE_UINT64:
-        return AppendUnsigned<dbus_uint64_t>(message, DBUS_TYPE_UINT64, number, path);
+        return append(type, value.get<dbus_uint64_t>());
     case DBUS_TYPE_INT32:
-    {
-        const auto value = static_cast<dbus_int32_t>(json::SignedFromJson(number, INT32_MIN, INT32_MAX, path));
-        dbus_message_iter_append_basic(&message, DBUS_TYPE_INT32, &value);
-        return;
-    }
+        return append(type, value.get<dbus_int32_t>());
     case DBUS_TYPE_ARRAY:
     {
-        const std::vector<unsigned char> bytes = json::BytesFromJson(text, path);
+        const std::vector<unsigned char> bytes = json::BytesFromJson(value, json::TCJsonPath(parameter.name));
         const unsigned char* const first = bytes.data();
         DBusMessageIter array;
         dbus_message_iter_open_container(&message, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE_AS_STRING, &array);
@@ -51,34 +46,51 @@ void Append(DBusMessageIter& message, const TSVerbArgument& row, const std::stri
         return;
     }
     default:
+        const std::string text = value.is_string() ? value.get<std::string>() : value.dump();
         if (!json::IsUtf8(text) || text.find('\0') != std::string::npos)
         {
-            throw json::TCJsonError(path, "this is no UTF-8 text");
+            throw json::TCJsonError(json::TCJsonPath(parameter.name), "this is no UTF-8 text");
         }
-        const char* const value = text.c_str();
-        dbus_message_iter_append_basic(&message, DBUS_TYPE_STRING, &value);
+        AppendText(message, text);
+    }
+}
+
+/// The words as the verb's arguments. An empty one travels as an empty text, which means that it is left out.
+void Append(DBusMessageIter& message, const TSVerb& verb, const std::vector<std::string>& words)
+{
+    if (words.size() > verb.parameters.size())
+    {
+        throw json::TCJsonError(json::TCJsonPath(), std::string(verb.name) + " takes " +
+                                                        std::to_string(verb.parameters.size()) + " arguments, not " +
+                                                        std::to_string(words.size()));
+    }
+    for (std::size_t i = 0; i < verb.parameters.size(); ++i)
+    {
+        const TSParameter& parameter = verb.parameters[i];
+        const json::TCJsonPath path(parameter.name);
+        const std::string word = i < words.size() ? words[i] : std::string();
+        if (word.empty() && parameter.isNeeded)
+        {
+            throw json::TCJsonError(path, "this must be given: " + parameter.Describe());
+        }
+        if (i < words.size())
+        {
+            word.empty() ? AppendText(message, word)
+                         : Append(message, parameter, parameter.read(parameter.FromWord(word), path));
+        }
     }
 }
 } // namespace
 
 TSControlAnswer CallControl(const TSVerb& verb, const std::vector<std::string>& arguments)
 {
-    if (arguments.size() > verb.arguments.size())
-    {
-        return Failed(TSControlAnswer::USAGE, std::string(verb.name) + " takes " +
-                                                  std::to_string(verb.arguments.size()) + " arguments, not " +
-                                                  std::to_string(arguments.size()));
-    }
     const TCMessagePtr message(
         dbus_message_new_method_call(CONTROL_NAME, CONTROL_OBJECT, CONTROL_INTERFACE, verb.name));
     DBusMessageIter iterator;
     dbus_message_iter_init_append(message.get(), &iterator);
     try
     {
-        for (std::size_t i = 0; i < verb.arguments.size(); ++i)
-        {
-            Append(iterator, verb.arguments[i], i < arguments.size() ? arguments[i] : std::string());
-        }
+        Append(iterator, verb, arguments);
     }
     catch (const json::TCJsonError& error)
     {
@@ -96,10 +108,15 @@ TSControlAnswer CallControl(const TSVerb& verb, const std::vector<std::string>& 
         dbus_connection_send_with_reply_and_block(connection.get(), message.get(), -1, error.Get()));
     if (reply == nullptr)
     {
-        const bool isRefusal = dbus_error_has_name(error.Get(), CONTROL_REFUSED) ||
-                               dbus_error_has_name(error.Get(), DBUS_ERROR_INVALID_ARGS);
-        return Failed(isRefusal ? TSControlAnswer::REFUSED : TSControlAnswer::NO_SIMULATOR,
-                      (isRefusal ? "" : "no simulator answers: ") + std::string(error.Text()));
+        if (dbus_error_has_name(error.Get(), CONTROL_REFUSED))
+        {
+            return Failed(TSControlAnswer::REFUSED, error.Text());
+        }
+        if (dbus_error_has_name(error.Get(), DBUS_ERROR_INVALID_ARGS))
+        {
+            return Failed(TSControlAnswer::USAGE, error.Text());
+        }
+        return Failed(TSControlAnswer::NO_SIMULATOR, std::string("no simulator answers: ") + error.Text());
     }
     const char* text = "";
     if (verb.hasResult && !dbus_message_get_args(reply.get(), error.Get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID))

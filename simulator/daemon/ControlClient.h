@@ -14,7 +14,7 @@ struct TSControlAnswer
     {
         DONE,
         REFUSED,      ///< by the simulator
-        USAGE,        ///< the arguments are not the verb's; nothing was sent
+        USAGE,        ///< the arguments are not the verb's; nothing has happened
         NO_SIMULATOR, ///< no bus, or nobody with the control object on it
     };
     EStatus status = DONE;
@@ -22,6 +22,6 @@ struct TSControlAnswer
 };
 
 /// Asks the simulator on the system bus to do something. Blocks until it has answered, 25 seconds at most.
-/// \param[in] arguments  as texts, in the verb's order; those left out at the end are 0 or empty
+/// \param[in] arguments  as texts, in the verb's order; an empty one is one that is left out
 TSControlAnswer CallControl(const TSVerb& verb, const std::vector<std::string>& arguments);
 } // namespace CIM::sim

@@ -3,86 +3,97 @@
 #include "Messages.h"
 #include "Verbs.h"
 
-#include "json/Scalars.h"
-
 #include <ciapi/CINames.h>
 
 namespace CIM::sim
 {
 namespace
 {
-/// Reads a D-Bus argument of one of the types that verbs take.
-json::TJson ReadArgument(DBusMessageIter& argument, char type)
+/// What a call's argument says, as JSON. Besides the parameter's own type any other is taken that can mean the same: a
+/// number of another size, the number of an enumerator.
+json::TJson ReadArgument(DBusMessageIter& argument, const TSParameter& parameter)
 {
+    DBusBasicValue value{};
+    const int type = dbus_message_iter_get_arg_type(&argument);
+    if (dbus_type_is_basic(type))
+    {
+        dbus_message_iter_get_basic(&argument, &value);
+    }
     switch (type)
     {
     case DBUS_TYPE_STRING:
-    {
-        const char* text = nullptr;
-        dbus_message_iter_get_basic(&argument, &text);
-        return text;
-    }
+        return parameter.FromWord(value.str);
+    case DBUS_TYPE_BOOLEAN:
+        return value.bool_val != 0;
+    case DBUS_TYPE_BYTE:
+        return value.byt;
+    case DBUS_TYPE_INT16:
+        return value.i16;
+    case DBUS_TYPE_UINT16:
+        return value.u16;
+    case DBUS_TYPE_INT32:
+        return value.i32;
+    case DBUS_TYPE_UINT32:
+        return value.u32;
+    case DBUS_TYPE_INT64:
+        return value.i64;
+    case DBUS_TYPE_UINT64:
+        return value.u64;
     case DBUS_TYPE_ARRAY:
-    {
-        DBusMessageIter bytes;
-        dbus_message_iter_recurse(&argument, &bytes);
-        const unsigned char* first = nullptr;
-        int count = 0;
-        dbus_message_iter_get_fixed_array(&bytes, &first, &count);
-        return json::BytesToHex({first, static_cast<std::size_t>(count)});
-    }
-    default:
-    {
-        DBusBasicValue value{};
-        dbus_message_iter_get_basic(&argument, &value);
-        switch (type)
+        if (parameter.type->kind == json::EKind::BYTES &&
+            dbus_message_iter_get_element_type(&argument) == DBUS_TYPE_BYTE)
         {
-        case DBUS_TYPE_BYTE:
-            return value.byt;
-        case DBUS_TYPE_UINT16:
-            return value.u16;
-        case DBUS_TYPE_INT32:
-            return value.i32;
-        case DBUS_TYPE_UINT32:
-            return value.u32;
-        default:
-            return value.u64;
+            DBusMessageIter bytes;
+            dbus_message_iter_recurse(&argument, &bytes);
+            const unsigned char* first = nullptr;
+            int count = 0;
+            dbus_message_iter_get_fixed_array(&bytes, &first, &count);
+            return json::BytesToHex({first, static_cast<std::size_t>(count)});
         }
-    }
+        [[fallthrough]];
+    default:
+        throw json::TCJsonError(json::TCJsonPath(parameter.name), std::string("\"") + parameter.Signature() +
+                                                                      "\" is needed, not an argument of the type \"" +
+                                                                      static_cast<char>(type) + '"');
     }
 }
 
-std::string SignatureOf(const TSVerb& verb)
+/// The arguments by name. An empty text, or no bytes, is as good as left out.
+json::TJson ReadArguments(DBusMessage* call, const TSVerb& verb)
 {
-    std::string signature;
-    for (const TSVerbArgument& argument : verb.arguments)
+    json::TJson arguments = json::TJson::object();
+    DBusMessageIter argument;
+    dbus_message_iter_init(call, &argument);
+    for (const TSParameter& parameter : verb.parameters)
     {
-        signature += argument.type;
+        if (dbus_message_iter_get_arg_type(&argument) == DBUS_TYPE_INVALID)
+        {
+            break;
+        }
+        json::TJson value = ReadArgument(argument, parameter);
+        if (value != "")
+        {
+            arguments[parameter.name] = std::move(value);
+        }
+        dbus_message_iter_next(&argument);
     }
-    return signature;
+    if (dbus_message_iter_get_arg_type(&argument) != DBUS_TYPE_INVALID)
+    {
+        throw json::TCJsonError(json::TCJsonPath(), "there are more arguments than parameters");
+    }
+    return arguments;
 }
 
 TCMessagePtr AnswerVerb(TCSimulatedDaemon& daemon, DBusMessage* call, const TSVerb& verb)
 {
-    const std::string expected = SignatureOf(verb);
-    if (expected != dbus_message_get_signature(call))
-    {
-        return MakeError(call, DBUS_ERROR_INVALID_ARGS,
-                         std::string(verb.name) + " takes \"" + expected + "\", not \"" +
-                             dbus_message_get_signature(call) + '"');
-    }
-    json::TJson arguments = json::TJson::object();
-    DBusMessageIter argument;
-    dbus_message_iter_init(call, &argument);
-    for (const TSVerbArgument& row : verb.arguments)
-    {
-        arguments[row.name] = ReadArgument(argument, row.type[0]);
-        dbus_message_iter_next(&argument);
-    }
     std::string result;
     try
     {
-        result = verb.run(daemon, arguments);
+        result = verb.run(daemon, ReadArguments(call, verb), json::TCJsonPath());
+    }
+    catch (const json::TCJsonError& error)
+    {
+        return MakeError(call, DBUS_ERROR_INVALID_ARGS, verb.Usage() + ": " + error.what());
     }
     catch (const std::exception& error)
     {
@@ -98,9 +109,9 @@ std::string ControlXml()
     for (const TSVerb& verb : Verbs())
     {
         xml += std::string("    <method name=\"") + verb.name + "\">\n";
-        for (const TSVerbArgument& argument : verb.arguments)
+        for (const TSParameter& parameter : verb.parameters)
         {
-            xml += std::string("      <arg name=\"") + argument.name + "\" type=\"" + argument.type +
+            xml += std::string("      <arg name=\"") + parameter.name + "\" type=\"" + parameter.Signature() +
                    "\" direction=\"in\"/>\n";
         }
         xml += verb.hasResult ? "      <arg name=\"result\" type=\"s\" direction=\"out\"/>\n" : "";

@@ -5,9 +5,6 @@
 #include "simulator/model/Model.h"
 #include "simulator/world/World.h"
 
-#include "json/Document.h"
-#include "json/Scalars.h"
-
 #include <algorithm>
 
 namespace CIM::sim
@@ -24,57 +21,29 @@ void Require(const TSOutcome& outcome)
     }
 }
 
-TJson Parse(const TJson& arguments, const char* name)
-{
-    const std::string text = arguments.at(name);
-    return json::TCJsonDocument::Parse(name, text.empty() ? "{}" : text).Root();
-}
-
-/// Does one of the model's controls with the verb's own arguments; an empty text counts as not given.
-void Control(TCSimulatedDaemon& daemon, std::string_view name, TJson arguments)
-{
-    for (auto member = arguments.begin(); member != arguments.end();)
-    {
-        member = member->is_string() && member->get_ref<const std::string&>().empty() ? arguments.erase(member)
-                                                                                      : std::next(member);
-    }
-    Require(RunControl(daemon.Model(), name, arguments));
-}
-
-// A control of the model as a verb. The name must have linkage to be an argument of a template.
-template <const char* const& Name>
-std::string RunByName(TCSimulatedDaemon& daemon, const TJson& arguments)
-{
-    Control(daemon, Name, arguments);
-    return {};
-}
-constexpr const char* INSERT = "insert";
-constexpr const char* REMOVE = "remove";
-constexpr const char* RESET = "reset";
-constexpr const char* OPEN_MENU = "open-menu";
-constexpr const char* ASK_PIN = "ask-pin";
-constexpr const char* START_UPGRADE = "start-upgrade";
-constexpr const char* OFFER_PROFILE = "offer-profile";
-constexpr const char* STOP_RECORDING = "stop-recording";
-constexpr const char* EXPIRE = "expire";
-
-std::string RunControlByJson(TCSimulatedDaemon& daemon, const TJson& arguments)
-{
-    Require(RunControl(daemon.Model(), arguments.at("name").get<std::string>(), Parse(arguments, "arguments")));
-    return {};
-}
-
-std::string ListControls(TCSimulatedDaemon&, const TJson&)
+std::string ListControls(TCSimulatedDaemon&)
 {
     TJson list = TJson::array();
     for (const TSControl& control : Controls())
     {
-        list.push_back({{"name", control.name}, {"parameters", control.parameters}, {"help", control.help}});
+        TJson parameters = TJson::array();
+        for (const TSParameter& parameter : control.parameters)
+        {
+            parameters.push_back({{"name", parameter.name},
+                                  {"type", parameter.type->text},
+                                  {"needed", parameter.isNeeded},
+                                  {"initial", parameter.initial},
+                                  {"help", parameter.help}});
+        }
+        list.push_back({{"name", control.name},
+                        {"verb", control.verb},
+                        {"help", control.help},
+                        {"parameters", std::move(parameters)}});
     }
     return list.dump(2);
 }
 
-std::string ListCams(TCSimulatedDaemon& daemon, const TJson&)
+std::string ListCams(TCSimulatedDaemon& daemon)
 {
     const TSWorld& world = daemon.Model().World();
     TJson list = TJson::array();
@@ -94,152 +63,113 @@ std::string ListCams(TCSimulatedDaemon& daemon, const TJson&)
     return list.dump(2);
 }
 
-std::string RaiseSignal(TCSimulatedDaemon& daemon, const TJson& arguments)
-{
-    const auto bytes = json::BytesFromJson(arguments.at("data"), json::TCJsonPath("data"));
-    TSSignal signal{static_cast<ECISignalType>(arguments.at("type").get<std::uint32_t>()),
-                    static_cast<EProfile>(arguments.at("profile").get<std::int32_t>()),
-                    arguments.at("handle").get<unsigned short>(),
-                    {}};
-    if (bytes.size() > sizeof signal.data.bytes)
-    {
-        throw std::runtime_error("data: a signal has 8 bytes of data, not " + std::to_string(bytes.size()));
-    }
-    std::copy(bytes.begin(), bytes.end(), signal.data.bytes);
-    daemon.Model().RaiseSignal(signal);
-    return {};
-}
-
-std::string AdvanceClock(TCSimulatedDaemon& daemon, const TJson& arguments)
+std::string AdvanceClock(TCSimulatedDaemon& daemon, std::uint64_t ms)
 {
     constexpr std::uint64_t YEAR = 366ull * 24 * 3600 * 1000;
-    daemon.Clock().Advance(static_cast<TTime>(std::min(arguments.at("ms").get<std::uint64_t>(), YEAR)));
+    daemon.Clock().Advance(static_cast<TTime>(std::min(ms, YEAR)));
     return std::to_string(daemon.Model().Now());
 }
 
-std::string State(TCSimulatedDaemon& daemon, const TJson&) { return daemon.State().dump(2); }
-std::string Subscriptions(TCSimulatedDaemon& daemon, const TJson&) { return daemon.Clients().Subscriptions().dump(2); }
-std::string Journal(TCSimulatedDaemon& daemon, const TJson&) { return daemon.Journal().ToJson().dump(2); }
-std::string ClearJournal(TCSimulatedDaemon& daemon, const TJson&) { return daemon.Journal().Clear(), std::string(); }
-
-std::string AddFault(TCSimulatedDaemon& daemon, const TJson& arguments)
+void RemoveFault(TCSimulatedDaemon& daemon, unsigned number)
 {
-    return std::to_string(daemon.AddFault(FaultFromJson(Parse(arguments, "fault"), json::TCJsonPath("fault"))));
-}
-std::string RemoveFault(TCSimulatedDaemon& daemon, const TJson& arguments)
-{
-    if (!daemon.Faults().Remove(arguments.at("number").get<unsigned>()))
+    if (!daemon.Faults().Remove(number))
     {
         throw std::runtime_error("there is no such fault");
     }
-    return {};
 }
-std::string ClearFaults(TCSimulatedDaemon& daemon, const TJson&) { return daemon.Faults().Clear(), std::string(); }
-std::string ListFaults(TCSimulatedDaemon& daemon, const TJson&) { return daemon.Faults().List().dump(2); }
-std::string ListFaultKinds(TCSimulatedDaemon&, const TJson&) { return DescribeFaults().dump(2); }
 
-std::string Restart(TCSimulatedDaemon& daemon, const TJson& arguments)
+void Restart(TCSimulatedDaemon& daemon, unsigned ms)
 {
     TSFault fault;
     fault.kind = FAULT_RESTART;
-    fault.ms = arguments.at("ms").get<unsigned>();
+    fault.ms = ms;
     daemon.AddFault(std::move(fault));
-    return {};
-}
-std::string Quit(TCSimulatedDaemon& daemon, const TJson&)
-{
-    daemon.RequestQuit();
-    return {};
 }
 
-constexpr TSVerbArgument SLOT = {"slot", "y", "number of the slot"};
-
-const std::vector<TSVerb>& Rows()
+/// A control of the model.
+TSVerb Row(const TSControl& control)
 {
-    static const std::vector<TSVerb> rows = {
-        {"InsertCam", {SLOT, {"cam", "s", "name of a CAM"}}, "put a CAM into a slot", false, RunByName<INSERT>},
-        {"RemoveCam", {SLOT}, "pull the CAM of a slot", false, RunByName<REMOVE>},
-        {"ResetCam", {SLOT}, "reset the CAM of a slot", false, RunByName<RESET>},
-        {"ListCams", {}, "the CAMs that there are, and where they are, as JSON", true, ListCams},
-        {"OpenMenu",
-         {SLOT, {"menu", "s", "one of the CAM's menus by name; empty: its main menu"}},
-         "the CAM opens a menu by itself",
-         false,
-         RunByName<OPEN_MENU>},
-        {"AskPin",
-         {SLOT, {"rating", "i", "the programme's rating"}},
-         "the CAM asks for its PIN",
-         false,
-         RunByName<ASK_PIN>},
-        {"StartUpgrade",
-         {SLOT, {"mode", "s", "CAM_UPGRADE_MODE_DELAYED, ..._IMMEDIATE; empty: delayed"}},
-         "the CAM asks for its firmware upgrade",
-         false,
-         RunByName<START_UPGRADE>},
-        {"OfferProfile",
-         {SLOT, {"index", "u", "which of the CAM's operator profiles, counted from 0"}},
-         "the CAM offers an operator profile",
-         false,
-         RunByName<OFFER_PROFILE>},
-        {"StopRecording",
-         {{"profile", "i", "of the TV pipeline"}, {"handle", "q", "of the TV pipeline"}},
-         "ask the host to stop a recording",
-         false,
-         RunByName<STOP_RECORDING>},
-        {"ExpireContent",
-         {{"file", "s", "the recording"}},
-         "the retention of a recording is over now",
-         false,
-         RunByName<EXPIRE>},
-        {"Control",
-         {{"name", "s", "see ListControls"}, {"arguments", "s", "a JSON object; empty: none"}},
-         "anything else that can be done to the set",
-         false,
-         RunControlByJson},
-        {"ListControls", {}, "what Control can do, as JSON", true, ListControls},
-        {"AdvanceClock",
-         {{"ms", "t", "virtual milliseconds"}},
-         "move the virtual clock on; gives its new time",
-         true,
-         AdvanceClock},
-        {"RaiseSignal",
-         {{"type", "u", "the signal's number"},
-          {"profile", "i", "of the TV pipeline"},
-          {"handle", "q", "of the TV pipeline"},
-          {"data", "ay", "up to 8 bytes"}},
-         "raise any signal",
-         false,
-         RaiseSignal},
-        {"State", {}, "all about the set, as JSON", true, State},
-        {"Subscriptions", {}, "who has subscribed what, as JSON", true, Subscriptions},
-        {"Journal", {}, "the calls received, as JSON", true, Journal},
-        {"ClearJournal", {}, "forget the calls received", false, ClearJournal},
-        {"AddFault",
-         {{"fault", "s", "a JSON object, see ListFaultKinds"}},
-         "switch a fault on; gives its number, 0 for one that has happened already",
-         true,
-         AddFault},
-        {"RemoveFault", {{"number", "u", "what AddFault gave"}}, "switch a fault off", false, RemoveFault},
-        {"ClearFaults", {}, "switch all faults off", false, ClearFaults},
-        {"ListFaults", {}, "the faults that are on, as JSON", true, ListFaults},
-        {"ListFaultKinds", {}, "the faults that there are, as JSON", true, ListFaultKinds},
-        {"Restart",
-         {{"ms", "u", "real milliseconds without the daemon"}},
-         "leave the bus and come back",
-         false,
-         Restart},
-        {"Quit", {}, "end the simulator", false, Quit},
+    const auto run = [&control](TCSimulatedDaemon& daemon, const TJson& arguments, const json::TCJsonPath& path)
+    {
+        Require(control.run(daemon.Model(), arguments, path));
+        return std::string();
     };
-    return rows;
+    return {control.verb, control.help, control.parameters, false, run};
+}
+
+template <class Function, class... T>
+TSVerb Row(const char* name, const char* help, const std::tuple<TSTyped<T>...>& parameters, Function function)
+{
+    constexpr bool HAS_RESULT = !std::is_void_v<std::invoke_result_t<Function, TCSimulatedDaemon&, T...>>;
+    return {name, help, Untyped(parameters), HAS_RESULT, Reading<std::string, TCSimulatedDaemon>(parameters, function)};
+}
+
+std::vector<TSVerb> DaemonRows()
+{
+    using TDaemon = TCSimulatedDaemon;
+    return {
+        Row("ListCams", "the CAMs that there are, and where they are, as JSON", Taking(), ListCams),
+        Row("Control", "anything that can be done to the set, by its name in a scenario",
+            Taking(Needed<std::string>("name", "see ListControls"),
+                   Optional<std::optional<TJson>>("arguments", {}, "a JSON object")),
+            [](TDaemon& daemon, const std::string& name, const std::optional<TJson>& arguments)
+            { Require(RunControl(daemon.Model(), name, arguments.value_or(TJson()))); }),
+        Row("ListControls", "what Control can do, as JSON", Taking(), ListControls),
+        Row("AdvanceClock", "move the virtual clock on; gives its new time",
+            Taking(Needed<std::uint64_t>("ms", "virtual milliseconds")), AdvanceClock),
+        Row("State", "all about the set, as JSON", Taking(), [](TDaemon& daemon) { return daemon.State().dump(2); }),
+        Row("Subscriptions", "who has subscribed what, as JSON", Taking(),
+            [](TDaemon& daemon) { return daemon.Clients().Subscriptions().dump(2); }),
+        Row("Journal", "the calls received, as JSON", Taking(),
+            [](TDaemon& daemon) { return daemon.Journal().ToJson().dump(2); }),
+        Row("ClearJournal", "forget the calls received", Taking(), [](TDaemon& daemon) { daemon.Journal().Clear(); }),
+        Row("AddFault", "switch a fault on; gives its number, 0 for one that has happened already",
+            Taking(Needed<TSFault>("fault", "a JSON object, see ListFaultKinds")),
+            [](TDaemon& daemon, TSFault fault) { return std::to_string(daemon.AddFault(std::move(fault))); }),
+        Row("RemoveFault", "switch a fault off", Taking(Needed<unsigned>("number", "what AddFault gave")), RemoveFault),
+        Row("ClearFaults", "switch all faults off", Taking(), [](TDaemon& daemon) { daemon.Faults().Clear(); }),
+        Row("ListFaults", "the faults that are on, as JSON", Taking(),
+            [](TDaemon& daemon) { return daemon.Faults().List().dump(2); }),
+        Row("ListFaultKinds", "the faults that there are, as JSON", Taking(),
+            [](TDaemon&) { return DescribeFaults().dump(2); }),
+        Row("Restart", "leave the bus and come back",
+            Taking(Optional<unsigned>("ms", 0, "real milliseconds without the daemon")), Restart),
+        Row("Quit", "end the simulator", Taking(), [](TDaemon& daemon) { daemon.RequestQuit(); }),
+    };
 }
 } // namespace
 
-std::span<const TSVerb> Verbs() { return Rows(); }
+std::string TSVerb::Usage() const
+{
+    std::string usage = name;
+    for (auto parameter = parameters.begin(); parameter != parameters.end(); ++parameter)
+    {
+        const bool isNeeded =
+            std::any_of(parameter, parameters.end(), [](const TSParameter& rest) { return rest.isNeeded; });
+        usage += isNeeded ? std::string(" ") + parameter->name : std::string(" [") + parameter->name + ']';
+    }
+    return usage;
+}
+
+std::span<const TSVerb> Verbs()
+{
+    static const std::vector<TSVerb> verbs = []
+    {
+        std::vector<TSVerb> all;
+        for (const TSControl& control : Controls())
+        {
+            all.push_back(Row(control));
+        }
+        std::ranges::move(DaemonRows(), std::back_inserter(all));
+        return all;
+    }();
+    return verbs;
+}
 
 const TSVerb* FindVerb(std::string_view name)
 {
-    const auto found =
-        std::find_if(Rows().begin(), Rows().end(), [&](const TSVerb& verb) { return verb.name == name; });
-    return found != Rows().end() ? &*found : nullptr;
+    const auto verbs = Verbs();
+    const auto found = std::find_if(verbs.begin(), verbs.end(), [&](const TSVerb& verb) { return verb.name == name; });
+    return found != verbs.end() ? &*found : nullptr;
 }
 } // namespace CIM::sim

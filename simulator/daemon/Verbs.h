@@ -1,9 +1,8 @@
 #pragma once
 
-#include "json/Json.h"
+#include "simulator/control/Action.h"
 
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,25 +11,20 @@ namespace CIM::sim
 {
 class TCSimulatedDaemon;
 
-/// One argument of a verb.
-struct TSVerbArgument
-{
-    const char* name;
-    const char* type; ///< D-Bus signature: y, q, i, u, t, s or ay
-    const char* help;
-};
-
-/// Something to be done to a running simulator. Its row is all there is to it: the D-Bus method, its introspection, the
-/// command of a shell and its completion come from here.
+/// Something to be done to a running simulator: each control of the set, and what concerns the daemon itself. Its row
+/// is all there is to it: the D-Bus method, its introspection, the command of a shell and its completion come from
+/// there.
 struct TSVerb
 {
     const char* name;
-    std::vector<TSVerbArgument> arguments;
     const char* help;
-    bool hasResult; ///< a text; JSON where the help says so
-    /// \param[in] arguments  an object: numbers, texts; bytes as hexadecimal digits
+    std::vector<TSParameter> parameters; ///< in the order of the method's arguments
+    bool hasResult;                      ///< a text; JSON where the help says so
     /// \throws std::exception with a text for people when it is refused; nothing has happened then
-    std::string (*run)(TCSimulatedDaemon& daemon, const json::TJson& arguments);
+    TRun<std::string, TCSimulatedDaemon> run;
+
+    /// "InsertCam slot cam": parameters that may be left out at the end stand in brackets.
+    std::string Usage() const;
 };
 
 std::span<const TSVerb> Verbs();

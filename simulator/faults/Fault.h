@@ -42,20 +42,20 @@ enum EFaultKind : int
 struct TSFault
 {
     EFaultKind kind = FAULT_LATE;
-    std::string operation;        ///< "ICIGeneral.EnterMenu", "EnterMenu", "ICIGeneral.*" or "*"; empty: at once
-    std::optional<unsigned> slot; ///< only calls about this slot
-    unsigned nth = 0;             ///< only this one of the calls that match, counted from 1; 0: every one
-    unsigned times = 0;           ///< it falls away after happening so often; 0: it stays
+    std::string operation;            ///< "ICIGeneral.EnterMenu", "EnterMenu", "ICIGeneral.*" or "*"; empty: at once
+    std::optional<std::uint8_t> slot; ///< only calls about this slot
+    unsigned nth = 0;                 ///< only this one of the calls that match, counted from 1; 0: every one
+    unsigned times = 0;               ///< it falls away after happening so often; 0: it stays
     double probability = 1;
 
     unsigned ms = 0;
     std::string name;
     std::string text;
     std::string shape;
-    unsigned status = 0;
+    std::uint8_t status = 0;
     int length = 0;
     unsigned bytes = 0;
-    unsigned version = 0;
+    std::uint8_t version = 0;
     unsigned stepMs = 0;
     unsigned count = 1;
     unsigned rate = 0;
@@ -72,7 +72,7 @@ struct TSFault
 /// Reads a fault: {"kind": "error", "operation": "EnterMenu", "name": ..., ...}. A member that the kind does not take
 /// is refused.
 /// \throws json::TCJsonError
-TSFault FaultFromJson(const json::TJson& fault, const json::TCJsonPath& path);
+void ReadJson(const json::TJson& json, TSFault& fault, const json::TCJsonPath& path);
 json::TJson ToJson(const TSFault& fault);
 /// Each kind with a line of help and the members it takes.
 json::TJson DescribeFaults();

@@ -1,7 +1,7 @@
 #include "Fault.h"
 
 #include "json/OperationForm.h"
-#include "json/Scalars.h"
+#include "json/ValueForms.h"
 
 #include <algorithm>
 #include <string_view>
@@ -24,36 +24,25 @@ struct TSMember
     void (*write)(const TSFault&, TJson&);
 };
 
-template <auto Member>
-void ReadNumber(const TJson& value, TSFault& fault, const TCJsonPath& path)
+/// Where a value's type has a form, that is the member's.
+template <class Field>
+constexpr TSMember Member(const char* name, Field)
 {
-    fault.*Member = static_cast<unsigned>(json::UnsignedFromJson(value, 0xFFFFFFFF, path));
-}
-template <auto Member>
-void ReadText(const TJson& value, TSFault& fault, const TCJsonPath& path)
-{
-    fault.*Member = json::TextFromJson(value, path);
-}
-template <auto Member>
-void Write(const TSFault& fault, TJson& value)
-{
-    value = fault.*Member;
+    return {name,
+            [](const TJson& value, TSFault& fault, const TCJsonPath& path)
+            { json::FromJson(value, Field()(fault), path); },
+            [](const TSFault& fault, TJson& value) { value = json::ToJson(Field()(fault)); }};
 }
 
 constexpr TSMember MEMBERS[] = {
-    {"operation", ReadText<&TSFault::operation>, Write<&TSFault::operation>},
-    {"slot",
-     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
-     { fault.slot = static_cast<unsigned>(json::UnsignedFromJson(value, 255, path)); },
-     [](const TSFault& fault, TJson& value)
-     {
-         if (fault.slot)
-         {
-             value = *fault.slot;
-         }
-     }},
-    {"nth", ReadNumber<&TSFault::nth>, Write<&TSFault::nth>},
-    {"times", ReadNumber<&TSFault::times>, Write<&TSFault::times>},
+    Member(
+        "operation", [](auto& fault) -> auto& { return fault.operation; }),
+    Member(
+        "slot", [](auto& fault) -> auto& { return fault.slot; }),
+    Member(
+        "nth", [](auto& fault) -> auto& { return fault.nth; }),
+    Member(
+        "times", [](auto& fault) -> auto& { return fault.times; }),
     {"probability",
      [](const TJson& value, TSFault& fault, const TCJsonPath& path)
      {
@@ -63,58 +52,39 @@ constexpr TSMember MEMBERS[] = {
          }
          fault.probability = value.get<double>();
      },
-     Write<&TSFault::probability>},
-    {"ms", ReadNumber<&TSFault::ms>, Write<&TSFault::ms>},
-    {"name", ReadText<&TSFault::name>, Write<&TSFault::name>},
-    {"text", ReadText<&TSFault::text>, Write<&TSFault::text>},
-    {"shape", ReadText<&TSFault::shape>, Write<&TSFault::shape>},
-    {"status",
-     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
-     { fault.status = static_cast<unsigned>(json::UnsignedFromJson(value, 255, path)); },
-     Write<&TSFault::status>},
-    {"length",
-     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
-     { fault.length = static_cast<int>(json::SignedFromJson(value, INT32_MIN, INT32_MAX, path)); },
-     Write<&TSFault::length>},
-    {"bytes", ReadNumber<&TSFault::bytes>, Write<&TSFault::bytes>},
-    {"version",
-     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
-     { fault.version = static_cast<unsigned>(json::UnsignedFromJson(value, 255, path)); },
-     Write<&TSFault::version>},
-    {"stepMs", ReadNumber<&TSFault::stepMs>, Write<&TSFault::stepMs>},
-    {"count", ReadNumber<&TSFault::count>, Write<&TSFault::count>},
-    {"rate", ReadNumber<&TSFault::rate>, Write<&TSFault::rate>},
-    {"signal",
-     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
-     {
-         fault.signal.type =
-             static_cast<ECISignalType>(json::EnumFromJson(json::Enumeration<ECISignalType>(), value, path));
-     },
-     [](const TSFault& fault, TJson& value)
-     { value = json::EnumToJson(json::Enumeration<ECISignalType>(), fault.signal.type); }},
-    {"profile",
-     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
-     { fault.signal.profile = static_cast<EProfile>(json::SignedFromJson(value, INT32_MIN, INT32_MAX, path)); },
-     [](const TSFault& fault, TJson& value) { value = static_cast<int>(fault.signal.profile); }},
-    {"handle",
-     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
-     { fault.signal.handle = static_cast<unsigned short>(json::UnsignedFromJson(value, 0xFFFF, path)); },
-     [](const TSFault& fault, TJson& value) { value = fault.signal.handle; }},
-    {"data",
-     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
-     {
-         const auto bytes = json::BytesFromJson(value, path);
-         if (bytes.size() != sizeof fault.signal.data.bytes)
-         {
-             throw json::TCJsonError(path, "a signal has 8 bytes of data, not " + std::to_string(bytes.size()));
-         }
-         std::copy(bytes.begin(), bytes.end(), fault.signal.data.bytes);
-     },
-     [](const TSFault& fault, TJson& value) { value = json::BytesToHex(fault.signal.data.bytes); }},
-    {"toSubscribers",
-     [](const TJson& value, TSFault& fault, const TCJsonPath& path)
-     { fault.isToSubscribers = json::BoolFromJson(value, path); },
-     Write<&TSFault::isToSubscribers>},
+     [](const TSFault& fault, TJson& value) { value = fault.probability; }},
+    Member(
+        "ms", [](auto& fault) -> auto& { return fault.ms; }),
+    Member(
+        "name", [](auto& fault) -> auto& { return fault.name; }),
+    Member(
+        "text", [](auto& fault) -> auto& { return fault.text; }),
+    Member(
+        "shape", [](auto& fault) -> auto& { return fault.shape; }),
+    Member(
+        "status", [](auto& fault) -> auto& { return fault.status; }),
+    Member(
+        "length", [](auto& fault) -> auto& { return fault.length; }),
+    Member(
+        "bytes", [](auto& fault) -> auto& { return fault.bytes; }),
+    Member(
+        "version", [](auto& fault) -> auto& { return fault.version; }),
+    Member(
+        "stepMs", [](auto& fault) -> auto& { return fault.stepMs; }),
+    Member(
+        "count", [](auto& fault) -> auto& { return fault.count; }),
+    Member(
+        "rate", [](auto& fault) -> auto& { return fault.rate; }),
+    Member(
+        "signal", [](auto& fault) -> auto& { return fault.signal.type; }),
+    Member(
+        "profile", [](auto& fault) -> auto& { return fault.signal.profile; }),
+    Member(
+        "handle", [](auto& fault) -> auto& { return fault.signal.handle; }),
+    Member(
+        "data", [](auto& fault) -> auto& { return fault.signal.data; }),
+    Member(
+        "toSubscribers", [](auto& fault) -> auto& { return fault.isToSubscribers; }),
 };
 
 constexpr std::string_view WHEN = " operation slot nth times probability ";
@@ -265,7 +235,7 @@ void Complete(TSFault& fault, const TSKind& kind, const TCJsonPath& path)
 }
 } // namespace
 
-TSFault FaultFromJson(const TJson& json, const TCJsonPath& path)
+void ReadJson(const TJson& json, TSFault& read, const TCJsonPath& path)
 {
     const TSKind& kind = KindOf(json, path);
     TSFault fault;
@@ -288,7 +258,7 @@ TSFault FaultFromJson(const TJson& json, const TCJsonPath& path)
         member->read(value, fault, memberPath);
     }
     Complete(fault, kind, path);
-    return fault;
+    read = std::move(fault);
 }
 
 TJson ToJson(const TSFault& fault)

@@ -9,31 +9,31 @@ namespace CIM::sim
 {
 namespace
 {
-std::string Usage(const TSVerb& verb)
-{
-    std::string usage = verb.name;
-    for (const TSVerbArgument& argument : verb.arguments)
-    {
-        usage += std::string(" ") + argument.name;
-    }
-    return usage;
-}
-
 std::string AllVerbs()
 {
     std::string text = "Verbs:\n";
     for (const TSVerb& verb : Verbs())
     {
-        std::string usage = Usage(verb);
-        usage.resize(std::max<std::size_t>(usage.size(), 34), ' ');
-        text += "  " + usage + ' ' + verb.help + '\n';
-        for (const TSVerbArgument& argument : verb.arguments)
+        text += "  " + verb.Usage() + "\n      " + verb.help + '\n';
+    }
+    return text +
+           "\nci-daemon-sim ctl VERB --help describes the arguments of a verb. Those in brackets may be left out; "
+           "an empty one\ncounts as left out.\n"
+           "Exit status: 0 done, 1 refused, 2 wrong usage, 3 no simulator on the bus.\n";
+}
+
+std::string Help(const TSVerb& verb)
+{
+    std::string text = "usage: ci-daemon-sim ctl " + verb.Usage() + "\n  " + verb.help + '\n';
+    for (const TSParameter& parameter : verb.parameters)
+    {
+        text += std::string("\n  ") + parameter.name + ": " + parameter.help + "\n      " + parameter.Describe() + '\n';
+        for (const std::string_view word : parameter.Words())
         {
-            text += std::string(37, ' ') + argument.name + ": " + argument.help + '\n';
+            text.append("      ").append(word).append("\n");
         }
     }
-    return text + "Arguments left out at the end are 0 or empty.\n"
-                  "Exit status: 0 done, 1 refused, 2 wrong usage, 3 no simulator on the bus.\n";
+    return text;
 }
 
 int Run(const std::vector<std::string>& words)
@@ -44,6 +44,11 @@ int Run(const std::vector<std::string>& words)
         std::fprintf(stderr, "ci-daemon-sim: %s: see ci-daemon-sim ctl --help\n",
                      words.empty() ? "ctl needs a verb" : ("there is no verb " + words.front()).c_str());
         return 2;
+    }
+    if (words.size() == 2 && words.back() == "--help")
+    {
+        std::printf("%s", Help(*verb).c_str());
+        return 0;
     }
     const TSControlAnswer answer = CallControl(*verb, {words.begin() + 1, words.end()});
     switch (answer.status)
@@ -56,7 +61,7 @@ int Run(const std::vector<std::string>& words)
         return 0;
     case TSControlAnswer::USAGE:
         std::fprintf(stderr, "ci-daemon-sim: %s\nusage: ci-daemon-sim ctl %s\n", answer.text.c_str(),
-                     Usage(*verb).c_str());
+                     verb->Usage().c_str());
         return 2;
     case TSControlAnswer::REFUSED:
         std::fprintf(stderr, "ci-daemon-sim: %s\n", answer.text.c_str());
@@ -66,25 +71,35 @@ int Run(const std::vector<std::string>& words)
         return 3;
     }
 }
+
+/// The words that a shell may complete: the verbs, or what may stand at a place behind one.
+int ListWords(const std::vector<std::string>& words)
+{
+    const TSVerb* const verb = words.empty() ? nullptr : FindVerb(words.front());
+    for (const TSVerb& each : Verbs())
+    {
+        if (words.empty())
+        {
+            std::printf("%s\n", each.name);
+        }
+    }
+    if (verb != nullptr && words.size() <= verb->parameters.size())
+    {
+        for (const std::string_view word : verb->parameters[words.size() - 1].Words())
+        {
+            std::printf("%s\n", std::string(word).c_str());
+        }
+    }
+    return 0;
+}
 } // namespace
 
 std::function<int()> PrepareControl(CLI::App& app)
 {
-    auto listsNames = std::make_shared<bool>(false);
-    app.add_flag("--list", *listsNames, "print the names of the verbs");
+    auto lists = std::make_shared<bool>(false);
+    app.add_flag("--list", *lists, "print the verbs, or what may follow behind a verb and the arguments given");
     app.footer(AllVerbs());
     app.prefix_command(); // an argument of a verb may begin with a dash
-    return [&app, listsNames]
-    {
-        if (*listsNames)
-        {
-            for (const TSVerb& verb : Verbs())
-            {
-                std::printf("%s\n", verb.name);
-            }
-            return 0;
-        }
-        return Run(app.remaining());
-    };
+    return [&app, lists] { return *lists ? ListWords(app.remaining()) : Run(app.remaining()); };
 }
 } // namespace CIM::sim

@@ -40,7 +40,8 @@ TSFault ReadFault(const std::string& text)
 {
     try
     {
-        TSFault fault = FaultFromJson(json::TCJsonDocument::Parse("fault", text).Root(), json::TCJsonPath("fault"));
+        TSFault fault =
+            json::FromJson<TSFault>(json::TCJsonDocument::Parse("fault", text).Root(), json::TCJsonPath("fault"));
         if (fault.operation.empty())
         {
             throw std::runtime_error("fault.operation: on the command line a fault needs one, such as *");

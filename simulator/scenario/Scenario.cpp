@@ -152,7 +152,8 @@ constexpr TSStepReader STEPS[] = {
      }},
     {"advance", [](const TJson& json, const TCJsonPath& path) -> TAction { return TSAdvance{ReadMs(json, path)}; }},
     {"fault",
-     [](const TJson& json, const TCJsonPath& path) -> TAction { return TSFaultStep{FaultFromJson(json, path)}; }},
+     [](const TJson& json, const TCJsonPath& path) -> TAction
+     { return TSFaultStep{json::FromJson<TSFault>(json, path)}; }},
     {"clear-faults",
      [](const TJson& json, const TCJsonPath& path) -> TAction
      {
@@ -180,13 +181,11 @@ TAction ReadAction(const TJson& step, const TCJsonPath& path, TCRehearsal& rehea
         }
         names += (names.empty() ? "" : ", ") + std::string(known.name);
     }
-    bool isControl = false;
     for (const TSControl& control : Controls())
     {
-        isControl = isControl || control.name == name;
         names += ", " + std::string(control.name);
     }
-    if (!isControl)
+    if (FindControl(name) == nullptr)
     {
         throw TCJsonError(place, "there is no such step; there are " + names);
     }

@@ -135,7 +135,7 @@ void TCDaemon::m_Fail(const TSMemberKey& member, const TCFailure& failure)
             sim::TSFault fault;
             try
             {
-                fault = sim::FaultFromJson(json, json::TCJsonPath("failure"));
+                fault = json::FromJson<sim::TSFault>(json, json::TCJsonPath("failure"));
             }
             catch (const json::TCJsonError& error)
             {

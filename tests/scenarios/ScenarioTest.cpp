@@ -1,11 +1,11 @@
 #include "simulator/scenario/Scenario.h"
 #include "simulator/control/Controls.h"
 #include "simulator/definition/DefinitionJson.h"
+#include "support/Shell.h"
 #include "json/OperationForm.h"
 
 #include <gmock/gmock.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -14,9 +14,9 @@
 #include <span>
 #include <sstream>
 
-#include <sys/wait.h>
-
 using namespace CIM::sim;
+using CIM::Shell;
+using CIM::TSOutput;
 using testing::HasSubstr;
 
 namespace
@@ -25,26 +25,6 @@ std::string ReadFile(const std::string& path)
 {
     std::ifstream stream(path);
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-struct TSOutput
-{
-    int status;
-    std::string text; ///< both streams
-};
-
-TSOutput Shell(const std::string& command)
-{
-    TSOutput output{-1, {}};
-    FILE* const pipe = popen(("exec 2>&1; " + command).c_str(), "r");
-    char buffer[4096];
-    for (std::size_t size; (size = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-    {
-        output.text.append(buffer, size);
-    }
-    const int status = pclose(pipe);
-    output.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return output;
 }
 
 std::string Sim() { return SIMULATOR; }
@@ -187,11 +167,11 @@ TEST(JsonDialect, EveryDoorReadsAValueInOneWay)
     const auto* const send = CIM::json::FindInterface("ICIGeneral")->Find("SendSasData");
     const auto signalOf = [](const TJson& arguments)
     {
-        std::string data;
+        TSSignal raised;
         TCModel model(DefaultSet(), 1);
-        model.SetSignalSink([&](const TSSignal& signal) { data = CIM::json::BytesToHex(signal.data.bytes); });
+        model.SetSignalSink([&](const TSSignal& signal) { raised = signal; });
         RunControl(model, "signal", arguments);
-        return data;
+        return raised;
     };
     // Which of the arguments that a call may have a pattern means.
     const auto meantBy = [](const char* name, const TJson& value, const std::vector<TJson>& candidates)
@@ -219,11 +199,12 @@ TEST(JsonDialect, EveryDoorReadsAValueInOneWay)
          [](const TJson& value)
          {
              return CIM::json::BytesToHex(
-                 FaultFromJson({{"kind", "storm"}, {"signal", 20}, {"data", value}}, TCJsonPath()).signal.data.bytes);
+                 FromJson<TSFault>({{"kind", "storm"}, {"signal", 20}, {"data", value}}, TCJsonPath())
+                     .signal.data.bytes);
          }},
         {"control",
          [&](const TJson& value) {
-             return signalOf({{"type", 20}, {"data", value}});
+             return CIM::json::BytesToHex(signalOf({{"type", 20}, {"data", value}}).data.bytes);
          }},
         {"cictl call",
          [&](const TJson& value)
@@ -247,7 +228,11 @@ TEST(JsonDialect, EveryDoorReadsAValueInOneWay)
          [](const TJson& value)
          {
              return std::to_string(
-                 FaultFromJson({{"kind", "storm"}, {"signal", 20}, {"handle", value}}, TCJsonPath()).signal.handle);
+                 FromJson<TSFault>({{"kind", "storm"}, {"signal", 20}, {"handle", value}}, TCJsonPath()).signal.handle);
+         }},
+        {"control",
+         [&](const TJson& value) {
+             return std::to_string(signalOf({{"type", 20}, {"handle", value}}).handle);
          }},
         {"cictl call",
          [&](const TJson& value)

@@ -93,8 +93,7 @@ TEST(SimControls, RefuseWhatTheyDoNotUnderstandAndDoNothingThen)
 {
     TCRecorder recorder;
     const json::TJson before = recorder.model.State();
-    const std::vector<TSControl> controls = Controls();
-    for (const TSControl& control : controls)
+    for (const TSControl& control : Controls())
     {
         const TSOutcome outcome = recorder.Do(control.name, {{"no such argument", 1}});
         EXPECT_FALSE(outcome) << control.name;

@@ -1,6 +1,9 @@
 #include "SimulatorProcess.h"
 
+#include "simulator/control/Controls.h"
 #include "simulator/daemon/Messages.h"
+#include "simulator/daemon/Verbs.h"
+#include "support/Shell.h"
 
 #include <csignal>
 #include <filesystem>
@@ -31,6 +34,21 @@ TSSeenReply Read(const TCMessagePtr& reply)
         seen.payload.assign(bytes, count);
     }
     return seen;
+}
+
+/// A signal's identifier, handle and payload; the length that it states must be the payload's.
+std::string TextOf(const TCMessagePtr& signal)
+{
+    const char* identifier = nullptr;
+    const char* handle = nullptr;
+    dbus_int32_t length = 0;
+    const char* bytes = nullptr;
+    int count = 0;
+    const bool isRead = dbus_message_get_args(signal.get(), nullptr, DBUS_TYPE_STRING, &identifier, DBUS_TYPE_STRING,
+                                              &handle, DBUS_TYPE_INT32, &length, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE,
+                                              &bytes, &count, DBUS_TYPE_INVALID) &&
+                        length == count;
+    return isRead ? std::string(identifier) + ' ' + handle + ' ' + std::string(bytes, count) : "no signal";
 }
 
 TEST(SimulatorCalls, HandWrittenBytes)
@@ -198,22 +216,11 @@ TEST(SimulatorCalls, SignalsAndSubscriptions)
     TCRawClient client;
     client.Match("type='signal',path='/com/kelvora/ciapi/SignalObject',interface='com.kelvora.ciapi.SignalIFace',"
                  "member='Signal',arg0='17',arg1='4294901763'"); // profile -1, handle 3
-    client.Control("RaiseSignal", {"17", "-1", "4", "01"});
-    client.Control("RaiseSignal", {"17", "-1", "3", "0102030405060708"});
+    client.Control("RaiseSignal", {"17", "-1", "4", "", "1"});
+    client.Control("RaiseSignal", {"17", "PROFILE_NONE", "3", "0102030405060708"});
     const TCMessagePtr signal = client.NextSignal();
     ASSERT_NE(signal, nullptr);
-    const char* identifier = nullptr;
-    const char* handle = nullptr;
-    dbus_int32_t length = 0;
-    const char* bytes = nullptr;
-    int count = 0;
-    ASSERT_TRUE(dbus_message_get_args(signal.get(), nullptr, DBUS_TYPE_STRING, &identifier, DBUS_TYPE_STRING, &handle,
-                                      DBUS_TYPE_INT32, &length, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &bytes, &count,
-                                      DBUS_TYPE_INVALID));
-    EXPECT_STREQ(identifier, "17");
-    EXPECT_STREQ(handle, "4294901763");
-    EXPECT_EQ(length, 16);
-    EXPECT_EQ(std::string(bytes, count), std::string("\1\2\3\4\5\6\7\10\xff\xff\xff\xff\3\0\0\0", 16));
+    EXPECT_EQ(TextOf(signal), std::string("17 4294901763 \1\2\3\4\5\6\7\10\xff\xff\xff\xff\3\0\0\0", 30));
 
     // Subscribe(type 20, profile 0, handle 1, process id 4711), by hand; forgotten when the client leaves the bus.
     const std::string subscribe("\1\0\0\0\2\0\0\0\62\0\0\0"
@@ -249,13 +256,69 @@ TEST(SimulatorCalls, ControlAndClock)
     EXPECT_THROW(client.Control("InsertCam", {"9", "plus"}), std::runtime_error);
     EXPECT_THROW(client.Control("AddFault", {"{\"kind\":\"late\",\"operation\":\"*\",\"bytes\":3}"}),
                  std::runtime_error);
-    // Two foreign parsers read the introspection data.
-    EXPECT_EQ(std::system("busctl --address=\"$DBUS_SYSTEM_BUS_ADDRESS\" introspect com.kelvora.cisim "
-                          "/com/kelvora/cisim | grep -q '.InsertCam *method *ys'"),
-              0);
-    EXPECT_EQ(std::system("gdbus introspect --address \"$DBUS_SYSTEM_BUS_ADDRESS\" --dest com.kelvora.cisim "
-                          "--object-path / --recurse | grep -q AddFault"),
-              0);
+}
+
+// What is the same in the dialect of the files is the same on the control object, whoever calls it; what is wrong is
+// told by name, and nothing is done then.
+TEST(SimulatorCalls, TheControlObjectReadsWhatItsIntrospectionSays)
+{
+    TCSimulatorProcess simulator;
+    TCRawClient client;
+    client.Match("type='signal',interface='com.kelvora.ciapi.SignalIFace'");
+    const std::string busctl = "busctl --address=\"$DBUS_SYSTEM_BUS_ADDRESS\" ";
+    const std::string call = busctl + "call -- com.kelvora.cisim /com/kelvora/cisim com.kelvora.cisim.Control ";
+    const std::string ctl = SIMULATOR_PATH " ctl ";
+    struct TSCase
+    {
+        std::string command;
+        int status;
+        const char* text;
+    };
+    const TSCase cases[] = {
+        {call + "RaiseSignal uiqay 19 -1 3 8 1 2 3 4 5 6 7 8", 0, ""},
+        {call + "RaiseSignal ssqay SIGNAL_CI_TTX_STATUS_CHANGE PROFILE_NONE 3 8 1 2 3 4 5 6 7 8", 0, ""},
+        {call + "RaiseSignal sssssyqu 19 -1 0x3 01:02:03:04:05:06:07:08 '' 2 1027 134678021", 0, ""},
+        {ctl + "RaiseSignal SIGNAL_CI_TTX_STATUS_CHANGE -1 3 '{\"text\": \"ABCDEFGH\"}' 1 2 0x403 134678021", 0, ""},
+        {call + "RaiseSignal sd 17 1.5", 1, "profile: \"s\" is needed, not an argument of the type \"d\""},
+        {call + "RaiseSignal sii 17 0 70000", 1, "handle: 70000 is not within 0 to 65535"},
+        {call + "RaiseSignal siqau 17 0 0 1 7", 1, "data: \"ay\" is needed, not an argument of the type \"a\""},
+        {call + "RaiseSignal s SIGNAL_CI_NONE", 1, "is no value of ECISignalType"},
+        {call + "InsertCam y 0", 1, "InsertCam slot cam: \"cam\" is missing"},
+        {call + "InsertCam yss 0 plus twice", 1, "there are more arguments than parameters"},
+        {call + "InsertCam ys 9 plus", 1, "slot 9"},
+        {ctl + "InsertCam 0", 2, "cam: this must be given: text"},
+        {ctl + "InsertCam 256 plus", 2,
+         "slot: 256 is not within 0 to 255\nusage: ci-daemon-sim ctl InsertCam slot cam"},
+        {ctl + "InsertCam 9 plus", 1, "slot 9"},
+        {ctl + "insert 0 plus", 2, "there is no verb insert"},
+        {ctl + "AddFault '{\"kind\": \"late\",'", 2, "fault:1:16: "},
+        {ctl + "AddFault '{\"kind\": \"restart\", \"profile\": 0}'", 2, "profile: a fault of the kind"},
+        {ctl + "SetFlag 0 --help", 2, "flag: \"--help\" is no value of flag; there are keep-app-running"},
+        {ctl + "StartUpgrade --help", 0, "ECamUpgradeMode, CAM_UPGRADE_MODE_DELAYED when left out"},
+        {ctl + "--list StartUpgrade 0", 0, "CAM_UPGRADE_MODE_DELAYED\nCAM_UPGRADE_MODE_IMMEDIATE\n"},
+        {busctl + "introspect com.kelvora.cisim /com/kelvora/cisim | grep '\\.AskPin *method *yisq'", 0, "AskPin"},
+        {"gdbus introspect --address \"$DBUS_SYSTEM_BUS_ADDRESS\" --dest com.kelvora.cisim --object-path / --recurse",
+         0, "AddFault"},
+    };
+    std::size_t raised = 0;
+    for (const TSCase& test : cases)
+    {
+        const TSOutput output = Shell(test.command);
+        EXPECT_EQ(output.status, test.status) << test.command << '\n' << output.text;
+        EXPECT_THAT(output.text, testing::HasSubstr(test.text)) << test.command;
+        raised += test.status == 0 && test.command.find("RaiseSignal") != std::string::npos;
+    }
+    for (std::size_t i = 0; i < raised; ++i)
+    {
+        const TCMessagePtr signal = client.NextSignal();
+        ASSERT_NE(signal, nullptr) << i;
+        const std::string text = TextOf(signal);
+        EXPECT_EQ(text, std::string("19 4294901763 \1\2\3\4\5\6\7\10\xff\xff\xff\xff\3\0\0\0", 30)) << i;
+    }
+    for (const TSControl& control : Controls())
+    {
+        EXPECT_NE(FindVerb(control.verb), nullptr) << control.name;
+    }
 }
 
 TEST(SimulatorCalls, TerminatedCleanly)

@@ -1,6 +1,7 @@
 #include "cictl/Call.h"
 
 #include "cictl/Output.h"
+#include "json/Word.h"
 
 #include <ciapi/CISignalDataType.h>
 
@@ -124,17 +125,6 @@ bool ListWords(const TCArguments& arguments)
 
 } // namespace
 
-TJson ValueFromWord(const json::TSType& type, const std::string& word)
-{
-    const bool isWord = type.kind == json::EKind::TEXT || type.kind == json::EKind::BYTES;
-    if (isWord && !word.starts_with('"') && !word.starts_with('{'))
-    {
-        return word;
-    }
-    TJson value = TJson::parse(word, nullptr, false);
-    return value.is_discarded() ? TJson(word) : value;
-}
-
 EExit CallAndPrint(TCDaemonAccess& daemon, const json::TCOperationForm& operation, const TJson& arguments, bool asJson)
 {
     TJson answer = daemon.Call(operation, arguments);
@@ -160,7 +150,7 @@ TJson ArgumentsInOrder(const json::TCOperationForm& operation, std::span<const s
             inputs += std::string(" ") + parameter.name;
             if (count < words.size())
             {
-                arguments[parameter.name] = ValueFromWord(*parameter.type, words[count]);
+                arguments[parameter.name] = json::ValueFromWord(*parameter.type, words[count], parameter.name);
             }
             ++count;
         }
@@ -193,7 +183,7 @@ EExit CallVerb(const TCArguments& arguments)
     for (const auto& [name, word] : given)
     {
         const json::TSParameter* const parameter = operation.FindParameter(name);
-        values[name] = parameter ? ValueFromWord(*parameter->type, word) : TJson(word);
+        values[name] = parameter ? json::ValueFromWord(*parameter->type, word, name) : TJson(word);
     }
     if (arguments.IsSet("one-way"))
     {

@@ -5,8 +5,6 @@
 
 namespace CIM::cictl
 {
-/// What a word on the command line means as a value of a type.
-TJson ValueFromWord(const json::TSType& type, const std::string& word);
 /// Calls an operation and prints its result and outputs.
 EExit CallAndPrint(TCDaemonAccess& daemon, const json::TCOperationForm& operation, const TJson& arguments, bool asJson);
 /// Gives words to the inputs of an operation, in order. \throws TCFailure when there are too few or too many
