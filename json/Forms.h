@@ -9,6 +9,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <span>
 #include <type_traits>
 
 // How a type decides its form in JSON. The forms of the value types are in ValueForms.h; include ToJson.h to use them.
@@ -48,22 +49,41 @@ T NewValue()
     return T{};
 }
 
-template <>
-struct TJsonForm<bool>
-{
-    static TSType Type() { return {EKind::BOOL, "bool", {}}; }
-    static TJson To(bool value) { return value; }
-    static void From(const TJson& json, bool& value, const TCJsonPath& path) { value = BoolFromJson(json, path); }
-};
+// What needs no more than these is compiled once, in Forms.cpp.
+TSType NumberType(bool isSigned, std::size_t bytes);
+TSType EnumType(const TSEnumeration& enumeration);
+TSType ListType(TSType element);
+TSType MapType(const TSType& key, TSType value);
+/// Adds the next member to the type of a record, and puts the rest around it in the end.
+void AddMember(TSType& record, const char* name, const TSType& member);
+/// \throws TCJsonError for the first member that is none of the known ones
+void RefuseOthers(const TJson& object, std::span<const char* const> known, const char* type, const TCJsonPath& path);
+[[noreturn]] void RefuseTwice(const TCJsonPath& path, const char* where);
+
+/// The form of a type that is no template, compiled in Forms.cpp.
+#define CIAPI_JSON_FORM(TYPE)                                                                                          \
+    template <>                                                                                                        \
+    struct TJsonForm<TYPE>                                                                                             \
+    {                                                                                                                  \
+        static TSType Type();                                                                                          \
+        static TJson To(const TYPE& value);                                                                            \
+        static void From(const TJson& json, TYPE& value, const TCJsonPath& path);                                      \
+    }
+CIAPI_JSON_FORM(bool);
+CIAPI_JSON_FORM(std::string);
+CIAPI_JSON_FORM(std::u16string);
+CIAPI_JSON_FORM(std::basic_string<unsigned short>);
+CIAPI_JSON_FORM(std::vector<unsigned char>);
+CIAPI_JSON_FORM(TJson); // any JSON at all
 
 template <class T>
 struct TJsonForm<T, std::enable_if_t<std::is_integral_v<T>>>
 {
-    static TSType Type()
+    static TSType Type() { return NumberType(std::is_signed_v<T>, sizeof(T)); }
+    static TJson To(T value)
     {
-        return {EKind::NUMBER, (std::is_signed_v<T> ? "int" : "uint") + std::to_string(8 * sizeof(T)), {}};
+        return NumberToJson(static_cast<std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>>(value));
     }
-    static TJson To(T value) { return value; }
     static void From(const TJson& json, T& value, const TCJsonPath& path)
     {
         using TLimits = std::numeric_limits<T>;
@@ -81,56 +101,12 @@ struct TJsonForm<T, std::enable_if_t<std::is_integral_v<T>>>
 template <class E>
 struct TJsonForm<E, std::enable_if_t<std::is_enum_v<E>>>
 {
-    static TSType Type() { return {EKind::ENUM, std::string(TSEnumNames<E>::type), {&Enumeration<E>()}}; }
+    static TSType Type() { return EnumType(Enumeration<E>()); }
     static TJson To(E value) { return EnumToJson(Enumeration<E>(), value); }
     static void From(const TJson& json, E& value, const TCJsonPath& path)
     {
         value = static_cast<E>(EnumFromJson(Enumeration<E>(), json, path));
     }
-};
-
-template <>
-struct TJsonForm<std::string>
-{
-    static TSType Type() { return {EKind::TEXT, "text", {}}; }
-    static TJson To(const std::string& value) { return TextToJson(value); }
-    static void From(const TJson& json, std::string& value, const TCJsonPath& path)
-    {
-        value = TextFromJson(json, path);
-    }
-};
-
-template <>
-struct TJsonForm<std::basic_string<unsigned short>>
-{
-    using TWide = std::basic_string<unsigned short>;
-    static TSType Type() { return {EKind::TEXT, "text", {}}; }
-    static TJson To(const TWide& value) { return WideToJson({value.data(), value.size()}); }
-    static void From(const TJson& json, TWide& value, const TCJsonPath& path)
-    {
-        const std::vector<unsigned short> units = WideFromJson(json, path);
-        value.assign(units.begin(), units.end());
-    }
-};
-
-template <>
-struct TJsonForm<std::u16string>
-{
-    static TSType Type() { return {EKind::TEXT, "text", {}}; }
-    static void From(const TJson& json, std::u16string& value, const TCJsonPath& path)
-    {
-        const std::vector<unsigned short> units = WideFromJson(json, path);
-        value.assign(units.begin(), units.end());
-    }
-};
-
-/// Any JSON at all.
-template <>
-struct TJsonForm<TJson>
-{
-    static TSType Type() { return {EKind::STRUCTURED, "JSON", {}}; }
-    static TJson To(const TJson& value) { return value; }
-    static void From(const TJson& json, TJson& value, const TCJsonPath&) { value = json; }
 };
 
 /// A value that may be missing: null is none.
@@ -165,52 +141,34 @@ struct TJsonForm<T, std::enable_if_t<CReadsItself<T>>>
     static void From(const TJson& json, T& value, const TCJsonPath& path) { ReadJson(json, value, path); }
 };
 
-template <>
-struct TJsonForm<std::vector<unsigned char>>
-{
-    static TSType Type() { return {EKind::BYTES, "bytes", {}}; }
-    static TJson To(const std::vector<unsigned char>& value) { return BytesToHex(value); }
-    static void From(const TJson& json, std::vector<unsigned char>& value, const TCJsonPath& path)
-    {
-        value = BytesFromJson(json, path);
-    }
-};
-
 /// Lists and sets.
 template <class Container>
 struct TSequenceForm
 {
     using TElement = typename Container::value_type;
-    static TSType Type()
-    {
-        TSType element = TJsonForm<TElement>::Type();
-        return {EKind::STRUCTURED, "list of " + element.text, std::move(element.enumerations)};
-    }
+    static TSType Type() { return ListType(TJsonForm<TElement>::Type()); }
     static TJson To(const Container& value)
     {
-        TJson list = TJson::array();
+        TJson list = NewList();
         for (const TElement& element : value)
         {
-            list.push_back(TJsonForm<TElement>::To(element));
+            Append(list, TJsonForm<TElement>::To(element));
         }
         return list;
     }
     static void From(const TJson& json, Container& value, const TCJsonPath& path)
     {
-        if (!json.is_array())
-        {
-            throw TCJsonError(path, std::string("a list is needed, not ") + KindOf(json));
-        }
         Container fresh;
-        for (std::size_t index = 0; index < json.size(); ++index)
+        for (const TJson& each : ElementsOf(json, path))
         {
+            const std::size_t index = fresh.size();
             const TCJsonPath place(path, index);
             TElement element = NewValue<TElement>();
-            TJsonForm<TElement>::From(json[index], element, place);
+            TJsonForm<TElement>::From(each, element, place);
             fresh.insert(fresh.end(), std::move(element));
             if (fresh.size() != index + 1)
             {
-                throw TCJsonError(place, "this element is in the list already");
+                RefuseTwice(place, "element is in the list");
             }
         }
         value = std::move(fresh);
@@ -233,41 +191,29 @@ struct TJsonForm<std::set<E>> : TSequenceForm<std::set<E>>
 template <class K, class V>
 struct TJsonForm<std::map<K, V>>
 {
-    static TSType Type()
-    {
-        TSType type = TJsonForm<K>::Type();
-        TSType value = TJsonForm<V>::Type();
-        type.text = "map of " + type.text + " to " + value.text;
-        type.kind = EKind::STRUCTURED;
-        type.enumerations.insert(type.enumerations.end(), value.enumerations.begin(), value.enumerations.end());
-        return type;
-    }
+    static TSType Type() { return MapType(TJsonForm<K>::Type(), TJsonForm<V>::Type()); }
     static TJson To(const std::map<K, V>& map)
     {
-        TJson object = TJson::object();
+        TJson object = NewObject();
         for (const auto& [key, value] : map)
         {
-            object[KeyText(key)] = TJsonForm<V>::To(value);
+            Put(object, KeyText(key), TJsonForm<V>::To(value));
         }
         return object;
     }
     static void From(const TJson& json, std::map<K, V>& map, const TCJsonPath& path)
     {
-        if (!json.is_object())
-        {
-            throw TCJsonError(path, std::string("an object is needed, not ") + KindOf(json));
-        }
         std::map<K, V> fresh;
-        for (const auto& member : json.items())
+        for (const auto& [name, member] : MembersOf(json, path))
         {
-            const TCJsonPath place(path, member.key());
+            const TCJsonPath place(path, name);
             K key{};
-            TJsonForm<K>::From(member.key(), key, place);
+            TJsonForm<K>::From(TextToJson(name), key, place);
             V value = NewValue<V>();
-            TJsonForm<V>::From(member.value(), value, place);
+            TJsonForm<V>::From(member, value, place);
             if (!fresh.emplace(std::move(key), std::move(value)).second)
             {
-                throw TCJsonError(place, "this key is in the map already");
+                RefuseTwice(place, "key is in the map");
             }
         }
         map = std::move(fresh);
@@ -282,8 +228,7 @@ private:
         }
         else
         {
-            const TJson text = TJsonForm<K>::To(key);
-            return text.is_string() ? text.template get<std::string>() : text.dump();
+            return WordOf(TJsonForm<K>::To(key));
         }
     }
 };
@@ -301,60 +246,41 @@ struct TJsonForm<T, std::enable_if_t<protocol::HAS_MEMBERS<T>>>
     static TSType Type()
     {
         TSType type{EKind::STRUCTURED, protocol::NameOf<T>(), {}};
-        const char* separator = " {";
         T record = NewValue<T>();
-        protocol::ForEachMember(record,
-                                [&]<class Field>(const auto& row, Field&)
-                                {
-                                    TSType inner = TJsonForm<Field>::Type();
-                                    type.text.append(separator).append(row.NAME).append(": ").append(inner.text);
-                                    type.enumerations.insert(type.enumerations.end(), inner.enumerations.begin(),
-                                                             inner.enumerations.end());
-                                    separator = ", ";
-                                });
+        protocol::ForEachMember(record, [&]<class Field>(const auto& row, Field&)
+                                { AddMember(type, row.NAME, TJsonForm<Field>::Type()); });
         type.text += "}";
         return type;
     }
     static TJson To(const T& record)
     {
-        TJson object = TJson::object();
+        TJson object = NewObject();
         protocol::ForEachMember(record, [&]<class Field>(const auto& row, const Field& field)
-                                { object[row.NAME] = TJsonForm<Field>::To(field); });
+                                { Put(object, row.NAME, TJsonForm<Field>::To(field)); });
         return object;
     }
     static void From(const TJson& json, T& record, const TCJsonPath& path)
     {
         if constexpr (requires { TRecordText<T>::From(std::string_view(), record, path); })
         {
-            if (json.is_string())
+            if (const std::string* const text = TextOf(json))
             {
-                TRecordText<T>::From(json.get_ref<const std::string&>(), record, path);
+                TRecordText<T>::From(*text, record, path);
                 return;
             }
         }
-        if (!json.is_object())
-        {
-            throw TCJsonError(path, std::string("an object is needed, not ") + KindOf(json));
-        }
         T fresh = NewValue<T>();
-        std::set<std::string_view> known;
+        std::vector<const char*> known;
         protocol::ForEachMember(fresh,
                                 [&]<class Field>(const auto& row, Field& field)
                                 {
-                                    known.insert(row.NAME);
-                                    if (const auto found = json.find(row.NAME); found != json.end())
+                                    known.push_back(row.NAME);
+                                    if (const TJson* const member = FindMember(json, row.NAME, path))
                                     {
-                                        TJsonForm<Field>::From(*found, field, TCJsonPath(path, row.NAME));
+                                        TJsonForm<Field>::From(*member, field, TCJsonPath(path, row.NAME));
                                     }
                                 });
-        for (const auto& member : json.items())
-        {
-            if (known.count(member.key()) == 0)
-            {
-                throw TCJsonError(TCJsonPath(path, member.key()),
-                                  std::string("there is no such member in ") + protocol::NameOf<T>());
-            }
-        }
+        RefuseOthers(json, known, protocol::NameOf<T>(), path);
         record = std::move(fresh);
     }
     static std::string Text(const T& record) requires requires { TRecordText<T>::To(record); }

@@ -96,6 +96,48 @@ std::string Dump(const TJson& json, int indent)
     return json.dump(indent, ' ', false, TJson::error_handler_t::replace);
 }
 
+const TJson::array_t& ElementsOf(const TJson& json, const TCJsonPath& path)
+{
+    if (!json.is_array())
+    {
+        throw TCJsonError(path, std::string("a list is needed, not ") + KindOf(json));
+    }
+    return json.get_ref<const TJson::array_t&>();
+}
+
+const TJson::object_t& MembersOf(const TJson& json, const TCJsonPath& path)
+{
+    if (!json.is_object())
+    {
+        throw TCJsonError(path, std::string("an object is needed, not ") + KindOf(json));
+    }
+    return json.get_ref<const TJson::object_t&>();
+}
+
+const TJson* FindMember(const TJson& json, std::string_view name, const TCJsonPath& path)
+{
+    const TJson::object_t& members = MembersOf(json, path);
+    const auto found =
+        std::find_if(members.begin(), members.end(), [&](const auto& member) { return member.first == name; });
+    return found != members.end() ? &found->second : nullptr;
+}
+
+const std::string* TextOf(const TJson& json) { return json.get_ptr<const std::string*>(); }
+
+std::string WordOf(const TJson& json)
+{
+    const std::string* const text = TextOf(json);
+    return text != nullptr ? *text : json.dump();
+}
+
+TJson NewObject() { return TJson::object(); }
+
+TJson NewList() { return TJson::array(); }
+
+void Put(TJson& object, std::string_view name, TJson value) { object[std::string(name)] = std::move(value); }
+
+void Append(TJson& list, TJson value) { list.push_back(std::move(value)); }
+
 bool IsSame(const TJson& left, const TJson& right)
 {
     if (left.is_array() && right.is_array())

@@ -11,6 +11,9 @@
 #include <variant>
 #include <vector>
 
+// Compiled once, in Instantiation.cpp, and not in every source that uses it.
+extern template class nlohmann::basic_json<nlohmann::ordered_map>;
+
 namespace CIM::json
 {
 /// A place inside a JSON value, while it is read: a chain of steps from the innermost outwards. Each step lives on the
@@ -70,6 +73,25 @@ private:
 
 /// What a value is, for error texts: "a text", "a number", "a list", ...
 const char* KindOf(const TJson& json);
+
+// The commonest ways into a value and out of it. To go them through the library's own templates would compile them
+// anew in every source, for every length of a literal.
+
+/// \throws TCJsonError when it is no list
+const TJson::array_t& ElementsOf(const TJson& json, const TCJsonPath& path);
+/// \throws TCJsonError when it is no object
+const TJson::object_t& MembersOf(const TJson& json, const TCJsonPath& path);
+/// A member of an object; null when there is none. \throws TCJsonError when it is no object
+const TJson* FindMember(const TJson& json, std::string_view name, const TCJsonPath& path);
+/// A text as it is; null when it is none.
+const std::string* TextOf(const TJson& json);
+/// A text without its quotes, and anything else as JSON.
+std::string WordOf(const TJson& json);
+
+TJson NewObject();
+TJson NewList();
+void Put(TJson& object, std::string_view name, TJson value);
+void Append(TJson& list, TJson value);
 
 /// Whether two values are the same; the order of an object's members does not matter.
 bool IsSame(const TJson& left, const TJson& right);

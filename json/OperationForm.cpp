@@ -10,6 +10,7 @@
 namespace CIM::json
 {
 using protocol::EWord;
+using protocol::TIPushedValue;
 
 namespace
 {
@@ -104,20 +105,31 @@ class TCOperationForm::TCValues
 {
 public:
     explicit TCValues(const TCOperationForm& operation)
-        : m_operation(operation), m_result(operation.m_result.newValue())
+        : m_operation(operation), m_result(operation.m_code->newResult())
     {
-        for (const TSParameter& parameter : operation.m_parameters)
+        for (const auto newValue : operation.m_code->newValues)
         {
-            m_parameters.push_back(parameter.newValue());
+            m_parameters.push_back(newValue());
         }
     }
-    TIValue& Result() { return *m_result; }
-    TIValue& Parameter(std::size_t index) { return *m_parameters[index]; }
+    TJson Result() { return m_operation.m_result->toJson(m_result->Address()); }
+    TJson Parameter(std::size_t index)
+    {
+        return m_operation.m_parameters[index].form->toJson(m_parameters[index]->Address());
+    }
+    void SetResult(const TJson& json, const TCJsonPath& path)
+    {
+        m_operation.m_result->fromJson(json, m_result->Address(), path);
+    }
+    void SetParameter(std::size_t index, const TJson& json, const TCJsonPath& path)
+    {
+        m_operation.m_parameters[index].form->fromJson(json, m_parameters[index]->Address(), path);
+    }
 
     /// Writes what is sent or answered, the result first.
     std::string Write(TCMarshallingHelper& frame)
     {
-        m_ForEach(&TIValue::Store);
+        m_ForEach(&TIPushedValue::Store);
         m_Push(frame);
         return Bytes(frame, m_operation.Id());
     }
@@ -126,7 +138,7 @@ public:
     {
         m_Push(frame);
         const bool fits = frame.TreeToClass(tree);
-        m_ForEach(&TIValue::Load);
+        m_ForEach(&TIPushedValue::Load);
         return fits;
     }
     void Call(void* object)
@@ -136,13 +148,13 @@ public:
         {
             addresses.push_back(parameter->Address());
         }
-        m_operation.m_call(object, m_result->Address(), addresses.data());
+        m_operation.m_code->call(object, m_result->Address(), addresses.data());
     }
 
 private:
     void m_Push(TCMarshallingHelper& frame)
     {
-        m_ForEach([&](TIValue& value) { value.Push(frame); });
+        m_ForEach([&](TIPushedValue& value) { value.Push(frame); });
     }
     template <class Action>
     void m_ForEach(Action action)
@@ -155,21 +167,21 @@ private:
     }
 
     const TCOperationForm& m_operation;
-    std::unique_ptr<TIValue> m_result;
-    std::vector<std::unique_ptr<TIValue>> m_parameters;
+    std::unique_ptr<TIPushedValue> m_result;
+    std::vector<std::unique_ptr<TIPushedValue>> m_parameters;
 };
 
-TCOperationForm::TCOperationForm(const TSRowForm& row)
-    : m_interfaceName(row.interfaceName), m_key(row.name), m_name(row.name), m_id(row.id), m_isLocal(row.isLocal),
-      m_result(row.result), m_call(row.call)
+TCOperationForm::TCOperationForm(const char* interfaceName, const protocol::SRowCode& code, const TSValueForm& result,
+                                 std::span<const TSValueForm* const> parameters)
+    : m_interfaceName(interfaceName), m_key(code.name), m_name(code.name), m_code(&code), m_result(&result)
 {
     unsigned position = 1; // behind the result
-    for (std::size_t i = 0; i < row.parameters.size(); ++i)
+    for (std::size_t i = 0; i < parameters.size(); ++i)
     {
-        const auto& [word, type, newValue] = row.parameters[i];
+        const EWord word = code.words[i];
         const bool isPair = word == EWord::IN_MEMBERS || word == EWord::OUT_MEMBERS;
         const unsigned nodes = !protocol::IsSent(word) ? 0 : isPair ? 2 : 1;
-        m_parameters.push_back({row.parameterNames[i], word, &type(), position, nodes, newValue});
+        m_parameters.push_back({code.parameterNames[i], word, &parameters[i]->type(), position, nodes, parameters[i]});
         position += nodes;
     }
 }
@@ -203,8 +215,8 @@ TJson TCOperationForm::Describe() const
         }
         parameters.push_back(std::move(described));
     }
-    TJson described = {{"interface", m_interfaceName}, {"operation", m_key}, {"id", m_id}};
-    if (m_isLocal)
+    TJson described = {{"interface", m_interfaceName}, {"operation", m_key}, {"id", Id()}};
+    if (IsLocal())
     {
         described["local"] = true;
     }
@@ -233,7 +245,7 @@ TSDecoded TCOperationForm::RequestToJson(std::string_view payload) const
         known.insert(parameter.position + parameter.nodeCount - 1);
         if (HasNodes(request.Tree(), parameter))
         {
-            arguments[parameter.name] = values.Parameter(i).ToJson();
+            arguments[parameter.name] = values.Parameter(i);
         }
         else if (request.Tree().IsValid())
         {
@@ -263,7 +275,7 @@ TSDecoded TCOperationForm::ReplyToJson(std::string_view payload) const
     std::set<unsigned> known{0};
     if (reply.Tree().FindNode(0))
     {
-        decoded["result"] = values.Result().ToJson();
+        decoded["result"] = values.Result();
     }
     TJson outputs = TJson::object();
     for (std::size_t i = 0; i < m_parameters.size(); ++i)
@@ -277,7 +289,7 @@ TSDecoded TCOperationForm::ReplyToJson(std::string_view payload) const
         known.insert(parameter.position + parameter.nodeCount - 1);
         if (HasNodes(reply.Tree(), parameter))
         {
-            outputs[parameter.name] = values.Parameter(i).ToJson();
+            outputs[parameter.name] = values.Parameter(i);
         }
     }
     decoded["outputs"] = std::move(outputs);
@@ -312,7 +324,7 @@ void TCOperationForm::m_Take(const TJson& arguments, TCValues& values) const
         const TSParameter& parameter = m_parameters[i];
         if (const auto given = arguments.find(parameter.name); given != arguments.end())
         {
-            values.Parameter(i).FromJson(*given, TCJsonPath(parameter.name));
+            values.SetParameter(i, *given, TCJsonPath(parameter.name));
         }
         else if (protocol::IsInput(parameter.word))
         {
@@ -342,15 +354,15 @@ std::string TCOperationForm::ReplyFromJson(const TJson& reply) const
     const auto result = reply.find("result");
     if (result != reply.end())
     {
-        values.Result().FromJson(*result, TCJsonPath("result"));
+        values.SetResult(*result, TCJsonPath("result"));
     }
     else if (ResultType().kind == EKind::BOOL)
     {
-        values.Result().FromJson(true, TCJsonPath("result"));
+        values.SetResult(true, TCJsonPath("result"));
     }
     else if (ResultType().text == "int32")
     {
-        values.Result().FromJson(1, TCJsonPath("result"));
+        values.SetResult(1, TCJsonPath("result"));
     }
     if (const auto outputs = reply.find("outputs"); outputs != reply.end())
     {
@@ -367,7 +379,7 @@ std::string TCOperationForm::ReplyFromJson(const TJson& reply) const
             {
                 throw TCJsonError(place, FullName() + " has no such output");
             }
-            values.Parameter(parameter - m_parameters.data()).FromJson(output.value(), place);
+            values.SetParameter(static_cast<std::size_t>(parameter - m_parameters.data()), output.value(), place);
         }
     }
     TCMarshallingHelperStub frame;
@@ -384,10 +396,10 @@ TJson TCOperationForm::Invoke(void* object, const TJson& arguments) const
     {
         if (protocol::IsOutput(m_parameters[i].word))
         {
-            outputs[m_parameters[i].name] = values.Parameter(i).ToJson();
+            outputs[m_parameters[i].name] = values.Parameter(i);
         }
     }
-    return {{"result", values.Result().ToJson()}, {"outputs", std::move(outputs)}};
+    return {{"result", values.Result()}, {"outputs", std::move(outputs)}};
 }
 
 std::string TCOperationForm::m_DistinctWord(const TCOperationForm& other) const

@@ -2,7 +2,7 @@
 
 #include "json/Forms.h"
 
-#include "protocol/Operation.h"
+#include "protocol/RowCode.h"
 
 #include <memory>
 #include <optional>
@@ -11,35 +11,19 @@
 #include <string_view>
 #include <vector>
 
-class TCMarshallingHelper;
-
 // The operations of all interfaces without their types: what the tables say, and calls as JSON. Compiled once; nothing
 // here knows the bus.
 
 namespace CIM::json
 {
-/// A value of a call: its result or one of its parameters.
-class TIValue
-{
-public:
-    virtual ~TIValue() = default;
-    /// The object itself.
-    virtual void* Address() = 0;
-    virtual TJson ToJson() const = 0;
-    virtual void FromJson(const TJson& json, const TCJsonPath& path) = 0;
-    /// Pushes it, unless it is never sent.
-    virtual void Push(TCMarshallingHelper& frame) = 0;
-    /// Brings what a frame has read into the value; what was put into the value into what a frame will write.
-    virtual void Load() = 0;
-    virtual void Store() = 0;
-};
-
-/// What the values in one place have in common.
+/// What the values of one type have in common.
 struct TSValueForm
 {
-    protocol::EWord word;
     const TSType& (*type)();
-    std::unique_ptr<TIValue> (*newValue)();
+    TJson (*toJson)(const void* value);
+    void (*fromJson)(const TJson& json, void* value, const TCJsonPath& path);
+    /// Reads a value and gives it as toJson does.
+    TJson (*asWritten)(const TJson& json, const TCJsonPath& path);
 };
 
 struct TSParameter
@@ -49,7 +33,7 @@ struct TSParameter
     const TSType* type;
     unsigned position;  ///< of its node in the argument tree; of the first one of two
     unsigned nodeCount; ///< 0 when it is not sent
-    std::unique_ptr<TIValue> (*newValue)();
+    const TSValueForm* form;
 };
 
 /// A payload as JSON, and what is wrong with it.
@@ -65,25 +49,13 @@ struct TSDecoded
 /// \param[in,out] arguments  the call's arguments by name
 void HideSecrets(const std::string& operation, TJson& arguments);
 
-/// What a row says of its operation, without its types.
-struct TSRowForm
-{
-    const char* interfaceName;
-    const char* name;
-    short id;
-    bool isLocal;
-    const TSValueForm& result;
-    std::span<const TSValueForm> parameters;
-    const char* const* parameterNames;
-    /// Calls the operation of an object that implements the interface; addresses of the result and of each parameter.
-    void (*call)(void* object, void* result, void* const* parameters);
-};
-
 /// One operation of an interface. Thread-safe.
 class TCOperationForm
 {
 public:
-    explicit TCOperationForm(const TSRowForm& row);
+    /// Refers to all that it is given.
+    TCOperationForm(const char* interfaceName, const protocol::SRowCode& code, const TSValueForm& result,
+                    std::span<const TSValueForm* const> parameters);
 
     const std::string& InterfaceName() const { return m_interfaceName; }
     const char* Name() const { return m_name; }
@@ -93,10 +65,10 @@ public:
     const std::string& Key() const { return m_key; }
     /// Interface and key, "ICIGeneral.EnterMenu".
     std::string FullName() const { return m_interfaceName + "." + m_key; }
-    short Id() const { return m_id; }
+    short Id() const { return m_code->id; }
     /// Answered by the library itself, never sent.
-    bool IsLocal() const { return m_isLocal; }
-    const TSType& ResultType() const { return m_result.type(); }
+    bool IsLocal() const { return m_code->isLocal; }
+    const TSType& ResultType() const { return m_result->type(); }
     std::span<const TSParameter> Parameters() const { return m_parameters; }
     const TSParameter* FindParameter(std::string_view name) const;
 
@@ -133,11 +105,9 @@ private:
     std::string m_interfaceName;
     std::string m_key;
     const char* m_name;
-    short m_id;
-    bool m_isLocal;
-    TSValueForm m_result;
+    const protocol::SRowCode* m_code;
+    const TSValueForm* m_result;
     std::vector<TSParameter> m_parameters;
-    void (*m_call)(void* object, void* result, void* const* parameters);
 };
 
 /// One interface with its operations in slot order. Thread-safe.

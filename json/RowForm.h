@@ -3,13 +3,13 @@
 #include "json/OperationForm.h"
 #include "json/ValueForms.h"
 
-#include "protocol/Pushed.h"
+#include "protocol/RowCode.h"
 
 #include <array>
 #include <tuple>
 
-// From the rows of a table to TCOperationForm: only what needs a row's types. What needs no more than the type and the
-// word of one value is compiled once for all rows that have such a value.
+// From the rows of a table to TCOperationForm: only what needs a row's types. What needs no more than the type of one
+// value is compiled once for all rows that have such a value.
 
 namespace CIM::json
 {
@@ -25,22 +25,6 @@ struct TJsonForm<void*>
     }
 };
 
-template <class T, protocol::EWord Word>
-class TCValue final : public TIValue
-{
-public:
-    void* Address() override { return &m_value; }
-    TJson ToJson() const override { return TJsonForm<T>::To(m_value); }
-    void FromJson(const TJson& json, const TCJsonPath& path) override { TJsonForm<T>::From(json, m_value, path); }
-    void Push(TCMarshallingHelper& frame) override { m_pushed.Push(frame); }
-    void Load() override { m_pushed.Load(); }
-    void Store() override { m_pushed.Store(); }
-
-private:
-    T m_value{};
-    protocol::TPushed<Word, T> m_pushed{m_value};
-};
-
 template <class T>
 const TSType& TypeOf()
 {
@@ -48,44 +32,62 @@ const TSType& TypeOf()
     return type;
 }
 
-template <class T, protocol::EWord Word>
-std::unique_ptr<TIValue> NewValueOf()
+template <class T>
+TJson ValueToJson(const void* value)
 {
-    return std::make_unique<TCValue<T, Word>>();
+    return TJsonForm<T>::To(*static_cast<const T*>(value));
 }
 
-template <class T, protocol::EWord Word>
-inline constexpr TSValueForm VALUE_FORM{Word, &TypeOf<T>, &NewValueOf<T, Word>};
-
-/// The form of one operation.
-template <class Row>
-TCOperationForm MakeOperationForm(const Row& row)
+template <class T>
+void ValueFromJson(const TJson& json, void* value, const TCJsonPath& path)
 {
-    return [&]<std::size_t... Indices>(std::index_sequence<Indices...>)
-    {
-        using TInterface = typename Row::Interface;
-        using TValues = typename Row::Values;
-        static constexpr TSValueForm RESULT = VALUE_FORM<typename Row::Result, protocol::EWord::OUT>;
-        static constexpr std::array<TSValueForm, Row::COUNT> PARAMETERS{
-            VALUE_FORM<std::tuple_element_t<Indices, TValues>, Row::WORDS[Indices]>...};
-        const auto call = [](void* object, void* result, [[maybe_unused]] void* const* parameters)
-        {
-            *static_cast<typename Row::Result*>(result) = (static_cast<TInterface*>(object)->*Row::MEMBER)(
-                *static_cast<std::tuple_element_t<Indices, TValues>*>(parameters[Indices])...);
-        };
-        return TCOperationForm({protocol::NameOf<TInterface>(), row.NAME, row.id, row.isLocal, RESULT, PARAMETERS,
-                                row.parameterNames.data(), call});
-    }
-    (std::make_index_sequence<Row::COUNT>{});
+    TJsonForm<T>::From(json, *static_cast<T*>(value), path);
+}
+
+template <class T>
+TJson ValueAsWritten(const TJson& json, const TCJsonPath& path)
+{
+    T value{};
+    TJsonForm<T>::From(json, value, path);
+    return TJsonForm<T>::To(value);
+}
+
+template <class T>
+inline constexpr TSValueForm VALUE_FORM{&TypeOf<T>, &ValueToJson<T>, &ValueFromJson<T>, &ValueAsWritten<T>};
+
+/// What the forms of a row's values are.
+struct TSRowForm
+{
+    const TSValueForm* result;
+    std::span<const TSValueForm* const> parameters;
+};
+
+template <class Values>
+struct TValueForms;
+template <class... T>
+struct TValueForms<std::tuple<T...>>
+{
+    static constexpr std::array<const TSValueForm*, sizeof...(T)> ALL{&VALUE_FORM<T>...};
+};
+
+template <class... Rows>
+constexpr std::array<TSRowForm, sizeof...(Rows)> FormsOf(const std::tuple<Rows...>&)
+{
+    return {TSRowForm{&VALUE_FORM<typename Rows::Result>, TValueForms<typename Rows::Values>::ALL}...};
 }
 
 /// The form of an interface.
 template <class Interface>
 TCInterfaceForm MakeInterfaceForm()
 {
+    static constexpr auto FORMS = FormsOf(protocol::TTable<Interface>::ROWS);
+    const char* const name = protocol::NameOf<Interface>();
+    const auto code = protocol::RowCodes<Interface>();
     std::vector<TCOperationForm> operations;
-    protocol::ForEachRow<Interface>([&](const auto& row) { operations.push_back(MakeOperationForm(row)); });
-    return TCInterfaceForm(protocol::NameOf<Interface>(), protocol::TTable<Interface>::ConnectionName(),
-                           std::move(operations));
+    for (std::size_t i = 0; i < FORMS.size(); ++i)
+    {
+        operations.emplace_back(name, code[i], *FORMS[i].result, FORMS[i].parameters);
+    }
+    return TCInterfaceForm(name, protocol::TTable<Interface>::ConnectionName(), std::move(operations));
 }
 } // namespace CIM::json

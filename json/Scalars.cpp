@@ -132,6 +132,9 @@ void EncodeUtf8(char32_t codePoint, std::string& out)
 }
 } // namespace
 
+TJson NumberToJson(std::int64_t number) { return number; }
+TJson NumberToJson(std::uint64_t number) { return number; }
+
 std::int64_t SignedFromJson(const TJson& json, std::int64_t least, std::int64_t greatest, const TCJsonPath& path)
 {
     return IntegerFromJson<std::int64_t>(json, least, greatest, path);

@@ -43,6 +43,8 @@ const TSEnumeration& Enumeration()
     return enumeration;
 }
 
+TJson NumberToJson(std::int64_t number);
+TJson NumberToJson(std::uint64_t number);
 /// Integers: a number, or a text that is one in decimal or, after 0x, hexadecimal digits.
 std::int64_t SignedFromJson(const TJson& json, std::int64_t least, std::int64_t greatest, const TCJsonPath& path);
 std::uint64_t UnsignedFromJson(const TJson& json, std::uint64_t greatest, const TCJsonPath& path);

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the products, and shows the main job: an application, the library, a real
+# Installs what is missing, builds what it shows, and shows the main job: an application, the library, a real
 # dbus-daemon and the simulator in the daemon's place.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh
-export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
 cmake --preset release -DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCIAPI_BUILD_TESTS=OFF -DCIAPI_BUILD_BENCH=OFF >/dev/null
 echo "Building the library, the simulator, cictl and the examples: some minutes the first time ..."
-cmake --build --preset release -- --quiet
+cmake --build --preset release --target ci-daemon-sim cictl example-menu example-tour -- --quiet
 bin=build/release/bin
 echo; echo "== An application, a CAM and its menu (examples/menu)"
 "$bin/ci-daemon-sim" run -- "$bin/example-menu"

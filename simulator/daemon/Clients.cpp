@@ -2,7 +2,7 @@
 
 #include "Messages.h"
 
-#include "json/Json.h"
+#include <algorithm>
 
 namespace CIM::sim
 {
@@ -84,21 +84,30 @@ std::vector<std::string> TCClients::Subscribers() const
     return names;
 }
 
-json::TJson TCClients::Subscriptions() const
+std::size_t TCClients::CountSubscribers(ECISignalType type, EProfile profile, unsigned short handle) const
 {
-    json::TJson result = json::TJson::array();
+    const auto count = std::count_if(m_clients.begin(), m_clients.end(),
+                                     [&](const auto& entry) {
+                                         return entry.second.subscriptions.contains({type, profile, handle});
+                                     });
+    return static_cast<std::size_t>(count);
+}
+
+json::TCDraft TCClients::Subscriptions() const
+{
+    json::TCDraft result = json::List();
     for (const auto& [name, client] : m_clients)
     {
         for (const auto& [key, processId] : client.subscriptions)
         {
             const auto& [type, profile, handle] = key;
-            result.push_back({{"type", EnumName(type)},
-                              {"number", static_cast<int>(type)},
-                              {"profile", static_cast<int>(profile)},
-                              {"handle", handle},
-                              {"processId", processId},
-                              {"program", client.program},
-                              {"client", name}});
+            result.Append(json::Record({{"type", EnumName(type)},
+                                        {"number", static_cast<int>(type)},
+                                        {"profile", static_cast<int>(profile)},
+                                        {"handle", handle},
+                                        {"processId", processId},
+                                        {"program", client.program},
+                                        {"client", name}}));
         }
     }
     return result;

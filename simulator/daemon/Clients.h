@@ -2,7 +2,7 @@
 
 #include <ciapi/ICISignalSubscriber.h>
 
-#include "json/JsonFwd.h"
+#include "json/Draft.h"
 
 #include <map>
 #include <string>
@@ -41,7 +41,9 @@ public:
 
     /// The unique names of all clients with a subscription.
     std::vector<std::string> Subscribers() const;
-    json::TJson Subscriptions() const;
+    /// How many clients have subscribed a signal.
+    std::size_t CountSubscribers(ECISignalType type, EProfile profile, unsigned short handle) const;
+    json::TCDraft Subscriptions() const;
 
 private:
     using TKey = std::tuple<ECISignalType, EProfile, unsigned short>;

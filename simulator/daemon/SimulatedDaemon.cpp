@@ -142,7 +142,9 @@ void TCSimulatedDaemon::RequestQuit()
 json::TJson TCSimulatedDaemon::State() const
 {
     json::TJson state = m_model.State();
-    state["daemon"] = {{"names", m_owned}, {"now", m_model.Now()}, {"manualClock", m_options.isManualClock}};
+    json::Put(
+        state, "daemon",
+        json::Record({{"names", m_owned}, {"now", m_model.Now()}, {"manualClock", m_options.isManualClock}}).Take());
     return state;
 }
 

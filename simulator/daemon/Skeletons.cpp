@@ -2,6 +2,10 @@
 
 #include "simulator/model/Model.h"
 
+#include "protocol/Interfaces.h"
+
+#include <algorithm>
+
 namespace CIM::sim
 {
 namespace
@@ -20,24 +24,20 @@ Interface& ObjectOf(TCModel& model, ICISignalSubscriber& subscriber)
 }
 } // namespace
 
-template <class... Interfaces>
-TCSkeletons::TTuple TCSkeletons::m_Make(TCModel& model, ICISignalSubscriber& subscriber, protocol::TList<Interfaces...>)
-{
-    return TTuple(ObjectOf<Interfaces>(model, subscriber)...);
-}
-
 TCSkeletons::TCSkeletons(TCModel& model, ICISignalSubscriber& subscriber)
-    : m_skeletons(m_Make(model, subscriber, protocol::TInterfaces()))
 {
+    protocol::ForEachInterface(
+        [&]<class Interface>(protocol::TType<Interface>) {
+            m_skeletons.push_back(
+                std::make_unique<protocol::TSkeleton<Interface>>(ObjectOf<Interface>(model, subscriber)));
+        });
 }
 
 protocol::TISkeleton* TCSkeletons::Find(const std::string& connectionName)
 {
-    protocol::TISkeleton* found = nullptr;
-    const auto look = [&](protocol::TISkeleton& skeleton)
-    { found = skeleton.ConnectionName() == connectionName ? &skeleton : found; };
-    std::apply([&](auto&... skeleton) { (look(skeleton), ...); }, m_skeletons);
-    return found;
+    const auto found = std::find_if(m_skeletons.begin(), m_skeletons.end(),
+                                    [&](const auto& skeleton) { return skeleton->ConnectionName() == connectionName; });
+    return found != m_skeletons.end() ? found->get() : nullptr;
 }
 
 std::vector<std::string> TCSkeletons::ConnectionNames()

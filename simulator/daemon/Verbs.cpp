@@ -23,44 +23,44 @@ void Require(const TSOutcome& outcome)
 
 std::string ListControls(TCSimulatedDaemon&)
 {
-    TJson list = TJson::array();
+    json::TCDraft list = json::List();
     for (const TSControl& control : Controls())
     {
-        TJson parameters = TJson::array();
+        json::TCDraft parameters = json::List();
         for (const TSParameter& parameter : control.parameters)
         {
-            parameters.push_back({{"name", parameter.name},
-                                  {"type", parameter.type->text},
-                                  {"needed", parameter.isNeeded},
-                                  {"initial", parameter.initial},
-                                  {"help", parameter.help}});
+            parameters.Append(json::Record({{"name", parameter.name},
+                                            {"type", parameter.type->text},
+                                            {"needed", parameter.isNeeded},
+                                            {"initial", parameter.initial},
+                                            {"help", parameter.help}}));
         }
-        list.push_back({{"name", control.name},
-                        {"verb", control.verb},
-                        {"help", control.help},
-                        {"parameters", std::move(parameters)}});
+        list.Append(json::Record({{"name", control.name},
+                                  {"verb", control.verb},
+                                  {"help", control.help},
+                                  {"parameters", std::move(parameters)}}));
     }
-    return list.dump(2);
+    return list.Text(2);
 }
 
 std::string ListCams(TCSimulatedDaemon& daemon)
 {
     const TSWorld& world = daemon.Model().World();
-    TJson list = TJson::array();
+    json::TCDraft list = json::List();
     for (const TSCamDefinition& cam : world.definition.cams)
     {
-        TJson entry = {{"name", cam.name}, {"mode", EnumName(cam.mode)}, {"slot", nullptr}};
+        json::TCDraft entry = json::Record({{"name", cam.name}, {"mode", EnumName(cam.mode)}, {"slot", nullptr}});
         for (const TSSlot& slot : world.slots)
         {
             if (slot.HoldsCam() && slot.cam.name == cam.name)
             {
-                entry["slot"] = slot.number;
-                entry["phase"] = ToName(slot.phase);
+                entry.Put("slot", slot.number);
+                entry.Put("phase", ToName(slot.phase));
             }
         }
-        list.push_back(std::move(entry));
+        list.Append(std::move(entry));
     }
-    return list.dump(2);
+    return list.Text(2);
 }
 
 std::string AdvanceClock(TCSimulatedDaemon& daemon, std::uint64_t ms)
@@ -119,7 +119,7 @@ std::vector<TSVerb> DaemonRows()
             Taking(Needed<std::uint64_t>("ms", "virtual milliseconds")), AdvanceClock),
         Row("State", "all about the set, as JSON", Taking(), [](TDaemon& daemon) { return daemon.State().dump(2); }),
         Row("Subscriptions", "who has subscribed what, as JSON", Taking(),
-            [](TDaemon& daemon) { return daemon.Clients().Subscriptions().dump(2); }),
+            [](TDaemon& daemon) { return daemon.Clients().Subscriptions().Text(2); }),
         Row("Journal", "the calls received, as JSON", Taking(),
             [](TDaemon& daemon) { return daemon.Journal().ToJson().dump(2); }),
         Row("ClearJournal", "forget the calls received", Taking(), [](TDaemon& daemon) { daemon.Journal().Clear(); }),
@@ -131,7 +131,7 @@ std::vector<TSVerb> DaemonRows()
         Row("ListFaults", "the faults that are on, as JSON", Taking(),
             [](TDaemon& daemon) { return daemon.Faults().List().dump(2); }),
         Row("ListFaultKinds", "the faults that there are, as JSON", Taking(),
-            [](TDaemon&) { return DescribeFaults().dump(2); }),
+            [](TDaemon&) { return DescribeFaults().Text(2); }),
         Row("Restart", "leave the bus and come back",
             Taking(Optional<unsigned>("ms", 0, "real milliseconds without the daemon")), Restart),
         Row("Quit", "end the simulator", Taking(), [](TDaemon& daemon) { daemon.RequestQuit(); }),

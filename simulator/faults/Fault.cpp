@@ -60,7 +60,8 @@ json::TJson TCFaults::List() const
     json::TJson list = json::TJson::array();
     for (const TSActive& active : m_faults)
     {
-        json::TJson entry = {{"number", active.number}, {"met", active.met}, {"happened", active.happened}};
+        json::TJson entry =
+            json::Record({{"number", active.number}, {"met", active.met}, {"happened", active.happened}}).Take();
         entry.update(ToJson(active.fault));
         list.push_back(std::move(entry));
     }

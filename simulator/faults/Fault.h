@@ -2,7 +2,7 @@
 
 #include "simulator/definition/SignalData.h"
 #include "simulator/world/Random.h"
-#include "json/Json.h"
+#include "json/Draft.h"
 
 #include <deque>
 #include <optional>
@@ -75,7 +75,7 @@ struct TSFault
 void ReadJson(const json::TJson& json, TSFault& fault, const json::TCJsonPath& path);
 json::TJson ToJson(const TSFault& fault);
 /// Each kind with a line of help and the members it takes.
-json::TJson DescribeFaults();
+json::TCDraft DescribeFaults();
 
 /// The faults that are switched on. The seed decides whatever a probability leaves open. Bound to its thread.
 class TCFaults

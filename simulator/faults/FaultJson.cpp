@@ -264,7 +264,7 @@ void ReadJson(const TJson& json, TSFault& read, const TCJsonPath& path)
 TJson ToJson(const TSFault& fault)
 {
     const TSKind& kind = KindOf(fault);
-    TJson json = {{"kind", kind.name}};
+    TJson json = json::Record({{"kind", kind.name}}).Take();
     for (const TSMember& member : MEMBERS)
     {
         if (Contains(WHEN, member.name) || Contains(kind.members, member.name))
@@ -273,22 +273,22 @@ TJson ToJson(const TSFault& fault)
             member.write(fault, value);
             if (!value.is_null())
             {
-                json[member.name] = std::move(value);
+                json::Put(json, member.name, std::move(value));
             }
         }
     }
     return json;
 }
 
-TJson DescribeFaults()
+json::TCDraft DescribeFaults()
 {
-    TJson description = TJson::array();
+    json::TCDraft description = json::List();
     for (const TSKind& kind : KINDS)
     {
-        description.push_back({{"kind", kind.name},
-                               {"help", kind.help},
-                               {"members", Words(kind.members)},
-                               {"shapes", Words(kind.shapes)}});
+        description.Append(json::Record({{"kind", kind.name},
+                                         {"help", kind.help},
+                                         {"members", Words(kind.members)},
+                                         {"shapes", Words(kind.shapes)}}));
     }
     return description;
 }

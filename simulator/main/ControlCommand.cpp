@@ -94,12 +94,12 @@ int ListWords(const std::vector<std::string>& words)
 }
 } // namespace
 
-std::function<int()> PrepareControl(CLI::App& app)
+std::function<int()> PrepareControl(TCCommandLine line)
 {
     auto lists = std::make_shared<bool>(false);
-    app.add_flag("--list", *lists, "print the verbs, or what may follow behind a verb and the arguments given");
-    app.footer(AllVerbs());
-    app.prefix_command(); // an argument of a verb may begin with a dash
-    return [&app, lists] { return *lists ? ListWords(app.remaining()) : Run(app.remaining()); };
+    line.Flag("--list", *lists, "print the verbs, or what may follow behind a verb and the arguments given");
+    line.Footer(AllVerbs());
+    line.LeaveTheRest(); // an argument of a verb may begin with a dash
+    return [line, lists] { return *lists ? ListWords(line.Rest()) : Run(line.Rest()); };
 }
 } // namespace CIM::sim

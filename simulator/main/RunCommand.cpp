@@ -54,18 +54,17 @@ int Run(const TSRunOptions& options)
 }
 } // namespace
 
-std::function<int()> PrepareRun(CLI::App& app)
+std::function<int()> PrepareRun(TCCommandLine line)
 {
     auto options = std::make_shared<TSRunOptions>();
-    options->serve.AddTo(app);
+    options->serve.AddTo(line);
     options->serve.options.warmUpMs = 2'000;
-    app.add_option("--warm-up", options->serve.options.warmUpMs,
-                   "virtual milliseconds that the CAMs have had when the command starts; 0: they are just being put in")
-        ->capture_default_str();
-    app.add_option("--key", options->keys,
-                   "a feature key of the set, as NAME=VALUE; names without '/' lie under " + KeyPrefix());
-    app.add_option("command", options->command, "the command and its arguments");
-    app.positionals_at_end(); // everything behind the command's name is the command's
+    line.Option("--warm-up", options->serve.options.warmUpMs,
+                "virtual milliseconds that the CAMs have had when the command starts; 0: they are just being put in");
+    line.Option("--key", options->keys, EHowMany::ANY,
+                "a feature key of the set, as NAME=VALUE; names without '/' lie under " + KeyPrefix());
+    line.Words("command", options->command, EHowMany::ANY, "the command and its arguments");
+    line.OptionsComeFirst();
     return [options] { return Run(*options); };
 }
 } // namespace CIM::sim

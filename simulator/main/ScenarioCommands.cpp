@@ -21,7 +21,7 @@ namespace
 {
 struct TSPlayOptions
 {
-    std::string scenario;
+    std::vector<std::string> scenario; ///< one
     std::optional<std::uint64_t> seed;
     std::string journal;
     std::vector<std::string> command;
@@ -134,7 +134,7 @@ int PlayBeside(const TSScenario& scenario, const TSPlayOptions& options)
 
 int PlayCommand(const TSPlayOptions& options)
 {
-    TSScenario scenario = FindScenario(options.scenario);
+    TSScenario scenario = FindScenario(options.scenario.front());
     scenario.seed = options.seed.value_or(scenario.seed);
     if (options.command.empty())
     {
@@ -160,6 +160,10 @@ int ListCommand()
 
 int CheckCommand(const std::vector<std::string>& files)
 {
+    if (files.empty())
+    {
+        throw TCUsageError("check: which scenario files?");
+    }
     int status = 0;
     for (const std::string& file : files)
     {
@@ -178,26 +182,26 @@ int CheckCommand(const std::vector<std::string>& files)
 }
 } // namespace
 
-std::function<int()> PreparePlay(CLI::App& app)
+std::function<int()> PreparePlay(TCCommandLine line)
 {
     auto options = std::make_shared<TSPlayOptions>();
-    app.add_option("scenario", options->scenario, "a scenario's name, see list; or a file")->required();
-    app.add_option("--seed", options->seed, "another seed than the scenario's");
-    app.add_option("--journal", options->journal, "write each call and each signal to this file");
-    app.add_option("command", options->command,
-                   "run this command beside it on a private bus; without: on the system bus, until SIGTERM");
+    line.Words("scenario", options->scenario, EHowMany::ONE, "a scenario's name, see list; or a file");
+    line.Option("--seed", options->seed, "another seed than the scenario's");
+    line.Option("--journal", options->journal, "write each call and each signal to this file");
+    line.Words("command", options->command, EHowMany::ANY,
+               "run this command beside it on a private bus; without: on the system bus, until SIGTERM");
     return [options] { return PlayCommand(*options); };
 }
 
-std::function<int()> PrepareList(CLI::App&)
+std::function<int()> PrepareList(TCCommandLine)
 {
     return [] { return ListCommand(); };
 }
 
-std::function<int()> PrepareCheck(CLI::App& app)
+std::function<int()> PrepareCheck(TCCommandLine line)
 {
     auto files = std::make_shared<std::vector<std::string>>();
-    app.add_option("file", *files, "scenario files")->required();
+    line.Words("file", *files, EHowMany::ANY, "scenario files");
     return [files] { return CheckCommand(*files); };
 }
 } // namespace CIM::sim

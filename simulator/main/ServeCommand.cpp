@@ -2,6 +2,7 @@
 #include "ServeOptions.h"
 #include "json/Document.h"
 
+#include <charconv>
 #include <memory>
 #include <stdexcept>
 
@@ -14,10 +15,12 @@ void Insert(TSSetDefinition& set, const std::string& insertion)
     const auto equals = insertion.find('=');
     const std::string cam = equals == std::string::npos ? "" : insertion.substr(equals + 1);
     int slot = -1;
-    if (!CLI::detail::lexical_cast(insertion.substr(0, equals), slot) || slot < 0 || slot >= set.slots)
+    const std::string number = insertion.substr(0, equals);
+    const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), slot);
+    if (error != std::errc() || end != number.data() + number.size() || slot < 0 || slot >= set.slots)
     {
-        throw CLI::ValidationError("--insert", "SLOT=CAM with one of " + std::to_string(set.slots) +
-                                                   " slots, counted from 0, is expected, not " + insertion);
+        throw TCUsageError("--insert: SLOT=CAM with one of " + std::to_string(set.slots) +
+                           " slots, counted from 0, is expected, not " + insertion);
     }
     set.inserted.erase(slot);
     if (cam.empty())
@@ -31,7 +34,7 @@ void Insert(TSSetDefinition& set, const std::string& insertion)
         {
             names += (names.empty() ? "" : ", ") + known.name;
         }
-        throw CLI::ValidationError("--insert", "there is no CAM " + cam + "; there are " + names);
+        throw TCUsageError("--insert: there is no CAM " + cam + "; there are " + names);
     }
     set.inserted[slot] = cam;
 }
@@ -50,22 +53,21 @@ TSFault ReadFault(const std::string& text)
     }
     catch (const std::exception& error)
     {
-        throw CLI::ValidationError("--fault", error.what());
+        throw TCUsageError(std::string("--fault: ") + error.what());
     }
 }
 } // namespace
 
-void TSServeArguments::AddTo(CLI::App& app)
+void TSServeArguments::AddTo(TCCommandLine& line)
 {
-    app.add_option("--seed", options.seed, "seed of everything random")->capture_default_str();
-    app.add_flag("--manual-clock", options.daemon.isManualClock,
-                 "let the virtual clock stand still but for AdvanceClock");
-    app.add_option("--insert", insertions, "the CAM that is in a slot at the beginning, as SLOT=CAM; SLOT= for none");
-    app.add_option("--fault", faults, "a fault of calls as JSON, see the verb ListFaultKinds");
-    app.add_option("--names-after", options.daemon.namesAfterMs, "take the first bus name after so many milliseconds");
-    app.add_option("--names-step", options.daemon.nameStepMs,
-                   "take the bus names one by one, so many milliseconds apart");
-    app.add_flag("!--no-control", options.daemon.hasControl, "offer no control object");
+    line.Option("--seed", options.seed, "seed of everything random");
+    line.Flag("--manual-clock", options.daemon.isManualClock, "let the virtual clock stand still but for AdvanceClock");
+    line.Option("--insert", insertions, EHowMany::ANY,
+                "the CAM that is in a slot at the beginning, as SLOT=CAM; SLOT= for none");
+    line.Option("--fault", faults, EHowMany::ANY, "a fault of calls as JSON, see the verb ListFaultKinds");
+    line.Option("--names-after", options.daemon.namesAfterMs, "take the first bus name after so many milliseconds");
+    line.Option("--names-step", options.daemon.nameStepMs, "take the bus names one by one, so many milliseconds apart");
+    line.Flag("!--no-control", options.daemon.hasControl, "offer no control object");
 }
 
 TSServeOptions TSServeArguments::Take() const
@@ -83,10 +85,10 @@ TSServeOptions TSServeArguments::Take() const
     return taken;
 }
 
-std::function<int()> PrepareServe(CLI::App& app)
+std::function<int()> PrepareServe(TCCommandLine line)
 {
     auto arguments = std::make_shared<TSServeArguments>();
-    arguments->AddTo(app);
+    arguments->AddTo(line);
     return [arguments] { return Serve(arguments->Take()); };
 }
 } // namespace CIM::sim

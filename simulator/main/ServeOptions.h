@@ -1,8 +1,7 @@
 #pragma once
 
+#include "commandline/CommandLine.h"
 #include "simulator/daemon/Serve.h"
-
-#include <CLI/CLI.hpp>
 
 namespace CIM::sim
 {
@@ -13,8 +12,8 @@ struct TSServeArguments
     std::vector<std::string> faults;
     std::vector<std::string> insertions;
 
-    void AddTo(CLI::App& app);
-    /// The options once everything is parsed. \throws CLI::ValidationError
+    void AddTo(TCCommandLine& line);
+    /// The options once everything is parsed. \throws TCUsageError
     TSServeOptions Take() const;
 };
 } // namespace CIM::sim

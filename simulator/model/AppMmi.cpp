@@ -2,8 +2,6 @@
 
 #include "simulator/definition/FileAnswer.h"
 
-#include "json/Json.h"
-
 namespace CIM::sim
 {
 namespace
@@ -248,22 +246,22 @@ void TCAppMmi::OnCamGone(const TSSlot& slot)
     }
 }
 
-json::TJson TCAppMmi::State() const
+json::TCDraft TCAppMmi::State() const
 {
     static constexpr const char* steps[] = {"waiting", "running", "aborting"};
-    json::TJson sessions = json::TJson::array();
+    json::TCDraft sessions = json::List();
     for (const auto& [id, session] : m_sessions)
     {
-        sessions.push_back(
-            {{"session", id}, {"slot", session.slot}, {"step", steps[session.step]}, {"domain", session.domain}});
+        sessions.Append(json::Record(
+            {{"session", id}, {"slot", session.slot}, {"step", steps[session.step]}, {"domain", session.domain}}));
     }
-    json::TJson applications = json::TJson::array();
+    json::TCDraft applications = json::List();
     for (const auto& [name, state] : m_applications)
     {
-        applications.push_back({{"application", EnumName(static_cast<EAppMmiName>(name))},
-                                {"state", EnumName(state.first)},
-                                {"value", state.second}});
+        applications.Append(json::Record({{"application", EnumName(static_cast<EAppMmiName>(name))},
+                                          {"state", EnumName(state.first)},
+                                          {"value", state.second}}));
     }
-    return {{"sessions", sessions}, {"applications", applications}};
+    return json::Record({{"sessions", std::move(sessions)}, {"applications", std::move(applications)}});
 }
 } // namespace CIM::sim

@@ -4,7 +4,7 @@
 
 #include <ciapi/ICIAppMMI.h>
 
-#include "json/JsonFwd.h"
+#include "json/Draft.h"
 
 #include <map>
 
@@ -48,7 +48,7 @@ public:
     TSOutcome RequestAbort(unsigned slot, const TBytes& data);
 
     void OnCamGone(const TSSlot& slot);
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     enum EStep : int

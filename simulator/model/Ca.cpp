@@ -1,7 +1,5 @@
 #include "Ca.h"
 
-#include "json/Json.h"
-
 #include <algorithm>
 
 namespace CIM::sim
@@ -11,9 +9,9 @@ namespace
 constexpr std::size_t MAX_HISTORY = 100;
 constexpr const char* NO_ENTITLEMENT_MENU = "no-entitlement";
 
-json::TJson ToJson(const TVSHandle& pipeline)
+json::TCDraft ToJson(const TVSHandle& pipeline)
 {
-    return {{"profile", static_cast<int>(pipeline.profile)}, {"handle", pipeline.handle}};
+    return json::Record({{"profile", static_cast<int>(pipeline.profile)}, {"handle", pipeline.handle}});
 }
 } // namespace
 
@@ -179,30 +177,31 @@ void TCCa::OnCamGone(TSSlot& slot)
     }
 }
 
-json::TJson TCCa::State() const
+json::TCDraft TCCa::State() const
 {
-    json::TJson slots = json::TJson::array();
+    json::TCDraft slots = json::List();
     for (const TSSlot& slot : m_world.slots)
     {
         if (slot.HoldsCam())
         {
-            json::TJson pipelines = json::TJson::array();
+            json::TCDraft pipelines = json::List();
             for (const TVSHandle& pipeline : slot.pipelines)
             {
-                pipelines.push_back(ToJson(pipeline));
+                pipelines.Append(ToJson(pipeline));
             }
-            slots.push_back({{"slot", slot.number},
-                             {"caSystemIds", m_Ids(slot)},
-                             {"cardIn", slot.cam.isCardIn},
-                             {"entitlement", slot.cam.entitlement},
-                             {"pipelines", pipelines}});
+            slots.Append(json::Record({{"slot", slot.number},
+                                       {"caSystemIds", m_Ids(slot)},
+                                       {"cardIn", slot.cam.isCardIn},
+                                       {"entitlement", slot.cam.entitlement},
+                                       {"pipelines", std::move(pipelines)}}));
         }
     }
-    json::TJson disabled = json::TJson::array();
+    json::TCDraft disabled = json::List();
     for (const auto& [profile, handle] : m_disabled)
     {
-        disabled.push_back({{"profile", profile}, {"handle", handle}});
+        disabled.Append(json::Record({{"profile", profile}, {"handle", handle}}));
     }
-    return {{"slots", slots}, {"descramblingDisabled", disabled}, {"history", m_history}};
+    return json::Record(
+        {{"slots", std::move(slots)}, {"descramblingDisabled", std::move(disabled)}, {"history", m_history}});
 }
 } // namespace CIM::sim

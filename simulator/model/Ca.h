@@ -30,7 +30,7 @@ public:
 
     void OnCaInfo(TSSlot& slot);
     void OnCamGone(TSSlot& slot);
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     using TKey = std::pair<int, unsigned short>;

@@ -1,7 +1,5 @@
 #include "Certificates.h"
 
-#include "json/Json.h"
-
 namespace CIM::sim
 {
 namespace
@@ -13,9 +11,9 @@ bool Holds(const TSCertificateStore& store, ECICipCertificateKind kind)
            (kind == CIP_CERTIFICATE_KIND_NONE ? store.kind != CIP_CERTIFICATE_KIND_NONE : (store.kind & kind) == kind);
 }
 
-json::TJson ToJson(const TSCertificateStore& store)
+json::TCDraft ToJson(const TSCertificateStore& store)
 {
-    return {{"type", EnumName(store.type)}, {"kind", EnumName(store.kind)}};
+    return json::Record({{"type", EnumName(store.type)}, {"kind", EnumName(store.kind)}});
 }
 } // namespace
 
@@ -47,8 +45,9 @@ bool TCCertificates::MoveToStorage()
     return true;
 }
 
-json::TJson TCCertificates::State() const
+json::TCDraft TCCertificates::State() const
 {
-    return {{"secureStorage", ToJson(m_storage)}, {"eeprom", ToJson(m_eeprom)}, {"writable", m_isWritable}};
+    return json::Record(
+        {{"secureStorage", ToJson(m_storage)}, {"eeprom", ToJson(m_eeprom)}, {"writable", m_isWritable}});
 }
 } // namespace CIM::sim

@@ -2,7 +2,7 @@
 
 #include "simulator/definition/Definition.h"
 
-#include "json/JsonFwd.h"
+#include "json/Draft.h"
 
 namespace CIM::sim
 {
@@ -22,7 +22,7 @@ public:
     void ResetStorage() { m_storage = {}; }
     /// \return false when the EEPROM holds none
     bool MoveToStorage();
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     TSCertificateStore m_storage;

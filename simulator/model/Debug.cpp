@@ -2,8 +2,6 @@
 
 #include "Parts.h"
 
-#include "json/Json.h"
-
 namespace CIM::sim
 {
 namespace
@@ -235,24 +233,24 @@ int TCDebug::CILogToggle(bool& enabled)
     return 1;
 }
 
-json::TJson TCDebug::State() const
+json::TCDraft TCDebug::State() const
 {
-    json::TJson mspus = json::TJson::array();
+    json::TCDraft mspus = json::List();
     for (std::size_t slot = 0; slot < m_mspus.size(); ++slot)
     {
         const TSMspu& mspu = m_mspus[slot];
-        mspus.push_back({{"slot", slot},
-                         {"through", mspu.isThrough},
-                         {"running", mspu.isRunning},
-                         {"ltsIds", mspu.ltsIds},
-                         {"runningLtsIds", mspu.runningLtsIds},
-                         {"lastCommand", mspu.lastCommand},
-                         {"lastParameter", mspu.lastParameter}});
+        mspus.Append(json::Record({{"slot", slot},
+                                   {"through", mspu.isThrough},
+                                   {"running", mspu.isRunning},
+                                   {"ltsIds", mspu.ltsIds},
+                                   {"runningLtsIds", mspu.runningLtsIds},
+                                   {"lastCommand", mspu.lastCommand},
+                                   {"lastParameter", mspu.lastParameter}}));
     }
-    return {{"mspus", mspus},
-            {"protectedServices", m_protectedServices},
-            {"log", m_log},
-            {"logging", m_isLogging},
-            {"restarts", m_restarts}};
+    return json::Record({{"mspus", std::move(mspus)},
+                         {"protectedServices", m_protectedServices},
+                         {"log", m_log},
+                         {"logging", m_isLogging},
+                         {"restarts", m_restarts}});
 }
 } // namespace CIM::sim

@@ -4,7 +4,7 @@
 
 #include <ciapi/ICIDebug.h>
 
-#include "json/JsonFwd.h"
+#include "json/Draft.h"
 
 #include <deque>
 
@@ -49,7 +49,7 @@ public:
     int TransferCertifcateDataFromEepromToSecureStorage() override;
     int CILogToggle(bool& enabled) override;
 
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     struct TSMspu

@@ -1,7 +1,5 @@
 #include "Decryption.h"
 
-#include "json/Json.h"
-
 #include <algorithm>
 
 namespace CIM::sim
@@ -199,17 +197,17 @@ void TCDecryption::OnCamGone(const TSSlot& slot)
     }
 }
 
-json::TJson TCDecryption::State() const
+json::TCDraft TCDecryption::State() const
 {
-    json::TJson result = json::TJson::array();
+    json::TCDraft result = json::List();
     for (const auto& [key, session] : m_sessions)
     {
-        result.push_back({{"profile", key.first},
-                          {"handle", key.second},
-                          {"slot", session.slot},
-                          {"drmSystemId", session.drm.systemId},
-                          {"status", EnumName(session.status)},
-                          {"updates", session.updates}});
+        result.Append(json::Record({{"profile", key.first},
+                                    {"handle", key.second},
+                                    {"slot", session.slot},
+                                    {"drmSystemId", session.drm.systemId},
+                                    {"status", EnumName(session.status)},
+                                    {"updates", session.updates}}));
     }
     return result;
 }

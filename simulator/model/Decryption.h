@@ -4,7 +4,7 @@
 
 #include <ciapi/ICISampleDecryption.h>
 
-#include "json/JsonFwd.h"
+#include "json/Draft.h"
 
 #include <map>
 
@@ -36,7 +36,7 @@ public:
     TSOutcome SetStatus(const TVSHandle& pipeline, ESampleDecryptionDRMStatus status);
 
     void OnCamGone(const TSSlot& slot);
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     using TKey = std::pair<int, unsigned short>;

@@ -2,8 +2,6 @@
 
 #include "simulator/definition/FileAnswer.h"
 
-#include "json/Json.h"
-
 #include <algorithm>
 
 namespace CIM::sim
@@ -171,18 +169,18 @@ void TCFileSystems::OnCamGone(const TSSlot& slot)
     }
 }
 
-json::TJson TCFileSystems::State() const
+json::TCDraft TCFileSystems::State() const
 {
-    json::TJson result = json::TJson::array();
+    json::TCDraft result = json::List();
     for (const auto& [id, fileSystem] : m_fileSystems)
     {
-        result.push_back({{"id", id},
-                          {"slot", fileSystem.slot},
-                          {"index", fileSystem.index},
-                          {"domain", EnumName(m_Definition(fileSystem).domain)},
-                          {"applications", fileSystem.applications},
-                          {"queued", fileSystem.acknowledgements.size()},
-                          {"lost", fileSystem.lost}});
+        result.Append(json::Record({{"id", id},
+                                    {"slot", fileSystem.slot},
+                                    {"index", fileSystem.index},
+                                    {"domain", EnumName(m_Definition(fileSystem).domain)},
+                                    {"applications", fileSystem.applications},
+                                    {"queued", fileSystem.acknowledgements.size()},
+                                    {"lost", fileSystem.lost}}));
     }
     return result;
 }

@@ -4,7 +4,7 @@
 
 #include <ciapi/ICIAuxiliaryFileSystem.h>
 
-#include "json/JsonFwd.h"
+#include "json/Draft.h"
 
 #include <deque>
 #include <map>
@@ -35,7 +35,7 @@ public:
 
     void OnCamReady(const TSSlot& slot);
     void OnCamGone(const TSSlot& slot);
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     struct TSFileSystem

@@ -1,7 +1,5 @@
 #include "Host.h"
 
-#include "json/Json.h"
-
 #include <algorithm>
 
 namespace CIM::sim
@@ -167,16 +165,16 @@ void TCHost::OnCamGone(const TSSlot& slot)
     m_world.Raise(PipelineSignal(SIGNAL_CI_TUNER_RELEASE_REPLY_STATUS, m_heldPipeline, slot.number, RELEASE_ANSWER_OK));
 }
 
-json::TJson TCHost::State() const
+json::TCDraft TCHost::State() const
 {
-    json::TJson display = json::TJson::object();
+    json::TCDraft display = json::Record();
     for (const auto& [slot, status] : m_displayStatus)
     {
-        display[std::to_string(slot)] = status;
+        display.Put(std::to_string(slot), status);
     }
-    return {{"hostControl", m_holder ? json::TJson(*m_holder) : json::TJson()},
-            {"tuneBlocked", m_isTuneBlocked},
-            {"displayStatus", display},
-            {"backupFiles", m_backupFiles}};
+    return json::Record({{"hostControl", m_holder ? json::TCDraft(*m_holder) : json::TCDraft()},
+                         {"tuneBlocked", m_isTuneBlocked},
+                         {"displayStatus", std::move(display)},
+                         {"backupFiles", m_backupFiles}});
 }
 } // namespace CIM::sim

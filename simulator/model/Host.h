@@ -2,7 +2,7 @@
 
 #include "simulator/world/World.h"
 
-#include "json/JsonFwd.h"
+#include "json/Draft.h"
 
 #include <list>
 #include <string>
@@ -36,7 +36,7 @@ public:
 
     void OnCamReady(const TSSlot& slot);
     void OnCamGone(const TSSlot& slot);
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     TSWorld& m_world;

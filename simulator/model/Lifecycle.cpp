@@ -3,8 +3,6 @@
 #include "Parts.h"
 #include "simulator/definition/Text.h"
 
-#include "json/Json.h"
-
 namespace CIM::sim
 {
 namespace
@@ -195,21 +193,21 @@ void TCLifecycle::m_End(TSSlot& slot, ECamPhase phase)
     }
 }
 
-json::TJson TCLifecycle::State() const
+json::TCDraft TCLifecycle::State() const
 {
-    json::TJson slots = json::TJson::array();
+    json::TCDraft slots = json::List();
     for (const TSSlot& slot : m_world.slots)
     {
-        json::TJson entry = {{"slot", slot.number}, {"phase", ToName(slot.phase)}};
+        json::TCDraft entry = json::Record({{"slot", slot.number}, {"phase", ToName(slot.phase)}});
         if (slot.HoldsCam())
         {
-            entry["cam"] = slot.cam.name;
-            entry["mode"] = EnumName(slot.mode);
-            entry["menuString"] = ToUtf8(slot.cam.menuString);
-            entry["manufacturer"] = ToUtf8(slot.cam.manufacturerText);
+            entry.Put("cam", slot.cam.name);
+            entry.Put("mode", EnumName(slot.mode));
+            entry.Put("menuString", ToUtf8(slot.cam.menuString));
+            entry.Put("manufacturer", ToUtf8(slot.cam.manufacturerText));
         }
-        slots.push_back(std::move(entry));
+        slots.Append(std::move(entry));
     }
-    return {{"slots", slots}, {"disabled", m_isDisabled}};
+    return json::Record({{"slots", std::move(slots)}, {"disabled", m_isDisabled}});
 }
 } // namespace CIM::sim

@@ -2,7 +2,7 @@
 
 #include "simulator/world/World.h"
 
-#include "json/JsonFwd.h"
+#include "json/Draft.h"
 
 namespace CIM::sim
 {
@@ -48,7 +48,7 @@ public:
     /// Keeps all CAMs from being used, or lets them begin anew.
     void SetDisabled(bool isDisabled);
 
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     void m_Begin(TSSlot& slot);

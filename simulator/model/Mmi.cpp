@@ -2,8 +2,6 @@
 
 #include "simulator/definition/Text.h"
 
-#include "json/Json.h"
-
 namespace CIM::sim
 {
 namespace
@@ -361,9 +359,9 @@ void TCMmi::OnCamGone(const TSSlot& slot)
     }
 }
 
-json::TJson TCMmi::State() const
+json::TCDraft TCMmi::State() const
 {
-    json::TJson result = json::TJson::array();
+    json::TCDraft result = json::List();
     for (std::size_t slot = 0; slot < m_sessions.size(); ++slot)
     {
         const auto& path = m_sessions[slot].path;
@@ -371,11 +369,11 @@ json::TJson TCMmi::State() const
         {
             const TSMmiPage& page = *path.back();
             const bool isEnquiry = page.kind == MMI_KIND_ENQUIRY;
-            result.push_back({{"slot", slot},
-                              {"kind", ToName(page.kind)},
-                              {"depth", path.size()},
-                              {"text", ToUtf8(isEnquiry ? page.prompt : page.title)},
-                              {"entries", page.entries.size()}});
+            result.Append(json::Record({{"slot", slot},
+                                        {"kind", ToName(page.kind)},
+                                        {"depth", path.size()},
+                                        {"text", ToUtf8(isEnquiry ? page.prompt : page.title)},
+                                        {"entries", page.entries.size()}}));
         }
     }
     return result;

@@ -38,7 +38,7 @@ public:
     TSOutcome OpenPinDialogue(unsigned slot, const TVSHandle& pipeline);
 
     void OnCamGone(const TSSlot& slot);
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     struct TSSession

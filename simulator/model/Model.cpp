@@ -50,23 +50,23 @@ void TCModel::RaiseSignal(const TSSignal& signal) { m_world->Raise(signal); }
 
 json::TJson TCModel::State() const
 {
-    json::TJson state = m_parts->lifecycle.State();
-    state["now"] = Now();
-    state["mmi"] = m_parts->mmi.State();
-    state["pin"] = m_parts->pin.State();
-    state["ca"] = m_parts->ca.State();
-    state["sas"] = m_parts->sas.State();
-    state["upgrade"] = m_parts->upgrade.State();
-    state["host"] = m_parts->host.State();
-    state["certificates"] = m_parts->certificates.State();
-    state["appMmi"] = m_parts->appMmi.State();
-    state["fileSystems"] = m_parts->fileSystems.State();
-    state["player"] = m_parts->player.State();
-    state["sampleDecryption"] = m_parts->decryption.State();
-    state["profiles"] = m_parts->profiles.State();
-    state["pvr"] = m_parts->pvr.State();
-    state["debug"] = m_parts->debug.State();
-    state["subscriptions"] = m_parts->subscriber.State();
-    return state;
+    json::TCDraft state = m_parts->lifecycle.State();
+    state.Put("now", Now());
+    state.Put("mmi", m_parts->mmi.State());
+    state.Put("pin", m_parts->pin.State());
+    state.Put("ca", m_parts->ca.State());
+    state.Put("sas", m_parts->sas.State());
+    state.Put("upgrade", m_parts->upgrade.State());
+    state.Put("host", m_parts->host.State());
+    state.Put("certificates", m_parts->certificates.State());
+    state.Put("appMmi", m_parts->appMmi.State());
+    state.Put("fileSystems", m_parts->fileSystems.State());
+    state.Put("player", m_parts->player.State());
+    state.Put("sampleDecryption", m_parts->decryption.State());
+    state.Put("profiles", m_parts->profiles.State());
+    state.Put("pvr", m_parts->pvr.State());
+    state.Put("debug", m_parts->debug.State());
+    state.Put("subscriptions", m_parts->subscriber.State());
+    return state.Take();
 }
 } // namespace CIM::sim

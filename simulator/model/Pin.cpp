@@ -1,7 +1,5 @@
 #include "Pin.h"
 
-#include "json/Json.h"
-
 #include <algorithm>
 
 namespace CIM::sim
@@ -162,20 +160,20 @@ void TCPin::OnCamGone(const TSSlot& slot)
     state.isBusy = false;
 }
 
-json::TJson TCPin::State() const
+json::TCDraft TCPin::State() const
 {
-    json::TJson result = json::TJson::array();
+    json::TCDraft result = json::List();
     for (const TSSlot& slot : m_world.slots)
     {
         const TSState& state = m_states[slot.number];
         if (slot.HoldsCam())
         {
-            result.push_back({{"slot", slot.number},
-                              {"hasPin", !state.digits.empty()},
-                              {"triesLeft", TriesLeft(slot)},
-                              {"blocked", m_IsBlocked(slot)},
-                              {"asked", state.isAsked},
-                              {"verified", state.isVerified}});
+            result.Append(json::Record({{"slot", slot.number},
+                                        {"hasPin", !state.digits.empty()},
+                                        {"triesLeft", TriesLeft(slot)},
+                                        {"blocked", m_IsBlocked(slot)},
+                                        {"asked", state.isAsked},
+                                        {"verified", state.isVerified}}));
         }
     }
     return result;

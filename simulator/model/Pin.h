@@ -2,7 +2,7 @@
 
 #include "simulator/world/World.h"
 
-#include "json/JsonFwd.h"
+#include "json/Draft.h"
 
 #include <string>
 
@@ -38,7 +38,7 @@ public:
     void OnCamIn(const TSSlot& slot);
     /// A CAM remembers its PIN and its tries over a reset; what was asked and verified is over.
     void OnCamGone(const TSSlot& slot);
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     struct TSState

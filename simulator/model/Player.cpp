@@ -1,7 +1,5 @@
 #include "Player.h"
 
-#include "json/Json.h"
-
 #include <algorithm>
 #include <limits>
 
@@ -341,18 +339,18 @@ void TCPlayer::OnCamGone(const TSSlot& slot)
     }
 }
 
-json::TJson TCPlayer::State() const
+json::TCDraft TCPlayer::State() const
 {
     if (!m_playback)
     {
         return nullptr;
     }
-    return {{"handle", m_playback->handle},
-            {"slot", m_playback->slot},
-            {"location", m_playback->content.location},
-            {"started", m_playback->isStarted},
-            {"positionMs", m_playback->isStarted ? m_Position() / UNITS_PER_MS : 0},
-            {"speed", m_playback->speed},
-            {"monitorMs", m_playback->monitorMs}};
+    return json::Record({{"handle", m_playback->handle},
+                         {"slot", m_playback->slot},
+                         {"location", m_playback->content.location},
+                         {"started", m_playback->isStarted},
+                         {"positionMs", m_playback->isStarted ? m_Position() / UNITS_PER_MS : 0},
+                         {"speed", m_playback->speed},
+                         {"monitorMs", m_playback->monitorMs}});
 }
 } // namespace CIM::sim

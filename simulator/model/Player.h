@@ -4,7 +4,7 @@
 
 #include <ciapi/ICICAMPlayer.h>
 
-#include "json/JsonFwd.h"
+#include "json/Draft.h"
 
 namespace CIM::sim
 {
@@ -34,7 +34,7 @@ public:
     TSOutcome Fail(int error);
 
     void OnCamGone(const TSSlot& slot);
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     struct TSPlayback

@@ -2,8 +2,6 @@
 
 #include "simulator/definition/Text.h"
 
-#include "json/Json.h"
-
 #include <algorithm>
 
 namespace CIM::sim
@@ -364,32 +362,35 @@ void TCProfiles::OnCamGone(const TSSlot& slot)
     std::erase_if(m_offered, [&](const auto& offer) { return offer.first == slot.number; });
 }
 
-json::TJson TCProfiles::State() const
+json::TCDraft TCProfiles::State() const
 {
     const auto describe = [](const TSProfileDefinition& profile, unsigned char slot)
     {
-        return json::TJson{{"slot", slot},
-                           {"antennaMode", static_cast<int>(profile.antennaMode)},
-                           {"serviceMode", static_cast<int>(profile.serviceMode)},
-                           {"name", ToUtf8(profile.name)}};
+        return json::Record({{"slot", slot},
+                             {"antennaMode", static_cast<int>(profile.antennaMode)},
+                             {"serviceMode", static_cast<int>(profile.serviceMode)},
+                             {"name", ToUtf8(profile.name)}});
     };
-    json::TJson offered = json::TJson::array();
+    json::TCDraft offered = json::List();
     m_ForEachNotInstalled([&](unsigned char slot, std::size_t, const TSProfileDefinition& profile)
-                          { offered.push_back(describe(profile, slot)); });
-    json::TJson installed = json::TJson::array();
+                          { offered.Append(describe(profile, slot)); });
+    json::TCDraft installed = json::List();
     for (const auto& [mode, entry] : m_installed)
     {
-        installed.push_back(describe(entry.profile, entry.slot));
+        installed.Append(describe(entry.profile, entry.slot));
     }
-    json::TJson runs = json::TJson::array();
+    json::TCDraft runs = json::List();
     for (std::size_t slot = 0; slot < m_runs.size(); ++slot)
     {
-        runs.push_back({{"slot", slot},
-                        {"running", m_runs[slot].isRunning},
-                        {"update", m_runs[slot].isUpdate},
-                        {"state", EnumName(m_runs[slot].state)},
-                        {"origin", EnumName(m_runs[slot].origin)}});
+        runs.Append(json::Record({{"slot", slot},
+                                  {"running", m_runs[slot].isRunning},
+                                  {"update", m_runs[slot].isUpdate},
+                                  {"state", EnumName(m_runs[slot].state)},
+                                  {"origin", EnumName(m_runs[slot].origin)}}));
     }
-    return {{"offered", offered}, {"installed", installed}, {"installations", runs}, {"scheduledAt", m_scheduledAt}};
+    return json::Record({{"offered", std::move(offered)},
+                         {"installed", std::move(installed)},
+                         {"installations", std::move(runs)},
+                         {"scheduledAt", m_scheduledAt}});
 }
 } // namespace CIM::sim

@@ -4,7 +4,7 @@
 
 #include <ciapi/ICIOperatorProfile.h>
 
-#include "json/JsonFwd.h"
+#include "json/Draft.h"
 
 #include <map>
 
@@ -59,7 +59,7 @@ public:
 
     void OnCamReady(const TSSlot& slot);
     void OnCamGone(const TSSlot& slot);
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     struct TSInstalled

@@ -1,7 +1,5 @@
 #include "Pvr.h"
 
-#include "json/Json.h"
-
 #include <algorithm>
 
 namespace CIM::sim
@@ -358,25 +356,25 @@ void TCPvr::OnCamGone(const TSSlot& slot)
     }
 }
 
-json::TJson TCPvr::State() const
+json::TCDraft TCPvr::State() const
 {
-    json::TJson recordings = json::TJson::array();
+    json::TCDraft recordings = json::List();
     for (const auto& [file, recording] : m_recordings)
     {
-        recordings.push_back({{"file", file},
-                              {"emi", recording.definition.emi},
-                              {"exceeded", m_IsExceeded(recording)},
-                              {"expiredSections", m_Expired(recording).size()},
-                              {"playsLeft", recording.playsLeft},
-                              {"blocked", recording.definition.isBlocked}});
+        recordings.Append(json::Record({{"file", file},
+                                        {"emi", recording.definition.emi},
+                                        {"exceeded", m_IsExceeded(recording)},
+                                        {"expiredSections", m_Expired(recording).size()},
+                                        {"playsLeft", recording.playsLeft},
+                                        {"blocked", recording.definition.isBlocked}}));
     }
-    json::TJson pids = json::TJson::array();
+    json::TCDraft pids = json::List();
     for (const auto& [pipeline, list] : m_pids)
     {
-        pids.push_back({{"profile", pipeline.first}, {"handle", pipeline.second}, {"pids", list}});
+        pids.Append(json::Record({{"profile", pipeline.first}, {"handle", pipeline.second}, {"pids", list}}));
     }
-    return {{"recordings", recordings},
-            {"recordingPids", pids},
-            {"playing", m_playing ? json::TJson(*m_playing) : json::TJson()}};
+    return json::Record({{"recordings", std::move(recordings)},
+                         {"recordingPids", std::move(pids)},
+                         {"playing", m_playing ? json::TCDraft(*m_playing) : json::TCDraft()}});
 }
 } // namespace CIM::sim

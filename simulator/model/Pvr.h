@@ -48,7 +48,7 @@ public:
 
     /// What the CAM protects stops: playback that needs it, recordings that it descrambles.
     void OnCamGone(const TSSlot& slot);
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     struct TSRecording

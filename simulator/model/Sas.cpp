@@ -1,7 +1,5 @@
 #include "Sas.h"
 
-#include "json/Json.h"
-
 #include <algorithm>
 
 namespace CIM::sim
@@ -172,17 +170,17 @@ void TCSas::OnCamGone(const TSSlot& slot)
     }
 }
 
-json::TJson TCSas::State() const
+json::TCDraft TCSas::State() const
 {
-    json::TJson result = json::TJson::array();
+    json::TCDraft result = json::List();
     for (const auto& [id, session] : m_sessions)
     {
-        result.push_back({{"session", id},
-                          {"slot", session.slot},
-                          {"application", session.application.id},
-                          {"connected", session.isConnected},
-                          {"queued", session.queue.size()},
-                          {"lost", session.lost}});
+        result.Append(json::Record({{"session", id},
+                                    {"slot", session.slot},
+                                    {"application", session.application.id},
+                                    {"connected", session.isConnected},
+                                    {"queued", session.queue.size()},
+                                    {"lost", session.lost}}));
     }
     return result;
 }

@@ -2,7 +2,7 @@
 
 #include "simulator/world/World.h"
 
-#include "json/JsonFwd.h"
+#include "json/Draft.h"
 
 #include <map>
 
@@ -25,7 +25,7 @@ public:
     TSOutcome SendFromCam(std::uint64_t applicationId, const TBytes& data);
 
     void OnCamGone(const TSSlot& slot);
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     struct TSSession

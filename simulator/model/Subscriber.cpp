@@ -1,7 +1,5 @@
 #include "Subscriber.h"
 
-#include "json/Json.h"
-
 #include <limits>
 
 namespace CIM::sim
@@ -38,18 +36,18 @@ bool TCSubscriber::IsWanted(ECISignalType signalType, EProfile profile, unsigned
            std::get<EProfile>(first->first) == profile && std::get<unsigned short>(first->first) == handle;
 }
 
-json::TJson TCSubscriber::State() const
+json::TCDraft TCSubscriber::State() const
 {
-    json::TJson result = json::TJson::array();
+    json::TCDraft result = json::List();
     for (const auto& [key, count] : m_subscriptions)
     {
         const auto& [type, profile, handle, processId] = key;
-        result.push_back({{"type", EnumName(type)},
-                          {"number", static_cast<int>(type)},
-                          {"profile", static_cast<int>(profile)},
-                          {"handle", handle},
-                          {"process", processId},
-                          {"count", count}});
+        result.Append(json::Record({{"type", EnumName(type)},
+                                    {"number", static_cast<int>(type)},
+                                    {"profile", static_cast<int>(profile)},
+                                    {"handle", handle},
+                                    {"process", processId},
+                                    {"count", count}}));
     }
     return result;
 }

@@ -2,7 +2,7 @@
 
 #include <ciapi/ICISignalSubscriber.h>
 
-#include "json/JsonFwd.h"
+#include "json/Draft.h"
 
 #include <map>
 #include <tuple>
@@ -27,7 +27,7 @@ public:
     void Forget(long processId);
     /// Whether anybody wants a signal.
     bool IsWanted(ECISignalType signalType, EProfile profile, unsigned short handle) const;
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     using TKey = std::tuple<ECISignalType, EProfile, unsigned short, long>;

@@ -1,7 +1,5 @@
 #include "Upgrade.h"
 
-#include "json/Json.h"
-
 #include <algorithm>
 
 namespace CIM::sim
@@ -140,19 +138,19 @@ void TCUpgrade::OnCamGone(const TSSlot& slot)
     }
 }
 
-json::TJson TCUpgrade::State() const
+json::TCDraft TCUpgrade::State() const
 {
     static constexpr const char* steps[] = {"none", "requested", "running"};
-    json::TJson result = json::TJson::array();
+    json::TCDraft result = json::List();
     for (std::size_t slot = 0; slot < m_states.size(); ++slot)
     {
         const TSState& state = m_states[slot];
         if (state.step != STEP_NONE)
         {
-            result.push_back({{"slot", slot},
-                              {"step", steps[state.step]},
-                              {"mode", EnumName(state.mode)},
-                              {"percent", state.percent}});
+            result.Append(json::Record({{"slot", slot},
+                                        {"step", steps[state.step]},
+                                        {"mode", EnumName(state.mode)},
+                                        {"percent", state.percent}}));
         }
     }
     return result;

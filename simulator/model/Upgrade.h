@@ -24,7 +24,7 @@ public:
     TSOutcome SetProgress(unsigned slot, int percent);
 
     void OnCamGone(const TSSlot& slot);
-    json::TJson State() const;
+    json::TCDraft State() const;
 
 private:
     enum EStep : int

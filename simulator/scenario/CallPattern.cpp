@@ -45,9 +45,7 @@ json::TJson AsMade(const json::TSParameter& parameter, const json::TJson& value,
     {
         return value;
     }
-    const auto made = parameter.newValue();
-    made->FromJson(value, path);
-    return made->ToJson();
+    return parameter.form->asWritten(value, path);
 }
 } // namespace
 

@@ -179,15 +179,7 @@ TCStory::EProgress TCStory::m_Try(const TSExpectNoCall& step)
 
 TCStory::EProgress TCStory::m_Try(const TSWaitForSubscription& step)
 {
-    const json::TJson subscriptions = m_daemon.Clients().Subscriptions();
-    const auto count = std::count_if(subscriptions.begin(), subscriptions.end(),
-                                     [&](const json::TJson& subscription)
-                                     {
-                                         return subscription.at("number") == static_cast<int>(step.signal) &&
-                                                subscription.at("profile") == static_cast<int>(step.profile) &&
-                                                subscription.at("handle") == step.handle;
-                                     });
-    if (count >= static_cast<std::ptrdiff_t>(step.clients))
+    if (m_daemon.Clients().CountSubscribers(step.signal, step.profile, step.handle) >= step.clients)
     {
         return DONE;
     }

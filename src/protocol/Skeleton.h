@@ -1,12 +1,15 @@
 #pragma once
 
-#include "protocol/Pushed.h"
+#include "protocol/RowCode.h"
 
 #include <tvplatform/MessageBuffer.h>
 #include <tvplatform/Tree.h>
 
+#include <algorithm>
 #include <functional>
+#include <map>
 #include <string>
+#include <vector>
 
 // The daemon side of the tables: decodes a request, calls an object that implements the interface, encodes the reply.
 
@@ -35,6 +38,64 @@ public:
     virtual EHandled Handle(short methodId, bool oneWay, TCMessageBuffer& request, TCMessageBuffer& reply) = 0;
 };
 
+/// Answers a call of a row.
+/// \param[in] call  gets the addresses of the result and of the values
+inline EHandled Serve(const SRowCode& row, bool oneWay, TCMessageBuffer& request, TCMessageBuffer& reply,
+                      const std::function<void(void* result, void* const* values)>& call)
+{
+    TCTreeBranchList requestTree(&request);
+    if (!requestTree.IsValid() || requestTree.GetTag() != static_cast<unsigned short>(row.id))
+    {
+        return EHandled::MALFORMED;
+    }
+    const std::unique_ptr<TIPushedValue> result = row.newResult();
+    std::vector<std::unique_ptr<TIPushedValue>> values;
+    std::vector<void*> addresses;
+    TCMarshallingHelperStub frame;
+    result->Push(frame);
+    for (const SRowCode::TNewValue newValue : row.newValues)
+    {
+        values.push_back(newValue());
+        addresses.push_back(values.back()->Address());
+        values.back()->Push(frame);
+    }
+    if (row.hasOneWay)
+    {
+        *static_cast<bool*>(addresses.back()) = oneWay;
+    }
+    if (!frame.TreeToClass(requestTree))
+    {
+        return EHandled::MALFORMED;
+    }
+    for (std::size_t i = 0; i < values.size(); ++i)
+    {
+        if (IsInput(row.words[i]))
+        {
+            values[i]->Load();
+        }
+    }
+    call(result->Address(), addresses.data());
+    if (oneWay)
+    {
+        return EHandled::ANSWERED;
+    }
+
+    result->Store();
+    for (std::size_t i = 0; i < values.size(); ++i)
+    {
+        if (IsOutput(row.words[i]))
+        {
+            values[i]->Store();
+        }
+    }
+    TCTreeBranchList replyTree(row.id);
+    replyTree.SetDataLifetime(TREE_DATA_OUTLIVES_TREE);
+    frame.ClassToTree(replyTree);
+    reply.Reserve(replyTree.GetNodeSize());
+    replyTree.StoreInBuffer(reply);
+    return EHandled::ANSWERED;
+}
+
 /// Serves an interface from an object that implements it, or from functions given per operation.
 template <class Interface>
 class TSkeleton : public TISkeleton
@@ -47,16 +108,19 @@ public:
 
     EHandled Handle(short methodId, bool oneWay, TCMessageBuffer& request, TCMessageBuffer& reply) override
     {
-        EHandled handled = EHandled::UNKNOWN_METHOD;
-        ForEachRow<Interface>(
-            [&](const auto& row)
-            {
-                if (row.id == methodId && !row.isLocal)
-                {
-                    handled = m_Answer(row, oneWay, request, reply);
-                }
-            });
-        return handled;
+        const auto rows = RowCodes<Interface>();
+        const auto row = std::find_if(rows.begin(), rows.end(),
+                                      [&](const SRowCode& code) { return code.id == methodId && !code.isLocal; });
+        if (row == rows.end())
+        {
+            return EHandled::UNKNOWN_METHOD;
+        }
+        const auto answer = m_answers.find(methodId);
+        return Serve(*row, oneWay, request, reply,
+                     [&](void* result, void* const* values) {
+                         answer != m_answers.end() ? answer->second(result, values)
+                                                   : row->call(&m_object, result, values);
+                     });
     }
 
     /// Lets a function answer an operation from now on; an empty one gives it back to the object.
@@ -65,6 +129,7 @@ public:
     bool On(Result (Interface::*member)(Arguments...), std::type_identity_t<std::function<Result(Arguments...)>> answer)
     {
         using TMember = Result (Interface::*)(Arguments...);
+        short id = 0;
         bool found = false;
         ForEachRow<Interface>(
             [&]<class Row>(const Row& row)
@@ -73,76 +138,30 @@ public:
                 {
                     if (Row::MEMBER == member && !row.isLocal)
                     {
-                        std::get<TAnswer<Row>>(m_answers).function = std::move(answer);
+                        id = row.id;
                         found = true;
                     }
                 }
             });
+        m_answers.erase(id);
+        if (found && answer)
+        {
+            m_answers[id] = [answer = std::move(answer)](void* result, [[maybe_unused]] void* const* values)
+            {
+                [&]<std::size_t... Indices>(std::index_sequence<Indices...>)
+                {
+                    *static_cast<Result*>(result) =
+                        answer(*static_cast<std::remove_cvref_t<Arguments>*>(values[Indices])...);
+                }
+                (std::index_sequence_for<Arguments...>{});
+            };
+        }
         return found;
     }
 
 private:
-    template <class Member>
-    struct TFunctionOf;
-    template <class Result, class... Arguments>
-    struct TFunctionOf<Result (Interface::*)(Arguments...)>
-    {
-        using type = std::function<Result(Arguments...)>;
-    };
-    /// What answers a row in the object's place, if anything.
-    template <class Row>
-    struct TAnswer
-    {
-        typename TFunctionOf<typename Row::Member>::type function;
-    };
-    template <class... Rows>
-    static std::tuple<TAnswer<Rows>...> m_AnswersTo(const std::tuple<Rows...>&);
-
-    template <class Row>
-    EHandled m_Answer(const Row& row, bool oneWay, TCMessageBuffer& request, TCMessageBuffer& reply)
-    {
-        TCTreeBranchList requestTree(&request);
-        if (!requestTree.IsValid() || requestTree.GetTag() != static_cast<unsigned short>(row.id))
-        {
-            return EHandled::MALFORMED;
-        }
-        typename Row::Values values{};
-        typename Row::Result result = Row::Seed(oneWay);
-        if constexpr (Row::HAS_ONE_WAY)
-        {
-            std::get<Row::COUNT - 1>(values) = oneWay;
-        }
-        TCMarshallingHelperStub frame;
-        TPushedResult<typename Row::Result> pushedResult(result);
-        TPushedParameters<Row> parameters = std::make_from_tuple<TPushedParameters<Row>>(values);
-        pushedResult.Push(frame);
-        ForEachPushed<Row>(parameters, IsSent, [&](auto& pushed) { pushed.Push(frame); });
-        if (!frame.TreeToClass(requestTree))
-        {
-            return EHandled::MALFORMED;
-        }
-        ForEachPushed<Row>(parameters, IsInput, [](auto& pushed) { pushed.Load(); });
-
-        const auto& function = std::get<TAnswer<Row>>(m_answers).function;
-        result = std::apply([&](auto&... arguments) -> typename Row::Result
-                            { return function ? function(arguments...) : (m_object.*Row::MEMBER)(arguments...); },
-                            values);
-        if (oneWay)
-        {
-            return EHandled::ANSWERED;
-        }
-
-        pushedResult.Store();
-        ForEachPushed<Row>(parameters, IsOutput, [](auto& pushed) { pushed.Store(); });
-        TCTreeBranchList replyTree(row.id);
-        replyTree.SetDataLifetime(TREE_DATA_OUTLIVES_TREE);
-        frame.ClassToTree(replyTree);
-        reply.Reserve(replyTree.GetNodeSize());
-        replyTree.StoreInBuffer(reply);
-        return EHandled::ANSWERED;
-    }
-
     Interface& m_object;
-    decltype(m_AnswersTo(TTable<Interface>::ROWS)) m_answers;
+    /// By identifier; given the addresses of the result and of the values.
+    std::map<short, std::function<void(void* result, void* const* values)>> m_answers;
 };
 } // namespace CIM::protocol

@@ -28,7 +28,9 @@ void AnswerOperation(sim::TCSkeletons& skeletons, short id, void* function)
                 if (row.id == id)
                 {
                     using TFunction = typename detail::TMemberTraits<Member>::Function;
-                    skeletons.Of<Interface>().On(Row::MEMBER, std::move(*static_cast<TFunction*>(function)));
+                    auto& skeleton = static_cast<protocol::TSkeleton<Interface>&>(
+                        *skeletons.Find(protocol::TTable<Interface>::ConnectionName()));
+                    skeleton.On(Row::MEMBER, std::move(*static_cast<TFunction*>(function)));
                 }
             }
         });

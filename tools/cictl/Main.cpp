@@ -1,42 +1,33 @@
 #include "cictl/Output.h"
 #include "cictl/Verb.h"
 
-#include <CLI/CLI.hpp>
+#include "commandline/CommandLine.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <iostream>
+#include <memory>
 
 namespace CIM::cictl
 {
 namespace
 {
-void AddArgument(CLI::App& app, const TSArgument& argument, TCArguments& arguments)
+void AddArgument(TCCommandLine& line, const TSArgument& argument, TCArguments& arguments)
 {
     const std::string name = argument.name;
     switch (argument.kind)
     {
     case EArgument::NEEDED:
-        app.add_option(name, arguments.values[name], argument.help)->required()->expected(1)->allow_extra_args(false);
-        break;
+        return line.Words(name, arguments.values[name], EHowMany::ONE, argument.help);
     case EArgument::OPTIONAL:
-        app.add_option(name, arguments.values[name], argument.help)->expected(1)->allow_extra_args(false);
-        break;
+        return line.Words(name, arguments.values[name], EHowMany::AT_MOST_ONE, argument.help);
     case EArgument::MANY:
-        app.add_option(name, arguments.values[name], argument.help);
-        break;
+        return line.Words(name, arguments.values[name], EHowMany::ANY, argument.help);
     case EArgument::FLAG:
-        app.add_flag("--" + name, arguments.flags[name], argument.help);
-        break;
+        return line.Flag("--" + name, arguments.flags[name], argument.help);
     case EArgument::OPTION:
-        app.add_option("--" + name, arguments.values[name], argument.help)->expected(1)->allow_extra_args(false);
-        break;
+        return line.Option("--" + name, arguments.values[name], EHowMany::AT_MOST_ONE, argument.help);
     case EArgument::OPTIONS:
-        app.add_option("--" + name, arguments.values[name], argument.help)
-            ->expected(1)
-            ->allow_extra_args(false)
-            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-        break;
+        return line.Option("--" + name, arguments.values[name], EHowMany::ANY, argument.help);
     }
 }
 
@@ -48,52 +39,28 @@ EExit Fail(EExit status, const std::string& message)
 
 int Run(int argc, char** argv)
 {
-    CLI::App app("Talks to the CI daemon: slots, CAMs and their menus, and every operation of the CI library.\n"
-                 "Exit status: 0 answered, 1 refused, 2 wrong usage, 3 no daemon or no CI.",
-                 "cictl");
-    app.require_subcommand(1);
-    app.set_version_flag("--version", CICTL_VERSION);
-    std::vector<TCArguments> arguments(Verbs().size()); // CLI11 refers to them
-    std::vector<CLI::App*> parsers;
+    std::vector<TSCommand> commands;
     for (const TSVerb& verb : Verbs())
     {
-        CLI::App* const parser = app.add_subcommand(verb.name, verb.help);
-        for (const TSArgument& argument : verb.arguments)
+        const auto prepare = [&verb](TCCommandLine line) -> std::function<int()>
         {
-            AddArgument(*parser, argument, arguments[parsers.size()]);
-        }
-        parsers.push_back(parser);
+            auto arguments = std::make_shared<TCArguments>();
+            for (const TSArgument& argument : verb.arguments)
+            {
+                AddArgument(line, argument, *arguments);
+            }
+            return [&verb, arguments] { return verb.handler(*arguments); };
+        };
+        commands.push_back({verb.name, verb.help, prepare});
     }
-    const std::string_view first = argc > 1 ? argv[1] : "-";
-    if (!first.starts_with('-') &&
-        std::none_of(Verbs().begin(), Verbs().end(), [&](const TSVerb& verb) { return first == verb.name; }))
-    {
-        return Fail(EXIT_USAGE, "there is no verb \"" + std::string(first) + "\" (see cictl --help)");
-    }
-    try
-    {
-        app.parse(argc, argv);
-    }
-    catch (const CLI::Success& wish) // --help, --version
-    {
-        return app.exit(wish);
-    }
-    catch (const CLI::ParseError& error)
-    {
-        std::string message = error.what();
-        message.resize(std::min(message.find('\n'), message.size()));
-        return Fail(EXIT_USAGE, message + " (see cictl --help)");
-    }
-    for (std::size_t i = 0; i < parsers.size(); ++i)
-    {
-        if (parsers[i]->parsed())
-        {
-            const EExit status = Verbs()[i].handler(arguments[i]);
-            std::cout.flush();
-            return std::cout ? status : Fail(EXIT_REFUSED, "cannot write to standard output");
-        }
-    }
-    return EXIT_USAGE;
+    const int status =
+        RunCommandLine({"cictl",
+                        "Talks to the CI daemon: slots, CAMs and their menus, and every operation of the CI library.\n"
+                        "Exit status: 0 answered, 1 refused, 2 wrong usage, 3 no daemon or no CI.",
+                        CIAPI_VERSION, "verb", true},
+                       commands, argc, argv);
+    std::cout.flush();
+    return std::cout ? status : Fail(EXIT_REFUSED, "cannot write to standard output");
 }
 } // namespace
 } // namespace CIM::cictl
@@ -108,6 +75,10 @@ int main(int argc, char** argv)
     catch (const TCFailure& failure)
     {
         return Fail(failure.Status(), failure.what());
+    }
+    catch (const CIM::TCUsageError& error)
+    {
+        return Fail(EXIT_USAGE, std::string(error.what()) + " (see cictl --help)");
     }
     catch (const CIM::json::TCJsonError& error)
     {

@@ -1,0 +1,127 @@
+#include "CommandLine.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace CIM
+{
+namespace
+{
+template <class T>
+void AddNumber(CLI::App& app, const std::string& name, T& value, const std::string& help)
+{
+    app.add_option(name, value, help)->capture_default_str();
+}
+} // namespace
+
+void TCCommandLine::Flag(const std::string& name, bool& value, const std::string& help)
+{
+    m_app->add_flag(name, value, help);
+}
+
+void TCCommandLine::Option(const std::string& name, unsigned& value, const std::string& help)
+{
+    AddNumber(*m_app, name, value, help);
+}
+
+void TCCommandLine::Option(const std::string& name, std::int64_t& value, const std::string& help)
+{
+    AddNumber(*m_app, name, value, help);
+}
+
+void TCCommandLine::Option(const std::string& name, std::uint64_t& value, const std::string& help)
+{
+    AddNumber(*m_app, name, value, help);
+}
+
+void TCCommandLine::Option(const std::string& name, std::optional<std::uint64_t>& value, const std::string& help)
+{
+    m_app->add_option(name, value, help);
+}
+
+void TCCommandLine::Option(const std::string& name, std::string& value, const std::string& help)
+{
+    m_app->add_option(name, value, help);
+}
+
+void TCCommandLine::Option(const std::string& name, std::vector<std::string>& values, EHowMany howMany,
+                           const std::string& help)
+{
+    CLI::Option* const option = m_app->add_option(name, values, help)->expected(1)->allow_extra_args(false);
+    option->required(howMany == EHowMany::ONE);
+    if (howMany == EHowMany::ANY)
+    {
+        option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    }
+}
+
+void TCCommandLine::Words(const std::string& name, std::vector<std::string>& values, EHowMany howMany,
+                          const std::string& help)
+{
+    CLI::Option* const words = m_app->add_option(name, values, help);
+    if (howMany != EHowMany::ANY)
+    {
+        words->expected(1)->allow_extra_args(false)->required(howMany == EHowMany::ONE);
+    }
+}
+
+void TCCommandLine::OptionsComeFirst() { m_app->positionals_at_end(); }
+
+void TCCommandLine::LeaveTheRest() { m_app->prefix_command(); }
+
+std::vector<std::string> TCCommandLine::Rest() const { return m_app->remaining(); }
+
+void TCCommandLine::Footer(const std::string& text) { m_app->footer(text); }
+
+int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands, int argc, char** argv)
+{
+    const std::string first = argc > 1 ? argv[1] : "-";
+    if (!first.starts_with('-') &&
+        std::none_of(commands.begin(), commands.end(), [&](const TSCommand& command) { return first == command.name; }))
+    {
+        throw TCUsageError(std::string("there is no ") + program.commandWord + " \"" + first + '"');
+    }
+    CLI::App app(program.description, program.name);
+    app.require_subcommand(program.needsCommand ? 1 : 0, 1);
+    app.set_version_flag("--version", program.version);
+    bool listsCommands = false;
+    app.add_flag("--commands", listsCommands, std::string("print the names of the ") + program.commandWord + "s");
+    std::function<int()> run;
+    if (!program.needsCommand)
+    {
+        run = commands.front().prepare(TCCommandLine(app));
+    }
+    for (const TSCommand& command : commands)
+    {
+        CLI::App* const sub = app.add_subcommand(command.name, command.help);
+        sub->callback([&run, prepared = command.prepare(TCCommandLine(*sub))] { run = prepared; });
+    }
+    try
+    {
+        app.parse(argc, argv);
+    }
+    catch (const CLI::Success& wish) // --help, --version
+    {
+        return app.exit(wish);
+    }
+    catch (const CLI::ParseError& error)
+    {
+        if (!listsCommands)
+        {
+            const std::string message = error.what();
+            throw TCUsageError(message.substr(0, message.find('\n')));
+        }
+    }
+    if (listsCommands)
+    {
+        for (const TSCommand& command : commands)
+        {
+            std::printf("%s\n", command.name.c_str());
+        }
+        return 0;
+    }
+    return run();
+}
+} // namespace CIM

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace CLI
+{
+class App;
+}
+
+namespace CIM
+{
+/// A command line that cannot be used; its text is for people.
+class TCUsageError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+enum class EHowMany
+{
+    AT_MOST_ONE,
+    ONE,
+    ANY,
+};
+
+/// Where a command says which options and words it takes. What they are read into lives until the command has run.
+/// Only its source knows the library that parses: that is dear to compile.
+class TCCommandLine
+{
+public:
+    explicit TCCommandLine(CLI::App& app) : m_app(&app) {}
+
+    /// \param[in] name  with dashes; behind a '!' for a flag that clears the value
+    void Flag(const std::string& name, bool& value, const std::string& help);
+    /// Options with a value, at most one; the help shows which number counts without the option.
+    void Option(const std::string& name, unsigned& value, const std::string& help);
+    void Option(const std::string& name, std::int64_t& value, const std::string& help);
+    void Option(const std::string& name, std::uint64_t& value, const std::string& help);
+    void Option(const std::string& name, std::optional<std::uint64_t>& value, const std::string& help);
+    void Option(const std::string& name, std::string& value, const std::string& help);
+    /// An option with a value that may be given so often.
+    void Option(const std::string& name, std::vector<std::string>& values, EHowMany howMany, const std::string& help);
+    /// Words by their place; any number of them only behind all others.
+    void Words(const std::string& name, std::vector<std::string>& values, EHowMany howMany, const std::string& help);
+    /// Everything from the first word on is a word, also with dashes.
+    void OptionsComeFirst();
+    /// Everything from the first word that has no meaning here is left to the command.
+    void LeaveTheRest();
+    std::vector<std::string> Rest() const;
+    /// What the help ends with.
+    void Footer(const std::string& text);
+
+private:
+    CLI::App* m_app;
+};
+
+/// One command of a program.
+struct TSCommand
+{
+    std::string name;
+    std::string help;
+    /// Adds the command's options and gives what runs it once they are parsed; its result is the exit status.
+    std::function<std::function<int()>(TCCommandLine line)> prepare;
+};
+
+/// A program with commands.
+struct TSProgram
+{
+    const char* name;
+    const char* description;
+    const char* version;
+    const char* commandWord; ///< what its help calls a command
+    bool needsCommand;       ///< otherwise the first one is what runs without
+};
+
+/// Parses the command line and runs what it asks for; prints what --help, --version and --commands ask for.
+/// \return the exit status
+/// \throws TCUsageError  also from the command
+int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands, int argc, char** argv);
+} // namespace CIM
