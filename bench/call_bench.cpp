@@ -85,6 +85,10 @@ public:
             std::abort();
         }
         m_pid = fork();
+        if (m_pid < 0)
+        {
+            std::abort();
+        }
         char byte = 0;
         if (m_pid == 0)
         {

@@ -11,9 +11,6 @@
 #include <variant>
 #include <vector>
 
-// Compiled once, in Instantiation.cpp, and not in every source that uses it.
-extern template class nlohmann::basic_json<nlohmann::ordered_map>;
-
 namespace CIM::json
 {
 /// A place inside a JSON value, while it is read: a chain of steps from the innermost outwards. Each step lives on the

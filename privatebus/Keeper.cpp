@@ -1,5 +1,7 @@
 #include "privatebus/Keeper.h"
 
+#include "privatebus/Process.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -88,33 +90,33 @@ void Say(int fd, const char* line) { [[maybe_unused]] const auto written = write
 
 void Kill(pid_t child)
 {
-    if (child > 0)
+    if (SendSignal(child, SIGKILL))
     {
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
+        WaitForEnd(child);
     }
 }
 
 /// Asks a child to end, and makes it. SIGCHLD is blocked. \return its exit status
 int End(pid_t child)
 {
-    int status = 0;
     sigset_t childSignal;
     sigemptyset(&childSignal);
     sigaddset(&childSignal, SIGCHLD);
-    kill(child, SIGTERM);
+    SendSignal(child, SIGTERM);
     const timespec limit{STOP_TIMEOUT_MS / 1000, 0};
-    while (waitpid(child, &status, WNOHANG) == 0)
+    for (;;)
     {
+        if (const std::optional<int> status = CheckForEnd(child))
+        {
+            return *status;
+        }
         // The bus cannot be what ended: it is told later, and its own end only shortens this wait.
         if (sigtimedwait(&childSignal, nullptr, &limit) < 0 && errno == EAGAIN)
         {
-            kill(child, SIGKILL);
-            waitpid(child, &status, 0);
-            break;
+            SendSignal(child, SIGKILL);
+            return WaitForEnd(child);
         }
     }
-    return ExitStatusOf(status);
 }
 
 pid_t StartBus(const TSPlan& plan)
@@ -207,11 +209,7 @@ pid_t Fork(const TSPlan& plan)
         }
         _exit(keeper > 0 ? 0 : 1);
     }
-    int status = 1;
-    while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR)
-    {
-    }
-    return status == 0 ? 0 : -1;
+    return WaitForEnd(child) == 0 ? 0 : -1;
 }
 
 /// One line from a pipe; nothing when the other end closes or keeps silent for too long.
@@ -261,11 +259,6 @@ void CloseBoth(const int (&pipe)[2])
     }
 }
 } // namespace
-
-int ExitStatusOf(int waitStatus)
-{
-    return WIFSIGNALED(waitStatus) ? 128 + WTERMSIG(waitStatus) : WEXITSTATUS(waitStatus);
-}
 
 void TCKeeper::Start(const TCBusFolder& folder, const TSKeeperOptions& options)
 {
@@ -352,9 +345,7 @@ int TCKeeper::LetGo()
     }
     close(m_report);
     m_report = -1;
-    while (m_keeper > 0 && waitpid(m_keeper, nullptr, 0) < 0 && errno == EINTR)
-    {
-    }
+    WaitForEnd(m_keeper);
     m_keeper = -1;
     return status;
 }

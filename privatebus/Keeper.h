@@ -9,9 +9,6 @@
 
 namespace CIM::privatebus
 {
-/// A shell's exit status, from what waitpid tells of a process that has ended: its own, or 128 and the signal.
-int ExitStatusOf(int waitStatus);
-
 /// What a keeper is to hold.
 struct TSKeeperOptions
 {

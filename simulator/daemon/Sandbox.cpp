@@ -1,6 +1,7 @@
 #include "Sandbox.h"
 
 #include "privatebus/Keeper.h"
+#include "privatebus/Process.h"
 
 #include <cerrno>
 #include <csignal>
@@ -48,16 +49,15 @@ int RunCommand(const std::vector<std::string>& command, const sigset_t& waited, 
     }
     for (;;)
     {
-        int status = 0;
-        siginfo_t info{};
-        if (waitpid(child, &status, WNOHANG) == child)
+        if (const std::optional<int> status = privatebus::CheckForEnd(child))
         {
-            return privatebus::ExitStatusOf(status);
+            return *status;
         }
+        siginfo_t info{};
         // What the terminal sends (SI_KERNEL) the command has got already.
         if (sigwaitinfo(&waited, &info) > 0 && info.si_signo != SIGCHLD && info.si_code != SI_KERNEL)
         {
-            kill(child, info.si_signo);
+            privatebus::SendSignal(child, info.si_signo);
         }
     }
 }

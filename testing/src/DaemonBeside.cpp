@@ -5,7 +5,7 @@
 #include "ProcessBus.h"
 #include "Scenarios.h"
 
-#include "privatebus/Keeper.h"
+#include "privatebus/Process.h"
 #include "simulator/daemon/ControlClient.h"
 #include "simulator/daemon/Verbs.h"
 
@@ -52,13 +52,9 @@ std::string WriteScenario(const TSOptions& options, const std::string& path)
 /// Whether a child has ended; it is gone then.
 bool HasEnded(pid_t child, int& status)
 {
-    int waitStatus = 0;
-    if (waitpid(child, &waitStatus, WNOHANG) != child)
-    {
-        return false;
-    }
-    status = privatebus::ExitStatusOf(waitStatus);
-    return true;
+    const std::optional<int> ended = privatebus::CheckForEnd(child);
+    status = ended.value_or(status);
+    return ended.has_value();
 }
 
 /// Looks every few milliseconds. The application's default main context is left alone.
@@ -127,12 +123,8 @@ void TCDaemonBeside::Kill()
 {
     if (m_status < 0)
     {
-        int waitStatus = 0;
-        kill(m_process, SIGKILL);
-        while (waitpid(m_process, &waitStatus, 0) < 0 && errno == EINTR)
-        {
-        }
-        m_status = privatebus::ExitStatusOf(waitStatus);
+        privatebus::SendSignal(m_process, SIGKILL);
+        m_status = privatebus::WaitForEnd(m_process);
     }
     unlink(TCProcessBus::Instance().MarkerPath().c_str());
 }
@@ -141,7 +133,7 @@ int TCDaemonBeside::End()
 {
     if (m_status < 0)
     {
-        kill(m_process, SIGTERM);
+        privatebus::SendSignal(m_process, SIGTERM);
         if (!Comes([&] { return HasEnded(m_process, m_status); }, STOP_TIMEOUT))
         {
             Kill();

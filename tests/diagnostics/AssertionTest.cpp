@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -80,6 +81,10 @@ SEnd EndOf(bool consoleOpens, TBody body)
         prctl(PR_SET_NAME, "asserting", 0, 0, 0);
         body();
         _exit(0);
+    }
+    if (end.process < 0)
+    {
+        throw std::runtime_error("no process");
     }
     waitpid(end.process, &end.status, 0);
     end.errors = LinesOf(folder.File("errors"));

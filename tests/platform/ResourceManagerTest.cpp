@@ -1,5 +1,6 @@
 #include <tvplatform/ResourceManager.h>
 
+#include "privatebus/Process.h"
 #include "support/InChild.h"
 
 #include <gtest/gtest.h>
@@ -74,7 +75,7 @@ public:
         if (m_process > 0)
         {
             close(m_input);
-            waitpid(m_process, nullptr, 0);
+            CIM::privatebus::WaitForEnd(m_process);
             m_process = -1;
         }
     }

@@ -1,5 +1,6 @@
 #include "SimulatorProcess.h"
 
+#include "privatebus/Process.h"
 #include "simulator/control/Controls.h"
 #include "simulator/daemon/Messages.h"
 #include "simulator/daemon/Verbs.h"
@@ -324,7 +325,7 @@ TEST(SimulatorCalls, TheControlObjectReadsWhatItsIntrospectionSays)
 TEST(SimulatorCalls, TerminatedCleanly)
 {
     TCSimulatorProcess simulator;
-    kill(simulator.process, SIGTERM);
+    privatebus::SendSignal(simulator.process, SIGTERM);
     EXPECT_EQ(WaitForEnd(simulator.process), 0);
     EXPECT_FALSE(std::filesystem::exists(simulator.marker.Path()));
 

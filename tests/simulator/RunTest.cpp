@@ -1,5 +1,7 @@
 #include "SimulatorProcess.h"
 
+#include "privatebus/Process.h"
+
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -78,13 +80,13 @@ TEST(SimulatorRun, NothingRemains)
             EXPECT_TRUE(std::filesystem::exists(sandboxes.back() / "socket"));
         }
         EXPECT_NE(sandboxes[0], sandboxes[1]);
-        kill(runners[0], number);
+        EXPECT_TRUE(privatebus::SendSignal(runners[0], number));
         EXPECT_EQ(WaitForEnd(runners[0]), 128 + number);
         EXPECT_TRUE(Eventually([&] { return !std::filesystem::exists(sandboxes[0]); })) << "signal " << number;
-        EXPECT_TRUE(Eventually([&] { return kill(std::stoi(FirstLine(reports[0] + ".pid")), 0) != 0; }))
+        EXPECT_TRUE(Eventually([&] { return !privatebus::SendSignal(std::stoi(FirstLine(reports[0] + ".pid")), 0); }))
             << "the command lives on after signal " << number;
         EXPECT_TRUE(std::filesystem::exists(sandboxes[1] / "ready")) << "the other one lives on";
-        kill(runners[1], SIGKILL);
+        EXPECT_TRUE(privatebus::SendSignal(runners[1], SIGKILL));
         EXPECT_EQ(WaitForEnd(runners[1]), 128 + SIGKILL);
         EXPECT_TRUE(Eventually([&] { return !std::filesystem::exists(sandboxes[1]); }));
     }

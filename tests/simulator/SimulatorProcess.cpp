@@ -1,6 +1,6 @@
 #include "SimulatorProcess.h"
 
-#include "privatebus/Keeper.h"
+#include "privatebus/Process.h"
 #include "simulator/daemon/ControlClient.h"
 #include "simulator/daemon/Verbs.h"
 
@@ -53,12 +53,9 @@ pid_t StartSimulator(const std::vector<std::string>& arguments)
 
 int WaitForEnd(pid_t process)
 {
-    int status = 0;
-    if (!Eventually([&] { return waitpid(process, &status, WNOHANG) == process; }))
-    {
-        return -1;
-    }
-    return privatebus::ExitStatusOf(status);
+    std::optional<int> status;
+    Eventually([&] { return (status = privatebus::CheckForEnd(process)).has_value(); });
+    return status.value_or(-1);
 }
 
 TCSimulatorProcess::TCSimulatorProcess(std::vector<std::string> arguments)
@@ -73,8 +70,8 @@ TCSimulatorProcess::TCSimulatorProcess(std::vector<std::string> arguments)
 
 TCSimulatorProcess::~TCSimulatorProcess()
 {
-    kill(process, SIGKILL);
-    waitpid(process, nullptr, 0);
+    privatebus::SendSignal(process, SIGKILL);
+    privatebus::WaitForEnd(process);
 }
 
 TCRawClient::TCRawClient()

@@ -3,6 +3,8 @@
 #include <ciapi/CINames.h>
 #include <ciapi/CIService.h>
 
+#include "privatebus/Process.h"
+
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -38,8 +40,8 @@ std::string SaidBeforeKilled(const std::function<std::string()>& part)
     char buffer[512];
     const ssize_t size = read(pipes[0], buffer, sizeof buffer);
     close(pipes[0]);
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    privatebus::SendSignal(child, SIGKILL);
+    privatebus::WaitForEnd(child);
     return std::string(buffer, static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
 }
 

@@ -1,18 +1,24 @@
 #include "tools/CommandRun.h"
 
+#include "privatebus/Process.h"
+
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace CIM
 {
+using privatebus::SendSignal;
+using privatebus::WaitForEnd;
+
 namespace
 {
 constexpr int PATIENCE_MS = 20'000;
@@ -29,12 +35,6 @@ void Execute(const std::vector<std::string>& command)
     _exit(127);
 }
 
-int StatusOf(pid_t pid)
-{
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-}
 } // namespace
 
 TCStartedCommand::TCStartedCommand(const std::vector<std::string>& command, const std::string& input)
@@ -66,10 +66,9 @@ TCStartedCommand::TCStartedCommand(const std::vector<std::string>& command, cons
 
 TCStartedCommand::~TCStartedCommand()
 {
-    if (m_pid > 0)
+    if (SendSignal(m_pid, SIGKILL))
     {
-        kill(m_pid, SIGKILL);
-        StatusOf(m_pid);
+        WaitForEnd(m_pid);
     }
     for (const int pipe : m_pipes)
     {
@@ -80,7 +79,7 @@ TCStartedCommand::~TCStartedCommand()
     }
 }
 
-void TCStartedCommand::Signal(int number) const { kill(m_pid, number); }
+void TCStartedCommand::Signal(int number) const { SendSignal(m_pid, number); }
 
 // Reads what comes next. Returns false when both pipes are at their end, or nothing came in time.
 bool TCStartedCommand::m_Read(int timeoutMs)
@@ -130,9 +129,9 @@ TSRun TCStartedCommand::Wait()
     if (m_pipes[0] >= 0 || m_pipes[1] >= 0)
     {
         ADD_FAILURE() << "the command does not end; it wrote: " << m_texts[0] << m_texts[1];
-        kill(m_pid, SIGKILL);
+        SendSignal(m_pid, SIGKILL);
     }
-    const int status = StatusOf(m_pid);
+    const int status = WaitForEnd(m_pid);
     m_pid = -1;
     return {status, m_texts[0], m_texts[1]};
 }
@@ -145,6 +144,11 @@ TSRun RunInTerminal(const std::vector<std::string>& command,
     if (pid == 0)
     {
         Execute(command);
+    }
+    if (pid < 0)
+    {
+        ADD_FAILURE() << "there is no terminal (is /dev/pts mounted?): " << std::strerror(errno);
+        return {-1, {}, {}};
     }
     std::string shown;
     std::size_t seen = 0;
@@ -163,7 +167,7 @@ TSRun RunInTerminal(const std::vector<std::string>& command,
         if (poll(&wait, 1, 2 * PATIENCE_MS) <= 0)
         {
             ADD_FAILURE() << "the command does not go on; the terminal shows: " << shown;
-            kill(pid, SIGKILL);
+            SendSignal(pid, SIGKILL);
             break;
         }
         char bytes[4096];
@@ -174,7 +178,7 @@ TSRun RunInTerminal(const std::vector<std::string>& command,
         }
         shown.append(bytes, static_cast<std::size_t>(count));
     }
-    const int status = StatusOf(pid);
+    const int status = WaitForEnd(pid);
     close(terminal);
     EXPECT_EQ(next, answers.size()) << "not everything was asked; the terminal shows: " << shown;
     return {status, shown, {}};

@@ -1,3 +1,0 @@
-#include "json/Json.h"
-
-template class nlohmann::basic_json<nlohmann::ordered_map>;
