@@ -54,7 +54,7 @@ TSType NumberType(bool isSigned, std::size_t bytes);
 TSType EnumType(const TSEnumeration& enumeration);
 TSType ListType(TSType element);
 TSType MapType(const TSType& key, TSType value);
-/// Adds the next member to the type of a record, and puts the rest around it in the end.
+/// Adds the next member to the type of a record, "NAME {MEMBER: TYPE, ..."; the last brace is the caller's.
 void AddMember(TSType& record, const char* name, const TSType& member);
 /// \throws TCJsonError for the first member that is none of the known ones
 void RefuseOthers(const TJson& object, std::span<const char* const> known, const char* type, const TCJsonPath& path);
@@ -75,6 +75,7 @@ CIAPI_JSON_FORM(std::u16string);
 CIAPI_JSON_FORM(std::basic_string<unsigned short>);
 CIAPI_JSON_FORM(std::vector<unsigned char>);
 CIAPI_JSON_FORM(TJson); // any JSON at all
+#undef CIAPI_JSON_FORM
 
 template <class T>
 struct TJsonForm<T, std::enable_if_t<std::is_integral_v<T>>>
