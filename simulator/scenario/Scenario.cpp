@@ -221,11 +221,12 @@ void ReadHead(const TJson& root, const TCJsonPath& path, TSScenario& scenario)
         TSMs step{scenario.nameStepMs};
         TCJsonObject(*daemon, TCJsonPath(path, "daemon")).Field("namesAfterMs", after).Field("nameStepMs", step).Done();
     }
-    if (!object.Has("timeline") || !object.Take("timeline")->is_array())
+    const TJson* const timeline = object.Take("timeline");
+    object.Done(); // a misspelt timeline is named as it stands there
+    if (timeline == nullptr || !timeline->is_array())
     {
         throw TCJsonError(TCJsonPath(path, "timeline"), "a list of steps is needed");
     }
-    object.Done();
     if (!IsName(scenario.name))
     {
         throw TCJsonError(TCJsonPath(path, "name"), "a name is made of small letters, digits and '-'");

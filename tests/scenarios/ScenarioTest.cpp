@@ -78,6 +78,8 @@ TEST(ScenarioFile, ErrorsNameLineColumnPlaceAndWhatIsWrong)
         {std::string(40'000, '['), {"f:1:", "values are nested deeper than 128 levels"}},
         {"[]", {"f:1:1: an object is needed, not a list"}},
         {"{\n  \"name\": \"x\",\n  \"description\": \"y\"\n}", {"f:1:1: timeline: a list of steps is needed"}},
+        {"{\n  \"name\": \"x\",\n  \"description\": \"y\",\n  \"timline\": []\n}",
+         {"f:4:14: timline: there is no such member"}},
         {Document("\"name\": \"twice\","), {"f:4:3: name: this member stands here a second time"}},
         {Document("\"clok\": \"manual\","), {"f:4:11: clok: there is no such member; there are $schema, name"}},
         {Document("\"clock\": \"solar\","), {"f:4:12: clock: \"real\" or \"manual\" is needed"}},
