@@ -46,7 +46,7 @@ TCDraft& TCDraft::Put(std::string_view name, TCDraft value)
     return *this;
 }
 
-std::string TCDraft::Text(int indent) const { return m_json->dump(indent); }
+std::string TCDraft::Text(int indent) const { return Dump(*m_json, indent); }
 
 TJson TCDraft::Take() { return std::move(*m_json); }
 } // namespace CIM::json

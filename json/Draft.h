@@ -18,7 +18,8 @@ TCDraft List();
 /// An object, whose members keep their order.
 TCDraft Record(std::initializer_list<TSDraftMember> members = {});
 
-/// JSON that is being written. A source that only writes need not compile the JSON library for that.
+/// JSON that is being written. A source that only writes need not compile the JSON library for that. A draft that was
+/// moved from can only be assigned to or destroyed.
 class TCDraft
 {
 public:
@@ -39,7 +40,7 @@ public:
     ~TCDraft();
 
     /// A list of whatever a draft can be made from.
-    template <std::ranges::input_range Range>
+    template <class Range, class = typename Range::const_iterator>
     requires(!std::is_convertible_v<const Range&, std::string_view> && !std::is_same_v<Range, TJson>)
         TCDraft(const Range& range)
         : TCDraft(json::List())
@@ -54,7 +55,7 @@ public:
     /// Sets a member.
     TCDraft& Put(std::string_view name, TCDraft value);
 
-    /// As JSON text. \param[in] indent  blanks a level
+    /// As JSON text; never throws for what is no UTF-8, see Dump. \param[in] indent  blanks a level
     std::string Text(int indent) const;
     /// What was written; the draft is null then.
     TJson Take();

@@ -127,7 +127,7 @@ const std::string* TextOf(const TJson& json) { return json.get_ptr<const std::st
 std::string WordOf(const TJson& json)
 {
     const std::string* const text = TextOf(json);
-    return text != nullptr ? *text : json.dump();
+    return text != nullptr ? *text : Dump(json);
 }
 
 TJson NewObject() { return TJson::object(); }

@@ -11,7 +11,7 @@ _cictl()
         fi
     done
     if [[ -z $verb ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$(cictl list --verbs 2>/dev/null)" -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W "$(cictl --commands 2>/dev/null)" -- "$current")
         return
     fi
     if [[ $current == -* ]]; then

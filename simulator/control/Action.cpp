@@ -35,7 +35,7 @@ std::string TSParameter::Describe() const
     std::string text = type->text;
     if (!isNeeded && !initial.is_null() && initial != "")
     {
-        text += ", " + (initial.is_string() ? initial.get<std::string>() : initial.dump()) + " when left out";
+        text += ", " + json::WordOf(initial) + " when left out";
     }
     return text;
 }

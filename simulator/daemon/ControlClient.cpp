@@ -29,12 +29,16 @@ void Append(DBusMessageIter& message, const TSParameter& parameter, const json::
         return append(type, value.get<unsigned char>());
     case DBUS_TYPE_UINT16:
         return append(type, value.get<dbus_uint16_t>());
+    case DBUS_TYPE_INT16:
+        return append(type, value.get<dbus_int16_t>());
     case DBUS_TYPE_UINT32:
         return append(type, value.get<dbus_uint32_t>());
     case DBUS_TYPE_UINT64:
         return append(type, value.get<dbus_uint64_t>());
     case DBUS_TYPE_INT32:
         return append(type, value.get<dbus_int32_t>());
+    case DBUS_TYPE_INT64:
+        return append(type, value.get<dbus_int64_t>());
     case DBUS_TYPE_ARRAY:
     {
         const std::vector<unsigned char> bytes = json::BytesFromJson(value, json::TCJsonPath(parameter.name));
@@ -46,7 +50,7 @@ void Append(DBusMessageIter& message, const TSParameter& parameter, const json::
         return;
     }
     default:
-        const std::string text = value.is_string() ? value.get<std::string>() : value.dump();
+        const std::string text = json::WordOf(value);
         if (!json::IsUtf8(text) || text.find('\0') != std::string::npos)
         {
             throw json::TCJsonError(json::TCJsonPath(parameter.name), "this is no UTF-8 text");

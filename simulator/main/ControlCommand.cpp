@@ -75,14 +75,15 @@ int Run(const std::vector<std::string>& words)
 /// The words that a shell may complete: the verbs, or what may stand at a place behind one.
 int ListWords(const std::vector<std::string>& words)
 {
-    const TSVerb* const verb = words.empty() ? nullptr : FindVerb(words.front());
-    for (const TSVerb& each : Verbs())
+    if (words.empty())
     {
-        if (words.empty())
+        for (const TSVerb& verb : Verbs())
         {
-            std::printf("%s\n", each.name);
+            std::printf("%s\n", verb.name);
         }
+        return 0;
     }
+    const TSVerb* const verb = FindVerb(words.front());
     if (verb != nullptr && words.size() <= verb->parameters.size())
     {
         for (const std::string_view word : verb->parameters[words.size() - 1].Words())

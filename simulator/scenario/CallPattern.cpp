@@ -57,7 +57,7 @@ std::string TSMadeCall::Text() const
     {
         shown.erase("processId");
     }
-    return operation + " " + shown.dump(-1, ' ', false, json::TJson::error_handler_t::replace);
+    return operation + " " + json::Dump(shown);
 }
 
 TSMadeCall ToMadeCall(const TSJournalEntry& entry)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "protocol/InterfaceList.h"
 #include "protocol/Operation.h"
 
 #include <memory>
@@ -40,7 +41,21 @@ struct SRowCode
     void (*call)(void* object, void* result, void* const* values);
 };
 
+/// The rows of all interfaces, in the order of TInterfaces.
+std::span<const std::span<const SRowCode>> AllRowCodes();
+
+template <class Interface, class... Interfaces>
+constexpr std::size_t IndexIn(TList<Interfaces...>)
+{
+    std::size_t index = 0;
+    ((std::is_same_v<Interface, Interfaces> ? true : (++index, false)) || ...);
+    return index;
+}
+
 /// The rows of an interface, in slot order.
 template <class Interface>
-std::span<const SRowCode> RowCodes();
+std::span<const SRowCode> RowCodes()
+{
+    return AllRowCodes()[IndexIn<Interface>(TInterfaces())];
+}
 } // namespace CIM::protocol

@@ -66,23 +66,16 @@ constexpr SRowCode CodeOf(const TRow<Member, Words>& row)
             row.parameterNames.data(),
             &Call<Member>};
 }
+template <class Interface>
+constexpr auto CODES = std::apply([](const auto&... row) { return std::array{CodeOf(row)...}; },
+                                  TTable<Interface>::ROWS);
+
+template <class... Interfaces>
+struct TAllCodes
+{
+    static constexpr std::array<std::span<const SRowCode>, sizeof...(Interfaces)> ALL{CODES<Interfaces>...};
+};
 } // namespace
 
-template <class Interface>
-std::span<const SRowCode> RowCodes()
-{
-    static constexpr auto CODES =
-        std::apply([](const auto&... row) { return std::array{CodeOf(row)...}; }, TTable<Interface>::ROWS);
-    return CODES;
-}
-
-template std::span<const SRowCode> RowCodes<ICIGeneral>();
-template std::span<const SRowCode> RowCodes<ICIAppMMI>();
-template std::span<const SRowCode> RowCodes<ICIOperatorProfile>();
-template std::span<const SRowCode> RowCodes<IPvrCip>();
-template std::span<const SRowCode> RowCodes<ICIDebug>();
-template std::span<const SRowCode> RowCodes<ICIAuxiliaryFileSystem>();
-template std::span<const SRowCode> RowCodes<ICISignalSubscriber>();
-template std::span<const SRowCode> RowCodes<ICICAMPlayer>();
-template std::span<const SRowCode> RowCodes<ICISampleDecryption>();
+std::span<const std::span<const SRowCode>> AllRowCodes() { return TInterfaces::As<TAllCodes>::ALL; }
 } // namespace CIM::protocol

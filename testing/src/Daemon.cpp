@@ -212,7 +212,7 @@ void TCDaemon::AdvanceClock(std::chrono::milliseconds time)
 std::string TCDaemon::State() const
 {
     std::string state;
-    m_impl->thread.Run([&] { state = m_impl->daemon->State().dump(2); });
+    m_impl->thread.Run([&] { state = json::Dump(m_impl->daemon->State(), 2); });
     return state;
 }
 

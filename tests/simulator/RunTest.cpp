@@ -56,6 +56,18 @@ TEST(SimulatorRun, ExitStatusIsTheCommands)
     EXPECT_TRUE(std::filesystem::remove(temporary)) << "not empty";
 }
 
+// The result of a fork that failed must reach nobody. Signal 0 would only ask.
+TEST(Process, WhatMeansSeveralIsRefused)
+{
+    for (const pid_t several : {0, -1, -getpgrp()})
+    {
+        EXPECT_FALSE(privatebus::SendSignal(several, 0)) << several;
+        EXPECT_EQ(privatebus::WaitForEnd(several), -1) << several;
+        EXPECT_EQ(privatebus::CheckForEnd(several), std::optional(-1)) << several;
+    }
+    EXPECT_TRUE(privatebus::SendSignal(getpid(), 0));
+}
+
 TEST(SimulatorRun, NothingRemains)
 {
     for (const int number : {SIGKILL, SIGTERM})

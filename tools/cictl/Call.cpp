@@ -84,10 +84,6 @@ bool ListWords(const TCArguments& arguments)
 {
     for (const TSVerb& verb : Verbs())
     {
-        if (arguments.IsSet("verbs"))
-        {
-            std::cout << verb.name << '\n';
-        }
         for (const TSArgument& argument : verb.arguments)
         {
             const bool isByPosition = argument.kind == EArgument::NEEDED || argument.kind == EArgument::OPTIONAL ||
@@ -119,8 +115,7 @@ bool ListWords(const TCArguments& arguments)
             }
         }
     }
-    return arguments.IsSet("verbs") || arguments.Has("options") || arguments.IsSet("signals") ||
-           arguments.Has("inputs");
+    return arguments.Has("options") || arguments.IsSet("signals") || arguments.Has("inputs");
 }
 
 } // namespace

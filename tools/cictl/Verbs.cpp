@@ -70,7 +70,6 @@ std::span<const TSVerb> Verbs()
          {{"interface", EArgument::OPTIONAL, "such as ICIGeneral, or ICIGeneral.EnterMenu"},
           {"names", EArgument::FLAG, "only the operations' names, for shell completion"},
           {"signals", EArgument::FLAG, "only the signals' names"},
-          {"verbs", EArgument::FLAG, "only the verbs of cictl"},
           {"inputs", EArgument::OPTION, "only the names of an operation's inputs"},
           {"options", EArgument::OPTION, "only the options of a verb"},
           JSON},
