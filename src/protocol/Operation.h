@@ -17,6 +17,7 @@ namespace CIM::protocol
 enum class EWord
 {
     IN,          ///< sent with the call
+    SECRET_IN,   ///< the same, and nobody may read it: no trace shows it, what held it is wiped
     OUT,         ///< written from the reply
     IN_OUT,      ///< both ways
     ONE_WAY,     ///< not sent: chooses a call without a reply
@@ -34,6 +35,11 @@ struct TWords
 
 template <class... Names>
 constexpr TWords<EWord::IN, sizeof...(Names)> In(Names... names)
+{
+    return {{names...}};
+}
+template <class... Names>
+constexpr TWords<EWord::SECRET_IN, sizeof...(Names)> SecretIn(Names... names)
 {
     return {{names...}};
 }
@@ -77,7 +83,10 @@ constexpr bool IsOutput(EWord word)
 {
     return word == EWord::OUT || word == EWord::IN_OUT || word == EWord::OUT_MEMBERS;
 }
-constexpr bool IsInput(EWord word) { return word == EWord::IN || word == EWord::IN_OUT || word == EWord::IN_MEMBERS; }
+constexpr bool IsInput(EWord word)
+{
+    return word == EWord::IN || word == EWord::SECRET_IN || word == EWord::IN_OUT || word == EWord::IN_MEMBERS;
+}
 
 namespace detail
 {
@@ -134,6 +143,19 @@ constexpr bool OneWayIsLast(const std::array<EWord, Count>& words)
         }
     }
     return true;
+}
+
+template <std::size_t Count>
+constexpr bool HasSecret(const std::array<EWord, Count>& words)
+{
+    for (const EWord word : words)
+    {
+        if (word == EWord::SECRET_IN)
+        {
+            return true;
+        }
+    }
+    return false;
 }
 
 template <class Result>
@@ -200,6 +222,7 @@ struct TRow
     static constexpr std::size_t COUNT = Words.size();
     static constexpr std::array<EWord, COUNT> WORDS = Words;
     static constexpr bool HAS_ONE_WAY = COUNT > 0 && WORDS[COUNT > 0 ? COUNT - 1 : 0] == EWord::ONE_WAY;
+    static constexpr bool HAS_SECRET = detail::HasSecret(Words);
     /// Whether the result is a plain value, pushed before everything else, and not an object in its place.
     static constexpr bool HAS_RESULT_SLOT = detail::IS_VALUE_RESULT<Result>;
 
