@@ -151,7 +151,7 @@ bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, 
                               TCMessageBuffer& output)
 {
     KeepOutcome(CALL_OUTCOME_NOT_SENT); // until it is
-    if (!m_CreatedHere(__func__))
+    if (!m_IsUsable(__func__))
     {
         return false;
     }
@@ -240,7 +240,7 @@ bool TCCIMIPCConnection::m_ReadReply(DBusMessage* reply, TCMessageBuffer& output
 bool TCCIMIPCConnection::CallAsync(const std::string& interfaceName, short methodId, TCMessageBuffer& input)
 {
     KeepOutcome(CALL_OUTCOME_NOT_SENT); // until it is
-    if (!m_CreatedHere(__func__))
+    if (!m_IsUsable(__func__))
     {
         return false;
     }
@@ -272,7 +272,7 @@ bool TCCIMIPCConnection::WaitForCreateInterface(const char* name)
             return true;
         }
         CIM_ASSERT(t_pAPIConnection != nullptr);
-        if (!m_CreatedHere(__func__))
+        if (!m_IsUsable(__func__))
         {
             return false;
         }

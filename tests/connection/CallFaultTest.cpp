@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdio>
 #include <functional>
+#include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <thread>
 #include <vector>
@@ -165,7 +166,7 @@ TEST_F(CallFaultTest, TimeIsOverForEachCallAndLateRepliesAreDropped)
     DBusConnection* const connection = dbus_bus_get_private(DBUS_BUS_SYSTEM, nullptr);
     dbus_connection_set_exit_on_disconnect(connection, FALSE);
     {
-        TCCallRouter router(connection, std::chrono::milliseconds(150));
+        TCCallRouter router(connection, eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), std::chrono::milliseconds(150));
         const auto call = [&router]
         {
             const TMessage request(
