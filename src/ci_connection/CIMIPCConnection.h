@@ -116,7 +116,7 @@ private:
     bool m_IsUsable(const char* operation) const;
     void m_ChangeMatchRule(const char* change, EIPCMessageType type, int messageId, const TVSHandle& handle,
                            TCDBusError& error);
-    TCMessagePtr m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
+    SCallMessage m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
                               TCMessageBuffer& input, unsigned short flags);
     bool m_ReadReply(DBusMessage* reply, TCMessageBuffer& output);
 

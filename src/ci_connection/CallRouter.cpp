@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <new>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -51,7 +52,10 @@ TCCallRouter::EResult TCCallRouter::Call(DBusMessage* call, TCMessagePtr& reply)
     SWaiter waiter;
     waiter.serial = m_NextSerial();
     dbus_message_set_serial(call, waiter.serial);
-    m_Enter(waiter); // before the message is out: the leader may read the reply before send returns
+    if (!m_Enter(waiter)) // before the message is out: the leader may read the reply before send returns
+    {
+        return EResult::NO_MEMORY;
+    }
     if (!dbus_connection_send(m_connection, call, nullptr))
     {
         m_Leave(waiter);
@@ -72,8 +76,10 @@ bool TCCallRouter::Send(DBusMessage* message)
     if (dbus_connection_has_messages_to_send(m_connection))
     {
         SWaiter waiter;
-        m_Enter(waiter);
-        m_Wait(waiter);
+        if (m_Enter(waiter)) // otherwise the next call takes it along
+        {
+            m_Wait(waiter);
+        }
     }
     return true;
 }
@@ -88,10 +94,19 @@ dbus_uint32_t TCCallRouter::m_NextSerial()
     return serial;
 }
 
-void TCCallRouter::m_Enter(SWaiter& waiter)
+// \return false: no memory
+bool TCCallRouter::m_Enter(SWaiter& waiter)
 {
     const std::lock_guard lock(m_mutex);
-    m_waiters.push_back(&waiter);
+    try
+    {
+        m_waiters.push_back(&waiter);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return false;
+    }
+    return true;
 }
 
 void TCCallRouter::m_Leave(SWaiter& waiter)

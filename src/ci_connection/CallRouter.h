@@ -42,6 +42,9 @@ public:
     /// \return false: no memory
     bool Send(DBusMessage* message);
 
+    /// Whether all that was given to the connection has been written to the bus.
+    bool IsAllSent() const { return !dbus_connection_has_messages_to_send(m_connection); }
+
     /// Everything that waits from now on, for one reply after the other, is over at the latest one time-out from now.
     /// What is called after that is still sent, but not waited for.
     void BeginEnding();
@@ -60,7 +63,7 @@ private:
     };
 
     dbus_uint32_t m_NextSerial();
-    void m_Enter(SWaiter& waiter);
+    bool m_Enter(SWaiter& waiter);
     void m_Wait(SWaiter& waiter);
     void m_Leave(SWaiter& waiter);
     void m_HandOn();

@@ -61,9 +61,14 @@ public:
     ///         daemon answered, whatever it wrote: what cannot be read keeps its value, after an error line.
     virtual bool Run(std::string& interfaceName, const std::string& methodName, short methodId, bool async);
 
+    /// The arguments hold what nobody may read: what Run makes of them is wiped.
+    void KeepNothing() { m_isSecret = true; }
+
 private:
     bool m_MayCallNow(short methodId) const;
+    bool m_Call(TCMessageBuffer& input, std::string& interfaceName, short methodId, bool async);
 
     boost::shared_ptr<TIIPCHelper> m_IPCHelper;
+    bool m_isSecret = false;
 };
 } // namespace CIM

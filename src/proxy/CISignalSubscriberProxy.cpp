@@ -6,6 +6,7 @@
 #include "utils/CallOutcome.h"
 #include "utils/CIAPILog.h"
 
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -94,26 +95,34 @@ int TCCISignalSubscriberProxy::Subscribe(ECISignalType signalType, void* userDat
     {
         return TNull::Subscribe(signalType, userData, profile, handle, 0);
     }
-    const std::lock_guard lock(m_mutex);
-    const std::string signalText = ToString(signalType);
-    const TSSignalKey key{signalType, profile, handle};
-    if (m_userDataMap.count(key) != 0)
+    try
     {
-        CIM_LOG_ERROR("Signal was already subscribed %s", signalText.c_str());
-        return 0;
+        const std::lock_guard lock(m_mutex);
+        const std::string signalText = ToString(signalType);
+        const TSSignalKey key{signalType, profile, handle};
+        if (m_userDataMap.count(key) != 0)
+        {
+            CIM_LOG_ERROR("Signal was already subscribed %s", signalText.c_str());
+            return 0;
+        }
+        const TVSHandle pipeline(profile, handle);
+        const std::string pipelineText = ToString(pipeline);
+        CIM_LOG_ERROR("Signal subscribed %s %s pUserData[%p].", signalText.c_str(), pipelineText.c_str(), userData);
+        m_userDataMap.emplace(key, userData);
+        if (!m_call.Connection()->AddMatchRule(IPC_MESSAGE_SIGNAL, signalType, pipeline))
+        {
+            // The entry stays: the key counts as subscribed until it is unsubscribed.
+            CIM_LOG_ERROR("AddMatchRule FALSE ");
+            return 0;
+        }
+        return m_call.Do<&ICISignalSubscriber::Subscribe>(signalType, userData, profile, handle, GetPid())
+            .Or([&] { return TNull::Subscribe(signalType, userData, profile, handle, 0); });
     }
-    const TVSHandle pipeline(profile, handle);
-    const std::string pipelineText = ToString(pipeline);
-    CIM_LOG_ERROR("Signal subscribed %s %s pUserData[%p].", signalText.c_str(), pipelineText.c_str(), userData);
-    m_userDataMap.emplace(key, userData);
-    if (!m_call.Connection()->AddMatchRule(IPC_MESSAGE_SIGNAL, signalType, pipeline))
+    catch (const std::bad_alloc&)
     {
-        // The entry stays: the key counts as subscribed until it is unsubscribed.
-        CIM_LOG_ERROR("AddMatchRule FALSE ");
-        return 0;
+        CIM_LOG_ERROR("Out of memory");
+        return TNull::Subscribe(signalType, userData, profile, handle, 0);
     }
-    return m_call.Do<&ICISignalSubscriber::Subscribe>(signalType, userData, profile, handle, GetPid())
-        .Or([&] { return TNull::Subscribe(signalType, userData, profile, handle, 0); });
 }
 
 int TCCISignalSubscriberProxy::Unsubscribe(ECISignalType signalType, EProfile profile, unsigned short handle, long)
