@@ -100,8 +100,7 @@ private:
         {
             return "a result stands in the request";
         }
-        unsigned nodes = 0; // of all arguments; a pipeline handle may be two
-        unsigned arguments = 0;
+        unsigned last = 0; // a pipeline handle may be two arguments
         for (const TSParameter& parameter : m_operation.Parameters())
         {
             if (position >= parameter.position && position < parameter.position + parameter.nodeCount)
@@ -110,11 +109,10 @@ private:
                            ? "the input " + std::string(parameter.name) + " stands in the reply"
                            : "the output " + std::string(parameter.name) + " stands in the request";
             }
-            nodes += parameter.nodeCount;
-            arguments += parameter.nodeCount == 0 ? 0 : 1;
+            last += parameter.nodeCount;
         }
-        return "there is an argument " + std::to_string(position - nodes + arguments) + ", but " + m_operation.Name() +
-               " has " + (arguments == 0 ? "none" : "only " + std::to_string(arguments));
+        return "there is an argument " + std::to_string(position) + ", but " + m_operation.Name() + " has " +
+               (last == 0 ? "none" : "only " + std::to_string(last));
     }
     const TCMessageBuffer* Fill(std::string_view bytes)
     {
