@@ -81,14 +81,15 @@ std::span<const TSVerb> Verbs()
         {"call",
          "call any operation. Values: numbers, names of enumerators, true, texts as they are, bytes as "
          "hexadecimal digits, a pipeline as PROFILE:HANDLE, JSON for everything else. Where several operations "
-         "have one name, the arguments tell which is meant, or its whole name does (see list).\n"
-         "A secret, such as a PIN or an answer to a CAM, does not belong on a command line, where every user of the "
-         "machine can read it and the shell's history keeps it: NAME=- asks for its characters without showing them "
-         "(or reads a line of standard input), NAME=@FILE takes a file's first line; bytes that are no characters "
-         "begin with 0x there. A secret that is given all the same is taken from the process's command line at once, "
-         "but not from the history; of one that begins with '@' the '@' is doubled, and -- means \"-\"",
+         "have one name, the arguments tell which is meant, or its whole name does (see list)",
          {{"operation", EArgument::NEEDED, "INTERFACE.OPERATION, such as ICIGeneral.GetMmiText"},
-          {"argument", EArgument::MANY, "NAME=VALUE for each input"},
+          {"argument", EArgument::MANY,
+           "NAME=VALUE for each input. Secrets (see list), such as a PIN or an answer to a CAM, do not belong on a "
+           "command line: every user of the machine can read it, and the shell's history keeps it. NAME=- asks for "
+           "the characters without showing them, or reads a line of standard input; NAME=@FILE takes the first line "
+           "of a file; there, bytes that are no characters begin with 0x. A secret that is given all the same is taken "
+           "off the command line at once, but not out of the history. @@TEXT is a secret that begins with '@', -- is "
+           "\"-\""},
           {"one-way", EArgument::FLAG, "do not wait for the daemon, where the operation allows that"},
           JSON},
          CallVerb},
