@@ -45,6 +45,19 @@ private:
     const char** m_furthest;
 };
 
+/// What the parser complains of, without the piece of text that it quotes: that may be a secret. The place is told.
+std::string WithoutQuote(const std::string& complaint)
+{
+    const std::size_t quote = complaint.find("; last read: '");
+    const std::size_t behind = complaint.rfind("'; expected ");
+    if (quote == complaint.npos)
+    {
+        return complaint;
+    }
+    const bool hasMore = behind != complaint.npos && behind > quote;
+    return complaint.substr(0, quote) + (hasMore ? complaint.substr(behind + 1) : "");
+}
+
 /// Where the next value or key begins: behind white space, comments and what separates values.
 std::size_t NextToken(std::string_view text, std::size_t at)
 {
@@ -121,7 +134,8 @@ public:
         const std::string marker = ": ";
         const std::size_t at = text.find(marker);
         const auto read = static_cast<std::size_t>(furthest - m_text.data());
-        m_Fail(read == 0 ? 0 : read - 1, at == std::string::npos ? text : text.substr(at + marker.size()));
+        m_Fail(read == 0 ? 0 : read - 1,
+               WithoutQuote(at == std::string::npos ? text : text.substr(at + marker.size())));
     }
 
 private:

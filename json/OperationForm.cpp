@@ -1,11 +1,15 @@
 #include "json/OperationForm.h"
 
+#include "json/Secret.h"
+
 #include <tvplatform/MarshallingHelper.h>
 #include <tvplatform/MessageBuffer.h>
 #include <tvplatform/Tree.h>
 
+#include <algorithm>
 #include <functional>
 #include <set>
+#include <stdexcept>
 
 namespace CIM::json
 {
@@ -62,7 +66,7 @@ std::string Bytes(TCMarshallingHelper& frame, short id)
 class TCPayload
 {
 public:
-    TCPayload(std::string_view bytes, const TCOperationForm& operation) : m_tree(Fill(bytes))
+    TCPayload(std::string_view bytes, const TCOperationForm& operation) : m_operation(operation), m_tree(Fill(bytes))
     {
         const auto id = static_cast<unsigned short>(operation.Id());
         if (!m_tree.IsValid())
@@ -76,24 +80,46 @@ public:
     }
     TCTreeBranchList& Tree() { return m_tree; }
     void Complain(const std::string& what) { m_error += (m_error.empty() ? "" : "; ") + what; }
+    /// \param[in] known  the places of the result and of the arguments that belong there
     void ComplainAboutStrangers(const std::set<unsigned>& known)
     {
         for (const TCTreeNode* node = m_tree.GetFirstNode(); node; node = node->GetNextNode())
         {
             if (known.count(node->GetTag()) == 0)
             {
-                Complain("no argument is expected at position " + std::to_string(node->GetTag()));
+                Complain(m_StrangerAt(node->GetTag()));
             }
         }
     }
     const std::string& Error() const { return m_error; }
 
 private:
+    std::string m_StrangerAt(unsigned position) const
+    {
+        if (position == 0)
+        {
+            return "a result stands in the request";
+        }
+        unsigned last = 0; // a pipeline handle may be two arguments
+        for (const TSParameter& parameter : m_operation.Parameters())
+        {
+            if (position >= parameter.position && position < parameter.position + parameter.nodeCount)
+            {
+                return protocol::IsInput(parameter.word)
+                           ? "the input " + std::string(parameter.name) + " stands in the reply"
+                           : "the output " + std::string(parameter.name) + " stands in the request";
+            }
+            last += parameter.nodeCount;
+        }
+        return "there is an argument " + std::to_string(position) + ", but " + m_operation.Name() + " has " +
+               (last == 0 ? "none" : "only " + std::to_string(last));
+    }
     const TCMessageBuffer* Fill(std::string_view bytes)
     {
         m_buffer.PushBorrowed(bytes.size(), bytes.data());
         return &m_buffer;
     }
+    const TCOperationForm& m_operation;
     TCMessageBuffer m_buffer;
     TCTreeBranchList m_tree;
     std::string m_error;
@@ -112,6 +138,18 @@ public:
             m_parameters.push_back(newValue());
         }
     }
+    ~TCValues()
+    {
+        for (std::size_t i = 0; i < m_parameters.size(); ++i)
+        {
+            if (const TSParameter& parameter = m_operation.m_parameters[i]; parameter.IsSecret())
+            {
+                parameter.form->wipe(m_parameters[i]->Address());
+            }
+        }
+    }
+    TCValues(const TCValues&) = delete;
+    TCValues& operator=(const TCValues&) = delete;
     TJson Result() { return m_operation.m_result->toJson(m_result->Address()); }
     TJson Parameter(std::size_t index)
     {
@@ -123,7 +161,7 @@ public:
     }
     void SetParameter(std::size_t index, const TJson& json, const TCJsonPath& path)
     {
-        m_operation.m_parameters[index].form->fromJson(json, m_parameters[index]->Address(), path);
+        m_operation.m_parameters[index].FromJson(json, m_parameters[index]->Address(), path);
     }
 
     /// Writes what is sent or answered, the result first.
@@ -182,7 +220,61 @@ TCOperationForm::TCOperationForm(const char* interfaceName, const protocol::SRow
         const bool isPair = word == EWord::IN_MEMBERS || word == EWord::OUT_MEMBERS;
         const unsigned nodes = !protocol::IsSent(word) ? 0 : isPair ? 2 : 1;
         m_parameters.push_back({code.parameterNames[i], word, &parameters[i]->type(), position, nodes, parameters[i]});
+        if (m_parameters.back().IsSecret() && parameters[i]->wipe == nullptr)
+        {
+            throw std::logic_error(FullName() + ": nobody can wipe a secret of this type");
+        }
         position += nodes;
+    }
+}
+
+namespace
+{
+/// What is wrong with a secret, for people. Bytes are told where they are wrong, which shows none of them.
+template <class Function>
+auto WithoutShowing(const TSParameter& parameter, const TJson& json, const TCJsonPath& path, Function function)
+{
+    try
+    {
+        return function();
+    }
+    catch (const TCJsonError&)
+    {
+        if (!parameter.IsSecret() || (parameter.type->kind == EKind::BYTES && json.is_string()))
+        {
+            throw;
+        }
+    }
+    throw TCJsonError(path, "a value of the type " + parameter.type->text +
+                                " is needed, and this is none (it is not shown: it is a secret)");
+}
+} // namespace
+
+void TSParameter::FromJson(const TJson& json, void* value, const TCJsonPath& path) const
+{
+    WithoutShowing(*this, json, path, [&] { form->fromJson(json, value, path); });
+}
+
+TJson TSParameter::AsWritten(const TJson& json, const TCJsonPath& path) const
+{
+    return WithoutShowing(*this, json, path, [&] { return form->asWritten(json, path); });
+}
+
+bool TCOperationForm::HasSecrets() const
+{
+    return std::any_of(m_parameters.begin(), m_parameters.end(),
+                       [](const TSParameter& parameter) { return parameter.IsSecret(); });
+}
+
+void TCOperationForm::HideSecrets(TJson& arguments) const
+{
+    for (const TSParameter& parameter : m_parameters)
+    {
+        if (const auto found = arguments.find(parameter.name); parameter.IsSecret() && found != arguments.end())
+        {
+            Wipe(*found);
+            *found = "***";
+        }
     }
 }
 
@@ -205,6 +297,10 @@ TJson TCOperationForm::Describe() const
     {
         const TSType& type = *parameter.type;
         TJson described = {{"name", parameter.name}, {"direction", WordText(parameter.word)}, {"type", type.text}};
+        if (parameter.IsSecret())
+        {
+            described["secret"] = true;
+        }
         for (const TSEnumeration* enumeration : type.enumerations)
         {
             TJson& names = described["enumerations"][std::string(enumeration->type)];
@@ -410,21 +506,21 @@ std::optional<short> MethodOf(std::string_view payload)
     return tree.IsValid() ? std::optional(static_cast<short>(tree.GetTag())) : std::nullopt;
 }
 
-void HideSecrets(const std::string& operation, TJson& arguments)
+bool MayHideSecrets(const TCInterfaceForm* interface, const TCOperationForm* operation, std::string_view payload)
 {
-    struct TSSecret
+    if (interface == nullptr)
     {
-        std::string_view operation;
-        const char* argument;
-    };
-    constexpr TSSecret SECRETS[] = {
-        {"ICIGeneral.VerifyCamPin", "pin"}, {"ICIGeneral.SetCamPin", "pin"}, {"ICIGeneral.AnswerMmiEnquiry", "answer"}};
-    for (const TSSecret& secret : SECRETS)
-    {
-        if (operation == secret.operation && arguments.contains(secret.argument))
-        {
-            arguments[secret.argument] = "***";
-        }
+        return true;
     }
+    const auto operations = interface->Operations();
+    const bool hasSecrets = std::any_of(operations.begin(), operations.end(),
+                                        [](const TCOperationForm& form) { return form.HasSecrets(); });
+    if (operation == nullptr || !hasSecrets)
+    {
+        return hasSecrets;
+    }
+    const std::optional<short> tag = MethodOf(payload);
+    const TCOperationForm* const meant = tag ? interface->Find(*tag) : nullptr;
+    return meant != nullptr && meant != operation && meant->HasSecrets();
 }
 } // namespace CIM::json

@@ -24,6 +24,7 @@ struct TSValueForm
     void (*fromJson)(const TJson& json, void* value, const TCJsonPath& path);
     /// Reads a value and gives it as toJson does.
     TJson (*asWritten)(const TJson& json, const TCJsonPath& path);
+    void (*wipe)(void* value); ///< overwrites what a value held; null for types that hold no secrets
 };
 
 struct TSParameter
@@ -34,6 +35,11 @@ struct TSParameter
     unsigned position;  ///< of its node in the argument tree; of the first one of two
     unsigned nodeCount; ///< 0 when it is not sent
     const TSValueForm* form;
+
+    bool IsSecret() const { return word == protocol::EWord::SECRET_IN; }
+    // Like those of the form; but what is wrong with a secret is told without showing it. \throws TCJsonError
+    void FromJson(const TJson& json, void* value, const TCJsonPath& path) const;
+    TJson AsWritten(const TJson& json, const TCJsonPath& path) const;
 };
 
 /// A payload as JSON, and what is wrong with it.
@@ -42,12 +48,6 @@ struct TSDecoded
     TJson json;
     std::string error; ///< empty when nothing is wrong; otherwise json holds what could be read
 };
-
-/// Puts "***" in the place of what nobody but the daemon may see of a call: PINs, and what a viewer types into a CAM's
-/// enquiry. For whatever shows calls to people.
-/// \param[in]     operation  as "ICIGeneral.VerifyCamPin"
-/// \param[in,out] arguments  the call's arguments by name
-void HideSecrets(const std::string& operation, TJson& arguments);
 
 /// One operation of an interface. Thread-safe.
 class TCOperationForm
@@ -71,6 +71,10 @@ public:
     const TSType& ResultType() const { return m_result->type(); }
     std::span<const TSParameter> Parameters() const { return m_parameters; }
     const TSParameter* FindParameter(std::string_view name) const;
+    /// Whether one of its inputs is a secret.
+    bool HasSecrets() const;
+    /// Puts "***" in the place of the secrets among arguments by name. For whatever shows calls to people.
+    void HideSecrets(TJson& arguments) const;
 
     /// Everything that the table says.
     TJson Describe() const;
@@ -140,4 +144,10 @@ std::span<const TCInterfaceForm> Interfaces();
 const TCInterfaceForm* FindInterface(std::string_view name);
 /// The method identifier that a payload is tagged with. \return nothing when it is not an argument tree
 std::optional<short> MethodOf(std::string_view payload);
+
+/// Whether the payload of a request may hold a secret outside the arguments that are known as such, so that neither its
+/// bytes nor what they could mean may be shown: it is that of an operation with secrets but not called as one, or
+/// nobody knows which of the interface's operations it is, or which interface's.
+/// \param[in] interface, operation  what was called; null when unknown
+bool MayHideSecrets(const TCInterfaceForm* interface, const TCOperationForm* operation, std::string_view payload);
 } // namespace CIM::json

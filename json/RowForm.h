@@ -1,6 +1,7 @@
 #pragma once
 
 #include "json/OperationForm.h"
+#include "json/Secret.h"
 #include "json/ValueForms.h"
 
 #include "protocol/RowCode.h"
@@ -52,8 +53,24 @@ TJson ValueAsWritten(const TJson& json, const TCJsonPath& path)
     return TJsonForm<T>::To(value);
 }
 
+/// What overwrites a value; null for what holds neither a text nor bytes.
 template <class T>
-inline constexpr TSValueForm VALUE_FORM{&TypeOf<T>, &ValueToJson<T>, &ValueFromJson<T>, &ValueAsWritten<T>};
+constexpr auto WipeOf() -> void (*)(void*)
+{
+    if constexpr (std::is_same_v<T, TCIText>)
+    {
+        return [](void* value) { Wipe(static_cast<T*>(value)->text); };
+    }
+    else if constexpr (std::is_same_v<T, std::string> || std::is_same_v<T, std::vector<unsigned char>>)
+    {
+        return [](void* value) { Wipe(*static_cast<T*>(value)); };
+    }
+    return nullptr;
+}
+
+template <class T>
+inline constexpr TSValueForm VALUE_FORM{&TypeOf<T>, &ValueToJson<T>, &ValueFromJson<T>, &ValueAsWritten<T>,
+                                        WipeOf<T>()};
 
 /// What the forms of a row's values are.
 struct TSRowForm

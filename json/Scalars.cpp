@@ -1,6 +1,7 @@
 #include "json/Scalars.h"
 
 #include "json/Object.h"
+#include "json/Secret.h"
 
 #include <charconv>
 #include <limits>
@@ -220,6 +221,7 @@ std::vector<unsigned char> BytesFromJson(const TJson& json, const TCJsonPath& pa
     if (json.is_object())
     {
         std::string characters;
+        const TCWipeAtEnd wipe(characters); // a PIN is bytes
         TCJsonObject(json, path).Needed("text", characters).Done();
         return {characters.begin(), characters.end()};
     }
@@ -379,6 +381,7 @@ std::vector<unsigned short> WideFromJson(const TJson& json, const TCJsonPath& pa
         return WideFromJson(*numbers, inner);
     }
     std::vector<unsigned short> once;
+    const TCWipeAtEnd wipe(once); // an answer to a CAM is a text
     std::uint64_t times = 1;
     if (const TJson* const text = object.Take("text"))
     {

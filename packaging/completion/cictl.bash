@@ -35,6 +35,7 @@ _cictl()
         ;;
     pin)
         ((COMP_CWORD == 3)) && mapfile -t COMPREPLY < <(compgen -W "verify set" -- "$current")
+        ((COMP_CWORD == 4)) && mapfile -t COMPREPLY < <(compgen -P @ -f -- "${current#@}")
         ;;
     player)
         ((COMP_CWORD == 2)) &&

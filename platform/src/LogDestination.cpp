@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdint>
@@ -39,7 +40,8 @@ int SyslogLevel(int priority)
 class TCFileDestination final : public TILogDestination
 {
 public:
-    explicit TCFileDestination(int fd) : m_fd(fd) {}
+    /// \param[in] name  what to call it when it cannot be written to; empty: nobody could be told
+    explicit TCFileDestination(int fd, std::string name = {}) : m_fd(fd), m_name(std::move(name)) {}
 
     int Write(const SLogEntry& entry) override
     {
@@ -55,7 +57,9 @@ public:
             const ssize_t count = write(m_fd, line.data() + written, line.size() - written);
             if (count < 0 && errno != EINTR)
             {
-                return -errno;
+                const int error = errno;
+                m_Complain(error);
+                return -error;
             }
             written += std::max<ssize_t>(count, 0);
         }
@@ -80,7 +84,19 @@ private:
         return std::string(numbers.data()) + entry.tag + ": ";
     }
 
+    // Once, and not for each line.
+    void m_Complain(int error)
+    {
+        if (!m_name.empty() && !m_hasComplained.exchange(true))
+        {
+            std::fprintf(stderr, "TVPLATFORM_LOG: cannot write to %s: %s; lines are lost\n", m_name.c_str(),
+                         std::strerror(error));
+        }
+    }
+
     int m_fd; // open for the rest of the process: threads log until its very end
+    std::string m_name;
+    std::atomic<bool> m_hasComplained{false};
 };
 
 class TCSyslogDestination final : public TILogDestination
@@ -143,7 +159,7 @@ std::string OpenFile(std::string path, std::unique_ptr<TILogDestination>& destin
         destination = std::make_unique<TCFileDestination>(STDERR_FILENO);
         return "cannot open " + path + ": " + std::strerror(error) + "; lines go to standard error";
     }
-    destination = std::make_unique<TCFileDestination>(fd);
+    destination = std::make_unique<TCFileDestination>(fd, std::move(path));
     return {};
 }
 } // namespace

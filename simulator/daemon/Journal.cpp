@@ -1,6 +1,7 @@
 #include "Journal.h"
 
 #include "json/Scalars.h"
+#include "json/Secret.h"
 
 namespace CIM::sim
 {
@@ -13,10 +14,10 @@ std::string Hex(const std::string& bytes)
     return json::BytesToHex({reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()});
 }
 
-void AddPayload(json::TJson& entry, const char* name, const std::string& payload)
+void AddPayload(json::TJson& entry, const char* name, const std::string& payload, bool isShown)
 {
     entry[std::string(name) + "Bytes"] = payload.size();
-    if (!payload.empty() && payload.size() <= SHOWN_BYTES)
+    if (isShown && !payload.empty() && payload.size() <= SHOWN_BYTES)
     {
         entry[name] = Hex(payload);
     }
@@ -38,20 +39,13 @@ json::TJson TSJournalEntry::ToJson() const
     {
         entry["fault"] = fault;
     }
-    json::TSDecoded arguments;
-    arguments.error = "unknown";
-    if (operation != nullptr && request.size() <= SHOWN_BYTES)
+    if (!sealed.is_null())
     {
-        arguments = operation->RequestToJson(request);
-    }
-    if (arguments.error.empty())
-    {
-        json::HideSecrets(interface + "." + OperationName(), arguments.json);
-        entry["arguments"] = arguments.json;
+        entry.update(sealed);
     }
     else
     {
-        AddPayload(entry, "request", request);
+        entry.update(m_RequestToJson());
     }
     if (operation != nullptr && !reply.empty() && reply.size() <= SHOWN_BYTES)
     {
@@ -59,19 +53,64 @@ json::TJson TSJournalEntry::ToJson() const
     }
     else if (!reply.empty())
     {
-        AddPayload(entry, "reply", reply);
+        AddPayload(entry, "reply", reply, true);
     }
     return entry;
+}
+
+json::TJson TSJournalEntry::m_RequestToJson() const
+{
+    json::TSDecoded arguments;
+    arguments.error = "unknown";
+    if (operation != nullptr && request.size() <= SHOWN_BYTES)
+    {
+        arguments = operation->RequestToJson(request);
+    }
+    json::TJson shown;
+    if (arguments.error.empty())
+    {
+        operation->HideSecrets(arguments.json);
+        shown["arguments"] = std::move(arguments.json);
+        return shown;
+    }
+    json::Wipe(arguments.json);
+    const bool isSecret = operation != nullptr && operation->HasSecrets();
+    AddPayload(shown, "request", request, !isSecret && !m_MayHideSecrets());
+    return shown;
+}
+
+bool TSJournalEntry::m_MayHideSecrets() const
+{
+    return json::MayHideSecrets(json::FindInterface(interface), operation, request);
+}
+
+void TSJournalEntry::Seal()
+{
+    if ((operation != nullptr && operation->HasSecrets()) || m_MayHideSecrets())
+    {
+        sealed = m_RequestToJson();
+        json::Wipe(request);
+    }
+}
+
+void TCJournal::SealLast()
+{
+    if (!m_entries.empty())
+    {
+        m_bytes -= m_entries.back().Size();
+        m_entries.back().Seal();
+        m_bytes += m_entries.back().Size();
+    }
 }
 
 const TSJournalEntry& TCJournal::Add(TSJournalEntry entry)
 {
     entry.number = ++m_lastNumber;
-    m_bytes += entry.request.size() + entry.reply.size();
+    m_bytes += entry.Size();
     m_entries.push_back(std::move(entry));
     while (m_entries.size() > MAXIMUM_ENTRIES || (m_bytes > MAXIMUM_BYTES && m_entries.size() > 1))
     {
-        m_bytes -= m_entries.front().request.size() + m_entries.front().reply.size();
+        m_bytes -= m_entries.front().Size();
         m_entries.pop_front();
     }
     return m_entries.back();

@@ -276,6 +276,7 @@ void TCSimulatedDaemon::m_OnInterfaceCall(DBusMessage* message)
         onCall(kept);
     }
     m_Reply(message, kept, fault);
+    m_journal.SealLast(); // who hears of the call has seen it
 }
 
 void TCSimulatedDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entry, const std::optional<TSFault>& fault)

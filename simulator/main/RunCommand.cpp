@@ -5,8 +5,11 @@
 
 #include <ciapi/CINames.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <numeric>
+#include <utility>
 
 namespace CIM::sim
 {
@@ -14,6 +17,56 @@ namespace
 {
 /// Where the set's feature keys lie.
 std::string KeyPrefix() { return CI_FMS_SUPPORT.substr(0, CI_FMS_SUPPORT.rfind('/') + 1); }
+
+/// The keys that the library and its users read.
+std::vector<std::string> KnownKeys()
+{
+    return {CI_FMS_SUPPORT,
+            CI_FMS_SUPPORT_CERTIFICATION,
+            CI_FMS_NUM_OF_CI,
+            CI_FMS_TVS_SUPPORTED,
+            CI_FMS_TV_MODEL_TYPE,
+            CI_FMS_ECP_SUPPORT,
+            CI_FMS_DECISION_MODE_FULL_FLEX,
+            CI_FMS_MENU_SUPPORT,
+            CI_FMS_B2B_OPTION_SUPPORT,
+            CI_FMS_CANAL_READY_TNT_BIN_PATH,
+            CI_FMS_IS_ZIGGO,
+            CI_FMS_KEY_IS_PVR_SUPPORTED};
+}
+
+/// How many letters have to be changed, put in or taken out to make one word of the other.
+std::size_t Distance(const std::string& one, const std::string& other)
+{
+    std::vector<std::size_t> row(other.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < one.size(); ++i)
+    {
+        std::size_t diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < other.size(); ++j)
+        {
+            const std::size_t changed = diagonal + (one[i] == other[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({changed, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
+}
+
+/// A key that is not known here is taken all the same: the application may have keys of its own. But it may be misspelt.
+void WarnOfUnknown(const std::string& key)
+{
+    const std::vector<std::string> known = KnownKeys();
+    if (std::find(known.begin(), known.end(), key) != known.end())
+    {
+        return;
+    }
+    const auto nearest = std::min_element(known.begin(), known.end(),
+                                          [&](const std::string& left, const std::string& right)
+                                          { return Distance(left, key) < Distance(right, key); });
+    std::fprintf(stderr, "ci-daemon-sim: warning: %s is no feature key that CI knows; the nearest one is %s\n",
+                 key.c_str(), nearest->c_str());
+}
 
 struct TSRunOptions
 {
@@ -42,7 +95,9 @@ int Run(const TSRunOptions& options)
             return 2;
         }
         const std::string name = key.substr(0, equals);
-        sandbox.featureKeys[name.find('/') == std::string::npos ? KeyPrefix() + name : name] = key.substr(equals + 1);
+        const std::string whole = name.find('/') == std::string::npos ? KeyPrefix() + name : name;
+        WarnOfUnknown(whole);
+        sandbox.featureKeys[whole] = key.substr(equals + 1);
     }
     sandbox.simulator = [&](const std::function<void()>& ready)
     {

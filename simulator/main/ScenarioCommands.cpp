@@ -5,8 +5,10 @@
 #include "simulator/scenario/Story.h"
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <memory>
 #include <new>
@@ -33,10 +35,12 @@ int Play(const TSScenario& scenario, const std::string& journalPath, const std::
     std::ofstream journal;
     if (!journalPath.empty())
     {
+        errno = 0;
         journal.open(journalPath);
         if (!journal)
         {
-            std::fprintf(stderr, "ci-daemon-sim: cannot write %s\n", journalPath.c_str());
+            std::fprintf(stderr, "ci-daemon-sim: cannot write %s%s%s\n", journalPath.c_str(), errno != 0 ? ": " : "",
+                         errno != 0 ? std::strerror(errno) : "");
             return 1;
         }
     }
@@ -69,7 +73,8 @@ int Play(const TSScenario& scenario, const std::string& journalPath, const std::
         }
     };
     const int status = Serve(options);
-    return status == 0 && story ? story->Verdict() : status;
+    const int verdict = status == 0 && story ? story->Verdict() : status;
+    return verdict == 0 && !journal ? EXIT_NO_JOURNAL : verdict;
 }
 
 /// A mark that the simulator's process leaves for this one.

@@ -183,7 +183,8 @@ int TCMmi::AnswerEnquiry(unsigned char slot, EMmiAnswerId answerId, const TCITex
     {
         return 0;
     }
-    const std::u16string given = UnitsOf(answer);
+    std::u16string given = UnitsOf(answer);
+    const json::TCWipeAtEnd wipe(given); // it may be a PIN
     if (page->checksPin)
     {
         return m_AnswerPin(*found, *page, given);
@@ -199,7 +200,9 @@ int TCMmi::AnswerEnquiry(unsigned char slot, EMmiAnswerId answerId, const TCITex
 
 int TCMmi::m_AnswerPin(const TSSlot& slot, const TSMmiPage& page, const std::u16string& answer)
 {
-    const EPinOutcome outcome = m_pin.Check(slot, ToUtf8(answer));
+    std::string digits = ToUtf8(answer);
+    const json::TCWipeAtEnd wipe(digits);
+    const EPinOutcome outcome = m_pin.Check(slot, digits);
     if (outcome == PIN_RIGHT)
     {
         m_pin.Answered(slot);

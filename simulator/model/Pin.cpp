@@ -21,7 +21,7 @@ bool ToDigits(const TBytes& pin, std::string& digits)
 }
 } // namespace
 
-EPinOutcome TCPin::Check(const TSSlot& slot, const std::string& digits)
+EPinOutcome TCPin::Check(const TSSlot& slot, std::string_view digits)
 {
     if (m_IsBlocked(slot))
     {
@@ -29,7 +29,7 @@ EPinOutcome TCPin::Check(const TSSlot& slot, const std::string& digits)
     }
     TSState& state = m_states[slot.number];
     state.triesLeft = TriesLeft(slot);
-    if (!state.digits.empty() && digits == state.digits)
+    if (!state.digits.Text().empty() && digits == state.digits.Text())
     {
         state.triesLeft = slot.cam.pin.tries;
         return PIN_RIGHT;
@@ -68,11 +68,13 @@ int TCPin::Set(unsigned char slot, const TBytes& pin)
 int TCPin::m_Start(unsigned char slot, const TBytes& pin, ECISignalType reply, bool replaces)
 {
     const TSSlot* const found = m_world.FindReady(slot);
-    std::string digits;
-    if (!found || found->cam.pin.digits.empty() || !ToDigits(pin, digits))
+    std::string read;
+    const json::TCWipeAtEnd wipe(read);
+    if (!found || found->cam.pin.digits.empty() || !ToDigits(pin, read))
     {
         return 0;
     }
+    const json::TCSecret digits(read);
     TSState& state = m_states[slot];
     if (state.isBusy)
     {
@@ -96,7 +98,7 @@ int TCPin::m_Start(unsigned char slot, const TBytes& pin, ECISignalType reply, b
                                   then.isVerified ? CAM_PIN_CODE_STATUS_CORRECT : CAM_PIN_CODE_STATUS_BAD);
                           return;
                       }
-                      const bool isRight = Check(*found, digits) == PIN_RIGHT;
+                      const bool isRight = Check(*found, digits.Text()) == PIN_RIGHT;
                       if (isRight)
                       {
                           Answered(*found);
@@ -148,7 +150,7 @@ void TCPin::OnCamIn(const TSSlot& slot)
 {
     TSState& state = m_states[slot.number];
     state = {};
-    state.digits = slot.cam.pin.digits;
+    state.digits = json::TCSecret(slot.cam.pin.digits);
     state.triesLeft = slot.cam.pin.tries;
 }
 
@@ -169,7 +171,7 @@ json::TCDraft TCPin::State() const
         if (slot.HoldsCam())
         {
             result.Append(json::Record({{"slot", slot.number},
-                                        {"hasPin", !state.digits.empty()},
+                                        {"hasPin", !state.digits.Text().empty()},
                                         {"triesLeft", TriesLeft(slot)},
                                         {"blocked", m_IsBlocked(slot)},
                                         {"asked", state.isAsked},

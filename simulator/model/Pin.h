@@ -3,6 +3,7 @@
 #include "simulator/world/World.h"
 
 #include "json/Draft.h"
+#include "json/Secret.h"
 
 #include <string>
 
@@ -22,7 +23,7 @@ public:
     explicit TCPin(TSWorld& world) : m_world(world), m_states(world.slots.size()) {}
 
     /// Compares an answer with the PIN and counts the try. Leading zeros count.
-    EPinOutcome Check(const TSSlot& slot, const std::string& digits);
+    EPinOutcome Check(const TSSlot& slot, std::string_view digits);
     int TriesLeft(const TSSlot& slot) const;
 
     /// Operations of the general interface; 1 or 0.
@@ -43,7 +44,7 @@ public:
 private:
     struct TSState
     {
-        std::string digits;
+        json::TCSecret digits;
         int triesLeft = 0;
         TTime blockedUntil = 0;
         bool isAsked = false;

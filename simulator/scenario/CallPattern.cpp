@@ -45,14 +45,17 @@ json::TJson AsMade(const json::TSParameter& parameter, const json::TJson& value,
     {
         return value;
     }
-    return parameter.form->asWritten(value, path);
+    return parameter.AsWritten(value, path);
 }
 } // namespace
 
 std::string TSMadeCall::Text() const
 {
     json::TJson shown(arguments);
-    json::HideSecrets(operation, shown);
+    if (form != nullptr)
+    {
+        form->HideSecrets(shown);
+    }
     if (isSubscription)
     {
         shown.erase("processId");
@@ -67,10 +70,39 @@ TSMadeCall ToMadeCall(const TSJournalEntry& entry)
     made.isSubscription = entry.interface == protocol::NameOf<ICISignalSubscriber>();
     if (entry.operation != nullptr)
     {
+        made.form = entry.operation;
         made.operation = entry.operation->FullName();
-        made.arguments = entry.operation->RequestToJson(entry.request).json;
+        if (!json::MayHideSecrets(json::FindInterface(entry.interface), entry.operation, entry.request))
+        {
+            made.arguments = entry.operation->RequestToJson(entry.request).json;
+        }
     }
     return made;
+}
+
+json::TJson ToShownStep(const json::TJson& step)
+{
+    json::TJson shown(step);
+    for (json::TJson& action : shown)
+    {
+        const bool hasArguments = action.is_object() && action.contains("operation") &&
+                                  action["operation"].is_string() && action.contains("arguments") &&
+                                  action["arguments"].is_object();
+        if (!hasArguments)
+        {
+            continue;
+        }
+        const std::string operation = action["operation"];
+        const std::size_t dot = operation.find('.');
+        if (const json::TCInterfaceForm* const interface = json::FindInterface(operation.substr(0, dot)))
+        {
+            for (const json::TCOperationForm* const form : interface->FindAll(operation.substr(dot + 1)))
+            {
+                form->HideSecrets(action["arguments"]);
+            }
+        }
+    }
+    return shown;
 }
 
 TCCallPattern::TCCallPattern(const std::string& operation, const json::TJson& arguments, const json::TCJsonPath& path)

@@ -19,6 +19,7 @@ struct TSMadeCall
 {
     std::string operation; ///< "ICIGeneral.EnterMenu", "ICIOperatorProfile.GetInstalledOperatorProfiles#map"
     json::TJson arguments; ///< by name; what could not be decoded is missing
+    const json::TCOperationForm* form = nullptr; ///< null: unknown
     bool isSubscription = false;
 
     /// The call for people and journals: digits of PINs and process ids, which differ between runs, are not shown.
@@ -26,6 +27,9 @@ struct TSMadeCall
 };
 
 TSMadeCall ToMadeCall(const TSJournalEntry& entry);
+
+/// A step of a scenario for people: without the secrets of the call that it is about.
+json::TJson ToShownStep(const json::TJson& step);
 
 /// Calls of an operation with certain arguments.
 class TCCallPattern

@@ -280,7 +280,8 @@ TSScenario ReadScenario(const json::TCJsonDocument& file)
             [&]
             {
                 scenario.timeline.push_back({static_cast<int>(i) + 1, file.LineOf(json::TCJsonPlace(place)),
-                                             timeline[i].dump(), ReadAction(timeline[i], place, rehearsal)});
+                                             json::Dump(ToShownStep(timeline[i])),
+                                             ReadAction(timeline[i], place, rehearsal)});
             });
     }
     if (!problems.empty())

@@ -6,7 +6,9 @@
 #include "json/Scalars.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ostream>
 
 namespace CIM::sim
@@ -82,15 +84,21 @@ void TCStory::m_OnSignal(const TSSignal& signal)
 
 void TCStory::m_Note(const std::string& line)
 {
-    if (m_journal == nullptr)
+    if (m_journal == nullptr || !*m_journal)
     {
         return;
     }
+    errno = 0;
     if (m_scenario.isManualClock)
     {
         *m_journal << m_daemon.Model().Now() << ' ';
     }
     *m_journal << line << std::endl;
+    if (!*m_journal)
+    {
+        std::fprintf(stderr, "ci-daemon-sim: the journal cannot be written%s%s; it is incomplete\n",
+                     errno != 0 ? ": " : "", errno != 0 ? std::strerror(errno) : "");
+    }
 }
 
 void TCStory::m_Proceed()

@@ -11,6 +11,8 @@ namespace CIM::sim
 {
 /// The exit status of a simulator whose scenario was not met.
 inline constexpr int EXIT_UNMET = 3;
+/// The exit status of one whose scenario was met, but whose journal lacks what could not be written.
+inline constexpr int EXIT_NO_JOURNAL = 4;
 
 /// Plays a scenario on a daemon. Bound to the daemon's thread.
 class TCStory
@@ -18,7 +20,8 @@ class TCStory
 public:
     /// \param[in] daemon   over a model of the scenario's set and seed
     /// \param[in] quit     ends the simulator with an exit status
-    /// \param[in] journal  gets a line for each call and signal; null: no journal; outlives this
+    /// \param[in] journal  gets a line for each call and signal; null: no journal; outlives this. That it takes no
+    ///                     more is told once on standard error, and the story goes on
     TCStory(TSScenario scenario, TCSimulatedDaemon& daemon, std::function<void(int)> quit, std::ostream* journal);
     TCStory(const TCStory&) = delete;
     TCStory& operator=(const TCStory&) = delete;

@@ -1,15 +1,19 @@
 #include <tvplatform/Log.h>
 
 #include "LogDestination.h"
+#include "LogThrottle.h"
 #include "support/InChild.h"
 #include "support/TestEnvironment.h"
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <map>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -139,6 +143,7 @@ TEST(Log, LinesOfSeveralThreadsStayWhole)
         [&]
         {
             const CIM::TCEnvironmentVariable variable("TVPLATFORM_LOG", "file:" + folder.File("log"));
+            const CIM::TCEnvironmentVariable limit("TVPLATFORM_LOG_LIMIT", "off");
             std::vector<std::thread> threads;
             for (int i = 0; i < THREADS; ++i)
             {
@@ -167,6 +172,139 @@ TEST(Log, LinesOfSeveralThreadsStayWhole)
         EXPECT_EQ(line.substr(start + 5), "<" + std::string(1000 + 20 * thread, line[start + 6]) + ">");
     }
     EXPECT_THAT(counts, ElementsAre(LINES, LINES, LINES, LINES));
+}
+
+TEST(Log, AFileThatTakesNoMoreLinesIsToldOnce)
+{
+    SLogSetting setting = ReadLogSetting("file:/dev/full");
+    ASSERT_NE(setting.destination, nullptr);
+    testing::internal::CaptureStderr();
+    for (int i = 0; i < 3; ++i)
+    {
+        EXPECT_EQ(setting.destination->Write({0, LOG_PRIORITY_ERROR, "TAG", "lost"}), -ENOSPC);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "TVPLATFORM_LOG: cannot write to /dev/full: No space left on device; lines are lost\n");
+}
+
+TEST(Log, AnotherLineAlwaysPassesAndTheSameOneRarely)
+{
+    TCLogThrottle throttle({2, 5});
+    std::vector<std::string> told;
+    const auto log = [&](std::int64_t now, std::string_view text, int priority = 4, const char* tag = "TAG")
+    {
+        std::vector<SLogSummary> summaries;
+        const bool isAdmitted = throttle.Admit({0, priority, tag, text}, now, summaries);
+        for (const SLogSummary& summary : summaries)
+        {
+            told.push_back(summary.tag + ' ' + std::to_string(summary.priority) + ' ' + summary.text);
+        }
+        return isAdmitted;
+    };
+    for (int i = 0; i < 5; ++i)
+    {
+        EXPECT_EQ(log(100, "same"), i < 2);
+        EXPECT_EQ(log(100, "same", 3), i < 2);
+        EXPECT_EQ(log(100, "same", 4, "OTHER"), i < 2);
+    }
+    EXPECT_FALSE(log(104, "same"));
+    EXPECT_THAT(told, ElementsAre()) << "the windows have not ended";
+    EXPECT_TRUE(log(105, "another")) << "which comes once they have";
+    EXPECT_THAT(std::exchange(told, {}), testing::UnorderedElementsAre("TAG 4 4 similar lines left out: same",
+                                                                       "TAG 3 3 similar lines left out: same",
+                                                                       "OTHER 4 3 similar lines left out: same"));
+    EXPECT_TRUE(log(105, "same")) << "a new window";
+
+    // Lines that differ only far behind, and more lines than there is room for.
+    const std::string longText(500, 'x');
+    for (int i = 0; i < 10'000; ++i)
+    {
+        EXPECT_TRUE(log(106, longText + std::to_string(i)));
+    }
+    EXPECT_THAT(told, ElementsAre());
+    for (int i = 0; i < 3; ++i)
+    {
+        log(107, std::string(159, 'x') + "\xC3\xBC" + longText);
+    }
+    const std::vector<SLogSummary> left = throttle.TakeAll();
+    ASSERT_EQ(left.size(), 1u);
+    EXPECT_EQ(left[0].text, "1 similar line left out: " + std::string(159, 'x')) << "no half characters";
+    EXPECT_THAT(throttle.TakeAll(), ElementsAre());
+}
+
+TEST(Log, WhatWasLeftOutIsToldAtTheEndByTheProcessThatLeftItOut)
+{
+    const TCTempFolder folder;
+    const pid_t child = fork();
+    ASSERT_NE(child, -1);
+    if (child == 0)
+    {
+        setenv("TVPLATFORM_LOG", ("file:" + folder.File("log")).c_str(), 1);
+        setenv("TVPLATFORM_LOG_LIMIT", "3/1000", 1);
+        const auto loop = [](int lines)
+        {
+            for (int i = 0; i < lines; ++i)
+            {
+                __dlog_print(0, 4, "TAG", "again");
+            }
+        };
+        std::atomic<bool> isOver{false};
+        std::thread other(
+            [&]
+            {
+                while (!isOver)
+                {
+                    loop(1);
+                }
+            }); // holds the lock at many a fork
+        loop(10);
+        for (int i = 0; i < 50; ++i)
+        {
+            const pid_t grandchild = fork();
+            if (grandchild == 0)
+            {
+                __dlog_print(0, 4, "TAG", "in a child");
+                _exit(0);
+            }
+            waitpid(grandchild, nullptr, 0);
+        }
+        isOver = true;
+        other.join();
+        std::exit(0);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    std::map<std::string, int> counts;
+    for (const std::string& line : LinesOf(folder.File("log")))
+    {
+        const std::string text = line.substr(line.find("TAG: ") + 5);
+        ++counts[text.substr(text.find_first_not_of("0123456789"))];
+    }
+    EXPECT_EQ(counts["again"], 3);
+    EXPECT_EQ(counts["in a child"], 50) << "a child's lines are its own";
+    EXPECT_EQ(counts[" similar lines left out: again"], 1);
+}
+
+TEST(Log, ReadsItsLimit)
+{
+    const struct
+    {
+        const char* setting;
+        unsigned lines;
+        unsigned seconds;
+        bool isRight;
+    } cases[] = {{"", 20, 5, true},        {"off", 0, 5, true},    {"7", 7, 5, true},     {"7/60", 7, 60, true},
+                 {"0", 20, 5, false},      {"7/", 20, 5, false},   {"7/0", 20, 5, false}, {"-1", 20, 5, false},
+                 {"7/4000", 20, 5, false}, {"many", 20, 5, false}, {"7/5s", 20, 5, false}};
+    for (const auto& [setting, lines, seconds, isRight] : cases)
+    {
+        std::string complaint;
+        const SLogLimit limit = ReadLogLimit(setting, complaint);
+        EXPECT_EQ(limit.lines, lines) << setting;
+        EXPECT_EQ(limit.seconds, seconds) << setting;
+        EXPECT_EQ(complaint.empty(), isRight) << setting << complaint;
+    }
 }
 
 TEST(Log, TheJournalGetsItsOwnFormat)

@@ -322,6 +322,16 @@ TEST(ScenarioPlay, AnUnmetStepEndsTheSimulatorAndIsNamed)
     EXPECT_EQ(Shell(Sim() + " play " + met + " -- sh -c 'exit 41'").status, 41);
     EXPECT_EQ(Shell(Sim() + " play " + met + " -- true").status, 0);
     EXPECT_NE(Shell(Sim() + " play nowhere -- true").status, 0);
+
+    // A journal that cannot be written does not end the story; the command's own status counts first.
+    const std::string full = Sim() + " play menu-walk --journal /dev/full -- ";
+    const TSOutput incomplete = Shell(full + CLIENT " menu-walk");
+    EXPECT_EQ(incomplete.status, 4);
+    EXPECT_EQ(incomplete.text,
+              "ci-daemon-sim: the journal cannot be written: No space left on device; it is incomplete\n");
+    EXPECT_EQ(Shell(full + "sh -c '" CLIENT " menu-walk; exit 41'").status, 41);
+    EXPECT_THAT(Shell(Sim() + " play " + met + " --journal /absent/journal -- true").text,
+                HasSubstr("cannot write /absent/journal: No such file or directory"));
 }
 
 TEST(ScenarioPlay, TheSameSeedGivesTheSameCallsAndSignals)

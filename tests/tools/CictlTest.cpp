@@ -12,6 +12,7 @@
 
 #include <condition_variable>
 #include <cstring>
+#include <iterator>
 #include <mutex>
 #include <utility>
 
@@ -189,6 +190,80 @@ TEST(Cictl, TellsARefusalFromACallThatDoesNotGetThrough)
     }
 }
 
+TEST(Cictl, TakesSecretsFromWhereNobodyReadsThem)
+{
+    const TCTempFolder folder;
+    const auto file = [&](const char* name, const std::string& text)
+    {
+        std::ofstream(folder.File(name)) << text;
+        return "@" + folder.File(name);
+    };
+    const struct
+    {
+        std::string value;
+        std::string input;
+        const char* answer; // that arrives; or what is wrong
+    } cases[] = {
+        {"plain-1", "", "plain-1"},
+        {"-", "typed-1\nmore\n", "typed-1"},
+        {"-", "no line end", "no line end"},
+        {"--", "", "-"},
+        {"---", "", "---"},
+        {"@@home", "", "@home"},
+        {R"("@quoted")", "", "@quoted"},
+        {file("crlf", "first\r\nsecond\n"), "", "first"},
+        {file("text", "0x31"), "", "0x31"},
+        {"-", "", "!standard input has no line"},
+        {"-", "\n", "!the line is empty"},
+        {"-", std::string(5000, 'x'), "!longer than 4096 bytes"},
+        {file("empty", ""), "", "!the file is empty"},
+        {file("blank", "\nx"), "", "!the first line is empty"},
+        {file("large", std::string(4097, '\n')), "", "!larger than 4096 bytes"},
+        {"@" + folder.File("missing"), "", "!No such file"},
+        {"@" + folder.Path().string(), "", "!Is a directory"},
+    };
+    std::string arrived;
+    std::string commandLine;
+    TCPlayedDaemon daemon(
+        [&](const auto& request, const std::string&)
+        {
+            dbus_int32_t header = 0;
+            dbus_int32_t length = 0;
+            dbus_int32_t pid = 0;
+            dbus_message_get_args(request.get(), nullptr, DBUS_TYPE_INT32, &header, DBUS_TYPE_INT32, &length,
+                                  DBUS_TYPE_INT32, &pid, DBUS_TYPE_INVALID);
+            std::ifstream stream("/proc/" + std::to_string(pid) + "/cmdline");
+            commandLine.assign(std::istreambuf_iterator<char>(stream), {});
+            const auto& operation = TCPlayedDaemon::Operation(request.get());
+            const json::TJson arguments = operation.RequestToJson(TCScriptedDaemon::Payload(request.get())).json;
+            arrived = arguments.value("answer", arguments.value("pin", ""));
+            return TCPlayedDaemon::Answer(request, "{}");
+        });
+    for (const auto& [value, input, answer] : cases)
+    {
+        SCOPED_TRACE(value);
+        arrived.clear();
+        commandLine.clear();
+        const TSRun run =
+            Cictl({"call", "general.AnswerMmiEnquiry", "slot=0", "answerId=1", "flag=false", "answer=" + value}, input);
+        const bool isWrong = answer[0] == '!';
+        EXPECT_EQ(run.status, isWrong ? 2 : 0) << run.error;
+        EXPECT_EQ(arrived, isWrong ? "" : answer);
+        EXPECT_THAT(run.error, HasSubstr(isWrong ? answer + 1 : ""));
+        EXPECT_EQ(commandLine.empty(), isWrong);
+        const bool isPointer = value == "-" || (value.starts_with('@') && !value.starts_with("@@"));
+        EXPECT_EQ(commandLine.find("answer=" + value) == std::string::npos, isWrong || !isPointer) << commandLine;
+    }
+    // Of bytes, what is typed are the characters, unless it says otherwise; a literal stays what it is.
+    const std::pair<std::vector<std::string>, const char*> pins[] = {
+        {{"pin=-", "12"}, "3132"}, {{"pin=-", "0x0102"}, "0102"}, {{"pin=12", ""}, "12"}};
+    for (const auto& [words, bytes] : pins)
+    {
+        EXPECT_EQ(Cictl({"call", "general.VerifyCamPin", "slot=0", words[0]}, words[1]).status, 0);
+        EXPECT_EQ(arrived, bytes) << words[0] << words[1];
+    }
+}
+
 TEST(Cictl, PrintsTextsOfACamWithoutTheirControls)
 {
     TCPlayedDaemon daemon(
@@ -279,6 +354,21 @@ TEST(Cictl, TracesCallsRepliesAndSignals)
     EXPECT_THAT(run.output, HasSubstr(R"("operation":"ICIGeneral.VerifyCamPin","program":"cictl",)"
                                       R"("arguments":{"slot":1,"pin":"***"}})"));
     EXPECT_THAT(run.output, HasSubstr(R"("kind":"reply","operation":"ICIGeneral.VerifyCamPin","status":1,"result":1)"));
+
+    // Somebody got a call wrong: another member, another object.
+    TCStartedCommand foreign({CICTL, "trace", "--count", "4", "--timeout", "30"});
+    ASSERT_TRUE(foreign.WaitForError("tracing"));
+    for (const char* const call : {"/com/kelvora/Object com.kelvora.ciapi.ICIGeneral.Methodcall",
+                                   "/com/Other com.kelvora.ciapi.ICIGeneral.MethodCall"})
+    {
+        RunCommand({"sh", "-c",
+                    std::string("dbus-send --system --print-reply --reply-timeout=5000 "
+                                "--dest=com.kelvora.ciapi.ICIGeneral ") +
+                        call});
+    }
+    const TSRun others = foreign.Wait();
+    EXPECT_THAT(others.output, HasSubstr("ICIGeneral /com/kelvora/Object Methodcall error=this is none of"));
+    EXPECT_THAT(others.output, HasSubstr("ICIGeneral /com/Other MethodCall error=this is none of"));
 
     const std::string payload = json::FindInterface("general")->Find("EnterMenu")->RequestFromJson({{"slot", 9}});
     const std::string hex = json::BytesToHex({reinterpret_cast<const unsigned char*>(payload.data()), payload.size()});

@@ -33,7 +33,7 @@ TEST(CictlWithSimulator, ShowsTheSet)
         {"cictl ca-systems --json", 0, R"([{"slot":0,"caSystems":["0x0b00","0x0b01"]}])"},
         {"cictl profiles --json", 0, R"("state":"offered","slotId":0,"profileName":"Kelvora Sat")"},
         {"cictl recording /pvr/rated.ts --json", 0, R"("blocked":true)"},
-        {"cictl recording /pvr/none.ts", 1, "/pvr/none.ts"},
+        {"cictl recording /pvr/none.ts 2>&1", 1, "knows no such recording"},
         {"cictl player play '<location>news</location>' --json && cictl player stop --json", 0, R"("result":true)"},
         {"cictl player speed 77 -100", 1, "false"},
         {"cictl debug get-slots-count --json", 0, R"("outputs":{"count":2})"},

@@ -270,5 +270,16 @@ TEST(Json, SaysWhatIsWrongAndWhere)
                   }),
               "text: this is an output of ICIGeneral.GetMmiText");
     EXPECT_EQ(ErrorOf([&] { answer.Check({{"slots", 0}}); }), "slots: ICIGeneral.GetMmiText has no such argument");
+
+    // What stands too much in a payload, by its argument.
+    const TCInterfaceForm& general = *FindInterface("ICIGeneral");
+    const std::string pin = general.Find("VerifyCamPin")->RequestFromJson({{"slot", 0}, {"pin", "31"}});
+    EXPECT_EQ(answer.RequestToJson(pin).error,
+              "the argument tree is that of method 24; the output text stands in the request");
+    EXPECT_EQ(general.Find("EnterMenu")->RequestToJson(pin).error,
+              "the argument tree is that of method 24; there is an argument 2, but EnterMenu has only 1");
+    EXPECT_EQ(
+        general.Find("GetMmiText")->ReplyToJson(pin).error,
+        "the argument tree is that of method 24; the input slot stands in the reply; an argument is of another kind");
 }
 } // namespace CIM::json

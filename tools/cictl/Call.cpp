@@ -1,6 +1,7 @@
 #include "cictl/Call.h"
 
 #include "cictl/Output.h"
+#include "cictl/SecretWords.h"
 #include "json/Word.h"
 
 #include <ciapi/CISignalDataType.h>
@@ -118,6 +119,13 @@ bool ListWords(const TCArguments& arguments)
     return arguments.Has("options") || arguments.IsSet("signals") || arguments.Has("inputs");
 }
 
+// What the word of an input stands for.
+TJson ValueOf(const json::TSParameter& parameter, const std::string& word, TCSecretInput& secrets)
+{
+    const json::TCSecret real = WordBehind(parameter.name, word);
+    return parameter.IsSecret() ? secrets.Value(parameter, real)
+                                : json::ValueFromWord(*parameter.type, std::string(real.Text()), parameter.name);
+}
 } // namespace
 
 EExit CallAndPrint(TCDaemonAccess& daemon, const json::TCOperationForm& operation, const TJson& arguments, bool asJson)
@@ -135,6 +143,7 @@ EExit CallAndPrint(TCDaemonAccess& daemon, const json::TCOperationForm& operatio
 
 TJson ArgumentsInOrder(const json::TCOperationForm& operation, std::span<const std::string> words)
 {
+    TCSecretInput secrets;
     TJson arguments = TJson::object();
     std::string inputs;
     std::size_t count = 0;
@@ -145,7 +154,7 @@ TJson ArgumentsInOrder(const json::TCOperationForm& operation, std::span<const s
             inputs += std::string(" ") + parameter.name;
             if (count < words.size())
             {
-                arguments[parameter.name] = json::ValueFromWord(*parameter.type, words[count], parameter.name);
+                arguments[parameter.name] = ValueOf(parameter, words[count], secrets);
             }
             ++count;
         }
@@ -161,12 +170,16 @@ TJson ArgumentsInOrder(const json::TCOperationForm& operation, std::span<const s
 EExit CallVerb(const TCArguments& arguments)
 {
     std::map<std::string, std::string> given;
+    int number = 0;
     for (const std::string& argument : arguments.Many("argument"))
     {
+        ++number;
         const std::size_t sign = argument.find('=');
         if (sign == argument.npos || sign == 0)
         {
-            throw TCFailure(EXIT_USAGE, "an argument is given as NAME=VALUE, not as \"" + argument + "\"");
+            // Without showing it: a PIN may have been meant.
+            throw TCFailure(EXIT_USAGE,
+                            "an argument is given as NAME=VALUE; number " + std::to_string(number) + " has no NAME=");
         }
         if (!given.emplace(argument.substr(0, sign), argument.substr(sign + 1)).second)
         {
@@ -174,11 +187,13 @@ EExit CallVerb(const TCArguments& arguments)
         }
     }
     const json::TCOperationForm& operation = Choose(FindOperations(arguments.Text("operation")), given);
+    TCSecretInput secrets;
     TJson values = TJson::object();
+    const json::TCWipeAtEnd wipe(values);
     for (const auto& [name, word] : given)
     {
         const json::TSParameter* const parameter = operation.FindParameter(name);
-        values[name] = parameter ? json::ValueFromWord(*parameter->type, word, name) : TJson(word);
+        values[name] = parameter ? ValueOf(*parameter, word, secrets) : TJson(word);
     }
     if (arguments.IsSet("one-way"))
     {
@@ -235,7 +250,7 @@ EExit ListVerb(const TCArguments& arguments)
             for (const TJson& parameter : described["parameters"])
             {
                 std::cout << "    " << InWords(parameter["direction"]) << "  " << InWords(parameter["name"]) << ": "
-                          << InWords(parameter["type"]) << '\n';
+                          << InWords(parameter["type"]) << (parameter.contains("secret") ? ", secret" : "") << '\n';
                 if (operations.size() == 1 && parameter.contains("enumerations"))
                 {
                     for (const auto& enumeration : parameter["enumerations"].items())

@@ -48,6 +48,10 @@ EExit DecodeVerb(const TCArguments& arguments)
     }
     else
     {
+        if (!arguments.IsSet("show-secrets"))
+        {
+            operation->HideSecrets(decoded.json);
+        }
         record["arguments"] = std::move(decoded.json);
     }
     if (!decoded.error.empty())

@@ -77,7 +77,7 @@ TJson TCDissector::Describe(DBusMessage* message)
     switch (dbus_message_get_type(message))
     {
     case DBUS_MESSAGE_TYPE_METHOD_CALL:
-        return dbus_message_has_member(message, protocol::CALL_MEMBER) ? m_DescribeCall(message) : TJson();
+        return m_DescribeCall(message);
     case DBUS_MESSAGE_TYPE_SIGNAL:
         return dbus_message_has_interface(message, CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME.c_str())
                    ? m_DescribeSignal(message)
@@ -89,10 +89,17 @@ TJson TCDissector::Describe(DBusMessage* message)
 
 TJson TCDissector::m_DescribeCall(DBusMessage* message)
 {
-    const json::TCInterfaceForm* const interface = json::FindInterface(Text(dbus_message_get_interface(message)));
+    const char* const called = dbus_message_get_interface(message); // may be left out: the name says it, too
+    const json::TCInterfaceForm* const interface =
+        json::FindInterface(Text(called ? called : dbus_message_get_destination(message)));
     if (!interface)
     {
         return {};
+    }
+    if (!dbus_message_has_member(message, protocol::CALL_MEMBER) ||
+        !dbus_message_has_path(message, protocol::CALL_OBJECT_PATH))
+    {
+        return m_DescribeForeignCall(message, *interface);
     }
     SCallEnvelope envelope;
     const auto read = ReadArguments(message, envelope);
@@ -116,7 +123,11 @@ TJson TCDissector::m_DescribeCall(DBusMessage* message)
         json::TSDecoded decoded = operation->RequestToJson(View(envelope.payload));
         if (!m_showSecrets)
         {
-            json::HideSecrets(operation->FullName(), decoded.json);
+            operation->HideSecrets(decoded.json);
+            if (json::MayHideSecrets(interface, operation, View(envelope.payload)))
+            {
+                decoded.json.clear();
+            }
         }
         if (!decoded.json.empty())
         {
@@ -125,15 +136,37 @@ TJson TCDissector::m_DescribeCall(DBusMessage* message)
         error = Both(error, decoded.error);
     }
     AddError(record, error);
-    if (!dbus_message_get_no_reply(message))
-    {
-        if (m_calls.size() == MOST_OPEN_CALLS)
-        {
-            m_calls.clear(); // nobody has answered for long
-        }
-        m_calls[{Text(dbus_message_get_sender(message)), dbus_message_get_serial(message)}] = std::move(call);
-    }
+    m_AwaitReply(message, std::move(call));
     return record;
+}
+
+TJson TCDissector::m_DescribeForeignCall(DBusMessage* message, const json::TCInterfaceForm& interface)
+{
+    const std::string member = Text(dbus_message_get_member(message));
+    const std::string object = Text(dbus_message_get_path(message));
+    TSCall call{nullptr, interface.Name() + " " + object + " " + member, std::chrono::steady_clock::now()};
+    const TJson record = {{"time", Now()},
+                          {"kind", "call"},
+                          {"from", Text(dbus_message_get_sender(message))},
+                          {"operation", call.name},
+                          {"error", std::string("this is none of the CI daemon's calls, which go to ") +
+                                        protocol::CALL_MEMBER + " of " + protocol::CALL_OBJECT_PATH}};
+    call.isForeign = true;
+    m_AwaitReply(message, std::move(call));
+    return record;
+}
+
+void TCDissector::m_AwaitReply(DBusMessage* message, TSCall call)
+{
+    if (dbus_message_get_no_reply(message))
+    {
+        return;
+    }
+    if (m_calls.size() == MOST_OPEN_CALLS)
+    {
+        m_calls.clear(); // nobody has answered for long
+    }
+    m_calls[{Text(dbus_message_get_sender(message)), dbus_message_get_serial(message)}] = std::move(call);
 }
 
 TJson TCDissector::m_DescribeReply(DBusMessage* message)
@@ -157,6 +190,10 @@ TJson TCDissector::m_DescribeReply(DBusMessage* message)
         dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
         record["error"] = Text(dbus_message_get_error_name(message)) + ": " + Text(text);
         return record;
+    }
+    if (call.isForeign)
+    {
+        return record; // nobody knows what it carries
     }
     SReplyEnvelope envelope;
     const auto read = ReadArguments(message, envelope);

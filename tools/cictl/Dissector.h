@@ -28,10 +28,13 @@ private:
         const json::TCOperationForm* operation; ///< null when the interface has none of that identifier
         std::string name;
         std::chrono::steady_clock::time_point sent;
+        bool isForeign = false; ///< of another member or object than the daemon's calls
     };
     using TKey = std::pair<std::string, dbus_uint32_t>; // who called, and the call's serial
 
     TJson m_DescribeCall(DBusMessage* message);
+    TJson m_DescribeForeignCall(DBusMessage* message, const json::TCInterfaceForm& interface);
+    void m_AwaitReply(DBusMessage* message, TSCall call);
     TJson m_DescribeReply(DBusMessage* message);
     TJson m_DescribeSignal(DBusMessage* message);
 

@@ -1,4 +1,5 @@
 #include "cictl/Output.h"
+#include "cictl/SecretWords.h"
 #include "cictl/Verb.h"
 
 #include "commandline/CommandLine.h"
@@ -68,6 +69,7 @@ int Run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     using namespace CIM::cictl;
+    HideSecretWords(argc, argv);
     try
     {
         return Run(argc, argv);

@@ -2,6 +2,7 @@
 #include "cictl/Signals.h"
 #include "cictl/Terminal.h"
 #include "cictl/Verb.h"
+#include "json/Secret.h"
 
 #include <ciapi/CIEnumerations.h>
 
@@ -76,6 +77,7 @@ private:
 
     TJson Ask(const char* operation, TJson arguments)
     {
+        const json::TCWipeAtEnd wipe(arguments); // an answer may be a PIN
         arguments["slot"] = m_slot;
         return m_daemon.Call("ICIGeneral", operation, arguments);
     }
@@ -230,8 +232,8 @@ private:
                 }
                 return;
             }
+            const json::TCWipeAtEnd wipe(*line);
             Answer(*line);
-            Wipe(*line);
         }
     }
 

@@ -1,6 +1,6 @@
 #include "cictl/Output.h"
+#include "cictl/SecretWords.h"
 #include "cictl/Signals.h"
-#include "cictl/Terminal.h"
 #include "cictl/Verb.h"
 
 #include "json/ToJson.h"
@@ -14,24 +14,40 @@ namespace
 constexpr TSField PIN_FIELDS[] = {{"slot", "slot"}, {"status", "the CAM says"}, {"triesLeft", "tries left"}};
 constexpr unsigned REPLY_MS = 10'000;
 
-std::string ReadPin(TCInputLines& input, const char* prompt)
+json::TCSecret CheckedPin(json::TCSecret pin)
 {
-    const TCHiddenInput hidden(IsTerminal());
-    if (IsTerminal())
-    {
-        std::fprintf(stderr, "%s: ", prompt);
-    }
-    std::optional<std::string> line = input.Take();
-    while (!line && !input.IsAtEnd())
-    {
-        input.Read();
-        line = input.Take();
-    }
-    if (!line || line->empty() || line->find_first_not_of("0123456789") != std::string::npos)
+    if (pin.Text().find_first_not_of("0123456789") != std::string_view::npos)
     {
         throw TCFailure(EXIT_USAGE, "a PIN is digits");
     }
-    return *line;
+    return pin;
+}
+
+// Where a PIN is to come from: - for standard input, or a file.
+std::string SourceOf(const TCArguments& arguments)
+{
+    std::string source = arguments.Text("source", "-");
+    if (source != "-" && !source.starts_with('@'))
+    {
+        throw TCFailure(EXIT_USAGE, "a PIN is not given on the command line, where others can read it: "
+                                    "- (or nothing) reads it from standard input, @FILE from a file");
+    }
+    return source;
+}
+
+json::TCSecret ReadPin(const std::string& source, bool isSet)
+{
+    if (source != "-")
+    {
+        return CheckedPin(FirstLineOf(source.substr(1)));
+    }
+    TCSecretInput input;
+    json::TCSecret pin = CheckedPin(input.Line(isSet ? "New PIN" : "PIN"));
+    if (isSet && IsTerminal() && CheckedPin(input.Line("New PIN, once more")).Text() != pin.Text())
+    {
+        throw TCFailure(EXIT_USAGE, "the two PINs differ");
+    }
+    return pin;
 }
 } // namespace
 
@@ -41,31 +57,20 @@ EExit PinVerb(const TCArguments& arguments)
     const bool isSet = action == "set";
     if (!isSet && action != "verify")
     {
-        throw TCFailure(EXIT_USAGE, "pin can verify or set, not \"" + action + "\"");
+        throw TCFailure(EXIT_USAGE, "pin can verify or set, and nothing else"); // what was given may be a PIN
     }
     const unsigned char slot = arguments.Slot();
+    const std::string source = SourceOf(arguments);
     TCDaemonAccess daemon;
     daemon.Require(*json::FindInterface("ICIGeneral"));
 
-    TCInputLines input;
-    std::string pin = ReadPin(input, isSet ? "New PIN" : "PIN");
-    if (isSet && IsTerminal())
-    {
-        std::string again = ReadPin(input, "New PIN, once more");
-        const bool isSame = again == pin;
-        Wipe(again);
-        if (!isSame)
-        {
-            throw TCFailure(EXIT_USAGE, "the two PINs differ");
-        }
-    }
+    const json::TCSecret pin = ReadPin(source, isSet);
     TCSignals signals(daemon, nullptr);
     const ECISignalType reply = isSet ? SIGNAL_CI_PIN_REPLY_TO_CI_APP_REQUEST : SIGNAL_CI_PIN_REPLY_TO_PIN_CMD;
     signals.Subscribe(reply, PROFILE_MAIN, slot);
-    TJson bytes = json::BytesToHex({reinterpret_cast<const unsigned char*>(pin.data()), pin.size()});
-    Wipe(pin);
-    const TJson answer =
-        daemon.Call("ICIGeneral", isSet ? "SetCamPin" : "VerifyCamPin", {{"slot", slot}, {"pin", std::move(bytes)}});
+    TJson values = {{"slot", slot}, {"pin", {{"text", pin.Text()}}}};
+    const json::TCWipeAtEnd wipe(values);
+    const TJson answer = daemon.Call("ICIGeneral", isSet ? "SetCamPin" : "VerifyCamPin", values);
     if (!IsYes(answer))
     {
         throw TCFailure(EXIT_REFUSED, "slot " + std::to_string(slot) + " takes no PIN");

@@ -209,6 +209,10 @@ EExit RecordingVerb(const TCArguments& arguments)
         }
     }
     PrintRecord(RECORDING_FIELDS, record, arguments.IsJson());
-    return isAnswered ? EXIT_ANSWERED : EXIT_REFUSED;
+    if (!isAnswered)
+    {
+        throw TCFailure(EXIT_REFUSED, arguments.Text("file") + ": copy control knows no such recording");
+    }
+    return EXIT_ANSWERED;
 }
 } // namespace CIM::cictl

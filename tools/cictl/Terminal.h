@@ -3,15 +3,10 @@
 #include <optional>
 #include <string>
 
-#include <termios.h>
-
 namespace CIM::cictl
 {
-/// Overwrites a text that nobody may read later, and empties it.
-void Wipe(std::string& text);
-
 /// Keeps what is typed from being shown, when standard input is a terminal, as long as the object lives. The terminal
-/// is put right also when SIGINT or SIGTERM ends the process meanwhile. One at a time.
+/// is put right also when a signal ends the process meanwhile, and while one stops it. One at a time.
 class TCHiddenInput
 {
 public:
@@ -31,8 +26,10 @@ public:
     ~TCInputLines();
     /// Reads what is there; blocks when nothing is. \return false at the end of the input
     bool Read();
-    /// Takes the next whole line, without its end; at the end of the input what is left.
+    /// Takes the next whole line, without its end; at the end of the input what is left. Wiping it is the caller's.
     std::optional<std::string> Take();
+    /// The same, but waits for the line. \return nothing when the input has ended or has more bytes without a line end
+    std::optional<std::string> Await(std::size_t mostBytes);
     bool IsAtEnd() const { return m_isAtEnd; }
 
 private:

@@ -21,7 +21,10 @@ std::span<const TSVerb> Verbs()
         {"menu", "walk through a CAM's menu", {SLOT}, MenuVerb},
         {"pin",
          "have a CAM verify a PIN, or set a new one; the PIN is read from the terminal or standard input",
-         {SLOT, {"action", EArgument::NEEDED, "verify or set"}, JSON},
+         {SLOT,
+          {"action", EArgument::NEEDED, "verify or set"},
+          {"source", EArgument::OPTIONAL, "@FILE: the PIN is the file's first line; -, or nothing: it is asked for"},
+          JSON},
          PinVerb},
         {"ca-systems", "the CA systems that the CAMs descramble", {JSON}, CaSystemsVerb},
         {"profiles", "the operator profiles, offered and installed", {JSON}, ProfilesVerb},
@@ -59,10 +62,11 @@ std::span<const TSVerb> Verbs()
           JSON},
          TraceVerb},
         {"decode",
-         "print the payload of a request or reply by name",
+         "print the payload of a request or reply by name, secrets left out",
          {{"interface", EArgument::NEEDED, "such as ICIGeneral"},
           {"payload", EArgument::NEEDED, "hexadecimal digits; - reads them from standard input"},
           {"reply", EArgument::FLAG, "it is a reply's payload"},
+          {"show-secrets", EArgument::FLAG, "print PINs and typed answers, too"},
           JSON},
          DecodeVerb},
         {"list",
@@ -79,7 +83,13 @@ std::span<const TSVerb> Verbs()
          "hexadecimal digits, a pipeline as PROFILE:HANDLE, JSON for everything else. Where several operations "
          "have one name, the arguments tell which is meant, or its whole name does (see list)",
          {{"operation", EArgument::NEEDED, "INTERFACE.OPERATION, such as ICIGeneral.GetMmiText"},
-          {"argument", EArgument::MANY, "NAME=VALUE for each input"},
+          {"argument", EArgument::MANY,
+           "NAME=VALUE for each input. Secrets (see list), such as a PIN or an answer to a CAM, do not belong on a "
+           "command line: every user of the machine can read it, and the shell's history keeps it. NAME=- asks for "
+           "the characters without showing them, or reads a line of standard input; NAME=@FILE takes the first line "
+           "of a file; there, bytes that are no characters begin with 0x. A secret that is given all the same is taken "
+           "off the command line at once, but not out of the history. @@TEXT is a secret that begins with '@', -- is "
+           "\"-\""},
           {"one-way", EArgument::FLAG, "do not wait for the daemon, where the operation allows that"},
           JSON},
          CallVerb},

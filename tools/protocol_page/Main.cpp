@@ -52,7 +52,8 @@ void AddParameter(SOperation& operation, const char* name, SGlossary& glossary)
     }
     else if constexpr (IsSent(Word))
     {
-        operation.Add(IsInput(Word), IsOutput(Word), Code(name), WireText<T>(glossary));
+        operation.Add(IsInput(Word), IsOutput(Word), Code(name) + (Word == EWord::SECRET_IN ? ", a secret" : ""),
+                      WireText<T>(glossary));
     }
 }
 

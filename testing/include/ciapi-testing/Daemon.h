@@ -41,7 +41,7 @@ struct CIAPI_TESTING_EXPORT TSCall
     std::string interface; ///< "ICIGeneral"
     std::string operation; ///< "EnterMenu"; with a '#' and a word behind it where the name alone is not unique
     std::string arguments; ///< the inputs as a JSON object: {"slot":0}; as bytes, {"request":"<hexadecimal>"}, when
-                           ///< they are none of the operation's
+                           ///< they are none of the operation's. Secrets stand there, too: a test asserts them
     std::string fault;     ///< the kind of the failure that met it; empty: none
     std::string program;   ///< the caller's program, when it has said so
     int processId = 0;     ///< the caller's
