@@ -1,0 +1,340 @@
+#include "policy/BusClient.h"
+#include "policy/PolicyBus.h"
+#include "policy/Users.h"
+#include "protocol/Interfaces.h"
+
+#include <gmock/gmock.h>
+#include <tvplatform/BusName.h>
+
+#include <array>
+#include <functional>
+#include <unistd.h>
+
+// Who may do what under the policy that is installed: each cell of one table is tried on each bus. The expectations are
+// typed by hand.
+
+namespace CIM
+{
+namespace
+{
+constexpr const char* SIGNALS = "com.kelvora.ciapi.SignalIFace";
+const std::vector<std::string> DAEMON_NAMES = {
+    "com.kelvora.ciapi.ICIGeneral",
+    "com.kelvora.ciapi.ICIAppMMI",
+    "com.kelvora.ciapi.ICIOperatorProfile",
+    "com.kelvora.ciapi.IPvrCip",
+    "com.kelvora.ciapi.ICIDebug",
+    "com.kelvora.ciapi.ICIAuxiliaryFileSystem",
+    "com.kelvora.ciapi.ICISignalSubscriber",
+    "com.kelvora.ciapi.ICICAMPlayer",
+    "com.kelvora.ciapi.ICISampleDecryption",
+};
+
+TCMessagePtr Call(const std::string& destination, const char* interface)
+{
+    return TCMessagePtr(
+        dbus_message_new_method_call(destination.c_str(), "/com/kelvora/Object", interface, "MethodCall"));
+}
+
+TCMessagePtr Signal(const char* interface, const std::string& destination)
+{
+    TCMessagePtr signal(dbus_message_new_signal("/com/kelvora/ciapi/SignalObject", interface, "Signal"));
+    dbus_message_set_destination(signal.get(), destination.empty() ? nullptr : destination.c_str());
+    return signal;
+}
+
+std::string ReceiverNameOf(const TCBusClient& client)
+{
+    const std::string unique = client.Name();
+    std::array<char, 256> buffer{};
+    int size = buffer.size() - 1;
+    IPCUtility_GenerateSubConnectionName(unique.c_str(), static_cast<int>(unique.size()), buffer.data(), &size);
+    return buffer.data();
+}
+
+/// A bus with a daemon and an application, for an actor to try something on.
+struct SScene
+{
+    explicit SScene(const std::string& address)
+        : daemon(ConnectAs(DAEMON, address)), application(ConnectAs(APPLICATION, address))
+    {
+        for (const std::string& name : DAEMON_NAMES)
+        {
+            EXPECT_EQ(daemon.Own(name), "yes") << name;
+        }
+        EXPECT_EQ(application.Own(ReceiverNameOf(application)), "yes");
+        application.Match(std::string("type='signal',interface='") + SIGNALS + "'");
+        daemon.Match("type='signal',interface='org.example.Power'");
+    }
+
+    TCBusClient daemon;
+    TCBusClient application;
+};
+
+std::string Hears(TCBusClient& receiver, TCBusClient& sender, const TCMessagePtr& message)
+{
+    const dbus_uint32_t serial = sender.Send(message.get());
+    return receiver.Find(sender, serial) != nullptr ? "yes" : "no";
+}
+
+/// Either the whole way there and back, or refused in so many words; a one-way call just arrives or does not.
+std::string Calls(TCBusClient& caller, TCBusClient& callee, const TCMessagePtr& call)
+{
+    const dbus_uint32_t serial = caller.Send(call.get());
+    DBusMessage* const arrived = callee.Find(caller, serial);
+    if (dbus_message_get_no_reply(call.get()))
+    {
+        return arrived != nullptr ? "yes" : "no";
+    }
+    if (arrived != nullptr)
+    {
+        callee.Send(TCMessagePtr(dbus_message_new_method_return(arrived)).get());
+    }
+    const int answer = caller.AnswerTo(serial);
+    const bool isConsistent =
+        answer == (arrived != nullptr ? DBUS_MESSAGE_TYPE_METHOD_RETURN : DBUS_MESSAGE_TYPE_ERROR);
+    return !isConsistent ? "answered by " + std::to_string(answer) : arrived != nullptr ? "yes" : "no";
+}
+
+/// The common answer of all; several when they differ.
+std::string ForEach(const std::vector<std::string>& names, const std::function<std::string(const std::string&)>& act)
+{
+    std::string common;
+    for (const std::string& name : names)
+    {
+        const std::string verdict = act(name);
+        if (common.empty() || common == verdict)
+        {
+            common = verdict;
+        }
+        else
+        {
+            return common + " until " + name + ": " + verdict;
+        }
+    }
+    return common;
+}
+
+struct SRow
+{
+    const char* action;
+    /// Of: daemon, daemon that is an application, application, stranger, root.
+    std::array<bool, 5> expected;
+    /// Whether the policy itself says so, and not only the base of Debian.
+    bool holdsOnOpenBase;
+    std::function<std::string(SScene&, TCBusClient& actor)> act;
+};
+
+constexpr bool YES = true;
+constexpr bool no = false;
+
+const std::vector<std::pair<const char*, TSUser>> ACTORS = {{"the daemon", DAEMON},
+                                                            {"a daemon in the group", DAEMON_AND_APPLICATION},
+                                                            {"an application", APPLICATION},
+                                                            {"a stranger", STRANGER},
+                                                            {"root", ROOT}};
+
+const std::vector<SRow> TABLE = {
+    {"own the daemon's names",
+     {YES, YES, no, no, no},
+     true,
+     [](SScene&, TCBusClient& actor) { return ForEach(DAEMON_NAMES, [&](auto& name) { return actor.Own(name); }); }},
+    {"own a receiver name",
+     {no, YES, YES, no, YES},
+     true,
+     [](SScene&, TCBusClient& actor) { return actor.Own(ReceiverNameOf(actor)); }},
+    {"own a name beside the daemon's",
+     {no, no, no, no, no},
+     true,
+     [](SScene&, TCBusClient& actor) {
+         return ForEach({"com.kelvora.ciapi", "com.kelvora.ciapi.ICIOther"},
+                        [&](auto& name) { return actor.Own(name); });
+     }},
+    {"own somebody else's name",
+     {no, no, no, no, no},
+     false,
+     [](SScene&, TCBusClient& actor)
+     {
+         return ForEach({"com.kelvora", "com.kelvora.subway", "com.kelvora.ciapiother", "org.example.Power"},
+                        [&](auto& name) { return actor.Own(name); });
+     }},
+    {"call the daemon by name",
+     {no, YES, YES, no, YES},
+     true,
+     [](SScene& scene, TCBusClient& actor) {
+         return ForEach(DAEMON_NAMES, [&](auto& name) { return Calls(actor, scene.daemon, Call(name, name.c_str())); });
+     }},
+    {"call the daemon by its unique name",
+     {no, YES, YES, no, YES},
+     true,
+     [](SScene& scene, TCBusClient& actor)
+     {
+         return ForEach(DAEMON_NAMES, [&](auto& name)
+                        { return Calls(actor, scene.daemon, Call(scene.daemon.Name(), name.c_str())); });
+     }},
+    {"call the daemon one-way",
+     {no, YES, YES, no, YES},
+     true,
+     [](SScene& scene, TCBusClient& actor)
+     {
+         return ForEach(DAEMON_NAMES,
+                        [&](auto& name)
+                        {
+                            const TCMessagePtr call = Call(name, name.c_str());
+                            dbus_message_set_no_reply(call.get(), TRUE);
+                            return Calls(actor, scene.daemon, call);
+                        });
+     }},
+    {"call something else of the daemon's process",
+     {no, no, no, no, no},
+     true,
+     [](SScene& scene, TCBusClient& actor)
+     {
+         return ForEach(DAEMON_NAMES, [&](auto& name)
+                        { return Calls(actor, scene.daemon, Call(name, "org.freedesktop.DBus.Properties")); });
+     }},
+    {"call without an interface",
+     {no, no, no, no, no},
+     true,
+     [](SScene& scene, TCBusClient& actor)
+     { return Calls(actor, scene.daemon, Call("com.kelvora.ciapi.ICIGeneral", nullptr)); }},
+    {"call an application",
+     {no, no, no, no, no},
+     false,
+     [](SScene& scene, TCBusClient& actor)
+     { return Calls(actor, scene.application, Call(ReceiverNameOf(scene.application), SIGNALS)); }},
+    {"broadcast a signal of the daemon",
+     {YES, YES, no, no, no},
+     true,
+     [](SScene& scene, TCBusClient& actor) { return Hears(scene.application, actor, Signal(SIGNALS, "")); }},
+    {"direct it to an application's receiver name",
+     {YES, YES, no, no, no},
+     true,
+     [](SScene& scene, TCBusClient& actor)
+     { return Hears(scene.application, actor, Signal(SIGNALS, ReceiverNameOf(scene.application))); }},
+    {"direct it to an application's unique name",
+     {YES, YES, no, no, no},
+     true,
+     [](SScene& scene, TCBusClient& actor)
+     { return Hears(scene.application, actor, Signal(SIGNALS, scene.application.Name())); }},
+    {"hear what the daemon broadcasts",
+     {no, YES, YES, no, YES},
+     true,
+     [](SScene& scene, TCBusClient& actor)
+     {
+         actor.Match(std::string("type='signal',interface='") + SIGNALS + "'");
+         return Hears(actor, scene.daemon, Signal(SIGNALS, ""));
+     }},
+    {"hear what the daemon directs to it",
+     {no, YES, YES, no, YES},
+     true,
+     [](SScene& scene, TCBusClient& actor) { return Hears(actor, scene.daemon, Signal(SIGNALS, actor.Name())); }},
+    // The denials take nothing from anybody else's traffic, the daemon's own included.
+    {"broadcast its own signal to the daemon",
+     {YES, YES, YES, YES, YES},
+     true,
+     [](SScene& scene, TCBusClient& actor) { return Hears(scene.daemon, actor, Signal("org.example.Power", "")); }},
+    {"direct its own signal to the daemon",
+     {YES, YES, YES, YES, YES},
+     true,
+     [](SScene& scene, TCBusClient& actor)
+     { return Hears(scene.daemon, actor, Signal("org.example.Power", "com.kelvora.ciapi.ICIGeneral")); }},
+    {"overhear a call",
+     {no, no, no, no, no},
+     false,
+     [](SScene& scene, TCBusClient& actor)
+     {
+         // Only the privileged, and nobody at all on dbus-broker, may ask for other people's messages.
+         const char* const rule = "eavesdrop='true',type='method_call'";
+         const std::string error = actor.Ask(DBUS_INTERFACE_DBUS, "AddMatch", DBUS_TYPE_STRING, &rule);
+         if (!error.empty())
+         {
+             return error == DBUS_ERROR_MATCH_RULE_INVALID ? "no" : TCBusClient::Verdict(error);
+         }
+         const std::string name = "com.kelvora.ciapi.ICIGeneral";
+         return Hears(actor, scene.application, Call(name, name.c_str()));
+     }},
+    {"monitor the bus",
+     {no, no, no, no, YES},
+     false,
+     [](SScene&, TCBusClient& actor)
+     {
+         const char** const rules = nullptr;
+         const unsigned flags = 0;
+         return TCBusClient::Verdict(actor.Ask("org.freedesktop.DBus.Monitoring", "BecomeMonitor", DBUS_TYPE_ARRAY,
+                                               DBUS_TYPE_STRING, &rules, 0, DBUS_TYPE_UINT32, &flags));
+     }},
+};
+
+struct SSetting
+{
+    const char* name;
+    EBusProgram program;
+    EBase base;
+};
+void PrintTo(const SSetting& setting, std::ostream* out) { *out << setting.name; }
+} // namespace
+
+class BusPolicy : public testing::TestWithParam<SSetting>
+{
+protected:
+    void SetUp() override
+    {
+        if (geteuid() != 0)
+        {
+            GTEST_SKIP() << "needs root, to be several users of the bus";
+        }
+        if (GetParam().program == EBusProgram::DBUS_BROKER)
+        {
+            try
+            {
+                const TCPolicyBus withoutPolicies(EBusProgram::DBUS_BROKER, EBase::DEBIAN, "");
+            }
+            catch (const std::exception& error)
+            {
+                GTEST_SKIP() << "dbus-broker cannot be started here, whatever the policy: " << error.what();
+            }
+        }
+    }
+};
+
+TEST_P(BusPolicy, SaysWhoMayDoWhat)
+{
+    const TCPolicyBus bus(GetParam().program, GetParam().base, POLICY_FOLDER);
+    SScene scene(bus.Address());
+    for (const SRow& row : TABLE)
+    {
+        for (std::size_t column = 0; column < ACTORS.size(); ++column)
+        {
+            const auto& [who, user] = ACTORS[column];
+            if (GetParam().base == EBase::DEBIAN || row.holdsOnOpenBase)
+            {
+                SCOPED_TRACE(std::string(who) + ": " + row.action);
+                TCBusClient actor(ConnectAs(user, bus.Address()));
+                const std::string name = actor.Name();
+                const char* const text = name.c_str();
+                ASSERT_EQ(actor.Ask(DBUS_INTERFACE_DBUS, "GetConnectionUnixUser", DBUS_TYPE_STRING, &text), "");
+                ASSERT_EQ(actor.Answer(), IdOf(user)) << "the bus takes it for somebody else";
+                EXPECT_EQ(row.act(scene, actor), row.expected[column] ? "yes" : "no");
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(On, BusPolicy,
+                         testing::Values(SSetting{"dbus_daemon", EBusProgram::DBUS_DAEMON, EBase::DEBIAN},
+                                         SSetting{"dbus_broker", EBusProgram::DBUS_BROKER, EBase::DEBIAN},
+                                         SSetting{"open_dbus_daemon", EBusProgram::DBUS_DAEMON, EBase::OPEN},
+                                         SSetting{"open_dbus_broker", EBusProgram::DBUS_BROKER, EBase::OPEN}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// An interface that is added needs its lines in the policy, and then its name in the table above.
+TEST(BusPolicyNames, AreThoseOfTheInterfaces)
+{
+    std::vector<std::string> names;
+    protocol::ForEachInterface([&]<class Interface>(protocol::TType<Interface>)
+                               { names.push_back(protocol::TTable<Interface>::ConnectionName()); });
+    EXPECT_THAT(names, testing::UnorderedElementsAreArray(DAEMON_NAMES));
+    EXPECT_EQ(CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME, SIGNALS);
+}
+} // namespace CIM
