@@ -21,6 +21,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace CIM
@@ -132,6 +133,7 @@ try
     sigprocmask(SIG_BLOCK, &end, nullptr);
     const int ending = signalfd(-1, &end, SFD_CLOEXEC);
     Check(ending >= 0, "signalfd");
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
     const pid_t self = getpid();
     const pid_t bus = fork();
     Check(bus >= 0, "fork");
@@ -153,7 +155,11 @@ try
         }
     }
     privatebus::SendSignal(bus, SIGTERM);
-    return privatebus::WaitForEnd(bus);
+    const int status = privatebus::WaitForEnd(bus);
+    while (wait(nullptr) > 0) // for the broker, whose launcher does not wait
+    {
+    }
+    return status;
 }
 catch (const std::exception& error)
 {
@@ -185,5 +191,23 @@ TCPolicyBus::TCPolicyBus(EBusProgram program, EBase base, const std::string& pol
         std::ifstream words(m_folder.File("policy-bus.log"));
         throw std::runtime_error(std::string(error.Text()) + "\n" + std::string(std::istreambuf_iterator(words), {}));
     }
+}
+
+std::string WhyNotHere(EBusProgram program)
+try
+{
+    if (geteuid() != 0)
+    {
+        return "needs root, to be several users of the bus";
+    }
+    if (program == EBusProgram::DBUS_BROKER) // dbus-daemon is there, or no test of anything works
+    {
+        const TCPolicyBus withoutPolicies(program, EBase::DEBIAN, "");
+    }
+    return {};
+}
+catch (const std::exception& error)
+{
+    return std::string("dbus-broker cannot be started here: ") + error.what();
 }
 } // namespace CIM

@@ -36,4 +36,7 @@ private:
     privatebus::TCBusFolder m_folder;
     privatebus::TCKeeper m_keeper;
 };
+
+/// Why a policy cannot be tried here, whatever it says, with several users on that bus; empty: it can.
+std::string WhyNotHere(EBusProgram program);
 } // namespace CIM
