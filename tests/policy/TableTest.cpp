@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 #include <tvplatform/BusName.h>
 
-#include <algorithm>
 #include <array>
 #include <functional>
 #include <map>
@@ -119,19 +118,147 @@ std::string ForEach(const std::vector<std::string>& names, const std::function<s
     return common;
 }
 
+std::string OwnTheDaemonsNames(SScene&, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES, [&](auto& name) { return actor.Own(name); });
+}
+
+std::string OwnAReceiverName(SScene&, TCBusClient& actor) { return actor.Own(ReceiverNameOf(actor)); }
+
+std::string OwnANameBesideTheDaemons(SScene&, TCBusClient& actor)
+{
+    return ForEach({"com.kelvora.ciapi", "com.kelvora.ciapi.ICIOther"}, [&](auto& name) { return actor.Own(name); });
+}
+
+std::string OwnSomebodyElsesName(SScene&, TCBusClient& actor)
+{
+    return ForEach({"com.kelvora", "com.kelvora.subway", "com.kelvora.ciapiother", "org.example.Power"},
+                   [&](auto& name) { return actor.Own(name); });
+}
+
+std::string CallByName(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES,
+                   [&](auto& name) { return Calls(actor, scene.Daemon(name), Call(name, name.c_str())); });
+}
+
+std::string CallByUniqueName(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES, [&](auto& name)
+                   { return Calls(actor, scene.Daemon(name), Call(scene.Daemon(name).Name(), name.c_str())); });
+}
+
+std::string CallOneWay(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES,
+                   [&](auto& name)
+                   {
+                       const TCMessagePtr call = Call(name, name.c_str());
+                       dbus_message_set_no_reply(call.get(), TRUE);
+                       return Calls(actor, scene.Daemon(name), call);
+                   });
+}
+
+std::string CallSomethingElseOfTheDaemon(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES, [&](auto& name)
+                   { return Calls(actor, scene.Daemon(name), Call(name, "org.freedesktop.DBus.Properties")); });
+}
+
+std::string CallWithoutInterface(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES, [&](auto& name) { return Calls(actor, scene.Daemon(name), Call(name, nullptr)); });
+}
+
+std::string CallAnApplication(SScene& scene, TCBusClient& actor)
+{
+    return Calls(actor, scene.application, Call(ReceiverNameOf(scene.application), SIGNALS));
+}
+
+std::string CallSomebodyElseWithoutInterface(SScene& scene, TCBusClient& actor)
+{
+    return Calls(actor, scene.application, Call(scene.application.Name(), nullptr));
+}
+
+std::string Broadcast(SScene& scene, TCBusClient& actor)
+{
+    return Hears(scene.application, actor, Signal(SIGNALS, ""));
+}
+
+std::string DirectToReceiverName(SScene& scene, TCBusClient& actor)
+{
+    return Hears(scene.application, actor, Signal(SIGNALS, ReceiverNameOf(scene.application)));
+}
+
+std::string DirectToUniqueName(SScene& scene, TCBusClient& actor)
+{
+    return Hears(scene.application, actor, Signal(SIGNALS, scene.application.Name()));
+}
+
+std::string HearABroadcast(SScene& scene, TCBusClient& actor)
+{
+    actor.Match(std::string("type='signal',interface='") + SIGNALS + "'");
+    return Hears(actor, scene.Daemon(), Signal(SIGNALS, ""));
+}
+
+std::string HearADirectedOne(SScene& scene, TCBusClient& actor)
+{
+    return Hears(actor, scene.Daemon(), Signal(SIGNALS, actor.Name()));
+}
+
+std::string BroadcastItsOwnToTheDaemon(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES,
+                   [&](auto& name) { return Hears(scene.Daemon(name), actor, Signal("org.example.Power", "")); });
+}
+
+std::string DirectItsOwnToTheDaemon(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES,
+                   [&](auto& name) { return Hears(scene.Daemon(name), actor, Signal("org.example.Power", name)); });
+}
+
+std::string OverhearACall(SScene& scene, TCBusClient& actor)
+{
+    // Only the privileged, and nobody at all on dbus-broker, may ask for other people's messages.
+    const char* const rule = "eavesdrop='true',type='method_call'";
+    const std::string error = actor.Ask(DBUS_INTERFACE_DBUS, "AddMatch", DBUS_TYPE_STRING, &rule);
+    if (!error.empty())
+    {
+        return error == DBUS_ERROR_MATCH_RULE_INVALID ? "no" : TCBusClient::Verdict(error);
+    }
+    const std::string name = "com.kelvora.ciapi.ICIGeneral";
+    return Hears(actor, scene.application, Call(name, name.c_str()));
+}
+
+std::string MonitorTheBus(SScene&, TCBusClient& actor)
+{
+    const char** const rules = nullptr;
+    const unsigned flags = 0;
+    return TCBusClient::Verdict(actor.Ask("org.freedesktop.DBus.Monitoring", "BecomeMonitor", DBUS_TYPE_ARRAY,
+                                          DBUS_TYPE_STRING, &rules, 0, DBUS_TYPE_UINT32, &flags));
+}
+
+constexpr bool YES = true;
+constexpr bool no = false;
+
+/// The bases on which a row holds.
+enum EBases
+{
+    BOTH,
+    DEBIAN,
+    OPEN,
+};
+
 struct SRow
 {
     const char* action;
-    /// Of: daemon, daemon that is an application, application, stranger, root.
-    std::array<bool, 5> expected;
-    /// Where it is so: on both when the policy itself says it, and not the base.
-    std::vector<EBase> bases;
-    std::function<std::string(SScene&, TCBusClient& actor)> act;
-};
+    EBases bases;
+    std::array<bool, 5> expected; ///< in the order of ACTORS
+    std::string (*act)(SScene&, TCBusClient& actor);
 
-const std::vector<EBase> BOTH = {EBase::DEBIAN, EBase::OPEN};
-constexpr bool YES = true;
-constexpr bool no = false;
+    bool HoldsOn(EBase base) const { return bases == BOTH || (bases == DEBIAN) == (base == EBase::DEBIAN); }
+};
 
 const std::vector<std::pair<const char*, TSUser>> ACTORS = {{"the daemon", DAEMON},
                                                             {"a daemon in the group", DAEMON_AND_APPLICATION},
@@ -139,146 +266,35 @@ const std::vector<std::pair<const char*, TSUser>> ACTORS = {{"the daemon", DAEMO
                                                             {"a stranger", STRANGER},
                                                             {"root", ROOT}};
 
+// clang-format off
+// Where it is so: on both bases when the policy itself says it. Who: the daemon's user, the same in the group of the
+// applications, an application, a stranger, root.
 const std::vector<SRow> TABLE = {
-    {"own the daemon's names",
-     {YES, YES, no, no, no},
-     BOTH,
-     [](SScene&, TCBusClient& actor) { return ForEach(DAEMON_NAMES, [&](auto& name) { return actor.Own(name); }); }},
-    {"own a receiver name",
-     {no, YES, YES, no, YES},
-     BOTH,
-     [](SScene&, TCBusClient& actor) { return actor.Own(ReceiverNameOf(actor)); }},
-    {"own a name beside the daemon's",
-     {no, no, no, no, no},
-     BOTH,
-     [](SScene&, TCBusClient& actor) {
-         return ForEach({"com.kelvora.ciapi", "com.kelvora.ciapi.ICIOther"},
-                        [&](auto& name) { return actor.Own(name); });
-     }},
-    {"own somebody else's name",
-     {no, no, no, no, no},
-     {EBase::DEBIAN},
-     [](SScene&, TCBusClient& actor)
-     {
-         return ForEach({"com.kelvora", "com.kelvora.subway", "com.kelvora.ciapiother", "org.example.Power"},
-                        [&](auto& name) { return actor.Own(name); });
-     }},
-    {"call the daemon by name",
-     {no, YES, YES, no, YES},
-     BOTH,
-     [](SScene& scene, TCBusClient& actor)
-     {
-         return ForEach(DAEMON_NAMES,
-                        [&](auto& name) { return Calls(actor, scene.Daemon(name), Call(name, name.c_str())); });
-     }},
-    {"call the daemon by its unique name",
-     {no, YES, YES, no, YES},
-     BOTH,
-     [](SScene& scene, TCBusClient& actor)
-     {
-         return ForEach(DAEMON_NAMES, [&](auto& name)
-                        { return Calls(actor, scene.Daemon(name), Call(scene.Daemon(name).Name(), name.c_str())); });
-     }},
-    {"call the daemon one-way",
-     {no, YES, YES, no, YES},
-     BOTH,
-     [](SScene& scene, TCBusClient& actor)
-     {
-         return ForEach(DAEMON_NAMES,
-                        [&](auto& name)
-                        {
-                            const TCMessagePtr call = Call(name, name.c_str());
-                            dbus_message_set_no_reply(call.get(), TRUE);
-                            return Calls(actor, scene.Daemon(name), call);
-                        });
-     }},
-    {"call something else of the daemon's process",
-     {no, no, no, no, no},
-     BOTH,
-     [](SScene& scene, TCBusClient& actor)
-     {
-         return ForEach(DAEMON_NAMES, [&](auto& name)
-                        { return Calls(actor, scene.Daemon(name), Call(name, "org.freedesktop.DBus.Properties")); });
-     }},
-    {"call without an interface",
-     {no, no, no, no, no},
-     BOTH,
-     [](SScene& scene, TCBusClient& actor) {
-         return Calls(actor, scene.Daemon("com.kelvora.ciapi.ICIGeneral"),
-                      Call("com.kelvora.ciapi.ICIGeneral", nullptr));
-     }},
-    {"call an application",
-     {no, no, no, no, no},
-     {EBase::DEBIAN},
-     [](SScene& scene, TCBusClient& actor)
-     { return Calls(actor, scene.application, Call(ReceiverNameOf(scene.application), SIGNALS)); }},
-    {"broadcast a signal of the daemon",
-     {YES, YES, no, no, no},
-     BOTH,
-     [](SScene& scene, TCBusClient& actor) { return Hears(scene.application, actor, Signal(SIGNALS, "")); }},
-    {"direct it to an application's receiver name",
-     {YES, YES, no, no, no},
-     BOTH,
-     [](SScene& scene, TCBusClient& actor)
-     { return Hears(scene.application, actor, Signal(SIGNALS, ReceiverNameOf(scene.application))); }},
-    {"direct it to an application's unique name",
-     {YES, YES, no, no, no},
-     BOTH,
-     [](SScene& scene, TCBusClient& actor)
-     { return Hears(scene.application, actor, Signal(SIGNALS, scene.application.Name())); }},
-    {"hear what the daemon broadcasts",
-     {no, YES, YES, no, YES},
-     BOTH,
-     [](SScene& scene, TCBusClient& actor)
-     {
-         actor.Match(std::string("type='signal',interface='") + SIGNALS + "'");
-         return Hears(actor, scene.Daemon(), Signal(SIGNALS, ""));
-     }},
-    {"hear what the daemon directs to it",
-     {no, YES, YES, no, YES},
-     BOTH,
-     [](SScene& scene, TCBusClient& actor) { return Hears(actor, scene.Daemon(), Signal(SIGNALS, actor.Name())); }},
-    // The denials take nothing from anybody else's traffic, the daemon's own included.
-    {"broadcast its own signal to the daemon",
-     {YES, YES, YES, YES, YES},
-     BOTH,
-     [](SScene& scene, TCBusClient& actor) { return Hears(scene.Daemon(), actor, Signal("org.example.Power", "")); }},
-    {"direct its own signal to the daemon",
-     {YES, YES, YES, YES, YES},
-     BOTH,
-     [](SScene& scene, TCBusClient& actor)
-     { return Hears(scene.Daemon(), actor, Signal("org.example.Power", "com.kelvora.ciapi.ICISignalSubscriber")); }},
-    {"call somebody else without an interface",
-     {YES, YES, YES, YES, YES},
-     {EBase::OPEN},
-     [](SScene& scene, TCBusClient& actor)
-     { return Calls(actor, scene.application, Call(scene.application.Name(), nullptr)); }},
-    {"overhear a call",
-     {no, no, no, no, no},
-     {EBase::DEBIAN},
-     [](SScene& scene, TCBusClient& actor)
-     {
-         // Only the privileged, and nobody at all on dbus-broker, may ask for other people's messages.
-         const char* const rule = "eavesdrop='true',type='method_call'";
-         const std::string error = actor.Ask(DBUS_INTERFACE_DBUS, "AddMatch", DBUS_TYPE_STRING, &rule);
-         if (!error.empty())
-         {
-             return error == DBUS_ERROR_MATCH_RULE_INVALID ? "no" : TCBusClient::Verdict(error);
-         }
-         const std::string name = "com.kelvora.ciapi.ICIGeneral";
-         return Hears(actor, scene.application, Call(name, name.c_str()));
-     }},
-    {"monitor the bus",
-     {no, no, no, no, YES},
-     {EBase::DEBIAN},
-     [](SScene&, TCBusClient& actor)
-     {
-         const char** const rules = nullptr;
-         const unsigned flags = 0;
-         return TCBusClient::Verdict(actor.Ask("org.freedesktop.DBus.Monitoring", "BecomeMonitor", DBUS_TYPE_ARRAY,
-                                               DBUS_TYPE_STRING, &rules, 0, DBUS_TYPE_UINT32, &flags));
-     }},
+    //                                               daemon  in group  appl.  stranger  root
+    {"own the daemon's names",              BOTH,    {YES,    YES,      no,    no,       no }, OwnTheDaemonsNames},
+    {"own a receiver name",                 BOTH,    {no,     YES,      YES,   no,       YES}, OwnAReceiverName},
+    {"own a name beside the daemon's",      BOTH,    {no,     no,       no,    no,       no }, OwnANameBesideTheDaemons},
+    {"own somebody else's name",            DEBIAN,  {no,     no,       no,    no,       no }, OwnSomebodyElsesName},
+    {"call the daemon by name",             BOTH,    {no,     YES,      YES,   no,       YES}, CallByName},
+    {"call it by its unique name",          BOTH,    {no,     YES,      YES,   no,       YES}, CallByUniqueName},
+    {"call it one-way",                     BOTH,    {no,     YES,      YES,   no,       YES}, CallOneWay},
+    {"call what else its process offers",   BOTH,    {no,     no,       no,    no,       no }, CallSomethingElseOfTheDaemon},
+    {"call it without an interface",        BOTH,    {no,     no,       no,    no,       no }, CallWithoutInterface},
+    {"call an application",                 DEBIAN,  {no,     no,       no,    no,       no }, CallAnApplication},
+    {"broadcast a signal of the daemon",    BOTH,    {YES,    YES,      no,    no,       no }, Broadcast},
+    {"direct one to a receiver name",       BOTH,    {YES,    YES,      no,    no,       no }, DirectToReceiverName},
+    {"direct one to a unique name",         BOTH,    {YES,    YES,      no,    no,       no }, DirectToUniqueName},
+    {"hear what the daemon broadcasts",     BOTH,    {no,     YES,      YES,   no,       YES}, HearABroadcast},
+    {"hear what it directs there",          BOTH,    {no,     YES,      YES,   no,       YES}, HearADirectedOne},
+    // Nothing is taken from anybody else's traffic, the daemon's own included.
+    {"tell all, the daemon among them",     BOTH,    {YES,    YES,      YES,   YES,      YES}, BroadcastItsOwnToTheDaemon},
+    {"tell the daemon something",           BOTH,    {YES,    YES,      YES,   YES,      YES}, DirectItsOwnToTheDaemon},
+    {"call others without an interface",    OPEN,    {YES,    YES,      YES,   YES,      YES}, CallSomebodyElseWithoutInterface},
+    // What only the base says, for whoever relies on it.
+    {"overhear a call",                     DEBIAN,  {no,     no,       no,    no,       no }, OverhearACall},
+    {"monitor the bus",                     DEBIAN,  {no,     no,       no,    no,       YES}, MonitorTheBus},
 };
+// clang-format on
 
 struct SSetting
 {
@@ -306,7 +322,7 @@ TEST_P(BusPolicy, SaysWhoMayDoWhat)
         for (std::size_t column = 0; column < ACTORS.size(); ++column)
         {
             const auto& [who, user] = ACTORS[column];
-            if (std::count(row.bases.begin(), row.bases.end(), GetParam().base) != 0)
+            if (row.HoldsOn(GetParam().base))
             {
                 SCOPED_TRACE(std::string(who) + ": " + row.action);
                 TCBusClient actor(ConnectAs(user, bus.Address()));
