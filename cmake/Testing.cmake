@@ -9,8 +9,11 @@ function(ciapi_add_test NAME)
   if(NOT TEST_TIMEOUT)
     set(TEST_TIMEOUT 60)
   endif()
-  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST
-    PROPERTIES TIMEOUT ${TEST_TIMEOUT} FIXTURES_REQUIRED "${TEST_FIXTURE}")
+  set(properties TIMEOUT ${TEST_TIMEOUT})
+  if(TEST_FIXTURE)
+    list(APPEND properties FIXTURES_REQUIRED ${TEST_FIXTURE})
+  endif()
+  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
 endfunction()
 
 if(CIAPI_BUILD_TESTS)
