@@ -167,10 +167,16 @@ catch (const std::exception& error)
     ready(); // whoever connects finds nobody, and reads why
     return 1;
 }
+
+privatebus::TCBusFolder MakeFolderBeside(const std::string& policies)
+{
+    Check(policies.empty() || access(policies.c_str(), R_OK) == 0, "the test BusPolicy.Install comes first");
+    return privatebus::TCBusFolder::Make("ciapi-policy");
+}
 } // namespace
 
 TCPolicyBus::TCPolicyBus(EBusProgram program, EBase base, const std::string& policies)
-    : m_folder(privatebus::TCBusFolder::Make("ciapi-policy"))
+    : m_folder(MakeFolderBeside(policies))
 {
     {
         std::ofstream configuration(m_folder.File("policy-bus.conf"));
