@@ -1,0 +1,355 @@
+#include "policy/BusClient.h"
+#include "policy/PolicyBus.h"
+#include "policy/Users.h"
+#include "protocol/Interfaces.h"
+
+#include <gmock/gmock.h>
+#include <tvplatform/BusName.h>
+
+#include <array>
+#include <functional>
+#include <map>
+
+// Who may do what under the policy that is installed: each cell of one table is tried on each bus. The expectations are
+// typed by hand.
+
+namespace CIM
+{
+namespace
+{
+constexpr const char* SIGNALS = "com.kelvora.ciapi.SignalIFace";
+const std::vector<std::string> DAEMON_NAMES = {
+    "com.kelvora.ciapi.ICIGeneral",
+    "com.kelvora.ciapi.ICIAppMMI",
+    "com.kelvora.ciapi.ICIOperatorProfile",
+    "com.kelvora.ciapi.IPvrCip",
+    "com.kelvora.ciapi.ICIDebug",
+    "com.kelvora.ciapi.ICIAuxiliaryFileSystem",
+    "com.kelvora.ciapi.ICISignalSubscriber",
+    "com.kelvora.ciapi.ICICAMPlayer",
+    "com.kelvora.ciapi.ICISampleDecryption",
+};
+
+TCMessagePtr Call(const std::string& destination, const char* interface)
+{
+    return TCMessagePtr(
+        dbus_message_new_method_call(destination.c_str(), "/com/kelvora/Object", interface, "MethodCall"));
+}
+
+TCMessagePtr Signal(const char* interface, const std::string& destination)
+{
+    TCMessagePtr signal(dbus_message_new_signal("/com/kelvora/ciapi/SignalObject", interface, "Signal"));
+    dbus_message_set_destination(signal.get(), destination.empty() ? nullptr : destination.c_str());
+    return signal;
+}
+
+std::string ReceiverNameOf(const TCBusClient& client)
+{
+    const std::string unique = client.Name();
+    std::array<char, 256> buffer{};
+    int size = buffer.size() - 1;
+    IPCUtility_GenerateSubConnectionName(unique.c_str(), static_cast<int>(unique.size()), buffer.data(), &size);
+    return buffer.data();
+}
+
+/// A daemon and an application, for an actor to try something on. Each name of the daemon has a connection of its own: what
+/// the policy says of one name holds for whatever else its owner has.
+struct SScene
+{
+    explicit SScene(const std::string& address) : application(ConnectAs(APPLICATION, address))
+    {
+        for (const std::string& name : DAEMON_NAMES)
+        {
+            TCBusClient& owner = daemons.emplace(name, ConnectAs(DAEMON, address)).first->second;
+            EXPECT_EQ(owner.Own(name), "yes") << name;
+            owner.Match("type='signal',interface='org.example.Power'");
+        }
+        EXPECT_EQ(application.Own(ReceiverNameOf(application)), "yes");
+        application.Match(std::string("type='signal',interface='") + SIGNALS + "'");
+    }
+
+    TCBusClient& Daemon(const std::string& name = "com.kelvora.ciapi.ICISignalSubscriber") { return daemons.at(name); }
+
+    std::map<std::string, TCBusClient> daemons;
+    TCBusClient application;
+};
+
+std::string Hears(TCBusClient& receiver, TCBusClient& sender, const TCMessagePtr& message)
+{
+    const dbus_uint32_t serial = sender.Send(message.get());
+    return receiver.Find(sender, serial) != nullptr ? "yes" : "no";
+}
+
+/// Either the whole way there and back, or refused in so many words; a one-way call just arrives or does not.
+std::string Calls(TCBusClient& caller, TCBusClient& callee, const TCMessagePtr& call)
+{
+    const dbus_uint32_t serial = caller.Send(call.get());
+    DBusMessage* const arrived = callee.Find(caller, serial);
+    if (dbus_message_get_no_reply(call.get()))
+    {
+        return arrived != nullptr ? "yes" : "no";
+    }
+    if (arrived != nullptr)
+    {
+        callee.Send(TCMessagePtr(dbus_message_new_method_return(arrived)).get());
+    }
+    const int answer = caller.AnswerTo(serial);
+    const bool isConsistent =
+        answer == (arrived != nullptr ? DBUS_MESSAGE_TYPE_METHOD_RETURN : DBUS_MESSAGE_TYPE_ERROR);
+    return !isConsistent ? "answered by " + std::to_string(answer) : arrived != nullptr ? "yes" : "no";
+}
+
+/// The common answer of all; several when they differ.
+std::string ForEach(const std::vector<std::string>& names, const std::function<std::string(const std::string&)>& act)
+{
+    std::string common;
+    for (const std::string& name : names)
+    {
+        const std::string verdict = act(name);
+        if (common.empty() || common == verdict)
+        {
+            common = verdict;
+        }
+        else
+        {
+            return common + " until " + name + ": " + verdict;
+        }
+    }
+    return common;
+}
+
+std::string OwnTheDaemonsNames(SScene&, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES, [&](auto& name) { return actor.Own(name); });
+}
+
+std::string OwnAReceiverName(SScene&, TCBusClient& actor) { return actor.Own(ReceiverNameOf(actor)); }
+
+std::string OwnANameBesideTheDaemons(SScene&, TCBusClient& actor)
+{
+    return ForEach({"com.kelvora.ciapi", "com.kelvora.ciapi.ICIOther"}, [&](auto& name) { return actor.Own(name); });
+}
+
+std::string OwnSomebodyElsesName(SScene&, TCBusClient& actor)
+{
+    return ForEach({"com.kelvora", "com.kelvora.subway", "com.kelvora.ciapiother", "org.example.Power"},
+                   [&](auto& name) { return actor.Own(name); });
+}
+
+std::string CallByName(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES,
+                   [&](auto& name) { return Calls(actor, scene.Daemon(name), Call(name, name.c_str())); });
+}
+
+std::string CallByUniqueName(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES, [&](auto& name)
+                   { return Calls(actor, scene.Daemon(name), Call(scene.Daemon(name).Name(), name.c_str())); });
+}
+
+std::string CallOneWay(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES,
+                   [&](auto& name)
+                   {
+                       const TCMessagePtr call = Call(name, name.c_str());
+                       dbus_message_set_no_reply(call.get(), TRUE);
+                       return Calls(actor, scene.Daemon(name), call);
+                   });
+}
+
+std::string CallSomethingElseOfTheDaemon(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES, [&](auto& name)
+                   { return Calls(actor, scene.Daemon(name), Call(name, "org.freedesktop.DBus.Properties")); });
+}
+
+std::string CallWithoutInterface(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES, [&](auto& name) { return Calls(actor, scene.Daemon(name), Call(name, nullptr)); });
+}
+
+std::string CallAnApplication(SScene& scene, TCBusClient& actor)
+{
+    return Calls(actor, scene.application, Call(ReceiverNameOf(scene.application), SIGNALS));
+}
+
+std::string CallSomebodyElseWithoutInterface(SScene& scene, TCBusClient& actor)
+{
+    return Calls(actor, scene.application, Call(scene.application.Name(), nullptr));
+}
+
+std::string Broadcast(SScene& scene, TCBusClient& actor)
+{
+    return Hears(scene.application, actor, Signal(SIGNALS, ""));
+}
+
+std::string DirectToReceiverName(SScene& scene, TCBusClient& actor)
+{
+    return Hears(scene.application, actor, Signal(SIGNALS, ReceiverNameOf(scene.application)));
+}
+
+std::string DirectToUniqueName(SScene& scene, TCBusClient& actor)
+{
+    return Hears(scene.application, actor, Signal(SIGNALS, scene.application.Name()));
+}
+
+std::string HearABroadcast(SScene& scene, TCBusClient& actor)
+{
+    actor.Match(std::string("type='signal',interface='") + SIGNALS + "'");
+    return Hears(actor, scene.Daemon(), Signal(SIGNALS, ""));
+}
+
+std::string HearADirectedOne(SScene& scene, TCBusClient& actor)
+{
+    return Hears(actor, scene.Daemon(), Signal(SIGNALS, actor.Name()));
+}
+
+std::string BroadcastItsOwnToTheDaemon(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES,
+                   [&](auto& name) { return Hears(scene.Daemon(name), actor, Signal("org.example.Power", "")); });
+}
+
+std::string DirectItsOwnToTheDaemon(SScene& scene, TCBusClient& actor)
+{
+    return ForEach(DAEMON_NAMES,
+                   [&](auto& name) { return Hears(scene.Daemon(name), actor, Signal("org.example.Power", name)); });
+}
+
+std::string OverhearACall(SScene& scene, TCBusClient& actor)
+{
+    // Only the privileged, and nobody at all on dbus-broker, may ask for other people's messages.
+    const char* const rule = "eavesdrop='true',type='method_call'";
+    const std::string error = actor.Ask(DBUS_INTERFACE_DBUS, "AddMatch", DBUS_TYPE_STRING, &rule);
+    if (!error.empty())
+    {
+        return error == DBUS_ERROR_MATCH_RULE_INVALID ? "no" : TCBusClient::Verdict(error);
+    }
+    const std::string name = "com.kelvora.ciapi.ICIGeneral";
+    return Hears(actor, scene.application, Call(name, name.c_str()));
+}
+
+std::string MonitorTheBus(SScene&, TCBusClient& actor)
+{
+    const char** const rules = nullptr;
+    const unsigned flags = 0;
+    return TCBusClient::Verdict(actor.Ask("org.freedesktop.DBus.Monitoring", "BecomeMonitor", DBUS_TYPE_ARRAY,
+                                          DBUS_TYPE_STRING, &rules, 0, DBUS_TYPE_UINT32, &flags));
+}
+
+constexpr bool YES = true;
+constexpr bool no = false;
+
+/// The bases on which a row holds.
+enum EBases
+{
+    BOTH,
+    DEBIAN,
+    OPEN,
+};
+
+struct SRow
+{
+    const char* action;
+    EBases bases;
+    std::array<bool, 5> expected; ///< in the order of ACTORS
+    std::string (*act)(SScene&, TCBusClient& actor);
+
+    bool HoldsOn(EBase base) const { return bases == BOTH || (bases == DEBIAN) == (base == EBase::DEBIAN); }
+};
+
+const std::vector<std::pair<const char*, TSUser>> ACTORS = {{"the daemon", DAEMON},
+                                                            {"a daemon in the group", DAEMON_AND_APPLICATION},
+                                                            {"an application", APPLICATION},
+                                                            {"a stranger", STRANGER},
+                                                            {"root", ROOT}};
+
+// clang-format off
+// Where it is so: on both bases when the policy itself says it. Who: the daemon's user, the same in the group of the
+// applications, an application, a stranger, root.
+const std::vector<SRow> TABLE = {
+    //                                               daemon  in group  appl.  stranger  root
+    {"own the daemon's names",              BOTH,    {YES,    YES,      no,    no,       no }, OwnTheDaemonsNames},
+    {"own a receiver name",                 BOTH,    {no,     YES,      YES,   no,       YES}, OwnAReceiverName},
+    {"own a name beside the daemon's",      BOTH,    {no,     no,       no,    no,       no }, OwnANameBesideTheDaemons},
+    {"own somebody else's name",            DEBIAN,  {no,     no,       no,    no,       no }, OwnSomebodyElsesName},
+    {"call the daemon by name",             BOTH,    {no,     YES,      YES,   no,       YES}, CallByName},
+    {"call it by its unique name",          BOTH,    {no,     YES,      YES,   no,       YES}, CallByUniqueName},
+    {"call it one-way",                     BOTH,    {no,     YES,      YES,   no,       YES}, CallOneWay},
+    {"call what else its process offers",   BOTH,    {no,     no,       no,    no,       no }, CallSomethingElseOfTheDaemon},
+    {"call it without an interface",        BOTH,    {no,     no,       no,    no,       no }, CallWithoutInterface},
+    {"call an application",                 DEBIAN,  {no,     no,       no,    no,       no }, CallAnApplication},
+    {"broadcast a signal of the daemon",    BOTH,    {YES,    YES,      no,    no,       no }, Broadcast},
+    {"direct one to a receiver name",       BOTH,    {YES,    YES,      no,    no,       no }, DirectToReceiverName},
+    {"direct one to a unique name",         BOTH,    {YES,    YES,      no,    no,       no }, DirectToUniqueName},
+    {"hear what the daemon broadcasts",     BOTH,    {no,     YES,      YES,   no,       YES}, HearABroadcast},
+    {"hear what it directs there",          BOTH,    {no,     YES,      YES,   no,       YES}, HearADirectedOne},
+    // Nothing is taken from anybody else's traffic, the daemon's own included.
+    {"tell all, the daemon among them",     BOTH,    {YES,    YES,      YES,   YES,      YES}, BroadcastItsOwnToTheDaemon},
+    {"tell the daemon something",           BOTH,    {YES,    YES,      YES,   YES,      YES}, DirectItsOwnToTheDaemon},
+    {"call others without an interface",    OPEN,    {YES,    YES,      YES,   YES,      YES}, CallSomebodyElseWithoutInterface},
+    // What only the base says, for whoever relies on it.
+    {"overhear a call",                     DEBIAN,  {no,     no,       no,    no,       no }, OverhearACall},
+    {"monitor the bus",                     DEBIAN,  {no,     no,       no,    no,       YES}, MonitorTheBus},
+};
+// clang-format on
+
+struct SSetting
+{
+    const char* name;
+    EBusProgram program;
+    EBase base;
+};
+void PrintTo(const SSetting& setting, std::ostream* out) { *out << setting.name; }
+} // namespace
+
+class BusPolicy : public testing::TestWithParam<SSetting>
+{
+};
+
+TEST_P(BusPolicy, SaysWhoMayDoWhat)
+{
+    if (const std::string reason = WhyNotHere(GetParam().program); !reason.empty())
+    {
+        GTEST_SKIP() << reason;
+    }
+    const TCPolicyBus bus(GetParam().program, GetParam().base, POLICY_FOLDER);
+    SScene scene(bus.Address());
+    for (const SRow& row : TABLE)
+    {
+        for (std::size_t column = 0; column < ACTORS.size(); ++column)
+        {
+            const auto& [who, user] = ACTORS[column];
+            if (row.HoldsOn(GetParam().base))
+            {
+                SCOPED_TRACE(std::string(who) + ": " + row.action);
+                TCBusClient actor(ConnectAs(user, bus.Address()));
+                const std::string name = actor.Name();
+                const char* const text = name.c_str();
+                ASSERT_EQ(actor.Ask(DBUS_INTERFACE_DBUS, "GetConnectionUnixUser", DBUS_TYPE_STRING, &text), "");
+                ASSERT_EQ(actor.Answer(), IdOf(user)) << "the bus takes it for somebody else";
+                EXPECT_EQ(row.act(scene, actor), row.expected[column] ? "yes" : "no");
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(On, BusPolicy,
+                         testing::Values(SSetting{"dbus_daemon", EBusProgram::DBUS_DAEMON, EBase::DEBIAN},
+                                         SSetting{"dbus_broker", EBusProgram::DBUS_BROKER, EBase::DEBIAN},
+                                         SSetting{"open_dbus_daemon", EBusProgram::DBUS_DAEMON, EBase::OPEN},
+                                         SSetting{"open_dbus_broker", EBusProgram::DBUS_BROKER, EBase::OPEN}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// An interface that is added needs its lines in the policy, and then its name in the table above.
+TEST(BusPolicyNames, AreThoseOfTheInterfaces)
+{
+    std::vector<std::string> names;
+    protocol::ForEachInterface([&]<class Interface>(protocol::TType<Interface>)
+                               { names.push_back(protocol::TTable<Interface>::ConnectionName()); });
+    EXPECT_THAT(names, testing::UnorderedElementsAreArray(DAEMON_NAMES));
+    EXPECT_EQ(CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME, SIGNALS);
+}
+} // namespace CIM
