@@ -20,3 +20,7 @@ echo "Installing: ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
 "${as_root[@]}" apt-get update -q
 "${as_root[@]}" apt-get install -q -y --no-install-recommends "${missing[@]}"
+# The tests start a dbus-broker of their own. Its package would make it the system bus from the next boot on.
+if [[ " ${missing[*]} " == *" dbus-broker "* ]]; then
+  "${as_root[@]}" systemctl disable dbus-broker.service || true
+fi

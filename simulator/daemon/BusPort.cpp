@@ -84,9 +84,13 @@ long TCBusPort::OutgoingBytes() const
     return m_connection != nullptr ? dbus_connection_get_outgoing_size(m_connection.get()) : 0;
 }
 
-DBusHandlerResult TCBusPort::m_Filter(DBusConnection*, DBusMessage* message, void* self)
+CIM_CALLED_BY_LIBDBUS DBusHandlerResult TCBusPort::m_Filter(DBusConnection*, DBusMessage* message, void* self)
 {
-    auto& port = *static_cast<TCBusPort*>(self);
+    return static_cast<TCBusPort*>(self)->m_Handle(message);
+}
+
+DBusHandlerResult TCBusPort::m_Handle(DBusMessage* message)
+{
     const TCMessagePtr kept(dbus_message_ref(message)); // a handler may close the connection that holds it
     try
     {
@@ -96,12 +100,12 @@ DBusHandlerResult TCBusPort::m_Filter(DBusConnection*, DBusMessage* message, voi
             {
                 return DBUS_HANDLER_RESULT_NOT_YET_HANDLED; // libdbus's own
             }
-            port.m_events.onCall(message);
+            m_events.onCall(message);
             return DBUS_HANDLER_RESULT_HANDLED;
         }
         if (dbus_message_is_signal(message, DBUS_INTERFACE_LOCAL, "Disconnected"))
         {
-            port.m_events.onLost();
+            m_events.onLost();
             return DBUS_HANDLER_RESULT_HANDLED;
         }
         const char* name = nullptr;
@@ -109,7 +113,7 @@ DBusHandlerResult TCBusPort::m_Filter(DBusConnection*, DBusMessage* message, voi
             dbus_message_has_sender(message, DBUS_SERVICE_DBUS) &&
             dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID) && name[0] == ':')
         {
-            port.m_events.onClientGone(name);
+            m_events.onClientGone(name);
         }
     }
     catch (const std::exception& error)

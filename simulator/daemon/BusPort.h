@@ -42,6 +42,7 @@ public:
     long OutgoingBytes() const;
 
 private:
+    DBusHandlerResult m_Handle(DBusMessage* message);
     static DBusHandlerResult m_Filter(DBusConnection* connection, DBusMessage* message, void* self);
 
     GMainContext* m_context;

@@ -162,7 +162,8 @@ EIPCMessageType TCCIMIPCConnection::t_GetMessageType(DBusMessage* message) { ret
 
 DBusHandlerResult TCCIMIPCConnection::t_MessageHandler(DBusMessage* message) { return m_receiver->Handle(message); }
 
-DBusHandlerResult TCCIMIPCConnection::t_MessageHandlerHelper(DBusConnection*, DBusMessage* message, void* userData)
+CIM_CALLED_BY_LIBDBUS DBusHandlerResult TCCIMIPCConnection::t_MessageHandlerHelper(DBusConnection*,
+                                                                                   DBusMessage* message, void* userData)
 {
     return static_cast<TCSignalReceiver*>(userData)->Filter(message);
 }

@@ -1,19 +1,24 @@
-// Fatal paths end the process by a signal, which the tests want to see: the sanitizers leave it alone.
-extern "C" __attribute__((visibility("default"))) const char* __asan_default_options()
-{
-    return "handle_segv=0:handle_abort=0";
-}
+// Part of every program that is built with sanitizers: what they are to leave alone, and why.
 
-// The thread sanitizer does not see the atomic counters by which libdbus passes its messages from thread to thread, so
-// it looks at what instrumented code does, not at what libdbus copies.
-extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options()
-{
-    return "handle_segv=0:handle_abort=0:ignore_noninstrumented_modules=1";
-}
+#define VISIBLE extern "C" __attribute__((visibility("default")))
 
-// libdbus takes its lock of the buses and that of a connection in one order when the connection is made, in the other
-// when it ends.
-extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions()
+// Fatal paths end the process by a signal, which the tests want to see.
+VISIBLE const char* __asan_default_options() { return "handle_segv=0:handle_abort=0"; }
+
+// Children that exit are waited for: the sanitizer's second of patience at every exit would be all that is measured.
+VISIBLE const char* __tsan_default_options() { return "handle_segv=0:handle_abort=0:atexit_sleep_ms=0"; }
+
+// What libdbus and GLib do among themselves: neither is built with the sanitizer. A line hides what they touch and lock
+// themselves, not what this project's code does when they call it: that begins in functions without instrumentation
+// (CIM_CALLED_BY_LIBDBUS), so that no frame of theirs is on its stack. tests/sanitizers plants faults there.
+VISIBLE const char* __tsan_default_suppressions()
 {
-    return "deadlock:libdbus-1.so\n";
+    return
+        // Messages go from thread to thread by atomic counters, which the sanitizer does not see.
+        "race:libdbus-1.so\n"
+        // Mutexes are futexes of its own, which the sanitizer does not see either.
+        "race:libglib-2.0.so\n"
+        // The lock of all buses is taken before that of a connection that is being made, and that of a connection
+        // before that of all buses when it is lost. One that is being made is known to one thread: they cannot meet.
+        "deadlock:libdbus-1.so\n";
 }

@@ -1,5 +1,7 @@
 #include "support/ScriptedDaemon.h"
 
+#include "bus/Handles.h"
+
 #include <poll.h>
 #include <stdexcept>
 #include <sys/eventfd.h>
@@ -115,7 +117,12 @@ void TCScriptedDaemon::m_Run()
     }
 }
 
-DBusHandlerResult TCScriptedDaemon::m_Filter(DBusConnection* connection, DBusMessage* message, void* self)
+CIM_CALLED_BY_LIBDBUS DBusHandlerResult TCScriptedDaemon::m_Filter(DBusConnection*, DBusMessage* message, void* self)
+{
+    return static_cast<TCScriptedDaemon*>(self)->m_Handle(message);
+}
+
+DBusHandlerResult TCScriptedDaemon::m_Handle(DBusMessage* message)
 {
     if (dbus_message_get_type(message) != DBUS_MESSAGE_TYPE_METHOD_CALL ||
         !dbus_message_has_member(message, "MethodCall"))
@@ -123,9 +130,9 @@ DBusHandlerResult TCScriptedDaemon::m_Filter(DBusConnection* connection, DBusMes
         return DBUS_HANDLER_RESULT_NOT_YET_HANDLED;
     }
     const TMessage request = Own(dbus_message_ref(message));
-    if (const TMessage reply = static_cast<TCScriptedDaemon*>(self)->m_answer(request))
+    if (const TMessage reply = m_answer(request))
     {
-        dbus_connection_send(connection, reply.get(), nullptr);
+        dbus_connection_send(m_connection, reply.get(), nullptr);
     }
     return DBUS_HANDLER_RESULT_HANDLED;
 }

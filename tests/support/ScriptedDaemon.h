@@ -48,6 +48,7 @@ public:
 private:
     void m_Run();
     void m_WakeUp() const;
+    DBusHandlerResult m_Handle(DBusMessage* message);
     static DBusHandlerResult m_Filter(DBusConnection* connection, DBusMessage* message, void* self);
 
     DBusConnection* m_connection;
