@@ -240,8 +240,9 @@ void ReadJson(const TJson& json, TSFault& read, const TCJsonPath& path)
     const TSKind& kind = KindOf(json, path);
     TSFault fault;
     fault.kind = kind.kind;
-    for (const auto& [name, value] : json.items())
+    for (const auto& item : json.items())
     {
+        const std::string& name = item.key();
         if (name == "kind")
         {
             continue;
@@ -255,7 +256,7 @@ void ReadJson(const TJson& json, TSFault& read, const TCJsonPath& path)
                                                     "\" has no such member; it takes " +
                                                     Joined(Words(std::string(WHEN) + std::string(kind.members))));
         }
-        member->read(value, fault, memberPath);
+        member->read(item.value(), fault, memberPath);
     }
     Complete(fault, kind, path);
     read = std::move(fault);
