@@ -119,7 +119,9 @@ void CheckJournal(const TCJournal& journal)
 
 void Play(fuzz::TCInput input, GMainContext* context)
 {
-    TCModel model(DefaultSet(), 1);
+    const std::size_t size = input.Rest().size();
+    static const TSSetDefinition set = DefaultSet();
+    TCModel model(set, 1);
     TSSimulatedDaemonOptions options;
     options.context = context;
     options.markerPath = "";
@@ -153,8 +155,11 @@ void Play(fuzz::TCInput input, GMainContext* context)
         }
     }
     bus.events.onClientGone(":1.1");
-    CheckJournal(daemon.Journal());
-    Require(json::Dump(daemon.State()).size() > 2);
+    if (size % 8 == 0) // not always: this takes more time than all the rest
+    {
+        CheckJournal(daemon.Journal());
+        Require(json::Dump(daemon.State()).size() > 2);
+    }
 }
 } // namespace
 } // namespace CIM::sim

@@ -44,7 +44,10 @@ void Play(const TSScenario& scenario)
         std::visit(TSPlayer{model}, step.action);
     }
     model.AdvanceTo(model.Now() + MOST_MS);
-    Require(model.State().is_object());
+    if (signals % 8 == 0) // not always: this takes more time than all the rest
+    {
+        Require(model.State().is_object());
+    }
 }
 } // namespace
 

@@ -87,6 +87,9 @@ constexpr TSMember MEMBERS[] = {
         "toSubscribers", [](auto& fault) -> auto& { return fault.isToSubscribers; }),
 };
 
+/// The signals of a fault that sends them in one go: the daemon answers nobody meanwhile.
+constexpr unsigned MOST_AT_ONCE = 10'000;
+
 constexpr std::string_view WHEN = " operation slot nth times probability ";
 
 struct TSKind
@@ -227,6 +230,11 @@ void Complete(TSFault& fault, const TSKind& kind, const TCJsonPath& path)
         {
             throw json::TCJsonError(namePath, '"' + fault.name + "\" is no name of a D-Bus error");
         }
+    }
+    if ((fault.kind == FAULT_MALFORMED_SIGNAL || fault.kind == FAULT_STRANGER) && fault.count > MOST_AT_ONCE)
+    {
+        throw json::TCJsonError(TCJsonPath(path, "count"), "at most " + std::to_string(MOST_AT_ONCE) +
+                                                               " are sent at once; more is a storm");
     }
     if (fault.kind == FAULT_LOSE_NAME && fault.name.empty())
     {
