@@ -41,6 +41,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     Check(profiles.size() <= size / 24 + 65536);
 
+    if (std::any_of(profiles.begin(), profiles.end(),
+                    [&](const TSCIOperatorProfileData& profile) { return profile.profileName.size() > size; }))
+    {
+        return 0; // a name nearly all made up, all alike: it would only cost time
+    }
+
     std::vector<unsigned char> written;
     TSCIOperatorProfileData::Serialize(profiles, written);
     std::list<TSCIOperatorProfileData> again;
