@@ -233,8 +233,8 @@ void Complete(TSFault& fault, const TSKind& kind, const TCJsonPath& path)
     }
     if ((fault.kind == FAULT_MALFORMED_SIGNAL || fault.kind == FAULT_STRANGER) && fault.count > MOST_AT_ONCE)
     {
-        throw json::TCJsonError(TCJsonPath(path, "count"), "at most " + std::to_string(MOST_AT_ONCE) +
-                                                               " are sent at once; more is a storm");
+        throw json::TCJsonError(TCJsonPath(path, "count"),
+                                "at most " + std::to_string(MOST_AT_ONCE) + " are sent at once; more is a storm");
     }
     if (fault.kind == FAULT_LOSE_NAME && fault.name.empty())
     {
