@@ -1,5 +1,7 @@
 #include <tvplatform/SystemInfo.h>
 
+#include "KeyFile.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
@@ -13,8 +15,6 @@ namespace
 {
 using TKeyFile = std::unique_ptr<GKeyFile, decltype(&g_key_file_free)>;
 using TError = std::unique_ptr<GError, decltype(&g_error_free)>;
-
-TError Own(GError* error) { return {error, &g_error_free}; }
 
 // Where keys may stand, the place that wins first.
 std::vector<std::string> Places()
@@ -38,16 +38,6 @@ std::vector<std::string> Places()
     return places;
 }
 
-void ReadValue(GKeyFile* file, const char* group, const char* key, int& value, GError** error)
-{
-    value = g_key_file_get_integer(file, group, key, error);
-}
-
-void ReadValue(GKeyFile* file, const char* group, const char* key, bool& value, GError** error)
-{
-    value = g_key_file_get_boolean(file, group, key, error) != FALSE;
-}
-
 template <class T>
 int ReadFrom(const std::string& place, const char* group, const char* key, T& value)
 {
@@ -55,22 +45,12 @@ int ReadFrom(const std::string& place, const char* group, const char* key, T& va
     GError* error = nullptr;
     if (!g_key_file_load_from_file(file.get(), place.c_str(), G_KEY_FILE_NONE, &error))
     {
-        const TError owned = Own(error);
+        const TError owned(error, &g_error_free);
         const bool absent = g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT) ||
                             g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOTDIR);
         return absent ? -ENOENT : -EIO;
     }
-    T read{};
-    ReadValue(file.get(), group, key, read, &error);
-    if (error != nullptr)
-    {
-        const TError owned = Own(error);
-        const bool absent = g_error_matches(error, G_KEY_FILE_ERROR, G_KEY_FILE_ERROR_GROUP_NOT_FOUND) ||
-                            g_error_matches(error, G_KEY_FILE_ERROR, G_KEY_FILE_ERROR_KEY_NOT_FOUND);
-        return absent ? -ENOENT : -EINVAL;
-    }
-    value = read;
-    return 0;
+    return ReadKey(file.get(), group, key, value);
 }
 
 // The files are read at every call: they are small, calls are rare, and a change counts at once.

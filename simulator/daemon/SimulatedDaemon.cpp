@@ -206,7 +206,10 @@ void TCSimulatedDaemon::m_OnCall(DBusMessage* message)
     if (IsControlCall(message) && m_options.hasControl)
     {
         const TCMessagePtr reply = AnswerControl(*this, message);
-        m_port.Send(reply.get());
+        if (!dbus_message_get_no_reply(message))
+        {
+            m_port.Send(reply.get());
+        }
     }
     else if (dbus_message_has_path(message, protocol::CALL_OBJECT_PATH) &&
              dbus_message_has_member(message, protocol::CALL_MEMBER))

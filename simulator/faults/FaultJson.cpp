@@ -87,6 +87,9 @@ constexpr TSMember MEMBERS[] = {
         "toSubscribers", [](auto& fault) -> auto& { return fault.isToSubscribers; }),
 };
 
+/// The signals of a fault that sends them in one go: the daemon answers nobody meanwhile.
+constexpr unsigned MOST_AT_ONCE = 10'000;
+
 constexpr std::string_view WHEN = " operation slot nth times probability ";
 
 struct TSKind
@@ -228,6 +231,11 @@ void Complete(TSFault& fault, const TSKind& kind, const TCJsonPath& path)
             throw json::TCJsonError(namePath, '"' + fault.name + "\" is no name of a D-Bus error");
         }
     }
+    if ((fault.kind == FAULT_MALFORMED_SIGNAL || fault.kind == FAULT_STRANGER) && fault.count > MOST_AT_ONCE)
+    {
+        throw json::TCJsonError(TCJsonPath(path, "count"),
+                                "at most " + std::to_string(MOST_AT_ONCE) + " are sent at once; more is a storm");
+    }
     if (fault.kind == FAULT_LOSE_NAME && fault.name.empty())
     {
         throw json::TCJsonError(namePath, "which bus name is lost?");
@@ -240,8 +248,9 @@ void ReadJson(const TJson& json, TSFault& read, const TCJsonPath& path)
     const TSKind& kind = KindOf(json, path);
     TSFault fault;
     fault.kind = kind.kind;
-    for (const auto& [name, value] : json.items())
+    for (const auto& item : json.items())
     {
+        const std::string& name = item.key();
         if (name == "kind")
         {
             continue;
@@ -255,7 +264,7 @@ void ReadJson(const TJson& json, TSFault& read, const TCJsonPath& path)
                                                     "\" has no such member; it takes " +
                                                     Joined(Words(std::string(WHEN) + std::string(kind.members))));
         }
-        member->read(value, fault, memberPath);
+        member->read(item.value(), fault, memberPath);
     }
     Complete(fault, kind, path);
     read = std::move(fault);

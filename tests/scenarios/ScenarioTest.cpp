@@ -125,6 +125,8 @@ TEST(ScenarioFile, ErrorsNameLineColumnPlaceAndWhatIsWrong)
         {step("{ \"fault\": { \"kind\": \"never\", \"operation\": \"ICIGeneral.Entermenu\" } }"),
          {"timeline[0].fault.operation: \"ICIGeneral.Entermenu\" is no operation that is sent"}},
         {step("{ \"fault\": { \"kind\": \"late\",\n\"ms\": 5 } }"), {"timeline[0].fault.operation: "}},
+        {step("{ \"fault\": { \"kind\": \"malformed-signal\", \"count\": 10001 } }"),
+         {"timeline[0].fault.count: at most 10000 are sent at once"}},
         // More than one at once, in the order of their lines.
         {step("{ \"wait\": -1 },\n{ \"at\": -1 }"), {"f:6:15: timeline[0].wait: ", "f:7:9: timeline[1].at: "}},
     };

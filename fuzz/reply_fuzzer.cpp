@@ -1,0 +1,131 @@
+#include "Memory.h"
+#include "Messages.h"
+
+#include "ci_connection/CallRouter.h"
+#include "ci_connection/CIMIPCConnection.h"
+
+#include <ciapi/CICallOutcome.h>
+
+#include <cstring>
+
+// The library reading any message as the reply to its call. Property: an answer or a failure, as libdbus's own look at
+// the message says; the payload is never more than what came, and nothing on failure; the outcome goes with it.
+
+namespace
+{
+CIM::TCMessagePtr nextReply;
+char bus; // no connection is ever looked into
+} // namespace
+
+// No bus: the connection is none, and the router hands over the reply that the input made.
+extern "C"
+{
+    DBusConnection* dbus_bus_get_private(DBusBusType, DBusError*) { return reinterpret_cast<DBusConnection*>(&bus); }
+    void dbus_connection_set_exit_on_disconnect(DBusConnection*, dbus_bool_t) {}
+    const char* dbus_bus_get_unique_name(DBusConnection*) { return ":1.1"; }
+    int dbus_bus_request_name(DBusConnection*, const char*, unsigned, DBusError*) { return 1; }
+    dbus_bool_t dbus_connection_add_filter(DBusConnection*, DBusHandleMessageFunction, void*, DBusFreeFunction)
+    {
+        return TRUE;
+    }
+}
+
+namespace CIM
+{
+TCCallRouter::TCCallRouter(DBusConnection* connection, std::chrono::milliseconds timeout)
+    : m_connection(connection), m_timeout(timeout), m_lastSerial(0)
+{
+}
+TCCallRouter::~TCCallRouter() = default;
+bool TCCallRouter::Send(DBusMessage*) { return true; }
+TCCallRouter::EResult TCCallRouter::Call(DBusMessage*, TCMessagePtr& reply)
+{
+    reply = std::move(nextReply);
+    return EResult::ANSWERED;
+}
+
+namespace
+{
+using fuzz::Require;
+
+/// What a reply has to give.
+struct TSExpected
+{
+    bool isAnswer = false;
+    bool isWhole = false;
+    std::string payload;
+};
+
+TSExpected Expect(DBusMessage* reply)
+{
+    TSExpected expected;
+    DBusMessageIter argument;
+    if (dbus_message_get_type(reply) == DBUS_MESSAGE_TYPE_ERROR || !dbus_message_iter_init(reply, &argument) ||
+        dbus_message_iter_get_arg_type(&argument) != DBUS_TYPE_BYTE)
+    {
+        return expected;
+    }
+    unsigned char status = 0;
+    dbus_message_iter_get_basic(&argument, &status);
+    expected.isAnswer = (status & 1) != 0;
+    dbus_message_iter_next(&argument);
+    dbus_int32_t length = 0;
+    expected.isWhole = dbus_message_iter_get_arg_type(&argument) == DBUS_TYPE_INT32;
+    if (expected.isWhole)
+    {
+        dbus_message_iter_get_basic(&argument, &length);
+    }
+    dbus_message_iter_next(&argument);
+    const auto bytes = fuzz::BytesAt(argument);
+    expected.isWhole = expected.isWhole && bytes;
+    if (bytes && length > 0)
+    {
+        expected.payload = bytes->substr(0, static_cast<std::size_t>(length));
+    }
+    return expected;
+}
+
+void CheckOutcome(const TSExpected& expected, bool isError)
+{
+    const TSCallOutcome became = LastCallOutcome();
+    Require((became.outcome == CALL_OUTCOME_ANSWERED) == (expected.isAnswer && expected.isWhole));
+    Require((became.outcome == CALL_OUTCOME_ERROR_REPLY || became.outcome == CALL_OUTCOME_NO_REPLY) == isError);
+    Require(became.outcome != CALL_OUTCOME_NONE && became.outcome != CALL_OUTCOME_NOT_SENT);
+    Require(isError || (became.errorName.empty() && became.errorText.empty()));
+    Require(became.errorText.size() <= 255 && dbus_validate_utf8(became.errorText.c_str(), nullptr));
+    Require(!ToString(became).empty());
+}
+} // namespace
+} // namespace CIM
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    using namespace CIM;
+    using fuzz::Require;
+    static auto* const connection = new TCCIMIPCConnection("com.kelvora.Test", "/", false);
+    static const std::string NAMES[] = {"com.kelvora.Test"};
+    static const std::string MEMBERS[] = {"Test"};
+    static const std::string PATHS[] = {"/"};
+    fuzz::TCInput input(data, size);
+    TCMessagePtr reply = fuzz::TakeMessage(input, {NAMES, MEMBERS, PATHS});
+    if (!reply || dbus_message_get_type(reply.get()) == DBUS_MESSAGE_TYPE_METHOD_CALL ||
+        dbus_message_get_type(reply.get()) == DBUS_MESSAGE_TYPE_SIGNAL) // which answer nothing
+    {
+        return 0;
+    }
+    const TSExpected expected = Expect(reply.get());
+    const bool isError = dbus_message_get_type(reply.get()) == DBUS_MESSAGE_TYPE_ERROR;
+    nextReply = std::move(reply);
+    TCMessageBuffer request;
+    TCMessageBuffer output;
+    {
+        const fuzz::TCMemoryBound bound(16384 + 2 * size);
+        Require(connection->Call("com.kelvora.Test", 42, request, output) == expected.isAnswer);
+    }
+    Require(!nextReply);
+    const std::size_t length = output.GetUnreadSize();
+    Require(length == (expected.isAnswer ? expected.payload.size() : 0));
+    Require(length == 0 || std::memcmp(output.GetAsCStr(0), expected.payload.data(), length) == 0);
+    CheckOutcome(expected, isError);
+    return 0;
+}
