@@ -22,8 +22,9 @@ namespace
 {
 constexpr unsigned WARM_UP_MS = 1'500;
 constexpr gulong SUBSCRIBER_PAUSE_US = 15'000;
-constexpr std::uint64_t HEAP_ALLOWANCE = 768 * 1024;           // what caches of libdbus and vectors may come to
-constexpr std::uint64_t RESIDENT_ALLOWANCE = 96 * 1024 * 1024; // several answers of 16 MiB leave free memory behind
+constexpr std::uint64_t HEAP_ALLOWANCE = 768 * 1024; // prepared messages, caches of libdbus and of threads
+constexpr int LARGE_BLOCK = 256 * 1024;
+constexpr std::uint64_t RESIDENT_ALLOWANCE = 16 * 1024 * 1024;
 
 /// What an application holds while none of its threads is inside a call.
 struct SHolding
@@ -189,12 +190,12 @@ int RunApplication(SShared& shared, unsigned slot)
 {
     // Threads may be inside a call when the process exits: what they use is never destroyed.
     auto& application = *new SApplication(shared, slot);
+    mallopt(M_MMAP_THRESHOLD, LARGE_BLOCK); // given back at once: the resident size then shows what is held
     IPCConnection__Create(CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME.c_str(), CI_SIGNAL_SUBSCRIBER_OBJECT_NAME.c_str(), false);
     TCCIService::CIGeneralInstance();
     // Numbers of calls differ between all applications of a round, and from one to its replacement.
     const std::uint64_t who = application.slot.generation.load() * LARGEST_APPLICATIONS + slot;
     const std::uint64_t seed = (shared.seed << 20) ^ (static_cast<std::uint64_t>(shared.round) << 40) ^ who;
-    std::atomic<bool>& areCallersDone = *new std::atomic<bool>(false);
     GMainLoop* const loop = g_main_loop_new(nullptr, FALSE);
     std::vector<std::thread> callers;
     for (unsigned thread = 0; thread < shared.threads; ++thread)
@@ -204,17 +205,16 @@ int RunApplication(SShared& shared, unsigned slot)
     }
     g_timeout_add(10, EndUnderLoad, &application);
     std::thread subscriber(
-        [&application, seed, loop, &areCallersDone]
+        [&application, seed, loop]
         {
             {
                 TCSubscriber(application, seed).Run();
             }
-            areCallersDone.store(true);
+            application.isStopping.store(true);
             g_main_loop_quit(loop);
         });
     g_main_loop_run(loop);
     subscriber.join();
-    application.isStopping.store(true);
     for (std::thread& caller : callers)
     {
         caller.join();

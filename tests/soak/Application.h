@@ -73,6 +73,8 @@ class TCWatchedCall
 public:
     TCWatchedCall(SApplication& application, unsigned thread, std::uint64_t number);
     ~TCWatchedCall();
+    /// Whether the driver has found that it hangs.
+    bool IsKnownToHang() const { return m_thread.reported.load() == m_since / 1000; }
     TCWatchedCall(const TCWatchedCall&) = delete;
     TCWatchedCall& operator=(const TCWatchedCall&) = delete;
 

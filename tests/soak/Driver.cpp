@@ -61,10 +61,11 @@ std::string BusConfiguration(const SMix& mix, EPlant plant)
     {
         lines += "<limit name=\"reply_timeout\">" + std::to_string(BUS_REPLY_TIMEOUT_MS) + "</limit>\n";
     }
-    if (mix.isBusLoose)
+    if (!mix.isBusLoose)
     {
-        lines += "<policy context=\"mandatory\"><allow send_requested_reply=\"false\" send_type=\"method_return\"/>"
-                 "<allow receive_requested_reply=\"false\" receive_type=\"method_return\"/></policy>\n";
+        // As a system bus has it. Without this the private bus lets a reply through that nobody asked for.
+        lines += "<policy context=\"mandatory\"><deny send_requested_reply=\"false\" send_type=\"method_return\"/>"
+                 "<deny send_requested_reply=\"false\" send_type=\"error\"/></policy>\n";
     }
     return lines;
 }

@@ -35,7 +35,7 @@ SMix MakeMix(std::uint64_t seed, unsigned round, const SWithout& without)
     mix.isBusKilled = random.OneIn(4);
     mix.isBusLoose = random.OneIn(3);
     mix.hasStranger = random.OneIn(4);
-    mix.isBusPatient = random.OneIn(30);
+    mix.isBusPatient = random.OneIn(20);
     if (mix.isBusPatient)
     {
         mix.milliseconds = LIBRARY_TIMEOUT_MS + 8'000;
