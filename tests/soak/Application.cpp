@@ -20,9 +20,11 @@ namespace CIM::soak
 {
 namespace
 {
+// Long enough for every cache to fill.
 constexpr unsigned WARM_UP_MS = 1'500;
+constexpr std::uint64_t WARM_UP_CALLS = 3'000;
 constexpr gulong SUBSCRIBER_PAUSE_US = 15'000;
-constexpr std::uint64_t HEAP_ALLOWANCE = 768 * 1024; // prepared messages, caches of libdbus and of threads
+constexpr std::uint64_t HEAP_ALLOWANCE = 1024 * 1024; // prepared messages, caches of libdbus and of threads
 constexpr int LARGE_BLOCK = 256 * 1024;
 constexpr std::uint64_t RESIDENT_ALLOWANCE = 16 * 1024 * 1024;
 
@@ -117,7 +119,7 @@ void TCSubscriber::Run()
             m_children.Fork(static_cast<EChild>(m_random.Below(CHILD_COUNT)));
             nextFork = NowMs() + forkEveryMs;
         }
-        if (!before && NowMs() > begin + WARM_UP_MS)
+        if (!before && NowMs() > begin + WARM_UP_MS && m_application.calls.load() > WARM_UP_CALLS)
         {
             before = m_MeasureStanding();
         }
