@@ -20,9 +20,8 @@ namespace CIM::soak
 {
 namespace
 {
-// Long enough for every cache to fill.
-constexpr unsigned WARM_UP_MS = 1'500;
-constexpr std::uint64_t WARM_UP_CALLS = 3'000;
+// Until then the library's prepared messages and the caches of each thread still fill.
+constexpr std::uint64_t WARM_UP_CALLS = 10'000;
 constexpr gulong SUBSCRIBER_PAUSE_US = 15'000;
 constexpr std::uint64_t HEAP_ALLOWANCE = 1024 * 1024; // prepared messages, caches of libdbus and of threads
 constexpr int LARGE_BLOCK = 256 * 1024;
@@ -106,9 +105,8 @@ std::optional<SHolding> TCSubscriber::m_MeasureStanding()
 
 void TCSubscriber::Run()
 {
-    const std::uint64_t begin = NowMs();
     const std::uint64_t forkEveryMs = m_application.shared.mix.forks != 0 ? 10'000 / m_application.shared.mix.forks : 0;
-    std::uint64_t nextFork = begin + forkEveryMs;
+    std::uint64_t nextFork = NowMs() + forkEveryMs;
     std::optional<SHolding> before;
     while (!m_application.IsOver())
     {
@@ -119,7 +117,7 @@ void TCSubscriber::Run()
             m_children.Fork(static_cast<EChild>(m_random.Below(CHILD_COUNT)));
             nextFork = NowMs() + forkEveryMs;
         }
-        if (!before && NowMs() > begin + WARM_UP_MS && m_application.calls.load() > WARM_UP_CALLS)
+        if (!before && m_application.calls.load() > WARM_UP_CALLS)
         {
             before = m_MeasureStanding();
         }

@@ -14,7 +14,7 @@ namespace CIM::soak
 {
 namespace
 {
-constexpr std::uint64_t CALLS_PER_SIGNAL = 5;
+constexpr std::uint64_t CALLS_PER_SIGNAL = 10;
 constexpr unsigned SIGNALS_PER_CUT_SIGNAL = 50;
 constexpr std::uint64_t PLANT_EVERY = 500; // calls
 constexpr unsigned WORKED_AT_ONCE = 64;    // messages before the socket and the clock are looked at again

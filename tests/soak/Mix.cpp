@@ -9,8 +9,8 @@ namespace CIM::soak
 SMix QuietMix()
 {
     SMix mix;
-    mix.milliseconds = 4'000;
-    mix.largeCalls = 10;
+    mix.milliseconds = 30'000; // unless enough is done before
+    mix.largeCalls = 3;
     return mix;
 }
 
@@ -22,7 +22,7 @@ SMix MakeMix(std::uint64_t seed, unsigned round, const SWithout& without)
     const auto sometimes = [&random](unsigned oneIn, unsigned atMost)
     { return random.OneIn(oneIn) ? 1 + random.Below(atMost) : 0; };
     mix.lyingCalls = sometimes(1, 1'500);
-    mix.largeCalls = random.Below(20);
+    mix.largeCalls = random.Below(6);
     mix.daemonStops = sometimes(2, 15);
     mix.busStops = sometimes(3, 15);
     mix.applicationStops = sometimes(3, 15);
