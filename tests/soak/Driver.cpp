@@ -98,6 +98,10 @@ TCRound::TCRound(SShared& shared, unsigned applications)
     m_shared.trouble.store(0);
     m_shared.daemonsReady.store(0);
     m_shared.planted.store(0);
+    for (std::atomic<unsigned>& count : m_shared.shown)
+    {
+        count.store(0);
+    }
     m_shared.boundMs.store((shared.mix.isBusPatient ? LIBRARY_TIMEOUT_MS : BUS_REPLY_TIMEOUT_MS) + MARGIN_MS);
     m_StartDaemon();
     const std::uint64_t deadline = NowMs() + START_BOUND_MS;

@@ -18,7 +18,7 @@ namespace
 // Nothing constructs it: it begins as zeros.
 static_assert(std::is_trivially_destructible_v<SShared> && std::atomic<std::uint64_t>::is_always_lock_free);
 
-constexpr std::uint64_t SHOWN_FINDINGS = 10; // of a kind
+constexpr std::uint64_t SHOWN_FINDINGS = 4; // of a kind and a round
 
 constexpr const char* FINDINGS[FINDING_COUNT] = {"wrong",   "untold",      "hung",   "lost",  "disorder",
                                                  "foreign", "descriptors", "memory", "death", "stuck"};
@@ -79,7 +79,8 @@ SShared& MakeShared(int& descriptor)
 
 void Find(SShared& shared, EFinding finding, const char* format, ...)
 {
-    if (shared.figures.findings[finding].fetch_add(1) >= SHOWN_FINDINGS)
+    shared.figures.findings[finding].fetch_add(1);
+    if (shared.shown[finding].fetch_add(1) >= SHOWN_FINDINGS)
     {
         return;
     }

@@ -130,6 +130,7 @@ struct SShared
     std::atomic<unsigned> boundMs;
     std::atomic<unsigned> planted;
     std::array<SApplicationSlot, LARGEST_APPLICATIONS> applications;
+    std::array<std::atomic<unsigned>, FINDING_COUNT> shown; ///< in this round
     SFigures figures;
 
     /// Whether a call between the two looks at trouble may have failed for it.
