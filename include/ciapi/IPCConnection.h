@@ -83,7 +83,7 @@ extern "C"
     /// \param[in]  inputLength    its length in bytes, at most 16 MiB; a negative one counts as 0
     /// \param[out] output         the answer's payload, to be given to CallDisposeOutputBuffer also when the call
     ///                            failed (then it is empty). Null when nothing was called: a pointer is null, or there
-    ///                            is no connection object
+    ///                            is no connection object; and when there is no memory
     /// \param[out] outputLength   its length in bytes
     /// \return true when the daemon handled the call
     CIAPI_EXPORT bool IPCConnection__Call(const char* interfaceName, short methodId, const char* input, int inputLength,
@@ -92,8 +92,11 @@ extern "C"
     /// Frees what IPCConnection__Call gave. Ignores null.
     CIAPI_EXPORT void IPCConnection__CallDisposeOutputBuffer(char* buffer);
 
-    /// Calls a method of the daemon without waiting for an answer. Parameters as in IPCConnection__Call.
-    /// \return true when the message was handed to the bus connection
+    /// Calls a method of the daemon without waiting for an answer. Parameters as in IPCConnection__Call. Usually returns
+    /// at once; while the bus takes no more bytes, because it is slow or a large payload is on its way, it waits until
+    /// all is written, up to 25 seconds.
+    /// \return true when the message was handed to the bus connection. One that the bus had not taken by then is
+    ///         written when the bus takes bytes again.
     CIAPI_EXPORT bool IPCConnection__CallAsync(const char* interfaceName, short methodId, const char* input,
                                                int inputLength);
 

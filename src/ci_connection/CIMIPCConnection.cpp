@@ -2,6 +2,7 @@
 
 #include "bus/Handles.h"
 #include "ci_connection/CallRouter.h"
+#include "ci_connection/CallTimeout.h"
 #include "ci_connection/Immortal.h"
 #include "ci_connection/SignalReceiver.h"
 #include "utils/CIAPIDebug.h"
@@ -11,8 +12,9 @@
 #include <tvplatform/Sleep.h>
 
 #include <array>
+#include <cerrno>
 #include <cstring>
-#include <unistd.h>
+#include <sys/eventfd.h>
 #include <utility>
 
 namespace CIM
@@ -24,7 +26,7 @@ constexpr std::size_t BUS_NAME_SIZE = 256;
 } // namespace
 
 TCCIMIPCConnection::TCCIMIPCConnection(std::string interfaceName, std::string objectPath, bool attachToMainLoop)
-    : m_interfaceName(std::move(interfaceName)), m_objectPath(std::move(objectPath)), m_creator(getpid())
+    : m_interfaceName(std::move(interfaceName)), m_objectPath(std::move(objectPath))
 {
     CIM_LOG_INFO("[TCCIMIPCConnection::%s]  (%s, %s)", __func__, m_interfaceName.c_str(), m_objectPath.c_str());
     CIM_LOG_ERROR("TCCIMIPCConnection::TCCIMIPCConnection - open connection!");
@@ -42,9 +44,21 @@ TCCIMIPCConnection::TCCIMIPCConnection(std::string interfaceName, std::string ob
     CIM_ASSERT(attempts != MAX_DBUS_CONNECTION_ATTEMPTS); // also when the last attempt came through
 }
 
-TCCIMIPCConnection::~TCCIMIPCConnection()
+TCCIMIPCConnection::~TCCIMIPCConnection() { Retire(); }
+
+void TCCIMIPCConnection::BeginEnding() { m_router->BeginEnding(); }
+
+std::chrono::milliseconds TCCIMIPCConnection::TimeLeft() const { return m_router->TimeLeft(); }
+
+void TCCIMIPCConnection::Retire()
 {
-    CIM_LOG_INFO("[TCCIMIPCConnection::%s]  Closing connection for receiver: %s", __func__, m_receiverName.c_str());
+    if (m_isRetired.exchange(true))
+    {
+        return;
+    }
+    constexpr const char* FUNCTION = "~TCCIMIPCConnection";
+    CIM_LOG_INFO_AT(FUNCTION, __LINE__, "[TCCIMIPCConnection::%s]  Closing connection for receiver: %s", FUNCTION,
+                    m_receiverName.c_str());
     gConnectionActive.store(false);
     m_receiver->Refuse();
 }
@@ -101,7 +115,14 @@ bool TCCIMIPCConnection::m_Connect(bool attachToMainLoop)
         return false;
     }
 
-    m_router = MakeImmortal<TCCallRouter>(t_pAPIConnection);
+    const int wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (wakeUp == -1)
+    {
+        CIM_LOG_ERROR("[TCCIMIPCConnection::%s] Cannot make an event descriptor: %s", __func__, std::strerror(errno));
+        t_ReleaseAllConnections();
+        return false;
+    }
+    m_router = MakeImmortal<TCCallRouter>(t_pAPIConnection, wakeUp, CallTimeout());
     m_receiver->connection = t_pMainLoopConnection;
     if (attachToMainLoop)
     {
@@ -125,15 +146,20 @@ void TCCIMIPCConnection::t_ReleaseAllConnections()
 
 std::string TCCIMIPCConnection::GetReceiverId() { return m_receiverName; }
 
-// After a fork both processes would write into the same stream: only the process that connected may use it.
-bool TCCIMIPCConnection::m_CreatedHere(const char* operation) const
+bool TCCIMIPCConnection::m_IsUsable(const char* operation) const
 {
-    if (getpid() == m_creator)
+    if (m_isRetired.load())
     {
-        return true;
+        CIM_LOG_ERROR_AT(operation, __LINE__, "[TCCIMIPCConnection::%s] The connection is closed", operation);
+        return false;
     }
-    CIM_LOG_ERROR_AT(operation, __LINE__, "[TCCIMIPCConnection::%s] The connection belongs to the parent process %ld",
-                     operation, static_cast<long>(m_creator));
-    return false;
+    if (!m_process.IsHere())
+    {
+        CIM_LOG_ERROR_AT(operation, __LINE__,
+                         "[TCCIMIPCConnection::%s] The connection belongs to the parent process %ld", operation,
+                         m_process.Id());
+        return false;
+    }
+    return true;
 }
 } // namespace CIM

@@ -8,11 +8,13 @@
 #include "bus/Handles.h"
 #include "ci_connection/CallMessage.h"
 #include "ci_connection/CIMSendHelloCondition.h"
+#include "utils/OwnProcess.h"
 
 #include <dbus/dbus.h>
 
+#include <atomic>
+#include <chrono>
 #include <string>
-#include <sys/types.h>
 
 namespace CIM
 {
@@ -85,6 +87,13 @@ public:
     void UnsetCallbackFunction(EIPCMessageType type, void (*callback)(int, TCMessageBuffer&)) override;
     std::string GetReceiverId() override;
 
+    /// Whatever waits on this connection from now on, one after the other, is over at the latest one time-out from now.
+    void BeginEnding();
+    /// What is left of the time for something that begins now.
+    std::chrono::milliseconds TimeLeft() const;
+    /// Ends the connection for threads that may still call: signals are refused, every operation fails at once.
+    void Retire();
+
 protected:
     DBusConnection* t_CreateConnection();
     void t_ReleaseAllConnections();
@@ -103,13 +112,11 @@ protected:
     DBusConnection* t_pMainLoopConnection = nullptr;
 
 private:
-    using TChangeMatch = void (*)(DBusConnection*, const char* rule, DBusError*);
-
     bool m_Connect(bool attachToMainLoop);
-    bool m_CreatedHere(const char* operation) const;
-    void m_ChangeMatchRule(TChangeMatch change, EIPCMessageType type, int messageId, const TVSHandle& handle,
+    bool m_IsUsable(const char* operation) const;
+    void m_ChangeMatchRule(const char* change, EIPCMessageType type, int messageId, const TVSHandle& handle,
                            TCDBusError& error);
-    TCMessagePtr m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
+    SCallMessage m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
                               TCMessageBuffer& input, unsigned short flags);
     bool m_ReadReply(DBusMessage* reply, TCMessageBuffer& output);
 
@@ -117,7 +124,8 @@ private:
     const std::string m_objectPath;
     std::string m_receiverName;
     TCCIMSendHelloCondition m_helloCondition;
-    pid_t m_creator;
+    const TCOwnProcess m_process; // after a fork both processes would write into the same stream
+    std::atomic<bool> m_isRetired{false};
     TCPreparedMessages m_preparedMessages;
     TCCallRouter* m_router = nullptr;
     TCSignalReceiver* m_receiver = nullptr;

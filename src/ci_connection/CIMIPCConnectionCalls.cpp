@@ -137,12 +137,12 @@ bool TCCIMIPCConnection::t_PrepareMessage(DBusMessage* message, short methodId, 
            AppendCallPayload(message, input);
 }
 
-TCMessagePtr TCCIMIPCConnection::m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
+SCallMessage TCCIMIPCConnection::m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
                                               TCMessageBuffer& input, unsigned short flags)
 {
     if (!CheckSize(input))
     {
-        return nullptr;
+        return {};
     }
     return m_preparedMessages.Make(operation, interfaceName, MakeHeader(methodId, input, flags), input);
 }
@@ -151,7 +151,7 @@ bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, 
                               TCMessageBuffer& output)
 {
     KeepOutcome(CALL_OUTCOME_NOT_SENT); // until it is
-    if (!m_CreatedHere(__func__))
+    if (!m_IsUsable(__func__))
     {
         return false;
     }
@@ -161,13 +161,18 @@ bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, 
         priority.StrartPriorityInheritance();
     }
     const unsigned short flags = m_helloCondition.SendNow() ? protocol::CALL_FLAG_HELLO : 0;
-    const TCMessagePtr message = m_CreateCall(__func__, interfaceName, methodId, input, flags);
-    if (!message)
+    SCallMessage call = m_CreateCall(__func__, interfaceName, methodId, input, flags);
+    if (!call.message)
     {
         return false;
     }
     TCMessagePtr reply;
-    switch (m_router->Call(message.get(), reply))
+    const TCCallRouter::EResult result = m_router->Call(call.message.get(), reply);
+    if ((reply && dbus_message_get_sender(reply.get()) != nullptr) || m_router->IsAllSent())
+    {
+        call.Wipe(); // otherwise it may still be on its way
+    }
+    switch (result)
     {
     case TCCallRouter::EResult::NO_MEMORY:
         OPERATION_ERROR("Call", "Cannot send call message. Out of memory.");
@@ -240,22 +245,26 @@ bool TCCIMIPCConnection::m_ReadReply(DBusMessage* reply, TCMessageBuffer& output
 bool TCCIMIPCConnection::CallAsync(const std::string& interfaceName, short methodId, TCMessageBuffer& input)
 {
     KeepOutcome(CALL_OUTCOME_NOT_SENT); // until it is
-    if (!m_CreatedHere(__func__))
+    if (!m_IsUsable(__func__))
     {
         return false;
     }
     const unsigned short flags =
         protocol::CALL_FLAG_ONE_WAY | (m_helloCondition.SendNow() ? protocol::CALL_FLAG_HELLO : 0);
-    const TCMessagePtr message = m_CreateCall(__func__, interfaceName, methodId, input, flags);
-    if (!message)
+    SCallMessage call = m_CreateCall(__func__, interfaceName, methodId, input, flags);
+    if (!call.message)
     {
         return false;
     }
-    if (!m_router->Send(message.get()))
+    if (!m_router->Send(call.message.get()))
     {
         OPERATION_ERROR("CallAsync", "Cannot send call message. Out of memory. messageType[%d] serial[%u]",
-                        dbus_message_get_type(message.get()), dbus_message_get_serial(message.get()));
+                        dbus_message_get_type(call.message.get()), dbus_message_get_serial(call.message.get()));
         return false;
+    }
+    if (m_router->IsAllSent())
+    {
+        call.Wipe();
     }
     // libdbus takes a message for a bus that is gone, too.
     KeepOutcome(dbus_connection_get_is_connected(t_pAPIConnection) ? CALL_OUTCOME_SENT : CALL_OUTCOME_NOT_SENT);
@@ -272,7 +281,7 @@ bool TCCIMIPCConnection::WaitForCreateInterface(const char* name)
             return true;
         }
         CIM_ASSERT(t_pAPIConnection != nullptr);
-        if (!m_CreatedHere(__func__))
+        if (!m_IsUsable(__func__))
         {
             return false;
         }

@@ -1,4 +1,5 @@
 #include "bus/Handles.h"
+#include "ci_connection/CallRouter.h"
 #include "ci_connection/CIMIPCConnection.h"
 #include "ci_connection/SignalReceiver.h"
 #include "protocol/Envelope.h"
@@ -7,6 +8,7 @@
 #include "utils/CIAPILog.h"
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <glib.h>
 #include <mutex>
@@ -29,6 +31,39 @@ void KeepFailure(bool wasSent, const TCDBusError& error)
     const std::string_view name = error.Name();
     const bool isMissing = name == DBUS_ERROR_NO_REPLY || name == DBUS_ERROR_DISCONNECTED;
     KeepOutcome(isMissing ? CALL_OUTCOME_NO_REPLY : CALL_OUTCOME_ERROR_REPLY, error.Name(), error.Text());
+}
+// What dbus_bus_add_match and dbus_bus_remove_match do, with a bound; when there is no time left, without waiting.
+void ChangeMatchRule(DBusConnection* connection, const char* change, const char* rule, std::chrono::milliseconds time,
+                     TCDBusError& error)
+{
+    const TCMessagePtr request(
+        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, change));
+    DBusPendingCall* pending = nullptr;
+    bool isSent = request && dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &rule, DBUS_TYPE_INVALID);
+    if (isSent && time.count() == 0)
+    {
+        dbus_message_set_no_reply(request.get(), TRUE);
+        isSent = dbus_connection_send(connection, request.get(), nullptr);
+    }
+    else if (isSent)
+    {
+        isSent = dbus_connection_send_with_reply(connection, request.get(), &pending, static_cast<int>(time.count()));
+        if (isSent && pending == nullptr)
+        {
+            dbus_set_error_const(error.Get(), DBUS_ERROR_DISCONNECTED, "Connection is closed");
+        }
+    }
+    if (!isSent)
+    {
+        dbus_set_error_const(error.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory");
+    }
+    if (pending != nullptr)
+    {
+        dbus_pending_call_block(pending);
+        const TCMessagePtr answer(dbus_pending_call_steal_reply(pending));
+        dbus_pending_call_unref(pending);
+        dbus_set_error_from_message(error.Get(), answer.get());
+    }
 }
 } // namespace
 
@@ -55,7 +90,7 @@ bool TCCIMIPCConnection::AddMatchRule(EIPCMessageType type, int messageId, const
 {
     CIM_ASSERT(t_pMainLoopConnection != nullptr);
     TCDBusError error;
-    m_ChangeMatchRule(dbus_bus_add_match, type, messageId, handle, error);
+    m_ChangeMatchRule("AddMatch", type, messageId, handle, error);
     if (error.IsSet())
     {
         CIM_LOG_ERROR("[TCCIMIPCConnection::%s] Cannot add match rule: %s", __func__, error.Text());
@@ -68,7 +103,7 @@ bool TCCIMIPCConnection::RemoveMatchRule(EIPCMessageType type, int messageId, co
 {
     CIM_ASSERT(t_pMainLoopConnection != nullptr);
     TCDBusError error;
-    m_ChangeMatchRule(dbus_bus_remove_match, type, messageId, handle, error);
+    m_ChangeMatchRule("RemoveMatch", type, messageId, handle, error);
     if (error.IsSet())
     {
         CIM_LOG_ERROR("[TCCIMIPCConnection::%s] Cannot remove match rule: %s", __func__, error.Text());
@@ -77,21 +112,21 @@ bool TCCIMIPCConnection::RemoveMatchRule(EIPCMessageType type, int messageId, co
     return true;
 }
 
-void TCCIMIPCConnection::m_ChangeMatchRule(TChangeMatch change, EIPCMessageType type, int messageId,
+void TCCIMIPCConnection::m_ChangeMatchRule(const char* change, EIPCMessageType type, int messageId,
                                            const TVSHandle& handle, TCDBusError& error)
 {
     std::array<char, MATCH_RULE_SIZE> rule{};
     t_CreateMatchRule(type, messageId, handle, rule.data());
     bool wasSent = false;
-    if (!m_CreatedHere("m_ChangeMatchRule"))
+    if (!m_IsUsable("m_ChangeMatchRule"))
     {
-        dbus_set_error_const(error.Get(), DBUS_ERROR_ACCESS_DENIED, "Not the process that connected");
+        dbus_set_error_const(error.Get(), DBUS_ERROR_ACCESS_DENIED, "Not a connection that can be used");
     }
     else if (dbus_validate_utf8(rule.data(), error.Get()))
     {
         const std::lock_guard lock(m_receiver->matchRules);
         wasSent = dbus_connection_get_is_connected(t_pMainLoopConnection);
-        change(t_pMainLoopConnection, rule.data(), error.Get());
+        ChangeMatchRule(t_pMainLoopConnection, change, rule.data(), m_router->TimeLeft(), error);
     }
     if (error.IsSet())
     {

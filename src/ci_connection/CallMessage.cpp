@@ -55,10 +55,10 @@ TCMessagePtr Build(const char* operation, const std::string& interfaceName, cons
 
 // Overwrites the payload of an unsent message that nobody else has. libdbus lends the array read-only, for messages may
 // be shared; this one is the caller's own copy.
-void FillPayload(DBusMessage* message, const TCMessageBuffer& input)
+void FillPayload(SCallMessage& call, const TCMessageBuffer& input)
 {
     DBusMessageIter iter;
-    dbus_message_iter_init(message, &iter);
+    dbus_message_iter_init(call.message.get(), &iter);
     protocol::SBytes room;
     while (!TCCIMIPCUtility::m_ReadBytes(iter, room))
     {
@@ -67,7 +67,9 @@ void FillPayload(DBusMessage* message, const TCMessageBuffer& input)
             return; // a call without payload
         }
     }
-    char* target = const_cast<char*>(room.data);
+    call.payload = const_cast<char*>(room.data);
+    call.length = static_cast<std::size_t>(room.length);
+    char* target = call.payload;
     const std::size_t pieces = input.GetPieceCount();
     for (std::size_t index = 0; index < pieces; ++index)
     {
@@ -144,12 +146,20 @@ bool AppendCallPayload(DBusMessage* message, const TCMessageBuffer& input)
     return dbus_message_iter_close_container(&arguments, &array);
 }
 
-TCMessagePtr TCPreparedMessages::Make(const char* operation, const std::string& interfaceName,
+void SCallMessage::Wipe()
+{
+    if (length > 0)
+    {
+        explicit_bzero(payload, length);
+    }
+}
+
+SCallMessage TCPreparedMessages::Make(const char* operation, const std::string& interfaceName,
                                       const SCallHeader& header, const TCMessageBuffer& input)
 {
     if (header.length > LARGEST_PREPARED_LENGTH)
     {
-        return Build(operation, interfaceName, header, input);
+        return {Build(operation, interfaceName, header, input)};
     }
     TCMessagePtr prepared = m_Find(interfaceName, header);
     if (!prepared)
@@ -160,18 +170,18 @@ TCMessagePtr TCPreparedMessages::Make(const char* operation, const std::string& 
         prepared = Build(operation, interfaceName, header, zeros);
         if (!prepared)
         {
-            return nullptr;
+            return {};
         }
         m_Keep(interfaceName, header, prepared.get());
     }
-    TCMessagePtr message(dbus_message_copy(prepared.get()));
-    if (!message)
+    SCallMessage call{TCMessagePtr(dbus_message_copy(prepared.get()))};
+    if (!call.message)
     {
         LogNoMemory(operation);
-        return nullptr;
+        return {};
     }
-    FillPayload(message.get(), input);
-    return message;
+    FillPayload(call, input);
+    return call;
 }
 
 TCPreparedMessages::SEntry& TCPreparedMessages::m_Place(const std::string& interfaceName, const SCallHeader& header)

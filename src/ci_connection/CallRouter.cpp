@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <new>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -33,9 +34,8 @@ TCMessagePtr MakeNoReply()
 }
 } // namespace
 
-TCCallRouter::TCCallRouter(DBusConnection* connection, std::chrono::milliseconds timeout)
-    : m_connection(connection), m_timeout(timeout), m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      m_lastSerial(FIRST_SERIAL)
+TCCallRouter::TCCallRouter(DBusConnection* connection, int wakeUp, std::chrono::milliseconds timeout)
+    : m_connection(connection), m_timeout(timeout), m_wakeUp(wakeUp), m_lastSerial(FIRST_SERIAL)
 {
     dbus_connection_get_unix_fd(connection, &m_socket);
     dbus_connection_set_max_received_size(connection, LIVE_BYTES);
@@ -52,7 +52,10 @@ TCCallRouter::EResult TCCallRouter::Call(DBusMessage* call, TCMessagePtr& reply)
     SWaiter waiter;
     waiter.serial = m_NextSerial();
     dbus_message_set_serial(call, waiter.serial);
-    m_Enter(waiter); // before the message is out: the leader may read the reply before send returns
+    if (!m_Enter(waiter)) // before the message is out: the leader may read the reply before send returns
+    {
+        return EResult::NO_MEMORY;
+    }
     if (!dbus_connection_send(m_connection, call, nullptr))
     {
         m_Leave(waiter);
@@ -73,8 +76,10 @@ bool TCCallRouter::Send(DBusMessage* message)
     if (dbus_connection_has_messages_to_send(m_connection))
     {
         SWaiter waiter;
-        m_Enter(waiter);
-        m_Wait(waiter);
+        if (m_Enter(waiter)) // otherwise the next call takes it along
+        {
+            m_Wait(waiter);
+        }
     }
     return true;
 }
@@ -89,21 +94,57 @@ dbus_uint32_t TCCallRouter::m_NextSerial()
     return serial;
 }
 
-void TCCallRouter::m_Enter(SWaiter& waiter)
+// \return false: no memory
+bool TCCallRouter::m_Enter(SWaiter& waiter)
 {
     const std::lock_guard lock(m_mutex);
-    m_waiters.push_back(&waiter);
+    try
+    {
+        m_waiters.push_back(&waiter);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return false;
+    }
+    return true;
 }
 
 void TCCallRouter::m_Leave(SWaiter& waiter)
 {
     const std::lock_guard lock(m_mutex);
     std::erase(m_waiters, &waiter);
+    m_HandOn(); // it may have been this waiter that was to lead next
+}
+
+// With the mutex held: somebody has to read as long as anybody waits.
+void TCCallRouter::m_HandOn()
+{
+    if (!m_leading && !m_waiters.empty())
+    {
+        m_waiters.front()->wake.notify_one();
+    }
+}
+
+void TCCallRouter::BeginEnding()
+{
+    TTime none = TTime::max(); // the first one counts
+    m_end.compare_exchange_strong(none, std::chrono::steady_clock::now() + m_timeout);
+}
+
+TCCallRouter::TTime TCCallRouter::m_Deadline() const
+{
+    return std::min(std::chrono::steady_clock::now() + m_timeout, m_end.load());
+}
+
+std::chrono::milliseconds TCCallRouter::TimeLeft() const
+{
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_Deadline() - std::chrono::steady_clock::now());
+    return std::max(left, std::chrono::milliseconds(0));
 }
 
 void TCCallRouter::m_Wait(SWaiter& waiter)
 {
-    const TTime deadline = std::chrono::steady_clock::now() + m_timeout;
+    const TTime deadline = m_Deadline();
     const bool leaderMustLook =
         dbus_connection_has_messages_to_send(m_connection) || !dbus_connection_get_is_connected(m_connection);
 
@@ -136,10 +177,7 @@ void TCCallRouter::m_Wait(SWaiter& waiter)
     {
         std::erase(m_waiters, &waiter);
     }
-    if (!m_leading && !m_waiters.empty())
-    {
-        m_waiters.front()->wake.notify_one();
-    }
+    m_HandOn();
 }
 
 // Returns when the leader's own answer has come or its time is over.

@@ -27,11 +27,10 @@ public:
         BROKEN,    ///< not sent: the bus connection was lost before
     };
 
-    /// What libdbus itself grants a call by default.
-    static constexpr std::chrono::seconds DEFAULT_TIMEOUT{25};
-
-    /// The connection must have nobody else who reads it, and must stay open.
-    explicit TCCallRouter(DBusConnection* connection, std::chrono::milliseconds timeout = DEFAULT_TIMEOUT);
+    /// \param connection  must have nobody else who reads it, and must stay open
+    /// \param wakeUp      an eventfd that does not block, owned from now on
+    /// \param timeout     what a call waits for its reply
+    TCCallRouter(DBusConnection* connection, int wakeUp, std::chrono::milliseconds timeout);
     ~TCCallRouter();
     TCCallRouter(const TCCallRouter&) = delete;
     TCCallRouter& operator=(const TCCallRouter&) = delete;
@@ -39,8 +38,18 @@ public:
     /// Sends a method call and blocks until its reply or the time-out.
     EResult Call(DBusMessage* call, TCMessagePtr& reply);
 
-    /// Sends a message that has no reply; blocks as long as the bus takes no more bytes. \return false: no memory
+    /// Sends a message that has no reply; blocks as long as the bus takes no more bytes, up to the time-out.
+    /// \return false: no memory
     bool Send(DBusMessage* message);
+
+    /// Whether all that was given to the connection has been written to the bus.
+    bool IsAllSent() const { return !dbus_connection_has_messages_to_send(m_connection); }
+
+    /// Everything that waits from now on, for one reply after the other, is over at the latest one time-out from now.
+    /// What is called after that is still sent, but not waited for.
+    void BeginEnding();
+    /// What is left of the time for something that begins now; zero at the least.
+    std::chrono::milliseconds TimeLeft() const;
 
 private:
     using TTime = std::chrono::steady_clock::time_point;
@@ -54,9 +63,11 @@ private:
     };
 
     dbus_uint32_t m_NextSerial();
-    void m_Enter(SWaiter& waiter);
+    bool m_Enter(SWaiter& waiter);
     void m_Wait(SWaiter& waiter);
     void m_Leave(SWaiter& waiter);
+    void m_HandOn();
+    TTime m_Deadline() const;
     void m_Lead(const SWaiter& leader, TTime deadline);
     void m_WaitForSocket(TTime deadline);
     bool m_Deliver();
@@ -67,7 +78,8 @@ private:
     DBusConnection* const m_connection;
     const std::chrono::milliseconds m_timeout;
     int m_socket = -1;
-    int m_wakeUp = -1; // an eventfd
+    const int m_wakeUp;
+    std::atomic<TTime> m_end{TTime::max()};
     std::atomic<dbus_uint32_t> m_lastSerial;
 
     std::mutex m_mutex;

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace CIM
@@ -95,19 +96,27 @@ bool IPCConnection__Call(const char* interfaceName, short methodId, const char* 
     {
         return false;
     }
-    TCMessageBuffer request;
-    TCMessageBuffer reply;
-    Lend(input, inputLength, request);
-    const bool handled = g_instance->Call(interfaceName, methodId, request, reply);
-    const std::size_t length = reply.GetUnreadSize();
-    auto result = std::make_unique<char[]>(length);
-    if (length > 0)
+    try
     {
-        std::memcpy(result.get(), reply.GetAsCStr(0), length);
+        TCMessageBuffer request;
+        TCMessageBuffer reply;
+        Lend(input, inputLength, request);
+        const bool handled = g_instance->Call(interfaceName, methodId, request, reply);
+        const std::size_t length = reply.GetUnreadSize();
+        auto result = std::make_unique<char[]>(length);
+        if (length > 0)
+        {
+            std::memcpy(result.get(), reply.GetAsCStr(0), length);
+        }
+        *output = result.release();
+        *outputLength = static_cast<int>(length);
+        return handled;
     }
-    *output = result.release();
-    *outputLength = static_cast<int>(length);
-    return handled;
+    catch (const std::bad_alloc&) // no exception passes through C
+    {
+        CIM_LOG_ERROR("[%s:%d] Out of memory", interfaceName, methodId);
+        return false;
+    }
 }
 
 void IPCConnection__CallDisposeOutputBuffer(char* buffer) { delete[] buffer; }
@@ -118,9 +127,17 @@ bool IPCConnection__CallAsync(const char* interfaceName, short methodId, const c
     {
         return false;
     }
-    TCMessageBuffer request;
-    Lend(input, inputLength, request);
-    return g_instance->CallAsync(interfaceName, methodId, request);
+    try
+    {
+        TCMessageBuffer request;
+        Lend(input, inputLength, request);
+        return g_instance->CallAsync(interfaceName, methodId, request);
+    }
+    catch (const std::bad_alloc&)
+    {
+        CIM_LOG_ERROR("[%s:%d] Out of memory", interfaceName, methodId);
+        return false;
+    }
 }
 
 bool IPCConnection__WaitForCreateInterface(const char* name)

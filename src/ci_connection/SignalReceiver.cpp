@@ -5,6 +5,8 @@
 #include "utils/CIAPIDebug.h"
 #include "utils/CIAPILog.h"
 
+#include <ciapi/CINames.h>
+
 #include <tvplatform/MessageBuffer.h>
 
 #include <cstdlib>
@@ -62,7 +64,10 @@ const char* Unpack(DBusMessage* message, EIPCMessageType type, int& messageId, T
 }
 } // namespace
 
-TCSignalReceiver::TCSignalReceiver(const std::string& interfaceName) : m_interfaceName(interfaceName) {}
+TCSignalReceiver::TCSignalReceiver(const std::string& interfaceName)
+    : m_interfaceName(interfaceName), m_trust(CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME)
+{
+}
 
 const char* TCSignalReceiver::Member(EIPCMessageType type)
 {
@@ -77,6 +82,7 @@ void TCSignalReceiver::Attach()
 {
     if (!m_attached.exchange(true))
     {
+        m_trust.Start(connection);
         dbus_connection_setup_with_g_main(connection, nullptr);
     }
 }
@@ -100,7 +106,13 @@ bool TCSignalReceiver::Unset(EIPCMessageType type, TCallback callback)
 }
 
 DBusHandlerResult TCSignalReceiver::Filter(DBusMessage* message) noexcept
+try
 {
+    const bool isSignal = TypeOf(message) != IPC_MESSAGE_MAX;
+    if (!isSignal && m_ObserveBus(message))
+    {
+        return DBUS_HANDLER_RESULT_HANDLED;
+    }
     if (!m_Active())
     {
         CIM_LOG_ERROR_AT("t_MessageHandlerHelper", __LINE__,
@@ -115,9 +127,40 @@ DBusHandlerResult TCSignalReceiver::Filter(DBusMessage* message) noexcept
                          "t_MessageHandlerHelper", dbus_message_get_type(message));
         return DBUS_HANDLER_RESULT_HANDLED;
     }
-    try
+    if (!isSignal)
     {
         return Handle(message);
+    }
+    if (m_trust.Judge(message) == TCSenderTrust::EVerdict::COUNTS)
+    {
+        m_Deliver(message);
+    }
+    return DBUS_HANDLER_RESULT_HANDLED;
+}
+catch (const std::exception& exception) // there is no memory to keep a signal in
+{
+    CIM_LOG_ERROR_AT("t_MessageHandlerHelper", __LINE__, "[TCCIMIPCConnection::%s] A signal is lost: %s",
+                     "t_MessageHandlerHelper", exception.what());
+    return DBUS_HANDLER_RESULT_HANDLED;
+}
+
+// Delivers what was kept until the bus had told its sender's user. \return whether the message was the bus's answer
+bool TCSignalReceiver::m_ObserveBus(DBusMessage* message)
+{
+    std::vector<TCMessagePtr> released;
+    const bool isAnswer = m_trust.Observe(message, released);
+    for (const TCMessagePtr& signal : released)
+    {
+        m_Deliver(signal.get());
+    }
+    return isAnswer;
+}
+
+void TCSignalReceiver::m_Deliver(DBusMessage* message) noexcept
+{
+    try
+    {
+        Handle(message);
     }
     catch (const std::exception& exception)
     {
@@ -131,7 +174,6 @@ DBusHandlerResult TCSignalReceiver::Filter(DBusMessage* message) noexcept
                          "[TCCIMIPCConnection::%s] Exception in signal callback: %s", "t_MessageHandlerHelper",
                          "of unknown type");
     }
-    return DBUS_HANDLER_RESULT_HANDLED;
 }
 
 DBusHandlerResult TCSignalReceiver::Handle(DBusMessage* message)

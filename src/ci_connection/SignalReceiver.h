@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ci_connection/SenderTrust.h"
+
 #include <ciapi/IPCConnection.h>
 
 #include <array>
@@ -39,9 +41,10 @@ public:
     /// Refuses every signal from now on.
     void Refuse() { m_refusing.store(true); }
 
-    /// Looks at everything that arrives; never throws.
+    /// Looks at everything that arrives; drops the signals of strangers; never throws.
     DBusHandlerResult Filter(DBusMessage* message) noexcept;
-    /// Handles what may be a signal. What the callback throws comes through, with the type's mutex released.
+    /// Handles what may be a signal, whoever sent it. What the callback throws comes through, with the type's mutex
+    /// released.
     DBusHandlerResult Handle(DBusMessage* message);
     EIPCMessageType TypeOf(DBusMessage* message) const;
 
@@ -53,8 +56,11 @@ public:
 
 private:
     bool m_Active() const;
+    bool m_ObserveBus(DBusMessage* message);
+    void m_Deliver(DBusMessage* message) noexcept;
 
     const std::string m_interfaceName;
+    TCSenderTrust m_trust;
     std::array<std::mutex, IPC_MESSAGE_MAX> m_mutexes;
     std::array<TCallback, IPC_MESSAGE_MAX> m_callbacks{}; // each guarded by its mutex
     std::atomic<bool> m_attached{false};

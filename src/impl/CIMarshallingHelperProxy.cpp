@@ -12,6 +12,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include <cstring>
 #include <utility>
 
 namespace CIM
@@ -21,6 +22,31 @@ namespace
 // The sets of this model type create the daemon late; a call before that would wait for nobody.
 constexpr int MODEL_TYPE_WITH_LATE_DAEMON = 5;
 constexpr unsigned RESULT_POSITION = 0; ///< every operation pushes its result first
+
+void Wipe(TCTreeBranch& branch)
+{
+    for (TCTreeNode* node = branch.GetFirstNode(); node; node = node->GetNextNode())
+    {
+        if (TCTreeBranch* const inner = node->AsBranch())
+        {
+            Wipe(*inner);
+        }
+        else if (node->GetByteSize() > 0)
+        {
+            explicit_bzero(const_cast<void*>(node->GetData()), node->GetByteSize());
+        }
+    }
+}
+
+void Wipe(TCMessageBuffer& buffer)
+{
+    for (std::size_t index = 0; index < buffer.GetPieceCount(); ++index)
+    {
+        std::size_t length = 0;
+        const char* const piece = buffer.GetPiece(index, length);
+        explicit_bzero(const_cast<char*>(piece), length);
+    }
+}
 
 // Served before the daemon is ready, on every interface.
 constexpr bool IsAlwaysSent(short methodId) { return methodId == 7 || methodId == 8; }
@@ -73,8 +99,11 @@ bool TCCIMarshallingHelperProxy::Run(std::string& interfaceName, const std::stri
 
     KeepOutcome(CALL_OUTCOME_NOT_SENT); // until the connection knows better
     TCTreeBranchList request(methodId);
-    // The arguments are the caller's variables and outlive this frame: large ones need not be copied on their way.
-    request.SetDataLifetime(TREE_DATA_OUTLIVES_BUFFER);
+    if (!m_isSecret)
+    {
+        // The arguments are the caller's variables and outlive this frame: large ones need not be copied on their way.
+        request.SetDataLifetime(TREE_DATA_OUTLIVES_BUFFER);
+    }
     if (!ClassToTree(request) || !m_MayCallNow(methodId))
     {
         return false;
@@ -86,6 +115,18 @@ bool TCCIMarshallingHelperProxy::Run(std::string& interfaceName, const std::stri
     {
         return false;
     }
+    const bool isDone = m_Call(input, interfaceName, methodId, async);
+    if (m_isSecret) // both are copies
+    {
+        Wipe(request);
+        Wipe(input);
+    }
+    return isDone;
+}
+
+// Sends the request and fills the arguments from the reply.
+bool TCCIMarshallingHelperProxy::m_Call(TCMessageBuffer& input, std::string& interfaceName, short methodId, bool async)
+{
     TCMessageBuffer output;
     const boost::shared_ptr<TICIMIPCConnection> connection = m_IPCHelper->GetIPCConnection();
     if (async)
@@ -94,7 +135,7 @@ bool TCCIMarshallingHelperProxy::Run(std::string& interfaceName, const std::stri
     }
     if (!connection->Call(interfaceName, methodId, input, output))
     {
-        CIM_LOG_ERROR("m_IPCHelper->GetIPCConnection()->Call false");
+        CIM_LOG_ERROR_AT("Run", __LINE__, "m_IPCHelper->GetIPCConnection()->Call false");
         return false;
     }
     if (output.GetUnreadSize() == 0)
@@ -107,14 +148,14 @@ bool TCCIMarshallingHelperProxy::Run(std::string& interfaceName, const std::stri
     if (!reply.IsValid())
     {
         KeepOutcome(CALL_OUTCOME_NOT_READABLE);
-        CIM_LOG_ERROR("[%s:%d] The answer's payload of %zu bytes is not an argument tree", interfaceName.c_str(),
-                      methodId, output.GetUnreadSize());
+        CIM_LOG_ERROR_AT("Run", __LINE__, "[%s:%d] The answer's payload of %zu bytes is not an argument tree",
+                         interfaceName.c_str(), methodId, output.GetUnreadSize());
     }
     else if (!TreeToClass(reply))
     {
         KeepOutcome(CALL_OUTCOME_NOT_READABLE);
-        CIM_LOG_ERROR("[%s:%d] The answer holds an argument of another kind; it keeps its value", interfaceName.c_str(),
-                      methodId);
+        CIM_LOG_ERROR_AT("Run", __LINE__, "[%s:%d] The answer holds an argument of another kind; it keeps its value",
+                         interfaceName.c_str(), methodId);
     }
     else if (!reply.FindNode(RESULT_POSITION))
     {

@@ -6,6 +6,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <chrono>
 #include <string>
 
 #ifdef NDEBUG
@@ -31,8 +32,14 @@ public:
     TCIPCHelper();
     boost::shared_ptr<TICIMIPCConnection> GetIPCConnection() const override;
 
+    /// Whatever still waits for the daemon or the bus, one after the other, is over at the latest one time-out from now.
+    void BeginEnding() { m_connection->BeginEnding(); }
+    std::chrono::milliseconds TimeLeft() const { return m_connection->TimeLeft(); }
+    /// Closes the connection for threads that may still call: every call fails at once.
+    void Retire() { m_connection->Retire(); }
+
 private:
-    boost::shared_ptr<TICIMIPCConnection> m_connection;
+    boost::shared_ptr<TCCIMIPCConnection> m_connection;
 };
 
 /// The frame of one call: lives on the caller's stack, gets the arguments pushed in order (the result slot first), and
@@ -54,9 +61,14 @@ public:
     ///         daemon answered, whatever it wrote: what cannot be read keeps its value, after an error line.
     virtual bool Run(std::string& interfaceName, const std::string& methodName, short methodId, bool async);
 
+    /// The arguments hold what nobody may read: what Run makes of them is wiped.
+    void KeepNothing() { m_isSecret = true; }
+
 private:
     bool m_MayCallNow(short methodId) const;
+    bool m_Call(TCMessageBuffer& input, std::string& interfaceName, short methodId, bool async);
 
     boost::shared_ptr<TIIPCHelper> m_IPCHelper;
+    bool m_isSecret = false;
 };
 } // namespace CIM

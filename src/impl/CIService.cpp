@@ -7,14 +7,21 @@
 #include "proxy/MakeProxy.h"
 #include "utils/CIAPILog.h"
 
-#include <ciapi/CINames.h> // the names outlive the proxies, because g_closer comes after them
-
 #include <boost/shared_ptr.hpp>
 
 #include <atomic>
+#include <cstdlib>
+#include <cxxabi.h>
 #include <memory>
 #include <mutex>
+#include <new>
+#include <pthread.h>
+#include <string>
+#include <string_view>
 #include <tuple>
+#include <type_traits>
+#include <typeinfo>
+#include <unistd.h>
 #include <utility>
 
 namespace CIM
@@ -33,13 +40,17 @@ struct SSlot
 struct SFacade
 {
     std::recursive_mutex m_mutex; // IsCIOperable is called with it held
-    bool m_canCreateNewInterface = true;
-    boost::shared_ptr<TIIPCHelper> m_IPCHelper;
+    std::atomic<bool> m_canCreateNewInterface{true};
+    std::atomic<bool> m_isExiting{false}; // from now on only null implementations are made
+    std::atomic<pid_t> m_process{0};      // whose the instances are; 0: there have been none
+    boost::shared_ptr<TCIPCHelper> m_IPCHelper;
+    std::atomic<TCIPCHelper*> m_publishedHelper{nullptr};
     protocol::TInterfaces::AsEach<std::tuple, SSlot> m_instances; // ended in this order
     std::mutex m_ending;                                          // held while they are
 };
 
-// Ready before the first constructor of the program runs, usable in the last destructor.
+// Ready before the first constructor of the program runs, usable in the last destructor and in threads that run on
+// while the program exits.
 union UNeverDestroyed
 {
     constexpr UNeverDestroyed() : facade() {}
@@ -48,6 +59,20 @@ union UNeverDestroyed
 };
 constinit UNeverDestroyed g_state;
 constinit SFacade& g_facade = g_state.facade;
+
+// Whether the instances are those of the process that this one was forked from.
+bool IsForkedChild()
+{
+    const pid_t process = g_facade.m_process.load();
+    return process != 0 && process != getpid();
+}
+
+// A child gets the mutexes as they were, perhaps held by threads that it does not have.
+void FreeMutexesInChild()
+{
+    new (&g_facade.m_mutex) std::recursive_mutex;
+    new (&g_facade.m_ending) std::mutex;
+}
 
 // Empties a slot.
 template <class TInterface>
@@ -59,29 +84,107 @@ std::unique_ptr<TInterface> Take(SSlot<TInterface>& slot)
 
 // Ends everything, for ever. The instances are deleted without the mutex: the subscriber's end waits for a callback
 // that is running, and that callback may ask the facade for something.
-void Close(std::unique_lock<std::recursive_mutex> lock)
+void Close()
 {
+    std::unique_lock lock(g_facade.m_mutex);
     g_facade.m_canCreateNewInterface = false;
+    g_facade.m_publishedHelper = nullptr;
     auto ended = std::apply([](auto&... slot) { return std::tuple(Take(slot)...); }, g_facade.m_instances);
-    boost::shared_ptr<TIIPCHelper> helper;
+    boost::shared_ptr<TCIPCHelper> helper;
     helper.swap(g_facade.m_IPCHelper);
     lock.unlock();
+    if (helper)
+    {
+        helper->BeginEnding();
+    }
     std::apply([](auto&... owner) { (owner.reset(), ...); }, ended);
     helper.reset(); // the last reference: closes the connection
 }
 
-// Ends the instances of a process that never called Destroy.
+// Hands out nothing any more, and leaves all that is the parent's as it is.
+void CloseInChild()
+{
+    g_facade.m_canCreateNewInterface = false;
+    std::apply([](auto&... slot) { (slot.published.store(nullptr), ...); }, g_facade.m_instances);
+}
+
+// The lines of the destructors that an instance's classes have.
+void LogEnd(const std::type_info& type)
+{
+    int status = 0;
+    const std::unique_ptr<char, decltype(&std::free)> whole(abi::__cxa_demangle(type.name(), nullptr, nullptr, &status),
+                                                            &std::free);
+    std::string name = whole ? whole.get() : type.name();
+    name.replace(0, name.rfind(':') + 1, "~");
+    CIM_LOG_INFO_AT(name.c_str(), __LINE__, "");
+    constexpr std::string_view NULL_SUFFIX = "NO_CI";
+    if (!name.ends_with(NULL_SUFFIX))
+    {
+        name += NULL_SUFFIX;
+        CIM_LOG_INFO_AT(name.c_str(), __LINE__, "");
+    }
+}
+
+template <class TInterface>
+void EndAtExit(TInterface* instance, TCIPCHelper* helper)
+{
+    if (instance == nullptr)
+    {
+        return;
+    }
+    LogEnd(typeid(*instance));
+    if constexpr (std::is_same_v<TInterface, ICISignalSubscriber>)
+    {
+        if (helper != nullptr)
+        {
+            EndSubscriptions(*instance, helper->TimeLeft());
+        }
+    }
+}
+
+// Ends the instances of a process that exits without Destroy. They stay where they are, and so does the connection:
+// other threads run on until the process is gone, and what they call gives the null answer.
 struct SCloser
 {
     ~SCloser()
     {
-        std::unique_lock lock(g_facade.m_mutex, std::try_to_lock);
-        if (lock) // otherwise a thread is at work inside, for up to a minute: what it has ends with the process
+        if (IsForkedChild() || !g_facade.m_canCreateNewInterface)
         {
-            Close(std::move(lock));
+            return;
+        }
+        const std::unique_lock ending(g_facade.m_ending, std::try_to_lock);
+        if (!ending) // another thread is in Destroy, and perhaps waits for the callback that called exit
+        {
+            return;
+        }
+        g_facade.m_isExiting = true;
+        TCIPCHelper* const helper = g_facade.m_publishedHelper.load();
+        if (helper != nullptr)
+        {
+            helper->BeginEnding();
+        }
+        std::apply([helper](auto&... slot) { (EndAtExit(slot.published.load(), helper), ...); }, g_facade.m_instances);
+        if (helper != nullptr)
+        {
+            helper->Retire();
         }
     }
 } g_closer;
+
+template <class TInterface>
+std::unique_ptr<TInterface> Make()
+{
+    if (g_facade.m_isExiting || !TCCIService::IsCIOperable())
+    {
+        return MakeNull<TInterface>();
+    }
+    if (!g_facade.m_IPCHelper)
+    {
+        g_facade.m_IPCHelper.reset(new TCIPCHelper);
+        g_facade.m_publishedHelper = g_facade.m_IPCHelper.get();
+    }
+    return MakeProxy<TInterface>(g_facade.m_IPCHelper);
+}
 
 // The one way to every instance.
 template <class TInterface, class TCreated>
@@ -95,24 +198,17 @@ TInterface* Instance(TCreated created)
     const std::lock_guard lock(g_facade.m_mutex);
     if (!slot.owner && g_facade.m_canCreateNewInterface)
     {
-        std::unique_ptr<TInterface> instance;
-        if (TCCIService::IsCIOperable())
+        if (g_facade.m_process == 0)
         {
-            if (!g_facade.m_IPCHelper)
-            {
-                g_facade.m_IPCHelper.reset(new TCIPCHelper);
-            }
-            instance = MakeProxy<TInterface>(g_facade.m_IPCHelper);
+            pthread_atfork(nullptr, nullptr, FreeMutexesInChild);
+            g_facade.m_process = getpid();
         }
-        else
-        {
-            instance = MakeNull<TInterface>();
-        }
+        std::unique_ptr<TInterface> instance = Make<TInterface>();
         created(*instance);
         slot.owner = std::move(instance);
         slot.published.store(slot.owner.get());
     }
-    return slot.owner.get();
+    return slot.published.load();
 }
 
 template <class TInterface>
@@ -146,7 +242,11 @@ ICISignalSubscriber* TCCIService::CISignalSubscriberInstance(TCISignalCallback c
 void TCCIService::Destroy()
 {
     CIM_LOG_ERROR("");
+    if (IsForkedChild())
+    {
+        return CloseInChild();
+    }
     const std::lock_guard ending(g_facade.m_ending); // whoever comes second returns when everything has ended
-    Close(std::unique_lock(g_facade.m_mutex));
+    Close();
 }
 } // namespace CIM

@@ -2,6 +2,7 @@
 
 #include <tvplatform/NodeCreator.h>
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -40,6 +41,41 @@ template <>
 struct TDefaultCreator<std::basic_string<unsigned short>>
 {
     using type = STDWStringNodeCreator;
+};
+
+/// Bounds what a container takes for the elements that it reads: a small multiple of the bytes that they came in, which
+/// a node that holds less than its element would exceed. What objects write of themselves stays far below it.
+class TCElementBudget
+{
+public:
+    /// Counts an element. \return false when the elements so far take more than their bytes can be worth
+    template <class T>
+    bool Takes(const TCTreeNode& node)
+    {
+        if constexpr (sizeof(T) > MULTIPLE * HEADER)
+        {
+            m_left += static_cast<std::ptrdiff_t>(MULTIPLE * Bytes(node)) - static_cast<std::ptrdiff_t>(sizeof(T));
+        }
+        return m_left >= 0;
+    }
+
+private:
+    static constexpr std::size_t MULTIPLE = 4;
+    static constexpr std::size_t HEADER = 8;              // of a node
+    static constexpr std::ptrdiff_t FREE_BYTES = 1 << 16; // whatever they came in
+
+    static std::size_t Bytes(const TCTreeNode& node)
+    {
+        std::size_t bytes = HEADER + node.GetByteSize();
+        const TCTreeBranch* const branch = node.AsBranch();
+        for (const TCTreeNode* child = branch ? branch->GetFirstNode() : nullptr; child; child = child->GetNextNode())
+        {
+            bytes += HEADER + child->GetByteSize();
+        }
+        return bytes;
+    }
+
+    std::ptrdiff_t m_left = FREE_BYTES;
 };
 
 /// The node creator of an adapter's elements: the one it was given and owns, or its own default, which needs no

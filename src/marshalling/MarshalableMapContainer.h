@@ -39,7 +39,8 @@ public:
         return true;
     }
 
-    /// \return false when the last key has no value; what was read before stays
+    /// \return false when the last key has no value: what was read before stays; and, with the map empty, when the
+    ///         elements would take far more than the bytes they came in
     bool TreeToClass(TCTreeBranch& branch) override
     {
         if (!m_container)
@@ -54,9 +55,15 @@ public:
             }
         }
         m_container->clear();
+        TCElementBudget budget;
         TCTreeNode* node = branch.GetFirstNode();
         while (node)
         {
+            if (!budget.Takes<TKey>(*node) || (node->GetNextNode() && !budget.Takes<TValue>(*node->GetNextNode())))
+            {
+                m_container->clear();
+                return false;
+            }
             TKey key{};
             m_keyCreator.Fill(key, *node);
             node = node->GetNextNode();

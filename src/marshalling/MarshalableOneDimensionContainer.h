@@ -55,6 +55,7 @@ public:
         return true;
     }
 
+    /// \return false, with the container empty, when the elements would take far more than the bytes they came in
     bool TreeToClass(TCTreeBranch& branch) override
     {
         if (!m_container)
@@ -69,8 +70,14 @@ public:
             }
         }
         Clear();
+        TCElementBudget budget;
         for (TCTreeNode* node = branch.GetFirstNode(); node; node = node->GetNextNode())
         {
+            if (!budget.Takes<TElement>(*node))
+            {
+                Clear();
+                return false;
+            }
             TElement element{};
             m_creator.Fill(element, *node);
             m_container->push_back(std::move(element));

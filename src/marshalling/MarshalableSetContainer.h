@@ -32,6 +32,7 @@ public:
         return true;
     }
 
+    /// \return false, with the set empty, when the elements would take far more than the bytes they came in
     bool TreeToClass(TCTreeBranch& branch) override
     {
         if (!m_container)
@@ -39,8 +40,14 @@ public:
             return true;
         }
         m_container->clear();
+        TCElementBudget budget;
         for (TCTreeNode* node = branch.GetFirstNode(); node; node = node->GetNextNode())
         {
+            if (!budget.Takes<TElement>(*node))
+            {
+                m_container->clear();
+                return false;
+            }
             TElement element{};
             m_creator.Fill(element, *node);
             m_container->insert(std::move(element));

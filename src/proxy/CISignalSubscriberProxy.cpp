@@ -6,6 +6,8 @@
 #include "utils/CallOutcome.h"
 #include "utils/CIAPILog.h"
 
+#include <new>
+#include <thread>
 #include <utility>
 
 namespace CIM
@@ -34,6 +36,28 @@ TCCISignalSubscriberProxy::~TCCISignalSubscriberProxy()
         ReplaceSignalReceptor(nullptr);
     }
     const std::lock_guard lock(m_mutex);
+    m_UnsubscribeAll();
+}
+
+void TCCISignalSubscriberProxy::EndSubscriptions(std::chrono::milliseconds patience)
+{
+    // No more signals, and nobody waits for the one that may be on its way: the receptor lives on.
+    [[maybe_unused]] static auto* const kept = new std::shared_ptr<TCSignalReceptor>(ReplaceSignalReceptor(nullptr));
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    std::unique_lock lock(m_mutex, std::try_to_lock);
+    while (!lock && std::chrono::steady_clock::now() < deadline)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        lock.try_lock();
+    }
+    if (lock)
+    {
+        m_UnsubscribeAll();
+    }
+}
+
+void TCCISignalSubscriberProxy::m_UnsubscribeAll()
+{
     const std::map<TSSignalKey, void*> subscriptions = m_userDataMap;
     for (const auto& [key, userData] : subscriptions)
     {
@@ -49,6 +73,10 @@ void TCCISignalSubscriberProxy::SetCallback(int (*callback)(ECISignalType, EProf
                                                             void*))
 {
     CIM_LOG_INFO("");
+    if (!m_IsHere())
+    {
+        return;
+    }
     const std::lock_guard lock(m_mutex);
     if (m_callback != nullptr)
     {
@@ -63,31 +91,47 @@ int TCCISignalSubscriberProxy::Subscribe(ECISignalType signalType, void* userDat
                                          unsigned short handle, long)
 {
     KeepOutcome(CALL_OUTCOME_NONE);
-    const std::lock_guard lock(m_mutex);
-    const std::string signalText = ToString(signalType);
-    const TSSignalKey key{signalType, profile, handle};
-    if (m_userDataMap.count(key) != 0)
+    if (!m_IsHere())
     {
-        CIM_LOG_ERROR("Signal was already subscribed %s", signalText.c_str());
-        return 0;
+        return TNull::Subscribe(signalType, userData, profile, handle, 0);
     }
-    const TVSHandle pipeline(profile, handle);
-    const std::string pipelineText = ToString(pipeline);
-    CIM_LOG_ERROR("Signal subscribed %s %s pUserData[%p].", signalText.c_str(), pipelineText.c_str(), userData);
-    m_userDataMap.emplace(key, userData);
-    if (!m_call.Connection()->AddMatchRule(IPC_MESSAGE_SIGNAL, signalType, pipeline))
+    try
     {
-        // The entry stays: the key counts as subscribed until it is unsubscribed.
-        CIM_LOG_ERROR("AddMatchRule FALSE ");
-        return 0;
+        const std::lock_guard lock(m_mutex);
+        const std::string signalText = ToString(signalType);
+        const TSSignalKey key{signalType, profile, handle};
+        if (m_userDataMap.count(key) != 0)
+        {
+            CIM_LOG_ERROR("Signal was already subscribed %s", signalText.c_str());
+            return 0;
+        }
+        const TVSHandle pipeline(profile, handle);
+        const std::string pipelineText = ToString(pipeline);
+        CIM_LOG_ERROR("Signal subscribed %s %s pUserData[%p].", signalText.c_str(), pipelineText.c_str(), userData);
+        m_userDataMap.emplace(key, userData);
+        if (!m_call.Connection()->AddMatchRule(IPC_MESSAGE_SIGNAL, signalType, pipeline))
+        {
+            // The entry stays: the key counts as subscribed until it is unsubscribed.
+            CIM_LOG_ERROR("AddMatchRule FALSE ");
+            return 0;
+        }
+        return m_call.Do<&ICISignalSubscriber::Subscribe>(signalType, userData, profile, handle, GetPid())
+            .Or([&] { return TNull::Subscribe(signalType, userData, profile, handle, 0); });
     }
-    return m_call.Do<&ICISignalSubscriber::Subscribe>(signalType, userData, profile, handle, GetPid())
-        .Or([&] { return TNull::Subscribe(signalType, userData, profile, handle, 0); });
+    catch (const std::bad_alloc&)
+    {
+        CIM_LOG_ERROR("Out of memory");
+        return TNull::Subscribe(signalType, userData, profile, handle, 0);
+    }
 }
 
 int TCCISignalSubscriberProxy::Unsubscribe(ECISignalType signalType, EProfile profile, unsigned short handle, long)
 {
     KeepOutcome(CALL_OUTCOME_NONE);
+    if (!m_IsHere())
+    {
+        return TNull::Unsubscribe(signalType, profile, handle, 0);
+    }
     const std::lock_guard lock(m_mutex);
     if (m_userDataMap.erase({signalType, profile, handle}) == 0)
     {
@@ -101,6 +145,18 @@ int TCCISignalSubscriberProxy::Unsubscribe(ECISignalType signalType, EProfile pr
     }
     return m_call.Do<&ICISignalSubscriber::Unsubscribe>(signalType, profile, handle, GetPid())
         .Or([&] { return TNull::Unsubscribe(signalType, profile, handle, 0); });
+}
+
+// In the child of a fork the mutex may be held by a thread that is not there.
+bool TCCISignalSubscriberProxy::m_IsHere() const
+{
+    const bool isHere = m_process.IsHere();
+    if (!isHere)
+    {
+        KeepOutcome(CALL_OUTCOME_NOT_SENT);
+        CIM_LOG_ERROR_AT("m_IsHere", __LINE__, "The subscriptions belong to the parent process %ld", m_process.Id());
+    }
+    return isHere;
 }
 
 void TCCISignalSubscriberProxy::m_OnSignalCallback(int signalType, TCMessageBuffer& payload)
@@ -130,6 +186,14 @@ void TCCISignalSubscriberProxy::m_OnSignalCallback(int signalType, TCMessageBuff
     if (m_callback != nullptr)
     {
         m_callback(signal->signalType, signal->handle.profile, signal->handle.handle, signal->data, userData);
+    }
+}
+
+void EndSubscriptions(ICISignalSubscriber& subscriber, std::chrono::milliseconds patience)
+{
+    if (auto* const proxy = dynamic_cast<TCCISignalSubscriberProxy*>(&subscriber))
+    {
+        proxy->EndSubscriptions(patience);
     }
 }
 

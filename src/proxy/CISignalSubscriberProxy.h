@@ -4,7 +4,9 @@
 #include "proxy/ProxyCall.h"
 #include "proxy/SignalKey.h"
 #include "proxy/SignalReceptor.h"
+#include "utils/OwnProcess.h"
 
+#include <chrono>
 #include <map>
 #include <mutex>
 
@@ -28,12 +30,20 @@ public:
     int Unsubscribe(ECISignalType signalType, EProfile profile, unsigned short handle, long reserved) override;
     void SetCallback(int (*callback)(ECISignalType, EProfile, unsigned short, TSSignalData, void*)) override;
 
+    /// What the destructor does, for a process that exits while other threads may still call: the object stays as it
+    /// is, a callback that is running is not waited for, and what other threads are doing only as long as given.
+    void EndSubscriptions(std::chrono::milliseconds patience);
+
 private:
     using TNull = TCCISignalSubscriberProxyNO_CI;
+
+    void m_UnsubscribeAll();
+    bool m_IsHere() const;
 
     void m_OnSignalCallback(int signalType, TCMessageBuffer& payload);
 
     TCProxyCall m_call;
+    const TCOwnProcess m_process;
     int (*m_callback)(ECISignalType, EProfile, unsigned short, TSSignalData, void*) = nullptr;
     std::map<TSSignalKey, void*> m_userDataMap;
     std::recursive_mutex m_mutex;

@@ -3,6 +3,7 @@
 #include "impl/CIMarshallingHelperProxy.h"
 #include "protocol/Pushed.h"
 
+#include <new>
 #include <optional>
 #include <string>
 #include <utility>
@@ -53,9 +54,26 @@ public:
 
     /// Calls an operation of the daemon: m_call.Do<&ICIGeneral::GetMmiText>(slot, text).
     /// \param arguments  exactly the arguments of the member function; outputs are filled in place
-    /// \return what the daemon answered, or the seed when its answer holds no result; nothing when the call failed
+    /// \return what the daemon answered, or the seed when its answer holds no result; nothing when the call failed,
+    ///         also for want of memory
     template <auto Operation, class... Arguments>
     auto Do(Arguments&&... arguments)
+    {
+        using TDone = TAnswer<typename std::remove_cvref_t<decltype(protocol::RowOf<Operation>())>::Result>;
+        try
+        {
+            return m_Do<Operation>(std::forward<Arguments>(arguments)...);
+        }
+        catch (const std::bad_alloc&)
+        {
+            m_TellNoMemory(std::remove_cvref_t<decltype(protocol::RowOf<Operation>())>::NAME);
+            return TDone();
+        }
+    }
+
+private:
+    template <auto Operation, class... Arguments>
+    auto m_Do(Arguments&&... arguments)
     {
         constexpr const auto& row = protocol::RowOf<Operation>();
         using TRow = std::remove_cvref_t<decltype(row)>;
@@ -69,6 +87,10 @@ public:
         }
         TResult result = TRow::Seed(oneWay);
         TCCIMarshallingHelperProxy frame(m_ipcHelper);
+        if constexpr (TRow::HAS_SECRET)
+        {
+            frame.KeepNothing();
+        }
         protocol::TPushedResult<TResult> pushedResult(result);
         protocol::TPushedParameters<TRow> parameters(arguments...);
         pushedResult.Push(frame);
@@ -82,7 +104,8 @@ public:
         return TAnswer<TResult>(std::move(result));
     }
 
-private:
+    void m_TellNoMemory(const char* operation) const;
+
     std::string m_connectionName;
     boost::shared_ptr<TIIPCHelper> m_ipcHelper;
 };

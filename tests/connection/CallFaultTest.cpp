@@ -6,9 +6,13 @@
 
 #include <csignal>
 #include <cstdio>
+#include <dlfcn.h>
 #include <functional>
+#include <future>
+#include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace CIM
@@ -39,7 +43,22 @@ const char* const* const TEXT_LIST = TEXTS;
 class CallFaultTest : public TCBusTest
 {
 };
+
+thread_local std::function<void()> g_failNextSend;
 } // namespace
+
+// In the place of libdbus's own: a thread's next message may fail, after something has happened.
+extern "C" dbus_bool_t dbus_connection_send(DBusConnection* connection, DBusMessage* message, dbus_uint32_t* serial)
+{
+    if (g_failNextSend)
+    {
+        std::exchange(g_failNextSend, nullptr)();
+        return FALSE;
+    }
+    static const auto send =
+        reinterpret_cast<decltype(&dbus_connection_send)>(dlsym(RTLD_NEXT, "dbus_connection_send"));
+    return send(connection, message, serial);
+}
 
 TEST_F(CallFaultTest, RepliesThatAreNotWhatTheyShouldBe)
 {
@@ -165,7 +184,7 @@ TEST_F(CallFaultTest, TimeIsOverForEachCallAndLateRepliesAreDropped)
     DBusConnection* const connection = dbus_bus_get_private(DBUS_BUS_SYSTEM, nullptr);
     dbus_connection_set_exit_on_disconnect(connection, FALSE);
     {
-        TCCallRouter router(connection, std::chrono::milliseconds(150));
+        TCCallRouter router(connection, eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), std::chrono::milliseconds(150));
         const auto call = [&router]
         {
             const TMessage request(
@@ -193,6 +212,57 @@ TEST_F(CallFaultTest, TimeIsOverForEachCallAndLateRepliesAreDropped)
     }
     dbus_connection_close(connection);
     dbus_connection_unref(connection);
+}
+
+// The waiter that is to lead next may be one whose send fails: then another has to, or nobody reads any more.
+TEST_F(CallFaultTest, AWaiterWhoseSendFailsHandsOnTheLead)
+{
+    std::promise<void> firstAnswered;
+    std::atomic<int> requests{0};
+    TMessage second;
+    TCScriptedDaemon* self = nullptr;
+    TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
+                            [&](const TMessage& request) -> TMessage
+                            {
+                                // The first is answered when the second waits; the second after the first has left.
+                                if (requests++ == 0)
+                                {
+                                    second = request;
+                                    return nullptr;
+                                }
+                                self->Send(Echo(std::exchange(second, request)));
+                                return nullptr;
+                            });
+    self = &daemon;
+    TCConnection connection;
+    std::thread first(
+        [&]
+        {
+            EXPECT_TRUE(Call(connection, 1, "first").handled);
+            firstAnswered.set_value();
+        });
+    while (requests == 0)
+    {
+        std::this_thread::yield();
+    }
+    std::promise<void> sending;
+    std::thread failing(
+        [&]
+        {
+            g_failNextSend = [&]
+            {
+                sending.set_value();
+                firstAnswered.get_future().wait(); // it is woken to lead, and does not wait yet
+            };
+            EXPECT_FALSE(Call(connection, 1, "fails").handled);
+            self->Send(Echo(second));
+        });
+    sending.get_future().wait();
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(Call(connection, 1, "second").payload, "second");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10)) << "nobody led";
+    first.join();
+    failing.join();
 }
 
 TEST_F(CallFaultTest, BusThatGoesAwayEndsEveryCallAtOnce)

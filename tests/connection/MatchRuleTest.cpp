@@ -86,13 +86,13 @@ TEST_F(MatchRuleTest, LimitOfTheBus)
     TCScriptedDaemon daemon({}, Echo);
     TCConnection connection;
     connection.SetCallbackFunction(IPC_MESSAGE_SIGNAL, RecordMatch);
-    for (int identifier = 0; identifier < MATCH_RULE_LIMIT; ++identifier)
+    for (int identifier = 1; identifier < MATCH_RULE_LIMIT; ++identifier) // one is the library's own
     {
         EXPECT_TRUE(connection.AddMatchRule(IPC_MESSAGE_SIGNAL, identifier, TVSHandle(PROFILE_MAIN, 1)));
     }
     EXPECT_FALSE(connection.AddMatchRule(IPC_MESSAGE_SIGNAL, -1, TVSHandle(PROFILE_MAIN, 1)));
     EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::AddMatchRule] Cannot add match rule: "));
-    daemon.Send(TCScriptedDaemon::Signal("Signal", "0", "1", "x")); // the rules before still work
+    daemon.Send(TCScriptedDaemon::Signal("Signal", "1", "1", "x")); // the rules before still work
     EXPECT_TRUE(RunMainLoopUntil([] { return g_matched.size() == 1; }));
     EXPECT_TRUE(connection.RemoveMatchRule(IPC_MESSAGE_SIGNAL, 2, TVSHandle(PROFILE_MAIN, 1)));
     EXPECT_TRUE(connection.AddMatchRule(IPC_MESSAGE_SIGNAL, -1, TVSHandle(PROFILE_MAIN, 1)));

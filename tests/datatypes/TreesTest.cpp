@@ -8,9 +8,14 @@
 #include <ciapi/CISampleDecryptionDataType.h>
 #include <tvplatform/MessageBuffer.h>
 
+#include "marshalling/MarshalableContainers.h"
+
 #include <functional>
 #include <gtest/gtest.h>
+#include <map>
 #include <memory>
+#include <typeinfo>
+#include <vector>
 
 namespace CIM
 {
@@ -109,7 +114,49 @@ void Travel(TCMarshalable& value, const Check& check)
     ASSERT_NE(read.GetFirstNode(), nullptr);
     check(*read.GetFirstNode()->AsBranch());
 }
+/// Empty nodes in the place of elements are not worth the memory of the elements; what the elements write of themselves
+/// is, however empty they are.
+template <class TContainer, class TAdapter>
+void CheckBudget(const TContainer& elements)
+{
+    SCOPED_TRACE(typeid(TContainer).name());
+    TContainer sound(elements);
+    TContainer again;
+    TAdapter writer(&sound);
+    TAdapter reader(&again);
+    Travel(writer, [&](TCTreeBranch& branch) { EXPECT_TRUE(reader.TreeToClass(branch)); });
+    EXPECT_EQ(again.size(), elements.size());
+
+    TCTreeBranchList hollow(1u);
+    for (std::size_t node = 0; node < 2 * elements.size(); ++node)
+    {
+        hollow.AddNode(hollow.NewBranch(0));
+    }
+    EXPECT_FALSE(reader.TreeToClass(hollow));
+    EXPECT_TRUE(again.empty());
+}
+
+template <class TElement>
+void CheckList(const TElement& element)
+{
+    constexpr std::size_t COUNT = 20000; // more than what is free
+    using TContainer = std::vector<TElement>;
+    CheckBudget<TContainer, TCMarshalableOneDimensionContainer<TContainer, TElement>>(TContainer(COUNT, element));
+}
 } // namespace
+
+TEST(Trees, ContainersTakeNoMoreThanTheirBytesAreWorth)
+{
+    CheckList(TSCIOperatorProfileData());
+    CheckList(TSDRMMetadataRecord());
+    CheckList(TSSampleTrackNonTSFormat());
+    std::map<int, TCSlotInfo> slots;
+    for (int slot = 0; slot < 20000; ++slot)
+    {
+        slots[slot];
+    }
+    CheckBudget<decltype(slots), TCMarshalableMapContainer<decltype(slots), TCSlotInfo>>(slots);
+}
 
 TEST(Trees, EveryTypeTravelsInItsFormAndReplacesWhatWasThere)
 {
