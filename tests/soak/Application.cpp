@@ -78,6 +78,7 @@ public:
         : m_application(application), m_thread(application.shared.threads), m_random(seed),
           m_signals(application, m_thread), m_children(application.shared)
     {
+        application.slot.isConnected.store(true);
     }
     void Run();
 

@@ -151,6 +151,7 @@ void TCRound::m_StartApplication(unsigned slot)
     }
     told.ending.store(ENDING_ORDERLY);
     told.isLeaving.store(false);
+    told.isConnected.store(false);
     m_applications[slot] = {StartSelf("application", slot)};
 }
 
@@ -259,6 +260,14 @@ void TCRound::m_KillBus()
     m_BeginTrouble(); // without an end
     m_shared.isBusDead.store(true);
     privatebus::SendSignal(m_bus, SIGKILL);
+    // Who has not connected yet tries for a minute, and then ends the process: that is a promise, and not waited for.
+    for (unsigned slot = 0; slot < m_applications.size(); ++slot)
+    {
+        if (!m_shared.applications[slot].isConnected.load())
+        {
+            m_applications[slot].isKilled = privatebus::SendSignal(m_applications[slot].process, SIGKILL);
+        }
+    }
 }
 
 void TCRound::m_KillApplication()
@@ -286,7 +295,10 @@ void TCRound::m_Reap(bool isEnding)
             application.process > 0 ? privatebus::CheckForEnd(application.process) : std::nullopt;
         if (!status)
         {
-            m_CheckExit(application, told);
+            if (application.process > 0)
+            {
+                m_CheckExit(application, told);
+            }
             continue;
         }
         const unsigned ending = told.isLeaving.load() ? told.ending.load() : ENDING_ORDERLY;
@@ -300,7 +312,7 @@ void TCRound::m_Reap(bool isEnding)
             m_shared.figures.endings[ending].fetch_add(1);
         }
         m_Forget(application.process);
-        application.process = -1;
+        application = {};
         if (!isEnding && !m_shared.isBusDead.load())
         {
             told.generation.fetch_add(1);
@@ -312,7 +324,7 @@ void TCRound::m_Reap(bool isEnding)
 // An exit must not wait for calls.
 void TCRound::m_CheckExit(SApplicationProcess& application, const SApplicationSlot& told)
 {
-    if (application.process > 0 && told.isLeaving.load() && application.leavingSince == 0)
+    if (told.isLeaving.load() && application.leavingSince == 0)
     {
         application.leavingSince = NowMs();
     }

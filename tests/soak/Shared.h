@@ -109,6 +109,7 @@ struct SApplicationSlot
     std::atomic<unsigned> generation;                 ///< how many were here before
     std::atomic<unsigned> ending;                     ///< EEnding, asked for by the driver
     std::atomic<unsigned> endingAfter;                ///< calls
+    std::atomic<bool> isConnected;
     std::atomic<bool> isLeaving;
 };
 
