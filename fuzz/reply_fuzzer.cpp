@@ -28,16 +28,19 @@ extern "C"
     {
         return TRUE;
     }
+    dbus_bool_t dbus_connection_has_messages_to_send(DBusConnection*) { return FALSE; }
 }
 
 namespace CIM
 {
-TCCallRouter::TCCallRouter(DBusConnection* connection, std::chrono::milliseconds timeout)
-    : m_connection(connection), m_timeout(timeout), m_lastSerial(0)
+TCCallRouter::TCCallRouter(DBusConnection* connection, int wakeUp, std::chrono::milliseconds timeout)
+    : m_connection(connection), m_timeout(timeout), m_wakeUp(wakeUp), m_lastSerial(0)
 {
 }
 TCCallRouter::~TCCallRouter() = default;
 bool TCCallRouter::Send(DBusMessage*) { return true; }
+void TCCallRouter::BeginEnding() {}
+std::chrono::milliseconds TCCallRouter::TimeLeft() const { return m_timeout; }
 TCCallRouter::EResult TCCallRouter::Call(DBusMessage*, TCMessagePtr& reply)
 {
     reply = std::move(nextReply);
