@@ -298,11 +298,9 @@ TEST_F(Facade, EveryDestroyReturnsWhenEverythingHasEnded)
             AllInstances();
             GMainLoop* const loop = g_main_loop_new(nullptr, FALSE);
             std::thread receiver([loop] { g_main_loop_run(loop); });
-            {
-                TCScriptedDaemon sender({}, nullptr);
-                sender.Send(TCScriptedDaemon::Signal("Signal", std::to_string(SIGNAL_CI_CA_REPLY), "1",
-                                                     std::string("payload!\0\0\0\0\1\0\0\0", 16)));
-            }
+            TCScriptedDaemon sender({}, nullptr);
+            sender.Send(TCScriptedDaemon::Signal("Signal", std::to_string(SIGNAL_CI_CA_REPLY), "1",
+                                                 std::string("payload!\0\0\0\0\1\0\0\0", 16)));
             EXPECT_EQ(Hold().entered.get_future().wait_for(BOUND), std::future_status::ready);
 
             TCLogCapture::Clear();
