@@ -83,7 +83,9 @@ struct SAnswer
 
 constexpr int NULL_RESULT = 0;
 constexpr int SEED_RESULT = -1;
-const std::vector<unsigned char> UNTOUCHED{'a', 's', ' ', 'i', 't', ' ', 'w', 'a', 's'};
+// Never destroyed: threads call while the process exits.
+const std::vector<unsigned char>& UNTOUCHED =
+    *new std::vector<unsigned char>{'a', 's', ' ', 'i', 't', ' ', 'w', 'a', 's'};
 
 class TCCaller
 {

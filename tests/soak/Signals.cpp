@@ -137,8 +137,9 @@ void TCSignals::m_Unsubscribe(unsigned key)
     if (m_WaitForMainLoop())
     {
         ReadControl();
-        // Without an end nothing can be compared, unless the end is that of the bus.
-        if (known.since && (until || m_application.shared.isBusDead.load()))
+        // Without an end nothing can be compared, unless the end is that of the bus; and an exit that has begun meanwhile
+        // has ended the signals.
+        if (known.since && (until || m_application.shared.isBusDead.load()) && !m_application.slot.isLeaving.load())
         {
             m_Compare(key, until.value_or(std::numeric_limits<TStamp>::max()));
         }
