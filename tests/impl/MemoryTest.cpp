@@ -10,10 +10,15 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <list>
+#include <optional>
 #include <string>
+#include <unistd.h>
+#include <vector>
 
 #include <sys/resource.h>
 
@@ -78,6 +83,47 @@ void LeaveOnly(std::size_t spare)
     ASSERT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
 }
 
+// libdbus reads the address of the system bus once per process.
+TCPrivateBus& Bus()
+{
+    static TCPrivateBus bus;
+    return bus;
+}
+
+// Where this process has bytes that, each turned over, are those given: the given ones do not find themselves.
+std::size_t CountInMemory(const std::vector<unsigned char>& turnedOver)
+{
+    std::size_t found = 0;
+    std::ifstream maps("/proc/self/maps");
+    std::ifstream memory("/proc/self/mem", std::ios::binary);
+    std::vector<char> bytes;
+    for (std::string line; std::getline(maps, line);)
+    {
+        unsigned long begin = 0;
+        unsigned long end = 0;
+        char mode[5] = {};
+        if (std::sscanf(line.c_str(), "%lx-%lx %4s", &begin, &end, mode) != 3 || mode[1] != 'w')
+        {
+            continue;
+        }
+        bytes.resize(std::min<std::size_t>(end - begin, 64U << 20));
+        memory.clear();
+        memory.seekg(static_cast<std::streamoff>(begin));
+        memory.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        const auto isIt = [](char byte, unsigned char turned)
+        { return static_cast<unsigned char>(byte) == static_cast<unsigned char>(~turned); };
+        auto place = bytes.begin();
+        const auto last = bytes.begin() + memory.gcount();
+        while ((place = std::search(place, last, turnedOver.begin(), turnedOver.end(), isIt)) != last)
+        {
+            ++found;
+            ++place;
+        }
+        explicit_bzero(bytes.data(), bytes.size()); // this copy is none
+    }
+    return found;
+}
+
 class Memory : public testing::Test
 {
 protected:
@@ -88,13 +134,13 @@ protected:
     }
     ~Memory() override { privatebus::TCBusFolder::Remove(m_folder.Path().c_str()); }
 
-    TCPrivateBus m_bus;
+    TCPrivateBus& m_bus = Bus(); // before the daemon
     privatebus::TCBusFolder m_folder = privatebus::TCBusFolder::Make("ciapi-memory");
     std::optional<TCEnvironmentVariable> m_variable;
     const std::string m_reply = HollowReply();
-    TCScriptedDaemon m_daemon{{CI_OPERATOR_PROFILE_CONNECTION_NAME}, [this](const TCScriptedDaemon::TMessage& request) {
-                                  return TCScriptedDaemon::Reply(request, 1, m_reply);
-                              }};
+    TCScriptedDaemon m_daemon{{CI_OPERATOR_PROFILE_CONNECTION_NAME, CI_GENERAL_CONNECTION_NAME},
+                              [this](const TCScriptedDaemon::TMessage& request)
+                              { return TCScriptedDaemon::Reply(request, 1, m_reply); }};
 };
 } // namespace
 
@@ -146,6 +192,33 @@ TEST_F(Memory, AHollowReplyTakesASmallMultipleOfItself)
             {
                 // The reply, twice inside libdbus, the tree's nodes.
                 EXPECT_LT(StatusBytes("VmHWM:") - before, 10 * REPLY_BYTES);
+            }
+        });
+}
+
+TEST_F(Memory, OfASecretNothingIsLeft)
+{
+    InChild(
+        []
+        {
+            ICIGeneral* const general = TCCIService::CIGeneralInstance();
+            for (const bool isOneWay : {false, true})
+            {
+                std::vector<unsigned char> turnedOver(16);
+                unsigned seed = static_cast<unsigned>(getpid()) * 2 + (isOneWay ? 1 : 0);
+                for (unsigned char& byte : turnedOver)
+                {
+                    seed = seed * 1103515245 + 12345;
+                    byte = static_cast<unsigned char>(seed >> 16);
+                }
+                std::vector<unsigned char> pin(turnedOver);
+                std::transform(pin.begin(), pin.end(), pin.begin(),
+                               [](unsigned char byte) { return static_cast<unsigned char>(~byte); });
+                ASSERT_GE(CountInMemory(turnedOver), 1U) << "the search finds what is there";
+                general->VerifyCamPin(0, pin, isOneWay);
+                ASSERT_EQ(LastCallOutcome().outcome == CALL_OUTCOME_SENT, isOneWay);
+                explicit_bzero(pin.data(), pin.size()); // the caller's own
+                EXPECT_EQ(CountInMemory(turnedOver), 0U) << (isOneWay ? "one-way" : "answered");
             }
         });
 }
