@@ -64,8 +64,9 @@ TCSenderTrust::EVerdict TCSenderTrust::Judge(DBusMessage* signal)
 {
     const char* const name = dbus_message_get_sender(signal);
     const std::lock_guard lock(m_mutex);
-    if (name != nullptr && m_lastCounting == name)
+    if (name != nullptr && (m_lastCounting == name || m_owner == name))
     {
+        m_lastCounting = name;
         return EVerdict::COUNTS;
     }
     // What names no sender did not come over a bus.
@@ -177,6 +178,10 @@ TCSenderTrust::SSender* TCSenderTrust::m_FindOrAdd(const std::string& name)
 
 TCSenderTrust::EVerdict TCSenderTrust::m_Judge(const SSender& sender)
 {
+    if (m_owner == sender.name) // whoever that runs as: it may be gone before the bus can be asked
+    {
+        return EVerdict::COUNTS;
+    }
     if (sender.isUnknowable)
     {
         return EVerdict::DROPPED;

@@ -16,8 +16,8 @@ namespace CIM
 /// and logged once a sender.
 ///
 /// The bus is asked for a sender's user once, without waiting: what the sender has sent until the answer is kept, within
-/// bounds, in its order. The user of the daemon is asked for before its first signal can come, and again when its name
-/// changes hands, so that a whole queue of its signals need not be kept. Thread-safe.
+/// bounds, in its order. Who owns the daemon's name is asked for before its first signal can come, and followed, in the
+/// order of the signals: what the owner itself sends counts at once, also when it has died meanwhile. Thread-safe.
 class TCSenderTrust
 {
 public:

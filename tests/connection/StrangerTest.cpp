@@ -210,6 +210,50 @@ TEST_F(StrangerTest, TheDaemonMayChangeHands)
         });
 }
 
+// A process that was stopped finds the signals of daemons that have died since, and of strangers that have gone.
+TEST_F(StrangerTest, WhatADeadDaemonSaidStillCounts)
+{
+    InChild(
+        []
+        {
+            const auto sendAndLeave = [](unsigned user, const std::string& name)
+            {
+                TCSender sender(user, name);
+                sender.Send(100);
+            };
+            int go[2];
+            int done[2];
+            ASSERT_EQ(pipe(go), 0);
+            ASSERT_EQ(pipe(done), 0);
+            const pid_t helper = fork();
+            ASSERT_NE(helper, -1);
+            if (helper == 0)
+            {
+                char byte = 0;
+                close(go[1]);
+                if (read(go[0], &byte, 1) == 1)
+                {
+                    sendAndLeave(DAEMON, CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME);
+                    sendAndLeave(GAMES, "-");
+                    sendAndLeave(GAMES, CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME);
+                }
+                _exit(write(done[1], "x", 1) == 1 ? 0 : 1);
+            }
+            close(go[0]);
+            Become(NOBODY);
+            TCConnection connection;
+            Listen(connection);
+            ASSERT_EQ(write(go[1], "x", 1), 1);
+            char byte = 0;
+            ASSERT_EQ(read(done[0], &byte, 1), 1);
+            EXPECT_TRUE(RunMainLoopUntil([] { return g_received.size() + DroppedSignals() == 300; }))
+                << g_received.size() << " and " << DroppedSignals();
+            EXPECT_EQ(g_received.size(), 200U);
+            EXPECT_EQ(DroppedSignals(), 100U);
+            EXPECT_EQ(privatebus::WaitForEnd(helper), 0);
+        });
+}
+
 // What the bus is asked is not waited for: the main loop goes on beside a bus that has stopped.
 TEST_F(StrangerTest, ABusThatHangsHoldsNothingUp)
 {
