@@ -195,6 +195,10 @@ TInterface* Instance(TCreated created)
     {
         return ready;
     }
+    if (!g_facade.m_canCreateNewInterface) // also for a callback that Destroy waits for
+    {
+        return nullptr;
+    }
     const std::lock_guard lock(g_facade.m_mutex);
     if (!slot.owner && g_facade.m_canCreateNewInterface)
     {

@@ -21,6 +21,7 @@ std::mutex g_first;
 std::mutex g_second;
 int g_plain = 0;
 std::atomic<int> g_signals{0};
+constexpr int SIGNALS = 50;
 const char* g_fault = "";
 
 bool IsPlanted(const char* fault) { return std::strcmp(g_fault, fault) == 0; }
@@ -63,21 +64,24 @@ int main(int argumentCount, char** arguments)
     std::thread receiver(
         []
         {
-            while (g_signals.load(std::memory_order_relaxed) == 0)
+            while (g_signals.load(std::memory_order_relaxed) < SIGNALS)
             {
                 g_main_context_iteration(nullptr, TRUE);
             }
         });
-    const auto signal = TCScriptedDaemon::Signal("Data", "5", nullptr, "x");
-    dbus_message_set_destination(signal.get(), connection.GetReceiverId().c_str());
-    daemon.Send(signal);
-    while (g_signals.load(std::memory_order_relaxed) == 0)
+    for (int count = 0; count < SIGNALS; ++count)
     {
-        std::this_thread::yield();
+        const auto signal = TCScriptedDaemon::Signal("Data", "5", nullptr, "x");
+        dbus_message_set_destination(signal.get(), connection.GetReceiverId().c_str());
+        daemon.Send(signal);
     }
-    if (IsPlanted("race"))
+    while (g_signals.load(std::memory_order_relaxed) < SIGNALS)
     {
-        ++g_plain;
+        if (IsPlanted("race"))
+        {
+            ++g_plain;
+        }
+        std::this_thread::yield();
     }
     receiver.join();
     std::printf("%d signal(s)\n", g_signals.load());
