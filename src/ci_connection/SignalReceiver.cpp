@@ -89,15 +89,21 @@ void TCSignalReceiver::Attach()
 
 void TCSignalReceiver::Set(EIPCMessageType type, TCallback callback)
 {
-    const std::lock_guard lock(m_mutexes[type]);
-    Attach(); // with the mutex held: what is dispatched at once finds the callback
-    m_callbacks[type] = callback;
+    // Where there was none, none runs that would have to be waited for: whoever registers first, the facade that creates
+    // the subscriber among them, does not take a mutex that is held while callbacks run.
+    TCallback none = nullptr;
+    if (!m_callbacks[type].compare_exchange_strong(none, callback))
+    {
+        const std::lock_guard lock(m_mutexes[type]);
+        m_callbacks[type] = callback;
+    }
+    Attach(); // what is dispatched at once finds the callback
 }
 
 bool TCSignalReceiver::Unset(EIPCMessageType type, TCallback callback)
 {
     const std::lock_guard lock(m_mutexes[type]);
-    if (m_callbacks[type] == nullptr || m_callbacks[type] != callback)
+    if (const TCallback present = m_callbacks[type]; present == nullptr || present != callback)
     {
         return false;
     }

@@ -62,7 +62,7 @@ private:
     const std::string m_interfaceName;
     TCSenderTrust m_trust;
     std::array<std::mutex, IPC_MESSAGE_MAX> m_mutexes;
-    std::array<TCallback, IPC_MESSAGE_MAX> m_callbacks{}; // each guarded by its mutex
+    std::array<std::atomic<TCallback>, IPC_MESSAGE_MAX> m_callbacks{}; // each replaced and called under its mutex
     std::atomic<bool> m_attached{false};
     std::atomic<bool> m_refusing{false};
 };
