@@ -69,22 +69,23 @@ void TCCISignalSubscriberProxy::m_UnsubscribeAll()
     }
 }
 
+// Without the mutex, which is held while callbacks run: the facade calls this with its own held, and a callback may ask
+// the facade.
 void TCCISignalSubscriberProxy::SetCallback(int (*callback)(ECISignalType, EProfile, unsigned short, TSSignalData,
                                                             void*))
 {
     CIM_LOG_INFO("");
+    TCallback none = nullptr;
     if (!m_IsHere())
     {
         return;
     }
-    const std::lock_guard lock(m_mutex);
-    if (m_callback != nullptr)
+    if (!m_callback.compare_exchange_strong(none, callback))
     {
         CIM_LOG_INFO("m_callback was already set, don't overwrite it.");
         return;
     }
     CIM_LOG_INFO("");
-    m_callback = callback;
 }
 
 int TCCISignalSubscriberProxy::Subscribe(ECISignalType signalType, void* userData, EProfile profile,
@@ -183,9 +184,9 @@ void TCCISignalSubscriberProxy::m_OnSignalCallback(int signalType, TCMessageBuff
         userData = subscription->second;
     }
     // The match rules have decided which signals arrive: one without a subscription is delivered, too.
-    if (m_callback != nullptr)
+    if (const TCallback callback = m_callback)
     {
-        m_callback(signal->signalType, signal->handle.profile, signal->handle.handle, signal->data, userData);
+        callback(signal->signalType, signal->handle.profile, signal->handle.handle, signal->data, userData);
     }
 }
 

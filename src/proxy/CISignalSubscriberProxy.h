@@ -6,6 +6,7 @@
 #include "proxy/SignalReceptor.h"
 #include "utils/OwnProcess.h"
 
+#include <atomic>
 #include <chrono>
 #include <map>
 #include <mutex>
@@ -36,6 +37,7 @@ public:
 
 private:
     using TNull = TCCISignalSubscriberProxyNO_CI;
+    using TCallback = int (*)(ECISignalType, EProfile, unsigned short, TSSignalData, void*);
 
     void m_UnsubscribeAll();
     bool m_IsHere() const;
@@ -44,7 +46,7 @@ private:
 
     TCProxyCall m_call;
     const TCOwnProcess m_process;
-    int (*m_callback)(ECISignalType, EProfile, unsigned short, TSSignalData, void*) = nullptr;
+    std::atomic<TCallback> m_callback{nullptr}; // set once
     std::map<TSSignalKey, void*> m_userDataMap;
     std::recursive_mutex m_mutex;
     std::weak_ptr<TCSignalReceptor> m_receptor;
