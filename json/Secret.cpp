@@ -13,6 +13,10 @@ void Overwrite(Container& held) noexcept
 {
     // Behind its end may stand what was longer before. To grow up to the room that there is allocates nothing.
     held.resize(held.capacity());
+    if (held.empty())
+    {
+        return;
+    }
     explicit_bzero(held.data(), held.size() * sizeof *held.data());
     held.clear();
 }

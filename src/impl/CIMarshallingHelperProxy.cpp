@@ -44,7 +44,10 @@ void Wipe(TCMessageBuffer& buffer)
     {
         std::size_t length = 0;
         const char* const piece = buffer.GetPiece(index, length);
-        explicit_bzero(const_cast<char*>(piece), length);
+        if (length > 0)
+        {
+            explicit_bzero(const_cast<char*>(piece), length);
+        }
     }
 }
 

@@ -1,5 +1,6 @@
 #include "proxy/CISignalSubscriberProxy.h"
 
+#include "ci_connection/Immortal.h"
 #include "protocol/SignalSubscriber.h"
 #include "proxy/MakeProxy.h"
 #include "proxy/SignalData.h"
@@ -42,7 +43,7 @@ TCCISignalSubscriberProxy::~TCCISignalSubscriberProxy()
 void TCCISignalSubscriberProxy::EndSubscriptions(std::chrono::milliseconds patience)
 {
     // No more signals, and nobody waits for the one that may be on its way: the receptor lives on.
-    [[maybe_unused]] static auto* const kept = new std::shared_ptr<TCSignalReceptor>(ReplaceSignalReceptor(nullptr));
+    MakeImmortal<std::shared_ptr<TCSignalReceptor>>(ReplaceSignalReceptor(nullptr));
     const auto deadline = std::chrono::steady_clock::now() + patience;
     std::unique_lock lock(m_mutex, std::try_to_lock);
     while (!lock && std::chrono::steady_clock::now() < deadline)

@@ -14,6 +14,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -37,6 +38,7 @@ struct TSWay
     int mostMs;
     int leastUnsubscribed = 3; ///< when the daemon is hung
 
+    bool HasChildren() const { return std::string_view(name).starts_with("children"); }
     friend std::ostream& operator<<(std::ostream& stream, const TSWay& way) { return stream << way.name; }
 };
 
@@ -102,7 +104,10 @@ TEST_P(Ending, IsCleanAndInTime)
         isHung = false;
         unsubscribed = 0;
         const auto begin = std::chrono::steady_clock::now();
-        const TSOutput output = Shell(std::string("timeout -s KILL 60 ") + ENDING_APPLICATION + " " + way.name);
+        // What a thread of the parent had on its stack is a leak in a child that does not have the thread.
+        const char* const environment = way.HasChildren() ? "ASAN_OPTIONS=detect_leaks=0 " : "";
+        const TSOutput output =
+            Shell(std::string(environment) + "timeout -s KILL 60 " + ENDING_APPLICATION + " " + way.name);
         const auto elapsed = std::chrono::steady_clock::now() - begin;
         ASSERT_EQ(output.status, 0) << "run " << run << "\n" << output.text;
         EXPECT_LT(elapsed, std::chrono::milliseconds(way.mostMs)) << output.text;
