@@ -183,6 +183,10 @@ SLogSetting ReadLogSetting(std::string_view setting)
             break;
         }
     }
+    if (setting == "stderr" && fcntl(STDERR_FILENO, F_GETFD) == -1)
+    {
+        return result; // closed: the next file or socket that is opened would get its number, and the lines
+    }
     if (setting == "stderr")
     {
         result.destination = std::make_unique<TCFileDestination>(STDERR_FILENO);

@@ -83,7 +83,9 @@ TCSenderTrust::EVerdict TCSenderTrust::Judge(DBusMessage* signal)
     }
     else if (verdict == EVerdict::DROPPED)
     {
-        m_Drop(*sender, 1, sender->isUnknowable ? "it left the bus before its user was known" : "of its user");
+        m_Drop(*sender, 1,
+               sender->isUnknowable ? "it left the bus before its user was known"
+                                    : "its user is neither the daemon's nor root nor this process's own");
     }
     else if (!m_Keep(*sender, signal))
     {
@@ -316,7 +318,7 @@ void TCSenderTrust::m_Release(std::vector<TCMessagePtr>& released)
         std::vector<TCMessagePtr> kept = std::exchange(sender.kept, {});
         if (verdict == EVerdict::DROPPED)
         {
-            m_Drop(sender, kept.size(), "of its user");
+            m_Drop(sender, kept.size(), "its user is neither the daemon's nor root nor this process's own");
         }
         else
         {
