@@ -52,12 +52,11 @@ void TCSenderTrust::Start(DBusConnection* connection)
 {
     const std::lock_guard lock(m_mutex);
     m_connection = connection;
-    // First the rule, then the questions: a change between the answers is announced before the second one.
+    // First the rule, then the question: no change can fall between the two.
     const std::string rule = std::string("type='signal',sender='") + DBUS_SERVICE_DBUS + "',interface='" +
                              DBUS_INTERFACE_DBUS + "',member='NameOwnerChanged',arg0='" + m_daemonName + "'";
     dbus_bus_add_match(connection, rule.c_str(), nullptr); // without an error to fill in it does not wait
     m_ownerQuestion = m_Ask("GetNameOwner", m_daemonName);
-    m_ownerUserQuestion = m_Ask("GetConnectionUnixUser", m_daemonName);
 }
 
 TCSenderTrust::EVerdict TCSenderTrust::Judge(DBusMessage* signal)
@@ -66,7 +65,6 @@ TCSenderTrust::EVerdict TCSenderTrust::Judge(DBusMessage* signal)
     const std::lock_guard lock(m_mutex);
     if (name != nullptr && (m_lastCounting == name || m_owner == name))
     {
-        m_lastCounting = name;
         return EVerdict::COUNTS;
     }
     // What names no sender did not come over a bus.
@@ -83,13 +81,11 @@ TCSenderTrust::EVerdict TCSenderTrust::Judge(DBusMessage* signal)
     }
     else if (verdict == EVerdict::DROPPED)
     {
-        m_Drop(*sender, 1,
-               sender->isUnknowable ? "it left the bus before its user was known"
-                                    : "its user is neither the daemon's nor root nor this process's own");
+        m_Drop(*sender, 1);
     }
     else if (!m_Keep(*sender, signal))
     {
-        m_Drop(*sender, 1, "too many came before its user was known");
+        m_Drop(*sender, 1);
         return EVerdict::DROPPED;
     }
     return verdict;
@@ -116,7 +112,7 @@ bool TCSenderTrust::Observe(DBusMessage* message, std::vector<TCMessagePtr>& rel
                  m_daemonName == name)
         {
             const std::lock_guard lock(m_mutex);
-            m_OwnerIs(now, 0);
+            m_OwnerIs(now);
             m_Release(released);
         }
         return false;
@@ -235,34 +231,40 @@ bool TCSenderTrust::m_Keep(SSender& sender, DBusMessage* signal)
     return true;
 }
 
-void TCSenderTrust::m_Drop(SSender& sender, std::size_t count, const char* reason)
+void TCSenderTrust::m_Drop(SSender& sender, std::size_t count)
 {
     g_dropped += count;
-    if (count > 0 && !std::exchange(sender.isTold, true))
+    if (count == 0 || std::exchange(sender.isTold, true))
     {
-        CIM_LOG_ERROR_AT("t_MessageHandlerHelper", __LINE__,
-                         "[TCCIMIPCConnection::%s] Signals of %s are dropped: %s (user %ld)", "t_MessageHandlerHelper",
-                         sender.name.c_str(), reason, sender.user ? static_cast<long>(*sender.user) : -1L);
+        return;
+    }
+    if (sender.user)
+    {
+        CIM_LOG_ERROR_AT(
+            "t_MessageHandlerHelper", __LINE__,
+            "[TCCIMIPCConnection::%s] Signals of %s are dropped: its user %lu is neither the daemon's, nor "
+            "root, nor this process's own",
+            "t_MessageHandlerHelper", sender.name.c_str(), *sender.user);
+    }
+    else
+    {
+        CIM_LOG_ERROR_AT("t_MessageHandlerHelper", __LINE__, "[TCCIMIPCConnection::%s] Signals of %s are dropped: %s",
+                         "t_MessageHandlerHelper", sender.name.c_str(),
+                         sender.isUnknowable ? "it left the bus before its user was known"
+                                             : "there are too many of them before the bus has told its user");
     }
 }
 
-// \param question  what already asks the bus for the new owner's user; 0: nothing does
-void TCSenderTrust::m_OwnerIs(const char* owner, dbus_uint32_t question)
+void TCSenderTrust::m_OwnerIs(const char* owner)
 {
-    // The answers to what was asked before may speak of the one before.
-    if (SSender* const former = m_owner ? m_Find(*m_owner) : nullptr;
-        former != nullptr && former->question != 0 && former->question == m_ownerUserQuestion)
-    {
-        former->question = former->kept.empty() ? 0 : m_Ask("GetConnectionUnixUser", former->name);
-    }
-    m_ownerQuestion = 0;
-    m_ownerUserQuestion = question;
+    m_ownerQuestion = 0; // its answer may speak of the one before
     m_lastCounting.clear();
     m_owner.emplace(owner);
+    // For what others send who run as the same user.
     SSender* const sender = m_owner->empty() ? nullptr : m_FindOrAdd(*m_owner);
     if (sender != nullptr && !sender->user && sender->question == 0)
     {
-        sender->question = question != 0 ? question : m_Ask("GetConnectionUnixUser", sender->name);
+        sender->question = m_Ask("GetConnectionUnixUser", sender->name);
     }
 }
 
@@ -276,16 +278,14 @@ bool TCSenderTrust::m_TakeAnswer(DBusMessage* answer)
     if (question == m_ownerQuestion)
     {
         const char* owner = nullptr;
-        m_OwnerIs(ReadOne(answer, DBUS_TYPE_STRING, owner) ? owner : "", m_ownerUserQuestion);
+        m_OwnerIs(ReadOne(answer, DBUS_TYPE_STRING, owner) ? owner : "");
         return true;
     }
-    const bool isOwnerUser = question == m_ownerUserQuestion;
-    m_ownerUserQuestion = isOwnerUser ? 0 : m_ownerUserQuestion;
     const auto sender = std::find_if(m_senders.begin(), m_senders.end(),
                                      [question](const SSender& one) { return one.question == question; });
     if (sender == m_senders.end())
     {
-        return isOwnerUser;
+        return false;
     }
     sender->question = 0;
     dbus_uint32_t user = 0;
@@ -297,8 +297,7 @@ bool TCSenderTrust::m_TakeAnswer(DBusMessage* answer)
     {
         // A unique name does not come back. Whatever else the bus could not say is asked again with the next signal.
         sender->isUnknowable = dbus_message_is_error(answer, DBUS_ERROR_NAME_HAS_NO_OWNER);
-        m_Drop(*sender, sender->kept.size(),
-               sender->isUnknowable ? "it left the bus before its user was known" : "the bus does not tell its user");
+        m_Drop(*sender, sender->kept.size());
         m_keptBytes -= std::exchange(sender->keptBytes, 0);
         sender->kept.clear();
     }
@@ -318,7 +317,7 @@ void TCSenderTrust::m_Release(std::vector<TCMessagePtr>& released)
         std::vector<TCMessagePtr> kept = std::exchange(sender.kept, {});
         if (verdict == EVerdict::DROPPED)
         {
-            m_Drop(sender, kept.size(), "its user is neither the daemon's nor root nor this process's own");
+            m_Drop(sender, kept.size());
         }
         else
         {

@@ -59,8 +59,8 @@ private:
     SSender* m_FindOrAdd(const std::string& name);
     EVerdict m_Judge(const SSender& sender);
     bool m_Keep(SSender& sender, DBusMessage* signal);
-    void m_Drop(SSender& sender, std::size_t count, const char* reason);
-    void m_OwnerIs(const char* owner, dbus_uint32_t question);
+    void m_Drop(SSender& sender, std::size_t count);
+    void m_OwnerIs(const char* owner);
     bool m_TakeAnswer(DBusMessage* answer);
     void m_Release(std::vector<TCMessagePtr>& released);
     void m_Forget();
@@ -72,9 +72,8 @@ private:
     DBusConnection* m_connection = nullptr;
     std::optional<std::string> m_owner; ///< of the daemon's name: empty when nobody owns it, nothing when not known yet
     dbus_uint32_t m_ownerQuestion = 0;
-    dbus_uint32_t m_ownerUserQuestion = 0; ///< for the user behind the daemon's name, asked together with the owner
-    std::vector<SSender> m_senders;        ///< the oldest first
-    std::string m_lastCounting;            ///< the common case: the same sender again
+    std::vector<SSender> m_senders; ///< the oldest first
+    std::string m_lastCounting;     ///< the common case beside the owner: the same sender again
     std::size_t m_keptBytes = 0;
 };
 } // namespace CIM

@@ -47,8 +47,12 @@ std::span<const std::span<const SRowCode>> AllRowCodes();
 template <class Interface, class... Interfaces>
 constexpr std::size_t IndexIn(TList<Interfaces...>)
 {
+    constexpr bool isIt[] = {std::is_same_v<Interface, Interfaces>...};
     std::size_t index = 0;
-    ((std::is_same_v<Interface, Interfaces> ? true : (++index, false)) || ...);
+    while (!isIt[index])
+    {
+        ++index;
+    }
     return index;
 }
 
