@@ -2,7 +2,6 @@
 #include <ciapi/CITextUtils.h>
 
 #include <algorithm>
-#include <boost/tokenizer.hpp>
 #include <stdexcept>
 #include <utility>
 
@@ -161,10 +160,12 @@ bool SerializedDataToString(const std::vector<unsigned char>& data, std::string&
 
 bool StringToSerializedData(const std::string& text, std::vector<unsigned char>& data)
 {
-    const boost::tokenizer<boost::char_separator<char>> tokens(text, boost::char_separator<char>(" "));
-    for (const std::string& token : tokens)
+    constexpr char SEPARATOR = ' ';
+    for (std::size_t begin = 0; (begin = text.find_first_not_of(SEPARATOR, begin)) != std::string::npos;)
     {
-        data.push_back(static_cast<unsigned char>(std::stoul(token, nullptr, 16)));
+        const std::size_t end = std::min(text.find(SEPARATOR, begin), text.size());
+        data.push_back(static_cast<unsigned char>(std::stoul(text.substr(begin, end - begin), nullptr, 16)));
+        begin = end;
     }
     return true;
 }

@@ -4,7 +4,7 @@
 #include "utils/CallOutcome.h"
 #include "utils/CIAPILog.h"
 
-#include <ciapi/CINames.h>
+#include <ciapi/CINameLiterals.h>
 
 #include <tvplatform/MessageBuffer.h>
 #include <tvplatform/SystemInfo.h>
@@ -56,8 +56,8 @@ constexpr bool IsAlwaysSent(short methodId) { return methodId == 7 || methodId =
 } // namespace
 
 TCIPCHelper::TCIPCHelper()
-    : m_connection(boost::make_shared<TCCIMIPCConnection>(CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME,
-                                                          CI_SIGNAL_SUBSCRIBER_OBJECT_NAME, true))
+    : m_connection(boost::make_shared<TCCIMIPCConnection>(literals::CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME,
+                                                          literals::CI_SIGNAL_SUBSCRIBER_OBJECT_NAME, true))
 {
 }
 
@@ -77,7 +77,7 @@ bool TCCIMarshallingHelperProxy::m_MayCallNow(short methodId) const
         return true;
     }
     int modelType = 0;
-    if (system_info_get_custom_int(CI_FMS_TV_MODEL_TYPE.c_str(), &modelType) != 0)
+    if (system_info_get_custom_int(literals::CI_FMS_TV_MODEL_TYPE, &modelType) != 0)
     {
         CIM_LOG_ERROR_AT("Run", __LINE__,
                          "Failed to get fms: com.kelvora/featureconf/tv_model_type. Proceed with the call, because we "

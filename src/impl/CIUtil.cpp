@@ -2,7 +2,7 @@
 
 #include "utils/CIAPILog.h"
 
-#include <ciapi/CINames.h>
+#include <ciapi/CINameLiterals.h>
 
 #include <tvplatform/Sleep.h>
 #include <tvplatform/SystemInfo.h>
@@ -34,13 +34,13 @@ int TCCIUtil::m_GetSystemInfoNumCI()
     for (int attempt = 0; attempt < READ_TRIES; ++attempt)
     {
         int count = 0;
-        const int error = system_info_get_custom_int(CI_FMS_NUM_OF_CI.c_str(), &count);
+        const int error = system_info_get_custom_int(literals::CI_FMS_NUM_OF_CI, &count);
         if (error == 0)
         {
             CIM_LOG_INFO("Number of CI is %d", count);
             return count;
         }
-        CIM_LOG_INFO("Get %s failed: error[%d] which try[%d]", CI_FMS_NUM_OF_CI.c_str(), error, attempt);
+        CIM_LOG_INFO("Get %s failed: error[%d] which try[%d]", literals::CI_FMS_NUM_OF_CI, error, attempt);
         tvplatform_sleep_ms(READ_INTERVAL_MS); // also after the last try
     }
     return 0;
@@ -63,9 +63,9 @@ bool TCCIUtil::m_GetIsCISupportedByRegion()
     bool certification = false;
     for (int attempt = 0; attempt < READ_TRIES; ++attempt)
     {
-        const int supportError = system_info_get_custom_bool(CI_FMS_SUPPORT.c_str(), &support);
+        const int supportError = system_info_get_custom_bool(literals::CI_FMS_SUPPORT, &support);
         const int certificationError =
-            system_info_get_custom_bool(CI_FMS_SUPPORT_CERTIFICATION.c_str(), &certification);
+            system_info_get_custom_bool(literals::CI_FMS_SUPPORT_CERTIFICATION, &certification);
         if (supportError == 0 && certificationError == 0)
         {
             CIM_LOG_INFO("CI operable[%s] - Cert[%s]", Text(support), Text(certification));

@@ -78,40 +78,37 @@ private:
     std::ptrdiff_t m_left = FREE_BYTES;
 };
 
-/// The node creator of an adapter's elements: the one it was given and owns, or its own default, which needs no
-/// allocation.
-template <class T>
-class TElementCreator
+/// What an adapter does with its elements, over the node creator that Derived::Get gives.
+template <class Derived, class T>
+class TElements
 {
 public:
-    explicit TElementCreator(TCNodeCreatorProperty* given) : m_given(given) {}
-
-    TCNodeCreatorProperty& Get() { return m_given ? *m_given : m_default; }
-
-    bool IsPlain() { return Get().NodeCreatorType() == NODE_CREATOR_PLAIN; }
+    bool IsPlain() { return Creator().NodeCreatorType() == NODE_CREATOR_PLAIN; }
     bool MakesContainers()
     {
-        const int type = Get().NodeCreatorType();
+        const int type = Creator().NodeCreatorType();
         return type == NODE_CREATOR_ONE_DIMENSION || type == NODE_CREATOR_TWO_DIMENSION;
     }
 
     /// Adds an element's node at the end of a branch; an element without a node is left out.
     void Add(TCTreeBranch& branch, const T& element)
     {
-        branch.AddNode(Get().MakeNewNode(branch, Address(element), sizeof(T), -1, MARSHALABLE_STORAGE_BRANCH));
+        branch.AddNode(Creator().MakeNewNode(branch, Address(element), sizeof(T), -1, MARSHALABLE_STORAGE_BRANCH));
     }
 
     /// Fills a fresh element. What does not fit leaves it as it is.
     void Fill(T& element, TCTreeNode& node)
     {
-        TCNodeCreatorProperty& creator = Get();
+        auto& creator = Creator();
         const unsigned long byteSize = creator.IsArrayData() ? node.GetElementCount(sizeof(T)) * sizeof(T) : sizeof(T);
         creator.PutNodeDataTo(Address(element), sizeof(T), byteSize, node);
     }
 
-    void ClearSubContainer(T& element) { Get().ClearSubContainers(Address(element)); }
+    void ClearSubContainer(T& element) { Creator().ClearSubContainers(Address(element)); }
 
 private:
+    auto& Creator() { return static_cast<Derived*>(this)->Get(); }
+
     // Writing does not change an element, but the interfaces of marshalable objects and node creators say no const.
     static void* Address(const T& element)
     {
@@ -125,7 +122,31 @@ private:
             return address;
         }
     }
+};
 
+/// The elements of a type with its own node creator: which one it is the compiler knows.
+template <class T>
+class TOwnElements : public TElements<TOwnElements<T>, T>
+{
+public:
+    auto& Get() { return m_creator; }
+    static constexpr bool IsPlain() { return IsPlainElement<T>; }
+
+private:
+    typename TDefaultCreator<T>::type m_creator;
+};
+
+/// The elements of an adapter: with the node creator that it was given and owns, or the type's own one, which needs no
+/// allocation.
+template <class T>
+class TElementCreator : public TElements<TElementCreator<T>, T>
+{
+public:
+    explicit TElementCreator(TCNodeCreatorProperty* given) : m_given(given) {}
+
+    TCNodeCreatorProperty& Get() { return m_given ? *m_given : m_default; }
+
+private:
     std::unique_ptr<TCNodeCreatorProperty> m_given;
     typename TDefaultCreator<T>::type m_default;
 };

@@ -20,10 +20,11 @@
 
 namespace CIM
 {
-/// Where a form is pushed: as an argument of a call ...
-struct TSArgumentPlace
+/// Where a form is pushed: as an argument of a call, into its frame or whatever takes arguments like one ...
+template <class Frame>
+struct TArgumentPlace
 {
-    TCMarshallingHelper& frame;
+    Frame& frame;
     EMarshallingDirection direction;
 
     void Value(int width, void* address) const { frame.PushValue(direction, width, address); }
@@ -156,11 +157,12 @@ private:
     T& m_value;
 };
 
-/// Containers and texts, through an adapter that refers to them.
+/// Texts, through an adapter that refers to them and holds nothing else: there is nothing to destroy.
 template <class Adapter, class T>
 struct TAdapterForm : TSFormInPlace
 {
     explicit TAdapterForm(T& value) : m_adapter(&value) {}
+    ~TAdapterForm() {}
     template <class Place>
     void Push(const Place& place)
     {
@@ -168,7 +170,57 @@ struct TAdapterForm : TSFormInPlace
     }
 
 private:
-    Adapter m_adapter;
+    union
+    {
+        Adapter m_adapter;
+    };
+};
+
+/// What is done with a container whose type only these functions know.
+struct TSContainerFunctions
+{
+    bool (*write)(void* container, TCTreeBranch& branch);
+    bool (*read)(void* container, TCTreeBranch& branch);
+};
+template <class Form, class T>
+inline constexpr TSContainerFunctions CONTAINER_FUNCTIONS = {
+    [](void* container, TCTreeBranch& branch) { return Form::Write(*static_cast<T*>(container), branch); },
+    [](void* container, TCTreeBranch& branch) { return Form::Read(*static_cast<T*>(container), branch); },
+};
+
+/// The one class of object that stands for all containers: a class for each type would be a table and a name for each.
+class TCContainerCarrier final : public TCMarshalable
+{
+public:
+    TCContainerCarrier(void* container, const TSContainerFunctions& functions)
+        : m_container(container), m_functions(functions)
+    {
+    }
+    bool ClassToTree(TCTreeBranch& branch) override { return m_functions.write(m_container, branch); }
+    bool TreeToClass(TCTreeBranch& branch) override { return m_functions.read(m_container, branch); }
+
+private:
+    void* m_container;
+    const TSContainerFunctions& m_functions;
+};
+
+/// Containers, as Form writes and reads them, through a carrier, which holds nothing that would have to be destroyed.
+template <class Form, class T>
+struct TContainerForm : TSFormInPlace
+{
+    explicit TContainerForm(T& value) : m_carrier(&value, CONTAINER_FUNCTIONS<Form, T>) {}
+    ~TContainerForm() {}
+    template <class Place>
+    void Push(const Place& place)
+    {
+        place.Object(&m_carrier);
+    }
+
+private:
+    union
+    {
+        TCContainerCarrier m_carrier;
+    };
 };
 
 template <>
@@ -182,23 +234,23 @@ struct TForm<std::basic_string<unsigned short>> : TAdapterForm<TCMarshalableWStr
     using TAdapterForm::TAdapterForm;
 };
 template <class E>
-struct TForm<std::vector<E>> : TAdapterForm<TCMarshalableOneDimensionContainer<std::vector<E>, E>, std::vector<E>>
+struct TForm<std::vector<E>> : TContainerForm<TSequenceForm<std::vector<E>, E>, std::vector<E>>
 {
-    using TForm::TAdapterForm::TAdapterForm;
+    using TForm::TContainerForm::TContainerForm;
 };
 template <class E>
-struct TForm<std::list<E>> : TAdapterForm<TCMarshalableOneDimensionContainer<std::list<E>, E>, std::list<E>>
+struct TForm<std::list<E>> : TContainerForm<TSequenceForm<std::list<E>, E>, std::list<E>>
 {
-    using TForm::TAdapterForm::TAdapterForm;
+    using TForm::TContainerForm::TContainerForm;
 };
 template <class E>
-struct TForm<std::set<E>> : TAdapterForm<TCMarshalableSetContainer<std::set<E>, E>, std::set<E>>
+struct TForm<std::set<E>> : TContainerForm<TSetForm<std::set<E>, E>, std::set<E>>
 {
-    using TForm::TAdapterForm::TAdapterForm;
+    using TForm::TContainerForm::TContainerForm;
 };
 template <class K, class V>
-struct TForm<std::map<K, V>> : TAdapterForm<TCMarshalableMapContainer<std::map<K, V>, V>, std::map<K, V>>
+struct TForm<std::map<K, V>> : TContainerForm<TMapForm<std::map<K, V>, V>, std::map<K, V>>
 {
-    using TForm::TAdapterForm::TAdapterForm;
+    using TForm::TContainerForm::TContainerForm;
 };
 } // namespace CIM

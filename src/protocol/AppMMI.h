@@ -2,7 +2,7 @@
 
 #include "protocol/Operation.h"
 
-#include <ciapi/CINames.h>
+#include <ciapi/CINameLiterals.h>
 #include <ciapi/ICIAppMMI.h>
 
 // What crosses the bus for ICIAppMMI: one line an operation, in slot order.
@@ -15,7 +15,7 @@ struct TTable<ICIAppMMI>
 {
     using I = ICIAppMMI;
 
-    static const std::string& ConnectionName() { return CI_APP_MMI_CONNECTION_NAME; }
+    static constexpr const char* ConnectionName() { return literals::CI_APP_MMI_CONNECTION_NAME; }
 
     // clang-format off
     static constexpr std::tuple ROWS{

@@ -2,7 +2,7 @@
 
 #include "protocol/Operation.h"
 
-#include <ciapi/CINames.h>
+#include <ciapi/CINameLiterals.h>
 #include <ciapi/ICIAuxiliaryFileSystem.h>
 
 // What crosses the bus for ICIAuxiliaryFileSystem: one line an operation, in slot order.
@@ -12,7 +12,7 @@ namespace CIM::protocol
 template <>
 struct TTable<ICIAuxiliaryFileSystem>
 {
-    static const std::string& ConnectionName() { return CI_AUXILIARY_FILE_SYSTEM_NAME; }
+    static constexpr const char* ConnectionName() { return literals::CI_AUXILIARY_FILE_SYSTEM_NAME; }
 
     // clang-format off
     static constexpr std::tuple ROWS{

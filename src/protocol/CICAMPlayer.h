@@ -2,7 +2,7 @@
 
 #include "protocol/Operation.h"
 
-#include <ciapi/CINames.h>
+#include <ciapi/CINameLiterals.h>
 #include <ciapi/ICICAMPlayer.h>
 
 // What crosses the bus for ICICAMPlayer: one line an operation, in slot order.
@@ -14,7 +14,7 @@ namespace CIM::protocol
 template <>
 struct TTable<ICICAMPlayer>
 {
-    static const std::string& ConnectionName() { return CI_CICAM_PLAYER_CONNECTION_NAME; }
+    static constexpr const char* ConnectionName() { return literals::CI_CICAM_PLAYER_CONNECTION_NAME; }
 
     // clang-format off
     static constexpr std::tuple ROWS{

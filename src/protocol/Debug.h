@@ -2,7 +2,7 @@
 
 #include "protocol/Operation.h"
 
-#include <ciapi/CINames.h>
+#include <ciapi/CINameLiterals.h>
 #include <ciapi/ICIDebug.h>
 
 // What crosses the bus for ICIDebug: one line an operation, in slot order.
@@ -12,7 +12,7 @@ namespace CIM::protocol
 template <>
 struct TTable<ICIDebug>
 {
-    static const std::string& ConnectionName() { return CI_DEBUG_CONNECTION_NAME; }
+    static constexpr const char* ConnectionName() { return literals::CI_DEBUG_CONNECTION_NAME; }
 
     // clang-format off
     static constexpr std::tuple ROWS{

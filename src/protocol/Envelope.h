@@ -1,6 +1,5 @@
 #pragma once
 
-#include <ciapi/CINames.h>
 #include <ciapi/CISignalDataType.h>
 #include <ciapi/IPCConnection.h>
 

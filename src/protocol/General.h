@@ -2,7 +2,7 @@
 
 #include "protocol/Operation.h"
 
-#include <ciapi/CINames.h>
+#include <ciapi/CINameLiterals.h>
 #include <ciapi/ICIGeneral.h>
 
 // What crosses the bus for ICIGeneral: one line an operation, in slot order.
@@ -12,7 +12,7 @@ namespace CIM::protocol
 template <>
 struct TTable<ICIGeneral>
 {
-    static const std::string& ConnectionName() { return CI_GENERAL_CONNECTION_NAME; }
+    static constexpr const char* ConnectionName() { return literals::CI_GENERAL_CONNECTION_NAME; }
 
     // clang-format off
     static constexpr std::tuple ROWS{

@@ -278,7 +278,7 @@ constexpr auto Row(short id, TSLocal)
 }
 
 /// Where an interface's rows stand. Each table specialises it with
-///   static const std::string& ConnectionName();   the bus name and D-Bus interface
+///   static constexpr const char* ConnectionName();   the bus name and D-Bus interface
 ///   static constexpr std::tuple ROWS;             one row an operation, in slot order
 template <class Interface>
 struct TTable;

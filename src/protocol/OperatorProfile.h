@@ -2,7 +2,7 @@
 
 #include "protocol/Operation.h"
 
-#include <ciapi/CINames.h>
+#include <ciapi/CINameLiterals.h>
 #include <ciapi/ICIOperatorProfile.h>
 
 // What crosses the bus for ICIOperatorProfile: one line an operation, in slot order.
@@ -20,7 +20,7 @@ struct TTable<ICIOperatorProfile>
     using TCProfiles = std::list<TSCIOperatorProfileData>;
     using EOrigin = EOperatorProfileInstallationOrigin;
 
-    static const std::string& ConnectionName() { return CI_OPERATOR_PROFILE_CONNECTION_NAME; }
+    static constexpr const char* ConnectionName() { return literals::CI_OPERATOR_PROFILE_CONNECTION_NAME; }
 
     // clang-format off
     static constexpr std::tuple ROWS{

@@ -25,7 +25,11 @@ class TPushed
 {
 public:
     explicit TPushed(const T& value) : m_form(const_cast<T&>(value)) {}
-    void Push(TCMarshallingHelper& frame) { m_form.Push(TSArgumentPlace{frame, DirectionOf(Word)}); }
+    template <class Frame>
+    void Push(Frame& frame)
+    {
+        m_form.Push(TArgumentPlace<Frame>{frame, DirectionOf(Word)});
+    }
     void Load() { m_form.Load(); }
     void Store() { m_form.Store(); }
 
@@ -39,9 +43,10 @@ requires(Word == EWord::IN_MEMBERS || Word == EWord::OUT_MEMBERS) class TPushed<
 {
 public:
     explicit TPushed(const TVSHandle& value) : m_handle(const_cast<TVSHandle&>(value)) {}
-    void Push(TCMarshallingHelper& frame)
+    template <class Frame>
+    void Push(Frame& frame)
     {
-        const TSArgumentPlace place{frame, DirectionOf(Word)};
+        const TArgumentPlace<Frame> place{frame, DirectionOf(Word)};
         place.Value(sizeof(m_handle.profile), &m_handle.profile);
         place.Value(sizeof(m_handle.handle), &m_handle.handle);
     }
@@ -58,7 +63,10 @@ requires(!IsSent(Word)) class TPushed<Word, T> : public TSFormInPlace
 {
 public:
     explicit TPushed(const T&) {}
-    void Push(TCMarshallingHelper&) {}
+    template <class Frame>
+    void Push(Frame&)
+    {
+    }
 };
 
 /// The result, which is pushed first, as an output: a slot of four bytes or one, or an object in its place.
@@ -81,5 +89,17 @@ void ForEachPushed(TPushedParameters<Row>& parameters, Test test, Visitor&& visi
         ((test(Row::WORDS[Indices]) ? visitor(std::get<Indices>(parameters)) : void()), ...);
     }
     (std::make_index_sequence<Row::COUNT>{});
+}
+
+/// How many arguments a row pushes, the result included.
+template <class Row>
+constexpr std::size_t CountPushed()
+{
+    std::size_t count = 1;
+    for (const EWord word : Row::WORDS)
+    {
+        count += word == EWord::IN_MEMBERS || word == EWord::OUT_MEMBERS ? 2 : IsSent(word) ? 1 : 0;
+    }
+    return count;
 }
 } // namespace CIM::protocol

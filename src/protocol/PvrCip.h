@@ -2,7 +2,7 @@
 
 #include "protocol/Operation.h"
 
-#include <ciapi/CINames.h>
+#include <ciapi/CINameLiterals.h>
 #include <ciapi/IPvrCip.h>
 
 // What crosses the bus for IPvrCip: one line an operation, in slot order.
@@ -13,7 +13,7 @@ namespace CIM::protocol
 template <>
 struct TTable<IPvrCip>
 {
-    static const std::string& ConnectionName() { return CI_PVR_CIP_CONNECTION_NAME; }
+    static constexpr const char* ConnectionName() { return literals::CI_PVR_CIP_CONNECTION_NAME; }
 
     // clang-format off
     static constexpr std::tuple ROWS{

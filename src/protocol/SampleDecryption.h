@@ -2,7 +2,7 @@
 
 #include "protocol/Operation.h"
 
-#include <ciapi/CINames.h>
+#include <ciapi/CINameLiterals.h>
 #include <ciapi/ICISampleDecryption.h>
 
 // What crosses the bus for ICISampleDecryption: one line an operation, in slot order.
@@ -18,7 +18,7 @@ struct TTable<ICISampleDecryption>
     using TTracks = std::vector<TSSampleTrackNonTSFormat> const&;
     using TRecords = std::vector<TSDRMMetadataRecord> const&;
 
-    static const std::string& ConnectionName() { return CI_SAMPLE_DECRYPTION_CONNECTION_NAME; }
+    static constexpr const char* ConnectionName() { return literals::CI_SAMPLE_DECRYPTION_CONNECTION_NAME; }
 
     // clang-format off
     static constexpr std::tuple ROWS{

@@ -2,7 +2,7 @@
 
 #include "protocol/Operation.h"
 
-#include <ciapi/CINames.h>
+#include <ciapi/CINameLiterals.h>
 #include <ciapi/ICISignalSubscriber.h>
 
 // What crosses the bus for ICISignalSubscriber: one line an operation, in slot order.
@@ -15,7 +15,7 @@ struct TTable<ICISignalSubscriber>
 {
     using I = ICISignalSubscriber;
 
-    static const std::string& ConnectionName() { return CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME; }
+    static constexpr const char* ConnectionName() { return literals::CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME; }
 
     // clang-format off
     static constexpr std::tuple ROWS{

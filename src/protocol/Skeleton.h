@@ -29,7 +29,7 @@ public:
     virtual ~TISkeleton() = default;
 
     /// The bus name and D-Bus interface under which the operations are called.
-    virtual const std::string& ConnectionName() const = 0;
+    virtual const char* ConnectionName() const = 0;
     /// Answers one call.
     /// \param[in]  methodId  the identifier of the call's header word
     /// \param[in]  oneWay    nobody waits for the reply
@@ -104,7 +104,7 @@ public:
     /// \param[in] object  answers every operation that On has not taken over; outlives the skeleton
     explicit TSkeleton(Interface& object) : m_object(object) {}
 
-    const std::string& ConnectionName() const override { return TTable<Interface>::ConnectionName(); }
+    const char* ConnectionName() const override { return TTable<Interface>::ConnectionName(); }
 
     EHandled Handle(short methodId, bool oneWay, TCMessageBuffer& request, TCMessageBuffer& reply) override
     {

@@ -3,7 +3,8 @@
 #include "impl/CIMarshallingHelperProxy.h"
 #include "protocol/Pushed.h"
 
-#include <new>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -35,45 +36,61 @@ constexpr bool GivesOutputs()
     return ((!protocol::IsOutput(Row::WORDS[place++]) || protocol::detail::IS_WRITABLE<Given>)&&...);
 }
 
+/// An argument of a call that has no frame yet.
+struct SArgument
+{
+    void* address;          ///< of a value, or of a TIMarshalable
+    std::uint8_t direction; ///< EMarshallingDirection
+    std::uint8_t width;     ///< of a value; 0: an object
+};
+
+/// Takes arguments like a frame, and keeps them where the compiled core of a call finds them.
+template <std::size_t Count>
+struct TArguments
+{
+    void PushValue(EMarshallingDirection direction, int width, void* address)
+    {
+        list[count++] = {address, static_cast<std::uint8_t>(direction), static_cast<std::uint8_t>(width)};
+    }
+    void PushMarshalableClass(EMarshallingDirection direction, TIMarshalable* object)
+    {
+        list[count++] = {object, static_cast<std::uint8_t>(direction), 0};
+    }
+
+    SArgument list[Count];
+    std::size_t count = 0;
+};
+
+/// What an operation says of its call, beside the arguments.
+struct SCallKind
+{
+    short id;
+    bool hasSecret;
+    bool oneWay;
+};
+
 /// What every proxy holds and does: the daemon's interface, the way to it, and the one place where a call is made.
 class TCProxyCall
 {
 public:
     /// \param[in] connectionName  D-Bus interface and bus name of the daemon's interface
     /// \param[in] helper          null is a programming error, which ends the process at its first use
-    TCProxyCall(const std::string& connectionName, boost::shared_ptr<TIIPCHelper> helper)
-        : m_connectionName(connectionName), m_ipcHelper(std::move(helper))
-    {
-    }
+    TCProxyCall(const char* connectionName, boost::shared_ptr<TIIPCHelper> helper);
+    ~TCProxyCall();
 
     /// Blocks until the daemon owns the interface, at the longest as long as the connection waits.
-    void WaitForInterface() const { m_ipcHelper->GetIPCConnection()->WaitForCreateInterface(m_connectionName.c_str()); }
+    void WaitForInterface() const;
 
     boost::shared_ptr<TICIMIPCConnection> Connection() const { return m_ipcHelper->GetIPCConnection(); }
     const boost::shared_ptr<TIIPCHelper>& Helper() const { return m_ipcHelper; }
 
     /// Calls an operation of the daemon: m_call.Do<&ICIGeneral::GetMmiText>(slot, text).
+    /// Only collects the arguments: it is compiled once an operation, everything else once.
     /// \param arguments  exactly the arguments of the member function; outputs are filled in place
     /// \return what the daemon answered, or the seed when its answer holds no result; nothing when the call failed,
     ///         also for want of memory
     template <auto Operation, class... Arguments>
     auto Do(Arguments&&... arguments)
-    {
-        using TDone = TAnswer<typename std::remove_cvref_t<decltype(protocol::RowOf<Operation>())>::Result>;
-        try
-        {
-            return m_Do<Operation>(std::forward<Arguments>(arguments)...);
-        }
-        catch (const std::bad_alloc&)
-        {
-            m_TellNoMemory(std::remove_cvref_t<decltype(protocol::RowOf<Operation>())>::NAME);
-            return TDone();
-        }
-    }
-
-private:
-    template <auto Operation, class... Arguments>
-    auto m_Do(Arguments&&... arguments)
     {
         constexpr const auto& row = protocol::RowOf<Operation>();
         using TRow = std::remove_cvref_t<decltype(row)>;
@@ -86,25 +103,22 @@ private:
             oneWay = std::get<TRow::COUNT - 1>(std::tie(arguments...));
         }
         TResult result = TRow::Seed(oneWay);
-        TCCIMarshallingHelperProxy frame(m_ipcHelper);
-        if constexpr (TRow::HAS_SECRET)
-        {
-            frame.KeepNothing();
-        }
         protocol::TPushedResult<TResult> pushedResult(result);
         protocol::TPushedParameters<TRow> parameters(arguments...);
-        pushedResult.Push(frame);
-        protocol::ForEachPushed<TRow>(parameters, protocol::IsSent, [&](auto& pushed) { pushed.Push(frame); });
-        if (!frame.Run(m_connectionName, TRow::NAME, row.id, oneWay))
+        TArguments<protocol::CountPushed<TRow>()> pushed;
+        pushedResult.Push(pushed);
+        protocol::ForEachPushed<TRow>(parameters, protocol::IsSent, [&](auto& parameter) { parameter.Push(pushed); });
+        if (!m_Run(TRow::NAME, {row.id, TRow::HAS_SECRET, oneWay}, pushed.list, pushed.count))
         {
             return TAnswer<TResult>();
         }
         pushedResult.Load();
-        protocol::ForEachPushed<TRow>(parameters, protocol::IsOutput, [](auto& pushed) { pushed.Load(); });
+        protocol::ForEachPushed<TRow>(parameters, protocol::IsOutput, [](auto& parameter) { parameter.Load(); });
         return TAnswer<TResult>(std::move(result));
     }
 
-    void m_TellNoMemory(const char* operation) const;
+private:
+    bool m_Run(const char* operation, SCallKind kind, const SArgument* arguments, std::size_t count);
 
     std::string m_connectionName;
     boost::shared_ptr<TIIPCHelper> m_ipcHelper;

@@ -4,13 +4,21 @@
 
 namespace CIM
 {
-std::shared_ptr<TCSignalReceptor>& g_signalReceptor = *new std::shared_ptr<TCSignalReceptor>;
-
 namespace
 {
+union UNeverDestroyed
+{
+    constexpr UNeverDestroyed() : receptor() {}
+    ~UNeverDestroyed() {}
+    std::shared_ptr<TCSignalReceptor> receptor;
+};
+constinit UNeverDestroyed g_kept;
+
 // Guards the pointer alone, never held while anything is called.
 std::mutex g_receptorMutex;
 } // namespace
+
+constinit std::shared_ptr<TCSignalReceptor>& g_signalReceptor = g_kept.receptor;
 
 TCSignalReceptor::TCSignalReceptor(TForward forward, boost::shared_ptr<TIIPCHelper> ipcHelper)
     : m_forward(std::move(forward)), m_ipcHelper(std::move(ipcHelper))

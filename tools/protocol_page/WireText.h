@@ -46,9 +46,11 @@ int PushedWidth()
     return bytes;
 }
 
-/// The adapter that carries a type; void when it travels without one.
+/// The adapter of a text or the form of a container; void for a type that travels without one.
 template <class Adapter, class T>
 Adapter AdapterIn(const TAdapterForm<Adapter, T>*);
+template <class Form, class T>
+Form AdapterIn(const TContainerForm<Form, T>*);
 void AdapterIn(const void*);
 template <class T>
 using TAdapterOf = decltype(AdapterIn(static_cast<TForm<T>*>(nullptr)));
@@ -70,17 +72,17 @@ struct TAdapterText<TCMarshalableWString>
     static std::string Of(SGlossary&) { return "string of 16-bit code units"; }
 };
 template <class Container, class Element>
-struct TAdapterText<TCMarshalableOneDimensionContainer<Container, Element>>
+struct TAdapterText<TSequenceForm<Container, Element>>
 {
     static std::string Of(SGlossary& glossary) { return "sequence of " + WireText<Element>(glossary); }
 };
 template <class Container, class Element>
-struct TAdapterText<TCMarshalableSetContainer<Container, Element>>
+struct TAdapterText<TSetForm<Container, Element>>
 {
     static std::string Of(SGlossary& glossary) { return "set of " + WireText<Element>(glossary); }
 };
 template <class Container, class Value>
-struct TAdapterText<TCMarshalableMapContainer<Container, Value>>
+struct TAdapterText<TMapForm<Container, Value>>
 {
     static std::string Of(SGlossary& glossary)
     {
