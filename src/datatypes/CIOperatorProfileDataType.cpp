@@ -53,7 +53,7 @@ bool TSCIOperatorProfileData::operator<(const TSCIOperatorProfileData& other) co
            std::tie(other.antennaMode, other.serviceMode, other.slotId, other.profileName);
 }
 
-std::string ToString(const TSCIOperatorProfileData& profile)
+[[gnu::cold]] std::string ToString(const TSCIOperatorProfileData& profile)
 {
     std::string text = "antennaMode[ " + ToString(static_cast<int>(profile.antennaMode)) + " ], serviceMode[ " +
                        ToString(static_cast<int>(profile.serviceMode)) + " ], slotId[ " +

@@ -1,5 +1,4 @@
 #include <ciapi/CIOperatorProfileDataType.h>
-#include <ciapi/CITextUtils.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -56,6 +55,52 @@ private:
 
 constexpr std::uint32_t MISSING = 0xFFFFFFFF; // -1
 
+std::size_t SizeOf(const TSCIOperatorProfileData& profile)
+{
+    return LEAST_PROFILE_SIZE + 2 * profile.profileName.size() + 4 * profile.supportedAntennaModes.size();
+}
+
+/// Appends big-endian numbers into room that is made at once.
+class TCWriter
+{
+public:
+    TCWriter(TBytes& data, std::size_t size)
+    {
+        data.resize(data.size() + size);
+        m_next = data.end() - static_cast<std::ptrdiff_t>(size);
+    }
+
+    template <class T>
+    void Put(T value)
+    {
+        for (int shift = 8 * (sizeof(T) - 1); shift >= 0; shift -= 8)
+        {
+            *m_next++ = static_cast<unsigned char>(value >> shift);
+        }
+    }
+
+private:
+    TBytes::iterator m_next;
+};
+
+void WriteProfile(TCWriter& writer, const TSCIOperatorProfileData& profile)
+{
+    writer.Put(static_cast<std::uint32_t>(profile.antennaMode));
+    writer.Put(static_cast<std::uint32_t>(profile.serviceMode));
+    writer.Put(std::uint32_t{profile.slotId});
+    writer.Put(static_cast<std::uint32_t>(profile.profileName.size()));
+    for (const unsigned short unit : profile.profileName)
+    {
+        writer.Put(unit);
+    }
+    writer.Put(static_cast<std::uint32_t>(profile.supportedAntennaModes.size()));
+    for (const EAntennaMode mode : profile.supportedAntennaModes)
+    {
+        writer.Put(static_cast<std::uint32_t>(mode));
+    }
+    writer.Put(static_cast<std::uint32_t>(profile.profileType));
+}
+
 TSCIOperatorProfileData ReadProfile(TCReader& reader)
 {
     TSCIOperatorProfileData profile;
@@ -88,20 +133,8 @@ TSCIOperatorProfileData ReadProfile(TCReader& reader)
 
 bool TSCIOperatorProfileData::Serialize(const TSCIOperatorProfileData& profile, std::vector<unsigned char>& data)
 {
-    Put32(data, static_cast<std::uint32_t>(profile.antennaMode));
-    Put32(data, static_cast<std::uint32_t>(profile.serviceMode));
-    Put32(data, profile.slotId);
-    Put32(data, static_cast<std::uint32_t>(profile.profileName.size()));
-    for (const unsigned short unit : profile.profileName)
-    {
-        Put16(data, unit);
-    }
-    Put32(data, static_cast<std::uint32_t>(profile.supportedAntennaModes.size()));
-    for (const EAntennaMode mode : profile.supportedAntennaModes)
-    {
-        Put32(data, static_cast<std::uint32_t>(mode));
-    }
-    Put32(data, static_cast<std::uint32_t>(profile.profileType));
+    TCWriter writer(data, SizeOf(profile));
+    WriteProfile(writer, profile);
     return true;
 }
 
@@ -112,10 +145,16 @@ bool TSCIOperatorProfileData::Serialize(const std::list<TSCIOperatorProfileData>
     {
         return true; // not even a count: readers rely on it
     }
-    Put32(data, static_cast<std::uint32_t>(profiles.size()));
+    std::size_t size = sizeof(std::uint32_t);
     for (const TSCIOperatorProfileData& profile : profiles)
     {
-        Serialize(profile, data);
+        size += SizeOf(profile);
+    }
+    TCWriter writer(data, size);
+    writer.Put(static_cast<std::uint32_t>(profiles.size()));
+    for (const TSCIOperatorProfileData& profile : profiles)
+    {
+        WriteProfile(writer, profile);
     }
     return true;
 }
