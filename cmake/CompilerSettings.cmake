@@ -23,3 +23,15 @@ function(ciapi_give_sanitizer_options FOLDER)
 endfunction()
 # Applies to everything built here and is no part of what is installed.
 link_libraries($<BUILD_INTERFACE:ciapi_compiler_settings>)
+
+# Addresses inside the library, of which tables of virtual functions are made, take a bit each instead of 24 bytes where
+# the C library that is built for can read that.
+include(CheckCXXSourceCompiles)
+set(CMAKE_REQUIRED_LINK_OPTIONS -Wl,-z,pack-relative-relocs -Wl,--fatal-warnings)
+check_cxx_source_compiles("
+#include <features.h>
+#if !__GLIBC_PREREQ(2, 36)
+#error its loader is older
+#endif
+int main() {}" CIAPI_HAS_PACKED_RELOCATIONS)
+unset(CMAKE_REQUIRED_LINK_OPTIONS)

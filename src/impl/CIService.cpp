@@ -31,7 +31,7 @@ namespace
 template <class TInterface>
 struct SSlot
 {
-    std::unique_ptr<TInterface> owner;
+    TInterface* owned = nullptr;
     // The same once it is complete. Read without the mutex: a signal callback that asks for an instance must not wait
     // for a thread that is at work inside the facade, and perhaps waits for the callback.
     std::atomic<TInterface*> published{nullptr};
@@ -43,22 +43,16 @@ struct SFacade
     std::atomic<bool> m_canCreateNewInterface{true};
     std::atomic<bool> m_isExiting{false}; // from now on only null implementations are made
     std::atomic<pid_t> m_process{0};      // whose the instances are; 0: there have been none
-    boost::shared_ptr<TCIPCHelper> m_IPCHelper;
+    boost::shared_ptr<TCIPCHelper>* m_IPCHelper = nullptr;
     std::atomic<TCIPCHelper*> m_publishedHelper{nullptr};
     protocol::TInterfaces::AsEach<std::tuple, SSlot> m_instances; // ended in this order
     std::mutex m_ending;                                          // held while they are
 };
 
 // Ready before the first constructor of the program runs, usable in the last destructor and in threads that run on
-// while the program exits.
-union UNeverDestroyed
-{
-    constexpr UNeverDestroyed() : facade() {}
-    ~UNeverDestroyed() {}
-    SFacade facade;
-};
-constinit UNeverDestroyed g_state;
-constinit SFacade& g_facade = g_state.facade;
+// while the program exits: nothing makes it and nothing destroys it.
+constinit SFacade g_facade;
+static_assert(std::is_trivially_destructible_v<SFacade>);
 
 // Whether the instances are those of the process that this one was forked from.
 bool IsForkedChild()
@@ -79,7 +73,7 @@ template <class TInterface>
 std::unique_ptr<TInterface> Take(SSlot<TInterface>& slot)
 {
     slot.published.store(nullptr);
-    return std::move(slot.owner);
+    return std::unique_ptr<TInterface>(std::exchange(slot.owned, nullptr));
 }
 
 // Ends everything, for ever. The instances are deleted without the mutex: the subscriber's end waits for a callback
@@ -90,12 +84,11 @@ void Close()
     g_facade.m_canCreateNewInterface = false;
     g_facade.m_publishedHelper = nullptr;
     auto ended = std::apply([](auto&... slot) { return std::tuple(Take(slot)...); }, g_facade.m_instances);
-    boost::shared_ptr<TCIPCHelper> helper;
-    helper.swap(g_facade.m_IPCHelper);
+    std::unique_ptr<boost::shared_ptr<TCIPCHelper>> helper(std::exchange(g_facade.m_IPCHelper, nullptr));
     lock.unlock();
     if (helper)
     {
-        helper->BeginEnding();
+        (*helper)->BeginEnding();
     }
     std::apply([](auto&... owner) { (owner.reset(), ...); }, ended);
     helper.reset(); // the last reference: closes the connection
@@ -144,32 +137,30 @@ void EndAtExit(TInterface* instance, TCIPCHelper* helper)
 
 // Ends the instances of a process that exits without Destroy. They stay where they are, and so does the connection:
 // other threads run on until the process is gone, and what they call gives the null answer.
-struct SCloser
+// Called by the loader, after whatever the program runs at its exit: nothing has to be registered when it starts.
+[[gnu::destructor]] void EndAllAtExit()
 {
-    ~SCloser()
+    if (IsForkedChild() || !g_facade.m_canCreateNewInterface)
     {
-        if (IsForkedChild() || !g_facade.m_canCreateNewInterface)
-        {
-            return;
-        }
-        const std::unique_lock ending(g_facade.m_ending, std::try_to_lock);
-        if (!ending) // another thread is in Destroy, and perhaps waits for the callback that called exit
-        {
-            return;
-        }
-        g_facade.m_isExiting = true;
-        TCIPCHelper* const helper = g_facade.m_publishedHelper.load();
-        if (helper != nullptr)
-        {
-            helper->BeginEnding();
-        }
-        std::apply([helper](auto&... slot) { (EndAtExit(slot.published.load(), helper), ...); }, g_facade.m_instances);
-        if (helper != nullptr)
-        {
-            helper->Retire();
-        }
+        return;
     }
-} g_closer;
+    const std::unique_lock ending(g_facade.m_ending, std::try_to_lock);
+    if (!ending) // another thread is in Destroy, and perhaps waits for the callback that called exit
+    {
+        return;
+    }
+    g_facade.m_isExiting = true;
+    TCIPCHelper* const helper = g_facade.m_publishedHelper.load();
+    if (helper != nullptr)
+    {
+        helper->BeginEnding();
+    }
+    std::apply([helper](auto&... slot) { (EndAtExit(slot.published.load(), helper), ...); }, g_facade.m_instances);
+    if (helper != nullptr)
+    {
+        helper->Retire();
+    }
+}
 
 template <class TInterface>
 std::unique_ptr<TInterface> Make()
@@ -178,12 +169,12 @@ std::unique_ptr<TInterface> Make()
     {
         return MakeNull<TInterface>();
     }
-    if (!g_facade.m_IPCHelper)
+    if (g_facade.m_IPCHelper == nullptr)
     {
-        g_facade.m_IPCHelper.reset(new TCIPCHelper);
-        g_facade.m_publishedHelper = g_facade.m_IPCHelper.get();
+        g_facade.m_IPCHelper = new boost::shared_ptr<TCIPCHelper>(new TCIPCHelper);
+        g_facade.m_publishedHelper = g_facade.m_IPCHelper->get();
     }
-    return MakeProxy<TInterface>(g_facade.m_IPCHelper);
+    return MakeProxy<TInterface>(*g_facade.m_IPCHelper);
 }
 
 // The one way to every instance.
@@ -200,7 +191,7 @@ TInterface* Instance(TCreated created)
         return nullptr;
     }
     const std::lock_guard lock(g_facade.m_mutex);
-    if (!slot.owner && g_facade.m_canCreateNewInterface)
+    if (slot.owned == nullptr && g_facade.m_canCreateNewInterface)
     {
         if (g_facade.m_process == 0)
         {
@@ -209,8 +200,8 @@ TInterface* Instance(TCreated created)
         }
         std::unique_ptr<TInterface> instance = Make<TInterface>();
         created(*instance);
-        slot.owner = std::move(instance);
-        slot.published.store(slot.owner.get());
+        slot.owned = instance.release();
+        slot.published.store(slot.owned);
     }
     return slot.published.load();
 }

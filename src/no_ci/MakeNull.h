@@ -6,5 +6,5 @@ namespace CIM
 {
 /// An interface as it is on a set without CI. Each function stands beside its class.
 template <class Interface>
-std::unique_ptr<Interface> MakeNull();
+__attribute__((visibility("hidden"))) std::unique_ptr<Interface> MakeNull();
 } // namespace CIM

@@ -163,7 +163,7 @@ bool TCCISignalSubscriberProxy::m_IsHere() const
 
 void TCCISignalSubscriberProxy::m_OnSignalCallback(int signalType, TCMessageBuffer& payload)
 {
-    const boost::optional<SignalData> signal = ParseSignal(signalType, payload);
+    const std::optional<SignalData> signal = ParseSignal(signalType, payload);
     if (!signal)
     {
         return;

@@ -13,7 +13,7 @@ class TIIPCHelper;
 /// An interface over the bus. Blocks until the daemon offers it, at the longest as long as the connection waits.
 /// Each function stands beside its class.
 template <class Interface>
-std::unique_ptr<Interface> MakeProxy(boost::shared_ptr<TIIPCHelper> helper);
+__attribute__((visibility("hidden"))) std::unique_ptr<Interface> MakeProxy(boost::shared_ptr<TIIPCHelper> helper);
 
 /// Ends the subscriptions of a process that exits; other threads may still use the object. Does nothing to a null
 /// implementation.

@@ -8,18 +8,18 @@
 
 namespace CIM
 {
-boost::optional<SignalData> ParseSignal(int signalType, TCMessageBuffer& payload)
+std::optional<SignalData> ParseSignal(int signalType, TCMessageBuffer& payload)
 {
     const std::size_t size = payload.GetUnreadSize();
     if (size < sizeof(protocol::SSignalPayload))
     {
         CIM_LOG_ERROR("Received signal data length is invalid: %lu", static_cast<unsigned long>(size));
-        return boost::none;
+        return std::nullopt;
     }
     const char* const bytes = payload.GetAsCStr(0);
     if (bytes == nullptr || payload.GetAsCStr(offsetof(protocol::SSignalPayload, profile)) == nullptr)
     {
-        return boost::none;
+        return std::nullopt;
     }
     protocol::SSignalPayload read;
     std::memcpy(&read, bytes, sizeof(read));

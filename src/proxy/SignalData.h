@@ -4,8 +4,7 @@
 
 #include <tvplatform/MessageBuffer.h>
 
-#include <boost/optional.hpp>
-
+#include <optional>
 #include <string>
 
 namespace CIM
@@ -23,7 +22,7 @@ struct SignalData
 /// follows is ignored.
 /// \param[in] signalType  the number that came with the payload
 /// \return nothing, after an error line, when the payload is too short
-boost::optional<SignalData> ParseSignal(int signalType, TCMessageBuffer& payload);
+std::optional<SignalData> ParseSignal(int signalType, TCMessageBuffer& payload);
 
 /// A pipeline handle for log lines.
 std::string ToString(const TVSHandle& handle);

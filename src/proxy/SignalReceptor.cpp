@@ -6,19 +6,12 @@ namespace CIM
 {
 namespace
 {
-union UNeverDestroyed
-{
-    constexpr UNeverDestroyed() : receptor() {}
-    ~UNeverDestroyed() {}
-    std::shared_ptr<TCSignalReceptor> receptor;
-};
-constinit UNeverDestroyed g_kept;
-
 // Guards the pointer alone, never held while anything is called.
 std::mutex g_receptorMutex;
-} // namespace
 
-constinit std::shared_ptr<TCSignalReceptor>& g_signalReceptor = g_kept.receptor;
+// Made with the first receptor and never destroyed: signals may come until the very end of the process.
+constinit std::shared_ptr<TCSignalReceptor>* g_signalReceptor = nullptr;
+} // namespace
 
 TCSignalReceptor::TCSignalReceptor(TForward forward, boost::shared_ptr<TIIPCHelper> ipcHelper)
     : m_forward(std::move(forward)), m_ipcHelper(std::move(ipcHelper))
@@ -40,7 +33,11 @@ void TCSignalReceptor::Forward(int signalType, TCMessageBuffer& payload)
 std::shared_ptr<TCSignalReceptor> ReplaceSignalReceptor(std::shared_ptr<TCSignalReceptor> receptor)
 {
     const std::lock_guard lock(g_receptorMutex);
-    return std::exchange(g_signalReceptor, std::move(receptor));
+    if (g_signalReceptor == nullptr)
+    {
+        g_signalReceptor = new std::shared_ptr<TCSignalReceptor>;
+    }
+    return std::exchange(*g_signalReceptor, std::move(receptor));
 }
 
 void OnSignal(int signalType, TCMessageBuffer& payload)
@@ -49,7 +46,7 @@ void OnSignal(int signalType, TCMessageBuffer& payload)
     {
         // No reference is taken: the receptor's end waits for this call, which must not become its last owner.
         const std::lock_guard lock(g_receptorMutex);
-        receptor = g_signalReceptor.get();
+        receptor = g_signalReceptor != nullptr ? g_signalReceptor->get() : nullptr;
     }
     if (receptor != nullptr)
     {

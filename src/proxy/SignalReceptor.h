@@ -33,10 +33,6 @@ private:
     boost::shared_ptr<TIIPCHelper> m_ipcHelper;
 };
 
-/// The receptor of the process; empty when nobody listens. Set and emptied by the signal subscriber, with
-/// ReplaceSignalReceptor. The pointer itself is never destroyed: signals may come in while the process exits.
-extern std::shared_ptr<TCSignalReceptor>& g_signalReceptor;
-
 /// Puts a receptor, or none, in the place of the present one. \return the one before
 std::shared_ptr<TCSignalReceptor> ReplaceSignalReceptor(std::shared_ptr<TCSignalReceptor> receptor);
 

@@ -17,10 +17,6 @@ import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
 
-# What compiler, standard library and sanitizers add to a library, and no application links on purpose.
-FOREIGN = re.compile(r"^(?:(?:typeinfo(?: name)?|vtable|guard variable|VTT) for )?"
-                     r"(?:[\w:]+(?: const)?[&*]* )?(?:std::|boost::|__gnu_cxx::|_init$|_fini$|__asan|__odr_asan|__ubsan|__tsan|__sanitizer)")
-
 DESTRUCTOR = re.compile(r"D[012]Ev$")
 
 
@@ -53,6 +49,22 @@ def operation(demangled):
     return plain(name.rsplit("::", 1)[-1] + parenthesis + parameters)
 
 
+def words(library):
+    """What stands at an address of the library as a file, as a number of eight bytes."""
+    data = pathlib.Path(library).read_bytes()
+    segments = []
+    for line in run("readelf", "--wide", "--segments", library).splitlines():
+        field = line.split()
+        if field[:1] == ["LOAD"]:
+            offset, address, size = (int(field[index], 16) for index in (1, 2, 4))
+            segments.append((address, address + size, offset - address))
+
+    def word(address):
+        shift = next(shift for begin, end, shift in segments if begin <= address < end)
+        return int.from_bytes(data[address + shift:address + shift + 8], sys.byteorder)
+    return word
+
+
 def vtables(library):
     """Class name to its virtual operations in slot order, for each class whose vtable is in the library."""
     functions, tables, slots = {}, {}, {}  # address to names; name to address and size; place to names
@@ -63,9 +75,12 @@ def vtables(library):
                 tables[field[7]] = (int(field[1], 16), int(field[2], 0))
             elif field[3] == "FUNC":
                 functions.setdefault(int(field[1], 16), set()).add(field[7])
+    word = words(library)
     for line in run("readelf", "--wide", "--relocs", library).splitlines():
         field = line.split()
-        if len(field) == 4 and field[2].endswith("_RELATIVE"):  # a function inside the library
+        if len(field) == 1 and len(field[0]) == 16:  # a function inside the library, packed
+            slots[int(field[0], 16)] = functions.get(word(int(field[0], 16)), set())
+        elif len(field) == 4 and field[2].endswith("_RELATIVE"):  # a function inside the library
             slots[int(field[0], 16)] = functions.get(int(field[3], 16), set())
         elif len(field) > 4 and field[2].endswith(("_64", "_ABS64")):  # one found by its name
             slots[int(field[0], 16)] = {field[4].partition("@")[0]}
@@ -109,7 +124,7 @@ def exports(library):
     lines = run("nm", "--dynamic", "--defined-only", "--demangle", library).splitlines()
     names = {line.split(" ", 2)[2] for line in lines}
     # An interface's own vtable, which nothing points at, is there only when the optimiser leaves a use of it.
-    return {name for name in names if not FOREIGN.match(name) and not name.startswith("vtable for CIM::I")}
+    return {name for name in names if not name.startswith("vtable for CIM::I")}
 
 
 def differences(list_name, built, gone, new):
