@@ -7,6 +7,7 @@
 #include "protocol/Skeleton.h"
 #include "support/ScriptedDaemon.h"
 
+#include <ciapi/CINames.h>
 #include <ciapi/CIService.h>
 
 #include <glib.h>

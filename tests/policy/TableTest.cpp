@@ -3,6 +3,8 @@
 #include "policy/Users.h"
 #include "protocol/Interfaces.h"
 
+#include <ciapi/CINames.h>
+
 #include <gmock/gmock.h>
 #include <tvplatform/BusName.h>
 
