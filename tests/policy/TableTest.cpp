@@ -29,10 +29,12 @@ const std::vector<std::string> DAEMON_NAMES = {
     "com.kelvora.ciapi.ICISampleDecryption",
 };
 
-TCMessagePtr Call(const std::string& destination, const char* interface)
+TCMessagePtr Call(const std::string& destination, const char* interface, bool isOneWay = false)
 {
-    return TCMessagePtr(
+    TCMessagePtr call(
         dbus_message_new_method_call(destination.c_str(), "/com/kelvora/Object", interface, "MethodCall"));
+    dbus_message_set_no_reply(call.get(), isOneWay);
+    return call;
 }
 
 TCMessagePtr Signal(const char* interface, const std::string& destination)
@@ -98,105 +100,43 @@ std::string Calls(TCBusClient& caller, TCBusClient& callee, const TCMessagePtr& 
     return !isConsistent ? "answered by " + std::to_string(answer) : arrived != nullptr ? "yes" : "no";
 }
 
-using TAct = std::string (*)(SScene&, TCBusClient& actor, const std::string& name);
-
-std::string Own(SScene&, TCBusClient& actor, const std::string& name)
+/// What an actor tries, with one of the names of the row.
+struct STry
 {
-    return actor.Own(name.empty() ? ReceiverNameOf(actor) : name);
+    SScene& scene;
+    TCBusClient& actor;
+    const std::string& name;
+    TCBusClient& app = scene.application;
+    TCBusClient& Daemon() const { return scene.Daemon(name); }
+};
+
+std::string Own(const STry& t) { return t.actor.Own(t.name.empty() ? ReceiverNameOf(t.actor) : t.name); }
+
+std::string HearABroadcast(const STry& t)
+{
+    t.actor.Match(std::string("type='signal',interface='") + SIGNALS + "'");
+    return Hears(t.actor, t.scene.Daemon(), Signal(SIGNALS, ""));
 }
 
-std::string CallByName(SScene& scene, TCBusClient& actor, const std::string& name)
-{
-    return Calls(actor, scene.Daemon(name), Call(name, name.c_str()));
-}
-
-std::string CallByUniqueName(SScene& scene, TCBusClient& actor, const std::string& name)
-{
-    return Calls(actor, scene.Daemon(name), Call(scene.Daemon(name).Name(), name.c_str()));
-}
-
-std::string CallOneWay(SScene& scene, TCBusClient& actor, const std::string& name)
-{
-    const TCMessagePtr call = Call(name, name.c_str());
-    dbus_message_set_no_reply(call.get(), TRUE);
-    return Calls(actor, scene.Daemon(name), call);
-}
-
-std::string CallSomethingElse(SScene& scene, TCBusClient& actor, const std::string& name)
-{
-    return Calls(actor, scene.Daemon(name), Call(name, "org.freedesktop.DBus.Properties"));
-}
-
-std::string CallWithoutInterface(SScene& scene, TCBusClient& actor, const std::string& name)
-{
-    return Calls(actor, scene.Daemon(name), Call(name, nullptr));
-}
-
-std::string CallAnApplication(SScene& scene, TCBusClient& actor, const std::string&)
-{
-    return Calls(actor, scene.application, Call(ReceiverNameOf(scene.application), SIGNALS));
-}
-
-std::string CallOthersWithoutInterface(SScene& scene, TCBusClient& actor, const std::string&)
-{
-    return Calls(actor, scene.application, Call(scene.application.Name(), nullptr));
-}
-
-std::string Broadcast(SScene& scene, TCBusClient& actor, const std::string&)
-{
-    return Hears(scene.application, actor, Signal(SIGNALS, ""));
-}
-
-std::string DirectToReceiver(SScene& scene, TCBusClient& actor, const std::string&)
-{
-    return Hears(scene.application, actor, Signal(SIGNALS, ReceiverNameOf(scene.application)));
-}
-
-std::string DirectToUniqueName(SScene& scene, TCBusClient& actor, const std::string&)
-{
-    return Hears(scene.application, actor, Signal(SIGNALS, scene.application.Name()));
-}
-
-std::string HearABroadcast(SScene& scene, TCBusClient& actor, const std::string&)
-{
-    actor.Match(std::string("type='signal',interface='") + SIGNALS + "'");
-    return Hears(actor, scene.Daemon(), Signal(SIGNALS, ""));
-}
-
-std::string HearADirectedOne(SScene& scene, TCBusClient& actor, const std::string&)
-{
-    return Hears(actor, scene.Daemon(), Signal(SIGNALS, actor.Name()));
-}
-
-std::string TellAll(SScene& scene, TCBusClient& actor, const std::string& name)
-{
-    return Hears(scene.Daemon(name), actor, Signal("org.example.Power", ""));
-}
-
-std::string TellTheDaemon(SScene& scene, TCBusClient& actor, const std::string& name)
-{
-    return Hears(scene.Daemon(name), actor, Signal("org.example.Power", name));
-}
-
-std::string OverhearACall(SScene& scene, TCBusClient& actor, const std::string&)
+std::string OverhearACall(const STry& t)
 {
     // Only the privileged, and nobody at all on dbus-broker, may ask for other people's messages.
     const char* const rule = "eavesdrop='true',type='method_call'";
-    const std::string error = actor.Ask(DBUS_INTERFACE_DBUS, "AddMatch", DBUS_TYPE_STRING, &rule);
+    const std::string error = t.actor.Ask(DBUS_INTERFACE_DBUS, "AddMatch", DBUS_TYPE_STRING, &rule);
     if (!error.empty())
     {
         return error == DBUS_ERROR_MATCH_RULE_INVALID ? "no" : TCBusClient::Verdict(error);
     }
     const std::string name = "com.kelvora.ciapi.ICIGeneral";
-    return Hears(actor, scene.application, Call(name, name.c_str()));
+    return Hears(t.actor, t.app, Call(name, name.c_str()));
 }
 
-std::string MonitorTheBus(SScene&, TCBusClient& actor, const std::string&)
+std::string MonitorTheBus(const STry& t)
 {
     const char** const rules = nullptr;
     const unsigned flags = 0;
-    return TCBusClient::Verdict(actor.Ask("org.freedesktop.DBus.Monitoring", "BecomeMonitor", DBUS_TYPE_ARRAY,
-                                          DBUS_TYPE_STRING, &rules, 0, DBUS_TYPE_UINT32, &flags));
+    return TCBusClient::Verdict(t.actor.Ask("org.freedesktop.DBus.Monitoring", "BecomeMonitor", DBUS_TYPE_ARRAY,
+                                            DBUS_TYPE_STRING, &rules, 0, DBUS_TYPE_UINT32, &flags));
 }
 
 constexpr bool YES = true;
@@ -221,8 +161,8 @@ struct SRow
     const char* action;
     EBases bases;
     std::array<bool, 5> expected; ///< in the order of ACTORS
-    TAct act;
-    const TNames& names = NONE; ///< each of them
+    const TNames& names;          ///< each of them
+    std::string (*act)(const STry&);
 };
 
 const std::pair<const char*, TSUser> ACTORS[] = {{"the daemon", USER_GAMES},
@@ -236,28 +176,41 @@ const std::pair<const char*, TSUser> ACTORS[] = {{"the daemon", USER_GAMES},
 // applications, an application, a stranger, root.
 const SRow TABLE[] = {
     //                                               daemon  in group  appl.  stranger  root
-    {"own the daemon's names",              BOTH,    {YES,    YES,      no,    no,       no }, Own, DAEMON_NAMES},
-    {"own a receiver name",                 BOTH,    {no,     YES,      YES,   no,       no }, Own, RECEIVER},
-    {"own a name beside the daemon's",      BOTH,    {no,     no,       no,    no,       no }, Own, BESIDE},
-    {"own somebody else's name",            DEBIAN,  {no,     no,       no,    no,       no }, Own, OTHERS},
-    {"call the daemon by name",             BOTH,    {no,     YES,      YES,   no,       no }, CallByName, DAEMON_NAMES},
-    {"call it by its unique name",          BOTH,    {no,     YES,      YES,   no,       no }, CallByUniqueName, DAEMON_NAMES},
-    {"call it one-way",                     BOTH,    {no,     YES,      YES,   no,       no }, CallOneWay, DAEMON_NAMES},
-    {"call what else its process offers",   BOTH,    {no,     no,       no,    no,       no }, CallSomethingElse, DAEMON_NAMES},
-    {"call it without an interface",        BOTH,    {no,     no,       no,    no,       no }, CallWithoutInterface, DAEMON_NAMES},
-    {"call an application",                 DEBIAN,  {no,     no,       no,    no,       no }, CallAnApplication},
-    {"broadcast a signal of the daemon",    BOTH,    {YES,    YES,      no,    no,       no }, Broadcast},
-    {"direct one to a receiver name",       BOTH,    {YES,    YES,      no,    no,       no }, DirectToReceiver},
-    {"direct one to a unique name",         BOTH,    {YES,    YES,      no,    no,       no }, DirectToUniqueName},
-    {"hear what the daemon broadcasts",     BOTH,    {no,     YES,      YES,   no,       no }, HearABroadcast},
-    {"hear what it directs there",          BOTH,    {no,     YES,      YES,   no,       no }, HearADirectedOne},
+    {"own the daemon's names",              BOTH,    {YES,    YES,      no,    no,       no }, DAEMON_NAMES, Own},
+    {"own a receiver name",                 BOTH,    {no,     YES,      YES,   no,       no }, RECEIVER, Own},
+    {"own a name beside the daemon's",      BOTH,    {no,     no,       no,    no,       no }, BESIDE, Own},
+    {"own somebody else's name",            DEBIAN,  {no,     no,       no,    no,       no }, OTHERS, Own},
+    {"call the daemon by name",             BOTH,    {no,     YES,      YES,   no,       no }, DAEMON_NAMES,
+     [](const STry& t) { return Calls(t.actor, t.Daemon(), Call(t.name, t.name.c_str())); }},
+    {"call it by its unique name",          BOTH,    {no,     YES,      YES,   no,       no }, DAEMON_NAMES,
+     [](const STry& t) { return Calls(t.actor, t.Daemon(), Call(t.Daemon().Name(), t.name.c_str())); }},
+    {"call it one-way",                     BOTH,    {no,     YES,      YES,   no,       no }, DAEMON_NAMES,
+     [](const STry& t) { return Calls(t.actor, t.Daemon(), Call(t.name, t.name.c_str(), /*isOneWay=*/true)); }},
+    {"call what else its process offers",   BOTH,    {no,     no,       no,    no,       no }, DAEMON_NAMES,
+     [](const STry& t) { return Calls(t.actor, t.Daemon(), Call(t.name, "org.freedesktop.DBus.Properties")); }},
+    {"call it without an interface",        BOTH,    {no,     no,       no,    no,       no }, DAEMON_NAMES,
+     [](const STry& t) { return Calls(t.actor, t.Daemon(), Call(t.name, nullptr)); }},
+    {"call an application",                 DEBIAN,  {no,     no,       no,    no,       no }, NONE,
+     [](const STry& t) { return Calls(t.actor, t.app, Call(ReceiverNameOf(t.app), SIGNALS)); }},
+    {"broadcast a signal of the daemon",    BOTH,    {YES,    YES,      no,    no,       no }, NONE,
+     [](const STry& t) { return Hears(t.app, t.actor, Signal(SIGNALS, "")); }},
+    {"direct one to a receiver name",       BOTH,    {YES,    YES,      no,    no,       no }, NONE,
+     [](const STry& t) { return Hears(t.app, t.actor, Signal(SIGNALS, ReceiverNameOf(t.app))); }},
+    {"direct one to a unique name",         BOTH,    {YES,    YES,      no,    no,       no }, NONE,
+     [](const STry& t) { return Hears(t.app, t.actor, Signal(SIGNALS, t.app.Name())); }},
+    {"hear what the daemon broadcasts",     BOTH,    {no,     YES,      YES,   no,       no }, NONE, HearABroadcast},
+    {"hear what it directs there",          BOTH,    {no,     YES,      YES,   no,       no }, NONE,
+     [](const STry& t) { return Hears(t.actor, t.scene.Daemon(), Signal(SIGNALS, t.actor.Name())); }},
     // Nothing is taken from anybody else's traffic, the daemon's own included.
-    {"tell all, the daemon among them",     BOTH,    {YES,    YES,      YES,   YES,      YES}, TellAll, DAEMON_NAMES},
-    {"tell the daemon something",           BOTH,    {YES,    YES,      YES,   YES,      YES}, TellTheDaemon, DAEMON_NAMES},
-    {"call others without an interface",    OPEN,    {YES,    YES,      YES,   YES,      YES}, CallOthersWithoutInterface},
+    {"tell all, the daemon among them",     BOTH,    {YES,    YES,      YES,   YES,      YES}, DAEMON_NAMES,
+     [](const STry& t) { return Hears(t.Daemon(), t.actor, Signal("org.example.Power", "")); }},
+    {"tell the daemon something",           BOTH,    {YES,    YES,      YES,   YES,      YES}, DAEMON_NAMES,
+     [](const STry& t) { return Hears(t.Daemon(), t.actor, Signal("org.example.Power", t.name)); }},
+    {"call others without an interface",    OPEN,    {YES,    YES,      YES,   YES,      YES}, NONE,
+     [](const STry& t) { return Calls(t.actor, t.app, Call(t.app.Name(), nullptr)); }},
     // What only the base says, for whoever relies on it.
-    {"overhear a call",                     DEBIAN,  {no,     no,       no,    no,       no }, OverhearACall},
-    {"monitor the bus",                     DEBIAN,  {no,     no,       no,    no,       YES}, MonitorTheBus},
+    {"overhear a call",                     DEBIAN,  {no,     no,       no,    no,       no }, NONE, OverhearACall},
+    {"monitor the bus",                     DEBIAN,  {no,     no,       no,    no,       YES}, NONE, MonitorTheBus},
 };
 // clang-format on
 
@@ -296,7 +249,7 @@ TEST_P(BusPolicy, SaysWhoMayDoWhat)
             ASSERT_EQ(actor.Answer(), user.id) << "the bus takes it for somebody else";
             for (const std::string& name : row.names)
             {
-                EXPECT_EQ(row.act(scene, actor, name), row.expected[column] ? "yes" : "no") << name;
+                EXPECT_EQ(row.act({scene, actor, name}), row.expected[column] ? "yes" : "no") << name;
             }
         }
     }
