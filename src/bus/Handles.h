@@ -2,6 +2,7 @@
 
 #include <dbus/dbus.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -78,6 +79,10 @@ inline TCConnectionPtr OpenBusAt(const char* address, TCDBusError& error)
     }
     return connection;
 }
+
+/// Opens a private connection to the system bus and authenticates, no more: the bus has sent no message yet, and nothing
+/// was read of any. \return null, with the error set, when there is no bus or it has not answered in time
+TCConnectionPtr OpenUnregisteredSystemBus(std::chrono::milliseconds time, TCDBusError& error);
 
 /// The same for the system bus to which DBUS_SYSTEM_BUS_ADDRESS leads now, whatever it was at the first connection.
 inline TCConnectionPtr OpenCurrentSystemBus(TCDBusError& error)

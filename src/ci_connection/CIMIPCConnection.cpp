@@ -12,9 +12,7 @@
 #include <tvplatform/Sleep.h>
 
 #include <array>
-#include <cerrno>
 #include <cstring>
-#include <sys/eventfd.h>
 #include <utility>
 
 namespace CIM
@@ -23,6 +21,35 @@ namespace
 {
 constexpr unsigned int CONNECT_RETRY_MS = 1000;
 constexpr std::size_t BUS_NAME_SIZE = 256;
+
+void LogNoConnection(const TCDBusError& error)
+{
+    CIM_LOG_ERROR_AT("t_CreateConnection", __LINE__,
+                     "[TCCIMIPCConnection::%s] Failed to connect to the D-BUS daemon: %s", "t_CreateConnection",
+                     error.Text());
+}
+
+// Registers with the bus. \return the unique name; with the error set, nothing
+std::string SayHello(TCCallRouter& router, TCDBusError& error)
+{
+    const TCMessagePtr hello(
+        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "Hello"));
+    TCMessagePtr answer;
+    if (hello && router.Call(hello.get(), answer) == TCCallRouter::EResult::BROKEN)
+    {
+        dbus_set_error_const(error.Get(), DBUS_ERROR_DISCONNECTED, "Connection is closed");
+        return {};
+    }
+    if (!answer)
+    {
+        dbus_set_error_const(error.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory");
+        return {};
+    }
+    const char* name = nullptr;
+    const bool isNamed = !dbus_set_error_from_message(error.Get(), answer.get()) &&
+                         dbus_message_get_args(answer.get(), error.Get(), DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID);
+    return isNamed ? name : std::string();
+}
 } // namespace
 
 TCCIMIPCConnection::TCCIMIPCConnection(std::string interfaceName, std::string objectPath, bool attachToMainLoop)
@@ -69,14 +96,33 @@ DBusConnection* TCCIMIPCConnection::t_CreateConnection()
     TCConnectionPtr connection = OpenSystemBus(error);
     if (!connection)
     {
-        CIM_LOG_ERROR("[TCCIMIPCConnection::%s] Failed to connect to the D-BUS daemon: %s", __func__, error.Text());
+        LogNoConnection(error);
     }
     return connection.release();
 }
 
+// Opens the connection for calls: libdbus authenticates, and from then on the router has the socket to itself.
+DBusConnection* TCCIMIPCConnection::m_CreateCallConnection()
+{
+    TCDBusError error;
+    TCConnectionPtr connection = OpenUnregisteredSystemBus(CallTimeout(), error);
+    int socket = -1;
+    if (connection && dbus_connection_get_unix_fd(connection.get(), &socket))
+    {
+        m_router = MakeImmortal<TCCallRouter>(socket, CallTimeout());
+        const std::string uniqueName = SayHello(*m_router, error);
+        if (!error.IsSet() && dbus_bus_set_unique_name(connection.get(), uniqueName.c_str()))
+        {
+            return connection.release();
+        }
+    }
+    LogNoConnection(error);
+    return nullptr;
+}
+
 bool TCCIMIPCConnection::m_Connect(bool attachToMainLoop)
 {
-    t_pAPIConnection = t_CreateConnection();
+    t_pAPIConnection = m_CreateCallConnection();
     if (t_pAPIConnection == nullptr)
     {
         return false;
@@ -115,14 +161,6 @@ bool TCCIMIPCConnection::m_Connect(bool attachToMainLoop)
         return false;
     }
 
-    const int wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (wakeUp == -1)
-    {
-        CIM_LOG_ERROR("[TCCIMIPCConnection::%s] Cannot make an event descriptor: %s", __func__, std::strerror(errno));
-        t_ReleaseAllConnections();
-        return false;
-    }
-    m_router = MakeImmortal<TCCallRouter>(t_pAPIConnection, wakeUp, CallTimeout());
     m_receiver->connection = t_pMainLoopConnection;
     if (attachToMainLoop)
     {

@@ -20,6 +20,12 @@ namespace CIM
 {
 class TCCallRouter;
 class TCSignalReceiver;
+struct SReply;
+
+namespace protocol
+{
+struct SReplyEnvelope;
+}
 
 /// The library's way to the CI daemon: method calls, match rules, signals.
 class TICIMIPCConnection
@@ -112,13 +118,17 @@ protected:
     DBusConnection* t_pMainLoopConnection = nullptr;
 
 private:
+    DBusConnection* m_CreateCallConnection();
     bool m_Connect(bool attachToMainLoop);
     bool m_IsUsable(const char* operation) const;
     void m_ChangeMatchRule(const char* change, EIPCMessageType type, int messageId, const TVSHandle& handle,
                            TCDBusError& error);
-    SCallMessage m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
-                              TCMessageBuffer& input, unsigned short flags);
-    bool m_ReadReply(DBusMessage* reply, TCMessageBuffer& output);
+    bool m_CreateCall(const char* operation, const std::string& interfaceName, short methodId, TCMessageBuffer& input,
+                      unsigned short flags, TCCallHead& head);
+    bool m_ReadReply(const std::string& interfaceName, short methodId, const SReply& reply, TCMessageBuffer& output);
+    template <class Read, class MakeOwner>
+    bool m_TakeReply(const Read& read, const protocol::SReplyEnvelope& envelope, TCMessageBuffer& output,
+                     MakeOwner makeOwner);
 
     const std::string m_interfaceName;
     const std::string m_objectPath;
@@ -126,7 +136,7 @@ private:
     TCCIMSendHelloCondition m_helloCondition;
     const TCOwnProcess m_process; // after a fork both processes would write into the same stream
     std::atomic<bool> m_isRetired{false};
-    TCPreparedMessages m_preparedMessages;
+    TCPreparedCalls m_preparedCalls;
     TCCallRouter* m_router = nullptr;
     TCSignalReceiver* m_receiver = nullptr;
 };

@@ -86,16 +86,16 @@ void TakeErrorReply(const std::string& interfaceName, short methodId, DBusMessag
     }
 }
 
-void AppendReplyPayload(DBusMessage* reply, std::size_t length, const char* bytes, TCMessageBuffer& output)
+// The owner is made when the payload is not copied.
+template <class MakeOwner>
+void AppendReplyPayload(std::size_t length, const char* bytes, TCMessageBuffer& output, MakeOwner makeOwner)
 {
     if (length < SMALLEST_SHARED_REPLY)
     {
         output.PushConcatenated(static_cast<int>(length), bytes);
         return;
     }
-    std::shared_ptr<const void> owner(dbus_message_ref(reply), [](const void* message)
-                                      { dbus_message_unref(static_cast<DBusMessage*>(const_cast<void*>(message))); });
-    output.PushShared(length, bytes, std::move(owner));
+    output.PushShared(length, bytes, makeOwner());
 }
 
 enum class EOwner
@@ -137,14 +137,11 @@ bool TCCIMIPCConnection::t_PrepareMessage(DBusMessage* message, short methodId, 
            AppendCallPayload(message, input);
 }
 
-SCallMessage TCCIMIPCConnection::m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
-                                              TCMessageBuffer& input, unsigned short flags)
+bool TCCIMIPCConnection::m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
+                                      TCMessageBuffer& input, unsigned short flags, TCCallHead& head)
 {
-    if (!CheckSize(input))
-    {
-        return {};
-    }
-    return m_preparedMessages.Make(operation, interfaceName, MakeHeader(methodId, input, flags), input);
+    return CheckSize(input) &&
+           m_preparedCalls.Make(operation, interfaceName, MakeHeader(methodId, input, flags), head);
 }
 
 bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, TCMessageBuffer& input,
@@ -161,18 +158,13 @@ bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, 
         priority.StrartPriorityInheritance();
     }
     const unsigned short flags = m_helloCondition.SendNow() ? protocol::CALL_FLAG_HELLO : 0;
-    SCallMessage call = m_CreateCall(__func__, interfaceName, methodId, input, flags);
-    if (!call.message)
+    TCCallHead head;
+    if (!m_CreateCall(__func__, interfaceName, methodId, input, flags, head))
     {
         return false;
     }
-    TCMessagePtr reply;
-    const TCCallRouter::EResult result = m_router->Call(call.message.get(), reply);
-    if ((reply && dbus_message_get_sender(reply.get()) != nullptr) || m_router->IsAllSent())
-    {
-        call.Wipe(); // otherwise it may still be on its way
-    }
-    switch (result)
+    SReply reply;
+    switch (m_router->Call({head.Bytes(), &input}, reply))
     {
     case TCCallRouter::EResult::NO_MEMORY:
         OPERATION_ERROR("Call", "Cannot send call message. Out of memory.");
@@ -183,37 +175,60 @@ bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, 
     case TCCallRouter::EResult::ANSWERED:
         break;
     }
-    if (!reply)
+    if (const auto usual = reply.head ? ReadWireReply(reply.Bytes(), *reply.head) : std::nullopt)
+    {
+        return m_TakeReply(TArgumentsRead<protocol::SReplyEnvelope>(), *usual, output, [&reply]
+                           { return std::make_shared<const TCMessageBlock>(std::move(reply.bytes)); });
+    }
+    return m_ReadReply(interfaceName, methodId, reply, output);
+}
+
+// What is not the usual reply is read by libdbus.
+bool TCCIMIPCConnection::m_ReadReply(const std::string& interfaceName, short methodId, const SReply& reply,
+                                     TCMessageBuffer& output)
+{
+    const TCMessagePtr message = reply.ToMessage();
+    if (!message)
     {
         KeepOutcome(CALL_OUTCOME_NO_REPLY);
         OPERATION_ERROR("Call", "Cannot create reply message. Out of memory.");
         return false;
     }
-    if (dbus_message_get_type(reply.get()) == DBUS_MESSAGE_TYPE_ERROR)
+    if (dbus_message_get_type(message.get()) == DBUS_MESSAGE_TYPE_ERROR)
     {
-        TakeErrorReply(interfaceName, methodId, reply.get());
+        TakeErrorReply(interfaceName, methodId, message.get());
         return false;
     }
-    return m_ReadReply(reply.get(), output);
+    protocol::SReplyEnvelope envelope;
+    const auto read = ReadArguments(message.get(), envelope);
+    return m_TakeReply(read, envelope, output,
+                       [&message]
+                       {
+                           return std::shared_ptr<const void>(dbus_message_ref(message.get()),
+                                                              [](const void* referred) {
+                                                                  dbus_message_unref(static_cast<DBusMessage*>(
+                                                                      const_cast<void*>(referred)));
+                                                              });
+                       });
 }
 
-bool TCCIMIPCConnection::m_ReadReply(DBusMessage* reply, TCMessageBuffer& output)
+template <class Read, class MakeOwner>
+bool TCCIMIPCConnection::m_TakeReply(const Read& read, const protocol::SReplyEnvelope& envelope,
+                                     TCMessageBuffer& output, MakeOwner makeOwner)
 {
     KeepOutcome(CALL_OUTCOME_NOT_READABLE); // until it is
-    protocol::SReplyEnvelope envelope;
-    const auto read = ReadArguments(reply, envelope);
     if (read.isEmpty)
     {
         OPERATION_ERROR("Call", "Reply message has no arguments.(dbus_message_iter_init)");
         return false;
     }
-    if (read.IsWrong<&protocol::SReplyEnvelope::status>())
+    if (read.template IsWrong<&protocol::SReplyEnvelope::status>())
     {
         OPERATION_ERROR("Call", "Incorrect type of argument. Expected DBUS_TYPE_BYTE.");
     }
     if (!m_helloCondition.Update(envelope.status))
     {
-        if (!read.IsWrong<&protocol::SReplyEnvelope::status>())
+        if (!read.template IsWrong<&protocol::SReplyEnvelope::status>())
         {
             KeepOutcome(CALL_OUTCOME_REFUSED);
         }
@@ -221,18 +236,18 @@ bool TCCIMIPCConnection::m_ReadReply(DBusMessage* reply, TCMessageBuffer& output
                         static_cast<unsigned int>(envelope.status));
         return false;
     }
-    if (read.IsWrong<&protocol::SReplyEnvelope::length>())
+    if (read.template IsWrong<&protocol::SReplyEnvelope::length>())
     {
         OPERATION_ERROR("Call", "Incorrect type of argument. Expected DBUS_TYPE_INT32.");
     }
-    if (read.IsWrong<&protocol::SReplyEnvelope::payload>())
+    if (read.template IsWrong<&protocol::SReplyEnvelope::payload>())
     {
         OPERATION_ERROR("Call", "Incorrect type of argument. Expected DBUS_TYPE_ARRAY.");
     }
     else
     {
-        AppendReplyPayload(reply, CheckedLength("Call", envelope.length, envelope.payload.length),
-                           envelope.payload.data, output);
+        AppendReplyPayload(CheckedLength("Call", envelope.length, envelope.payload.length), envelope.payload.data,
+                           output, makeOwner);
     }
     m_helloCondition.ClearIfSentOk();
     if (read.IsWhole())
@@ -251,24 +266,29 @@ bool TCCIMIPCConnection::CallAsync(const std::string& interfaceName, short metho
     }
     const unsigned short flags =
         protocol::CALL_FLAG_ONE_WAY | (m_helloCondition.SendNow() ? protocol::CALL_FLAG_HELLO : 0);
-    SCallMessage call = m_CreateCall(__func__, interfaceName, methodId, input, flags);
-    if (!call.message)
+    TCCallHead head;
+    if (!m_CreateCall(__func__, interfaceName, methodId, input, flags, head))
     {
         return false;
     }
-    if (!m_router->Send(call.message.get()))
+    std::uint32_t serial = 0;
+    switch (m_router->Send({head.Bytes(), &input}, serial))
     {
-        OPERATION_ERROR("CallAsync", "Cannot send call message. Out of memory. messageType[%d] serial[%u]",
-                        dbus_message_get_type(call.message.get()), dbus_message_get_serial(call.message.get()));
+    case TCSocketWriter::EResult::WRITTEN:
+        KeepOutcome(CALL_OUTCOME_SENT);
+        return true;
+    case TCSocketWriter::EResult::BROKEN:
+        return true; // as far as its sender can tell: the outcome says more
+    case TCSocketWriter::EResult::LATE:
+        OPERATION_ERROR("CallAsync", "Cannot send call message. The bus takes nothing. messageType[%d] serial[%u]",
+                        DBUS_MESSAGE_TYPE_METHOD_CALL, serial);
         return false;
+    case TCSocketWriter::EResult::NO_MEMORY:
+        break;
     }
-    if (m_router->IsAllSent())
-    {
-        call.Wipe();
-    }
-    // libdbus takes a message for a bus that is gone, too.
-    KeepOutcome(dbus_connection_get_is_connected(t_pAPIConnection) ? CALL_OUTCOME_SENT : CALL_OUTCOME_NOT_SENT);
-    return true;
+    OPERATION_ERROR("CallAsync", "Cannot send call message. Out of memory. messageType[%d] serial[%u]",
+                    DBUS_MESSAGE_TYPE_METHOD_CALL, serial);
+    return false;
 }
 
 bool TCCIMIPCConnection::WaitForCreateInterface(const char* name)

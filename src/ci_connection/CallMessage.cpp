@@ -1,21 +1,25 @@
 #include "ci_connection/CallMessage.h"
 
 #include "bus/Arguments.h"
+#include "bus/WireHead.h"
 #include "utils/CIAPILog.h"
 
 #include <tvplatform/MessageBuffer.h>
 
-#include <algorithm>
 #include <cstring>
 #include <functional>
+#include <new>
 
 namespace CIM
 {
 namespace
 {
-// Above this the copy of the payload is what costs, and the same length hardly comes again.
-constexpr int LARGEST_PREPARED_LENGTH = 4096;
-constexpr std::array<char, LARGEST_PREPARED_LENGTH> ZEROS{};
+// Where the length of the payload stands in the arguments: behind the header.
+constexpr std::size_t LENGTH_OFFSET = sizeof(std::int32_t);
+constexpr std::size_t ARRAY_SIZE_SIZE = sizeof(std::uint32_t);
+
+// How far from its own place a prepared call may stand.
+constexpr std::size_t PLACES = 8;
 
 // libdbus ends the process when it is given a name that it does not take.
 bool IsCallableName(const std::string& interfaceName)
@@ -31,9 +35,8 @@ void LogNoMemory(const char* operation)
                      operation);
 }
 
-// A call message as it is sent, built argument by argument; null with an error line.
-TCMessagePtr Build(const char* operation, const std::string& interfaceName, const SCallHeader& header,
-                   const TCMessageBuffer& input)
+// A call with a payload of one byte, or none; null with an error line.
+TCMessagePtr Build(const char* operation, const std::string& interfaceName, const SCallHeader& header)
 {
     if (!IsCallableName(interfaceName))
     {
@@ -49,34 +52,10 @@ TCMessagePtr Build(const char* operation, const std::string& interfaceName, cons
         LogNoMemory(operation);
         return nullptr;
     }
-    const bool appended = AppendCallHeader(message.get(), header) && AppendCallPayload(message.get(), input);
+    TCMessageBuffer payload;
+    payload.PushConcatenated(header.length > 0 ? 1 : 0, "");
+    const bool appended = AppendCallHeader(message.get(), header) && AppendCallPayload(message.get(), payload);
     return appended ? std::move(message) : nullptr;
-}
-
-// Overwrites the payload of an unsent message that nobody else has. libdbus lends the array read-only, for messages may
-// be shared; this one is the caller's own copy.
-void FillPayload(SCallMessage& call, const TCMessageBuffer& input)
-{
-    DBusMessageIter iter;
-    dbus_message_iter_init(call.message.get(), &iter);
-    protocol::SBytes room;
-    while (!TCCIMIPCUtility::m_ReadBytes(iter, room))
-    {
-        if (!dbus_message_iter_next(&iter))
-        {
-            return; // a call without payload
-        }
-    }
-    call.payload = const_cast<char*>(room.data);
-    call.length = static_cast<std::size_t>(room.length);
-    char* target = call.payload;
-    const std::size_t pieces = input.GetPieceCount();
-    for (std::size_t index = 0; index < pieces; ++index)
-    {
-        std::size_t length = 0;
-        const char* const piece = input.GetPiece(index, length);
-        target = std::copy_n(piece, length, target);
-    }
 }
 } // namespace
 
@@ -146,65 +125,111 @@ bool AppendCallPayload(DBusMessage* message, const TCMessageBuffer& input)
     return dbus_message_iter_close_container(&arguments, &array);
 }
 
-void SCallMessage::Wipe()
+std::span<char> TCCallHead::Make(std::size_t size)
 {
+    m_size = size;
+    m_large.reset(size > m_small.size() ? new (std::nothrow) char[size] : nullptr);
+    if (size > m_small.size() && !m_large)
+    {
+        m_size = 0;
+    }
+    return Bytes();
+}
+
+TCPreparedCalls::~TCPreparedCalls()
+{
+    for (const std::atomic<const SPrepared*>& prepared : m_prepared)
+    {
+        delete prepared.load();
+    }
+}
+
+bool TCPreparedCalls::SPrepared::IsFor(const std::string& name, const SCallHeader& wanted) const
+{
+    return header.methodId == wanted.methodId && header.flags == wanted.flags && header.pid == wanted.pid &&
+           (header.length > 0) == (wanted.length > 0) && interfaceName == name;
+}
+
+bool TCPreparedCalls::Make(const char* operation, const std::string& interfaceName, const SCallHeader& header,
+                           TCCallHead& head)
+try
+{
+    std::unique_ptr<SPrepared> own;
+    const SPrepared* prepared = nullptr;
+    const std::size_t place = std::hash<std::string>()(interfaceName) +
+                              static_cast<std::size_t>(header.methodId) * 31 + header.flags * std::size_t(7) +
+                              (header.length > 0 ? 1 : 0);
+    for (std::size_t step = 0; step < PLACES && prepared == nullptr; ++step)
+    {
+        std::atomic<const SPrepared*>& at = m_prepared[(place + step) % m_prepared.size()];
+        const SPrepared* present = at.load(std::memory_order_acquire);
+        if (present == nullptr)
+        {
+            own = own ? std::move(own) : m_Prepare(operation, interfaceName, header);
+            if (!own)
+            {
+                return false;
+            }
+            if (at.compare_exchange_strong(present, own.get(), std::memory_order_acq_rel))
+            {
+                present = own.release();
+            }
+        }
+        prepared = present->IsFor(interfaceName, header) ? present : nullptr;
+    }
+    if (prepared == nullptr)
+    {
+        own = own ? std::move(own) : m_Prepare(operation, interfaceName, header);
+        prepared = own.get();
+    }
+    const std::span<char> bytes = prepared != nullptr ? head.Make(prepared->bytes.size()) : std::span<char>();
+    if (bytes.empty())
+    {
+        return false;
+    }
+    std::memcpy(bytes.data(), prepared->bytes.data(), bytes.size());
+    const auto length = static_cast<std::uint32_t>(header.length);
+    const std::uint32_t preparedSize = WireNumber(bytes.data() + WIRE_BODY_SIZE_OFFSET);
+    char* const body = bytes.data() + bytes.size() - preparedSize;
+    SetWireNumber(bytes.data() + WIRE_BODY_SIZE_OFFSET, preparedSize + length);
+    SetWireNumber(body + LENGTH_OFFSET, length);
     if (length > 0)
     {
-        explicit_bzero(payload, length);
+        SetWireNumber(bytes.data() + bytes.size() - ARRAY_SIZE_SIZE, length);
     }
+    return true;
+}
+catch (const std::bad_alloc&)
+{
+    LogNoMemory(operation);
+    return false;
 }
 
-SCallMessage TCPreparedMessages::Make(const char* operation, const std::string& interfaceName,
-                                      const SCallHeader& header, const TCMessageBuffer& input)
+// The size of its body is that without the payload.
+std::unique_ptr<TCPreparedCalls::SPrepared> TCPreparedCalls::m_Prepare(const char* operation,
+                                                                        const std::string& interfaceName,
+                                                                        const SCallHeader& header)
 {
-    if (header.length > LARGEST_PREPARED_LENGTH)
+    const TCMessagePtr message = Build(operation, interfaceName, header);
+    int size = 0;
+    char* bytes = nullptr;
+    if (!message)
     {
-        return {Build(operation, interfaceName, header, input)};
+        return nullptr;
     }
-    TCMessagePtr prepared = m_Find(interfaceName, header);
-    if (!prepared)
-    {
-        // Of zeros: what one caller sent, a PIN perhaps, is not kept here.
-        TCMessageBuffer zeros;
-        zeros.PushBorrowed(static_cast<std::size_t>(header.length), ZEROS.data());
-        prepared = Build(operation, interfaceName, header, zeros);
-        if (!prepared)
-        {
-            return {};
-        }
-        m_Keep(interfaceName, header, prepared.get());
-    }
-    SCallMessage call{TCMessagePtr(dbus_message_copy(prepared.get()))};
-    if (!call.message)
+    if (!dbus_message_marshal(message.get(), &bytes, &size))
     {
         LogNoMemory(operation);
-        return {};
+        return nullptr;
     }
-    FillPayload(call, input);
-    return call;
-}
-
-TCPreparedMessages::SEntry& TCPreparedMessages::m_Place(const std::string& interfaceName, const SCallHeader& header)
-{
-    const std::size_t hash = std::hash<std::string>()(interfaceName) + static_cast<std::size_t>(header.methodId) * 31 +
-                             static_cast<std::size_t>(header.length) * 7 + header.flags;
-    return m_entries[hash % m_entries.size()];
-}
-
-TCMessagePtr TCPreparedMessages::m_Find(const std::string& interfaceName, const SCallHeader& header)
-{
-    const std::lock_guard lock(m_mutex);
-    const SEntry& entry = m_Place(interfaceName, header);
-    const bool found = entry.message && entry.header == header && entry.interfaceName == interfaceName;
-    return TCMessagePtr(found ? dbus_message_ref(entry.message.get()) : nullptr);
-}
-
-void TCPreparedMessages::m_Keep(const std::string& interfaceName, const SCallHeader& header, DBusMessage* message)
-{
-    const std::lock_guard lock(m_mutex);
-    SEntry& entry = m_Place(interfaceName, header);
-    entry.interfaceName = interfaceName;
-    entry.header = header;
-    entry.message.reset(dbus_message_ref(message));
+    const std::unique_ptr<char, void (*)(char*)> owner(bytes, [](char* marshalled) { dbus_free(marshalled); });
+    const std::uint32_t payloadSize = header.length > 0 ? 1 : 0;
+    auto prepared = std::make_unique<SPrepared>();
+    prepared->interfaceName = interfaceName;
+    prepared->header = header;
+    prepared->bytes.assign(bytes, bytes + size - payloadSize);
+    char* const bodySize = prepared->bytes.data() + WIRE_BODY_SIZE_OFFSET;
+    SetWireNumber(bodySize, WireNumber(bodySize) - payloadSize);
+    return prepared;
 }
 } // namespace CIM

@@ -3,10 +3,13 @@
 #include "bus/Handles.h"
 
 #include <array>
+#include <atomic>
 #include <cstddef>
-#include <mutex>
+#include <memory>
+#include <span>
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 class TCMessageBuffer;
 
@@ -19,8 +22,6 @@ struct SCallHeader
     unsigned short flags;
     int length; ///< of the payload
     pid_t pid;
-
-    friend bool operator==(const SCallHeader&, const SCallHeader&) = default;
 };
 
 /// Appends the arguments in front of the payload. \return false with an error line
@@ -29,41 +30,47 @@ bool AppendCallHeader(DBusMessage* message, const SCallHeader& header);
 /// Appends the payload, if any, without joining its pieces. \return false with an error line
 bool AppendCallPayload(DBusMessage* message, const TCMessageBuffer& input);
 
-/// A whole call message, and where its payload stands in it.
-struct SCallMessage
-{
-    TCMessagePtr message;
-    char* payload = nullptr; ///< null when it is larger than what a secret can be, or empty
-    std::size_t length = 0;
-
-    /// Overwrites the payload of a message that has left: a PIN perhaps.
-    void Wipe();
-};
-
-/// Makes call messages from ready-made ones of the same header, which are copied and given their payload: libdbus
-/// writes the signature anew with each argument that is appended, which costs more than everything else in a small
-/// call. Thread-safe.
-class TCPreparedMessages
+/// The bytes of a call in front of its payload. Without a serial number.
+class TCCallHead
 {
 public:
-    /// A whole call message. The header's length is that of the input.
-    /// \return without a message, with an error line in the name of the operation
-    SCallMessage Make(const char* operation, const std::string& interfaceName, const SCallHeader& header,
-                      const TCMessageBuffer& input);
+    /// \return room for so many bytes; empty without memory
+    std::span<char> Make(std::size_t size);
+    std::span<char> Bytes() { return {m_large ? m_large.get() : m_small.data(), m_size}; }
 
 private:
-    struct SEntry
+    std::array<char, 1024> m_small;
+    std::unique_ptr<char[]> m_large;
+    std::size_t m_size = 0;
+};
+
+/// Makes the heads of calls: libdbus writes each kind of call once, and what differs from call to call is filled into a
+/// copy. Thread-safe.
+class TCPreparedCalls
+{
+public:
+    TCPreparedCalls() = default;
+    ~TCPreparedCalls();
+    TCPreparedCalls(const TCPreparedCalls&) = delete;
+    TCPreparedCalls& operator=(const TCPreparedCalls&) = delete;
+
+    /// \param[in] operation  whose name error lines carry
+    /// \return false with an error line
+    bool Make(const char* operation, const std::string& interfaceName, const SCallHeader& header, TCCallHead& head);
+
+private:
+    struct SPrepared
     {
         std::string interfaceName;
-        SCallHeader header{};
-        TCMessagePtr message; ///< with a payload of zeros
+        SCallHeader header{}; ///< of the length, only whether there is a payload counts
+        std::vector<char> bytes;
+
+        bool IsFor(const std::string& name, const SCallHeader& wanted) const;
     };
+    static std::unique_ptr<SPrepared> m_Prepare(const char* operation, const std::string& interfaceName,
+                                                const SCallHeader& header);
 
-    SEntry& m_Place(const std::string& interfaceName, const SCallHeader& header);
-    TCMessagePtr m_Find(const std::string& interfaceName, const SCallHeader& header);
-    void m_Keep(const std::string& interfaceName, const SCallHeader& header, DBusMessage* message);
-
-    std::mutex m_mutex;
-    std::array<SEntry, 128> m_entries;
+    // More than there are operations. What finds no place is prepared anew each time.
+    std::array<std::atomic<const SPrepared*>, 512> m_prepared{};
 };
 } // namespace CIM

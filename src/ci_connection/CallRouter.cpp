@@ -1,25 +1,24 @@
 #include "ci_connection/CallRouter.h"
 
+#include "bus/Peer.h"
+
+#include <tvplatform/MessageBuffer.h>
+
 #include <algorithm>
-#include <cstdint>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <memory>
 #include <new>
 #include <poll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
+#include <sys/socket.h>
+#include <utility>
 
 namespace CIM
 {
 namespace
 {
-// libdbus reads a few KiB at a time: while a large message arrives, so often before the socket is polled again.
-constexpr int READS_PER_POLL = 8;
-
-// Replies that the application still holds must not make libdbus stop reading for the other threads.
-constexpr long LIVE_BYTES = 1L << 30;
-
-// The serials below were given by libdbus while the connection was made.
-constexpr dbus_uint32_t FIRST_SERIAL = 0x1000;
-
 TCMessagePtr MakeNoReply()
 {
     TCMessagePtr error(dbus_message_new(DBUS_MESSAGE_TYPE_ERROR));
@@ -32,96 +31,183 @@ TCMessagePtr MakeNoReply()
     }
     return error;
 }
-} // namespace
 
-TCCallRouter::TCCallRouter(DBusConnection* connection, int wakeUp, std::chrono::milliseconds timeout)
-    : m_connection(connection), m_timeout(timeout), m_wakeUp(wakeUp), m_lastSerial(FIRST_SERIAL)
+TCMessagePtr Demarshal(std::span<const char> bytes)
 {
-    dbus_connection_get_unix_fd(connection, &m_socket);
-    dbus_connection_set_max_received_size(connection, LIVE_BYTES);
+    return TCMessagePtr(dbus_message_demarshal(bytes.data(), static_cast<int>(bytes.size()), nullptr));
 }
 
-TCCallRouter::~TCCallRouter() { close(m_wakeUp); }
-
-TCCallRouter::EResult TCCallRouter::Call(DBusMessage* call, TCMessagePtr& reply)
+// The bytes of a message of libdbus.
+class TCMarshalled
 {
-    if (!dbus_connection_get_is_connected(m_connection))
+public:
+    explicit TCMarshalled(DBusMessage* message)
+    {
+        int size = 0;
+        char* bytes = nullptr;
+        if (dbus_message_marshal(message, &bytes, &size))
+        {
+            m_bytes.reset(bytes);
+            m_size = static_cast<std::size_t>(size);
+        }
+    }
+    bool HasMemory() const { return m_bytes != nullptr; }
+    SRequest Request() const { return {{m_bytes.get(), m_size}}; }
+
+private:
+    struct SRelease
+    {
+        void operator()(char* bytes) const { dbus_free(bytes); }
+    };
+    std::unique_ptr<char, SRelease> m_bytes;
+    std::size_t m_size = 0;
+};
+
+constexpr bool IsReply(int type) { return type == DBUS_MESSAGE_TYPE_METHOD_RETURN || type == DBUS_MESSAGE_TYPE_ERROR; }
+} // namespace
+
+TCMessagePtr SReply::ToMessage() const
+{
+    if (bytes.Size() > 0)
+    {
+        return Demarshal(Bytes());
+    }
+    return isLost ? nullptr : MakeNoReply();
+}
+
+TCCallRouter::TCCallRouter(int socket, std::chrono::milliseconds timeout)
+    : m_socket(socket), m_timeout(timeout), m_writer(socket)
+{
+}
+
+TCCallRouter::EResult TCCallRouter::Call(const SRequest& request, SReply& reply)
+{
+    if (!IsOpen())
     {
         return EResult::BROKEN;
     }
-    SWaiter waiter;
-    waiter.serial = m_NextSerial();
-    dbus_message_set_serial(call, waiter.serial);
-    if (!m_Enter(waiter)) // before the message is out: the leader may read the reply before send returns
+    SWaiter waiter(m_NextSerial());
+    if (!m_Enter(waiter)) // before the message is out: the leader may read the reply before it is all written
     {
         return EResult::NO_MEMORY;
     }
-    if (!dbus_connection_send(m_connection, call, nullptr))
+    const TTime deadline = m_Deadline();
+    const TCSocketWriter::EResult written = m_Write(request, waiter.serial, deadline);
+    if (written != TCSocketWriter::EResult::WRITTEN)
     {
         m_Leave(waiter);
-        return EResult::NO_MEMORY;
+        return written == TCSocketWriter::EResult::BROKEN      ? EResult::BROKEN
+               : written == TCSocketWriter::EResult::NO_MEMORY ? EResult::NO_MEMORY
+                                                               : EResult::ANSWERED;
     }
-    m_Wait(waiter);
-    reply = waiter.reply ? std::move(waiter.reply) : MakeNoReply();
+    m_Wait(waiter, deadline);
+    reply = std::move(waiter.reply);
     return EResult::ANSWERED;
 }
 
-bool TCCallRouter::Send(DBusMessage* message)
+TCCallRouter::EResult TCCallRouter::Call(DBusMessage* call, TCMessagePtr& reply)
 {
-    dbus_message_set_serial(message, m_NextSerial());
-    if (!dbus_connection_send(m_connection, message, nullptr))
+    const TCMarshalled bytes(call);
+    SReply answer;
+    const EResult result = bytes.HasMemory() ? Call(bytes.Request(), answer) : EResult::NO_MEMORY;
+    if (result == EResult::ANSWERED)
     {
-        return false;
+        reply = answer.ToMessage();
     }
-    if (dbus_connection_has_messages_to_send(m_connection))
-    {
-        SWaiter waiter;
-        if (m_Enter(waiter)) // otherwise the next call takes it along
-        {
-            m_Wait(waiter);
-        }
-    }
-    return true;
+    return result;
 }
 
-dbus_uint32_t TCCallRouter::m_NextSerial()
+TCSocketWriter::EResult TCCallRouter::Send(const SRequest& request, std::uint32_t& serial)
 {
-    dbus_uint32_t serial = m_lastSerial.fetch_add(1, std::memory_order_relaxed) + 1;
-    while (serial == 0) // not a serial
+    serial = m_NextSerial();
+    return IsOpen() ? m_Write(request, serial, m_Deadline()) : TCSocketWriter::EResult::BROKEN;
+}
+
+std::uint32_t TCCallRouter::m_NextSerial()
+{
+    std::uint32_t serial = 0;
+    do
     {
         serial = m_lastSerial.fetch_add(1, std::memory_order_relaxed) + 1;
-    }
+    } while (serial == 0); // not a serial
     return serial;
+}
+
+TCSocketWriter::EResult TCCallRouter::m_Write(const SRequest& request, std::uint32_t serial, TTime deadline)
+{
+    SetWireNumber(request.head.data() + WIRE_SERIAL_OFFSET, serial);
+    std::array<iovec, 8> pieces;
+    pieces[0] = {request.head.data(), request.head.size()};
+    std::size_t count = 1;
+    if (request.payload != nullptr)
+    {
+        // Joined when there are more than usual.
+        const std::size_t payloadPieces = request.payload->GetPieceCount();
+        const bool isJoined = payloadPieces >= pieces.size();
+        for (std::size_t index = 0; index < (isJoined ? 1 : payloadPieces); ++index)
+        {
+            std::size_t size = request.payload->GetUnreadSize();
+            const char* const bytes =
+                isJoined ? request.payload->GetAsCStr(0) : request.payload->GetPiece(index, size);
+            pieces[count++] = {const_cast<char*>(bytes), size};
+        }
+    }
+    const TCSocketWriter::EResult result = m_writer.Write(std::span(pieces).first(count), deadline);
+    if (result == TCSocketWriter::EResult::BROKEN)
+    {
+        m_isOpen = false;
+    }
+    return result;
 }
 
 // \return false: no memory
 bool TCCallRouter::m_Enter(SWaiter& waiter)
+try
 {
     const std::lock_guard lock(m_mutex);
-    try
-    {
-        m_waiters.push_back(&waiter);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return false;
-    }
+    m_waiters.push_back(&waiter);
     return true;
 }
+catch (const std::bad_alloc&)
+{
+    return false;
+}
 
+// Takes back a waiter whose message was not sent.
 void TCCallRouter::m_Leave(SWaiter& waiter)
+{
+    if (!m_Remove(waiter))
+    {
+        waiter.wake.Wait();
+    }
+}
+
+// \return false: somebody fills in its reply, and is about to post
+bool TCCallRouter::m_Remove(SWaiter& waiter)
 {
     const std::lock_guard lock(m_mutex);
     std::erase(m_waiters, &waiter);
-    m_HandOn(); // it may have been this waiter that was to lead next
+    return std::exchange(waiter.isListed, false);
 }
 
-// With the mutex held: somebody has to read as long as anybody waits.
+// Gives up the lead: somebody else has to read as long as anybody waits.
 void TCCallRouter::m_HandOn()
 {
-    if (!m_leading && !m_waiters.empty())
+    SWaiter* next = nullptr;
     {
-        m_waiters.front()->wake.notify_one();
+        const std::lock_guard lock(m_mutex);
+        const auto place = std::find_if(m_waiters.begin(), m_waiters.end(),
+                                        [](const SWaiter* waiter) { return waiter->isWaiting; });
+        m_isLed = place != m_waiters.end();
+        if (m_isLed)
+        {
+            next = *place;
+            next->state.store(EState::LEADS, std::memory_order_release);
+        }
+    }
+    if (next != nullptr)
+    {
+        next->wake.Post();
     }
 }
 
@@ -142,141 +228,197 @@ std::chrono::milliseconds TCCallRouter::TimeLeft() const
     return std::max(left, std::chrono::milliseconds(0));
 }
 
-void TCCallRouter::m_Wait(SWaiter& waiter)
+// Returns when the answer has come, or never will.
+void TCCallRouter::m_Wait(SWaiter& waiter, TTime deadline)
 {
-    const TTime deadline = m_Deadline();
-    const bool leaderMustLook =
-        dbus_connection_has_messages_to_send(m_connection) || !dbus_connection_get_is_connected(m_connection);
-
-    std::unique_lock lock(m_mutex);
-    if (m_leading && leaderMustLook)
+    if (m_WaitForTurn(waiter, deadline))
     {
-        m_WakeLeader();
-    }
-    while (!waiter.done)
-    {
-        if (m_leading)
-        {
-            if (waiter.wake.wait_until(lock, deadline) == std::cv_status::timeout)
-            {
-                break;
-            }
-            continue;
-        }
-        m_leading = true;
-        lock.unlock();
         m_Lead(waiter, deadline);
-        lock.lock();
-        m_leading = false;
-        if (!waiter.done)
+        if (waiter.state != EState::DONE)
         {
-            break;
+            m_Remove(waiter);
         }
+        m_HandOn();
     }
-    if (!waiter.done)
-    {
-        std::erase(m_waiters, &waiter);
-    }
-    m_HandOn();
 }
 
-// Returns when the leader's own answer has come or its time is over.
-void TCCallRouter::m_Lead(const SWaiter& leader, TTime deadline)
+// \return whether to lead; otherwise it is over
+bool TCCallRouter::m_WaitForTurn(SWaiter& waiter, TTime deadline)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        waiter.isWaiting = true;
+        if (waiter.isListed && !m_isLed)
+        {
+            m_isLed = true;
+            waiter.state.store(EState::LEADS, std::memory_order_relaxed);
+            return true;
+        }
+    }
+    if (!waiter.wake.WaitUntil(deadline))
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            if (waiter.isListed && waiter.state == EState::WAITS)
+            {
+                std::erase(m_waiters, &waiter);
+                return false;
+            }
+        }
+        waiter.wake.Wait(); // somebody is about to post
+    }
+    return waiter.state.load(std::memory_order_acquire) == EState::LEADS;
+}
+
+// Returns when the leader's own answer has come, its time is over or the bus is gone.
+void TCCallRouter::m_Lead(SWaiter& leader, TTime deadline)
 {
     for (;;)
     {
-        if (!dbus_connection_get_is_connected(m_connection))
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        pollfd waited = {m_socket, POLLIN, 0};
+        const bool isLate =
+            poll(&waited, 1, static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, INT_MAX))) == 0 &&
+            left.count() <= 0;
+        m_Read(leader);
+        if (!IsOpen())
         {
-            m_Deliver();
-            m_CompleteAll(/*onlySenders=*/false);
+            m_CompleteAll(leader);
             return;
         }
-        m_WaitForSocket(deadline);
-        int reads = 0;
-        do
+        if (leader.state == EState::DONE || isLate)
         {
-            dbus_connection_read_write(m_connection, 0);
-        } while (!m_Deliver() && ++reads < READS_PER_POLL);
-        if (!dbus_connection_has_messages_to_send(m_connection))
-        {
-            m_CompleteAll(/*onlySenders=*/true);
+            return;
         }
-        const bool late = std::chrono::steady_clock::now() >= deadline;
+    }
+}
+
+// Reads and hands out what is there.
+void TCCallRouter::m_Read(SWaiter& leader)
+{
+    std::size_t size = 0;
+    std::size_t asked = 0;
+    do
+    {
+        const std::span<char> room = m_reader.Room();
+        const ssize_t read = recv(m_socket, room.data(), room.size(), MSG_DONTWAIT);
+        if (read <= 0)
+        {
+            if (read == 0 || (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR))
+            {
+                m_isOpen = false;
+            }
+            return;
+        }
+        size = static_cast<std::size_t>(read);
+        asked = room.size();
+        m_reader.Add(size);
+        SIncoming message;
+        TCMessageReader::EState state{};
+        while ((state = m_reader.Next(message)) == TCMessageReader::EState::MESSAGE)
+        {
+            m_Deliver(message, leader);
+        }
+        if (state == TCMessageReader::EState::CORRUPT)
+        {
+            m_isOpen = false;
+            shutdown(m_socket, SHUT_RDWR);
+            return;
+        }
+    } while (size == asked && leader.state != EState::DONE);
+}
+
+void TCCallRouter::m_Deliver(SIncoming& message, SWaiter& leader)
+{
+    SReply reply;
+    reply.head = ReadWireHead(message.bytes);
+    if (reply.head && IsReply(reply.head->type))
+    {
+        m_Complete(reply.head->replySerial, reply, message, leader);
+        return;
+    }
+    if (message.isCut)
+    {
+        return;
+    }
+    const TCMessagePtr other = Demarshal(message.bytes);
+    if (other && IsReply(dbus_message_get_type(other.get())))
+    {
+        m_Complete(dbus_message_get_reply_serial(other.get()), reply, message, leader);
+    }
+    else if (other)
+    {
+        m_Answer(other.get());
+    }
+}
+
+void TCCallRouter::m_Complete(std::uint32_t serial, SReply& reply, SIncoming& message, SWaiter& leader)
+{
+    SWaiter* waiter = nullptr;
+    {
         const std::lock_guard lock(m_mutex);
-        if (leader.done || late)
+        const auto place = std::find_if(m_waiters.begin(), m_waiters.end(),
+                                        [serial](const SWaiter* one) { return one->serial == serial; });
+        if (place == m_waiters.end())
         {
-            return;
+            return; // its caller gave up
+        }
+        waiter = *place;
+        waiter->isListed = false;
+        m_waiters.erase(place);
+    }
+    if (message.block.Size() == 0 && !message.isCut)
+    {
+        message.block = TCMessageBlock(message.bytes.size());
+        if (message.block.Size() > 0)
+        {
+            std::memcpy(message.block.Data(), message.bytes.data(), message.bytes.size());
+        }
+    }
+    reply.bytes = std::move(message.block);
+    reply.isLost = reply.bytes.Size() == 0;
+    waiter->reply = std::move(reply);
+    m_SetDone(*waiter, leader);
+}
+
+// What is no longer listed is done exactly once.
+void TCCallRouter::m_SetDone(SWaiter& waiter, SWaiter& leader)
+{
+    waiter.state.store(EState::DONE, std::memory_order_release);
+    if (&waiter != &leader)
+    {
+        waiter.wake.Post();
+    }
+}
+
+// Nobody gets a reply any more.
+void TCCallRouter::m_CompleteAll(SWaiter& leader)
+{
+    std::vector<SWaiter*> waiters;
+    {
+        const std::lock_guard lock(m_mutex);
+        waiters.swap(m_waiters);
+        for (SWaiter* const waiter : waiters)
+        {
+            waiter->isListed = false;
+        }
+    }
+    for (SWaiter* const waiter : waiters)
+    {
+        m_SetDone(*waiter, leader);
+    }
+}
+
+// Somebody calls this process by its name on the bus. An answer that does not go out at once is not worth a wait.
+void TCCallRouter::m_Answer(DBusMessage* call)
+{
+    if (const TCMessagePtr answer = AnswerAsPeer(call))
+    {
+        const TCMarshalled bytes(answer.get());
+        if (bytes.HasMemory())
+        {
+            m_Write(bytes.Request(), m_NextSerial(), TTime());
         }
     }
 }
-
-void TCCallRouter::m_WaitForSocket(TTime deadline)
-{
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-    const short events = dbus_connection_has_messages_to_send(m_connection) ? POLLIN | POLLOUT : POLLIN;
-    pollfd waited[] = {{m_socket, events, 0}, {m_wakeUp, POLLIN, 0}};
-    poll(waited, 2, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
-    if ((waited[1].revents & POLLIN) != 0)
-    {
-        eventfd_t value;
-        eventfd_read(m_wakeUp, &value);
-    }
-}
-
-// Hands out what has been read. Returns false when no whole message was there.
-bool TCCallRouter::m_Deliver()
-{
-    bool any = false;
-    while (DBusMessage* const message = dbus_connection_borrow_message(m_connection))
-    {
-        any = true;
-        const int type = dbus_message_get_type(message);
-        if (type == DBUS_MESSAGE_TYPE_METHOD_RETURN || type == DBUS_MESSAGE_TYPE_ERROR)
-        {
-            dbus_connection_steal_borrowed_message(m_connection, message);
-            m_Complete(TCMessagePtr(message));
-        }
-        else // e.g. somebody pings this process: libdbus knows the answer
-        {
-            dbus_connection_return_message(m_connection, message);
-            dbus_connection_dispatch(m_connection);
-        }
-    }
-    return any;
-}
-
-void TCCallRouter::m_Complete(TCMessagePtr reply)
-{
-    const dbus_uint32_t serial = dbus_message_get_reply_serial(reply.get());
-    const std::lock_guard lock(m_mutex);
-    const auto place = std::find_if(m_waiters.begin(), m_waiters.end(),
-                                    [serial](const SWaiter* waiter) { return waiter->serial == serial; });
-    if (place == m_waiters.end() || serial == 0)
-    {
-        return; // its caller gave up
-    }
-    SWaiter& waiter = **place;
-    m_waiters.erase(place);
-    waiter.reply = std::move(reply);
-    waiter.done = true;
-    waiter.wake.notify_one(); // with the lock held: the waiter lives on its thread's stack
-}
-
-void TCCallRouter::m_CompleteAll(bool onlySenders)
-{
-    const std::lock_guard lock(m_mutex);
-    std::erase_if(m_waiters,
-                  [onlySenders](SWaiter* waiter)
-                  {
-                      if (onlySenders && waiter->serial != 0)
-                      {
-                          return false;
-                      }
-                      waiter->done = true;
-                      waiter->wake.notify_one();
-                      return true;
-                  });
-}
-
-void TCCallRouter::m_WakeLeader() { eventfd_write(m_wakeUp, 1); }
 } // namespace CIM

@@ -1,49 +1,79 @@
 #pragma once
 
 #include "bus/Handles.h"
+#include "bus/MessageReader.h"
+#include "bus/SocketWriter.h"
+#include "bus/WireHead.h"
+#include "utils/WakeUp.h"
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
+#include <cstdint>
 #include <mutex>
+#include <optional>
+#include <span>
 #include <vector>
+
+class TCMessageBuffer;
 
 namespace CIM
 {
+/// A message to send, as bytes.
+struct SRequest
+{
+    std::span<char> head;                     ///< of the caller; its serial is set when it is sent
+    const TCMessageBuffer* payload = nullptr;  ///< what follows the head, if anything
+};
+
+/// A reply as bytes.
+struct SReply
+{
+    TCMessageBlock bytes;          ///< empty when none came
+    std::optional<SWireHead> head; ///< nothing when it takes libdbus to read it
+    bool isLost = false;           ///< one came, and there was no memory for it
+
+    std::span<const char> Bytes() const { return {bytes.Data(), bytes.Size()}; }
+    /// The reply as libdbus reads it; in the place of a missing one, the error message that libdbus would make.
+    /// \return null: no memory, or not a message
+    TCMessagePtr ToMessage() const;
+};
+
 /// Lets many threads call through one bus connection at a time. Thread-safe.
 ///
-/// Nobody blocks inside libdbus, which would keep other senders from the socket. Of the threads that wait for an
-/// answer one leads: it waits for the socket, reads whatever comes and hands each answer to the thread that waits for
-/// its serial. When its own answer has come it passes the lead on.
+/// Messages are written and read on the socket itself: a request from where its bytes stand, a large reply to where
+/// they stay. Each thread writes its own request. Of the threads that wait for an answer one leads: it reads whatever
+/// comes and hands each answer to the thread that waits for its serial. When its own answer has come it passes the lead
+/// on.
 ///
-/// Lock order: m_mutex comes last; no call into libdbus is made with it held.
+/// Lock order: m_mutex comes last; nothing that waits is called with it held.
 class TCCallRouter
 {
 public:
     enum class EResult
     {
-        ANSWERED,  ///< there is a reply; a missing one is an error message as libdbus would make it
+        ANSWERED,  ///< or not, within its time
         NO_MEMORY, ///< not sent
         BROKEN,    ///< not sent: the bus connection was lost before
     };
 
-    /// \param connection  must have nobody else who reads it, and must stay open
-    /// \param wakeUp      an eventfd that does not block, owned from now on
-    /// \param timeout     what a call waits for its reply
-    TCCallRouter(DBusConnection* connection, int wakeUp, std::chrono::milliseconds timeout);
-    ~TCCallRouter();
+    /// \param socket   of a connection to the bus on which nothing was sent nor read yet but to authenticate; must stay
+    ///                 open, with nobody else who reads or writes
+    /// \param timeout  what a call waits for its reply
+    TCCallRouter(int socket, std::chrono::milliseconds timeout);
     TCCallRouter(const TCCallRouter&) = delete;
     TCCallRouter& operator=(const TCCallRouter&) = delete;
 
     /// Sends a method call and blocks until its reply or the time-out.
+    EResult Call(const SRequest& request, SReply& reply);
+    /// The same for a message of libdbus. \param[out] reply  null: no memory
     EResult Call(DBusMessage* call, TCMessagePtr& reply);
 
     /// Sends a message that has no reply; blocks as long as the bus takes no more bytes, up to the time-out.
-    /// \return false: no memory
-    bool Send(DBusMessage* message);
+    /// \param[out] serial  what it was given
+    TCSocketWriter::EResult Send(const SRequest& request, std::uint32_t& serial);
 
-    /// Whether all that was given to the connection has been written to the bus.
-    bool IsAllSent() const { return !dbus_connection_has_messages_to_send(m_connection); }
+    /// Whether the bus has not been found gone yet.
+    bool IsOpen() const { return m_isOpen.load(std::memory_order_relaxed); }
 
     /// Everything that waits from now on, for one reply after the other, is over at the latest one time-out from now.
     /// What is called after that is still sent, but not waited for.
@@ -52,38 +82,53 @@ public:
     std::chrono::milliseconds TimeLeft() const;
 
 private:
-    using TTime = std::chrono::steady_clock::time_point;
+    using TTime = TCSocketWriter::TTime;
 
+    enum class EState
+    {
+        WAITS,
+        LEADS, ///< reads for all
+        DONE,  ///< its reply has come, or never will
+    };
     struct SWaiter
     {
-        dbus_uint32_t serial = 0; ///< 0: waits until everything is sent
-        bool done = false;
-        TCMessagePtr reply;
-        std::condition_variable wake;
+        explicit SWaiter(std::uint32_t number) : serial(number) {}
+
+        const std::uint32_t serial;
+        bool isListed = true;   ///< otherwise it is done, or about to be
+        bool isWaiting = false; ///< its message is out: it may be handed the lead
+        std::atomic<EState> state{EState::WAITS};
+        SReply reply;
+        TCWakeUp wake; ///< posted once for each change of the state by another thread
     };
 
-    dbus_uint32_t m_NextSerial();
-    bool m_Enter(SWaiter& waiter);
-    void m_Wait(SWaiter& waiter);
-    void m_Leave(SWaiter& waiter);
-    void m_HandOn();
+    std::uint32_t m_NextSerial();
     TTime m_Deadline() const;
-    void m_Lead(const SWaiter& leader, TTime deadline);
-    void m_WaitForSocket(TTime deadline);
-    bool m_Deliver();
-    void m_Complete(TCMessagePtr reply);
-    void m_CompleteAll(bool onlySenders);
-    void m_WakeLeader();
+    TCSocketWriter::EResult m_Write(const SRequest& request, std::uint32_t serial, TTime deadline);
+    bool m_Enter(SWaiter& waiter);
+    void m_Leave(SWaiter& waiter);
+    void m_Wait(SWaiter& waiter, TTime deadline);
+    bool m_WaitForTurn(SWaiter& waiter, TTime deadline);
+    bool m_Remove(SWaiter& waiter);
+    void m_HandOn();
+    void m_Lead(SWaiter& leader, TTime deadline);
+    void m_Read(SWaiter& leader);
+    void m_Deliver(SIncoming& message, SWaiter& leader);
+    void m_Complete(std::uint32_t serial, SReply& reply, SIncoming& message, SWaiter& leader);
+    void m_CompleteAll(SWaiter& leader);
+    static void m_SetDone(SWaiter& waiter, SWaiter& leader);
+    void m_Answer(DBusMessage* call);
 
-    DBusConnection* const m_connection;
+    const int m_socket;
     const std::chrono::milliseconds m_timeout;
-    int m_socket = -1;
-    const int m_wakeUp;
     std::atomic<TTime> m_end{TTime::max()};
-    std::atomic<dbus_uint32_t> m_lastSerial;
+    std::atomic<std::uint32_t> m_lastSerial{0};
+    std::atomic<bool> m_isOpen{true};
+    TCSocketWriter m_writer;
+    TCMessageReader m_reader; // the leader's
 
     std::mutex m_mutex;
     std::vector<SWaiter*> m_waiters; // in the order of their coming
-    bool m_leading = false;
+    bool m_isLed = false;
 };
 } // namespace CIM
