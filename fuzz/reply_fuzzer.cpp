@@ -7,13 +7,14 @@
 #include <ciapi/CICallOutcome.h>
 
 #include <cstring>
+#include <utility>
 
 // The library reading any message as the reply to its call. Property: an answer or a failure, as libdbus's own look at
 // the message says; the payload is never more than what came, and nothing on failure; the outcome goes with it.
 
 namespace
 {
-CIM::TCMessagePtr nextReply;
+CIM::SReply nextReply;
 char bus; // no connection is ever looked into
 } // namespace
 
@@ -22,28 +23,40 @@ extern "C"
 {
     DBusConnection* dbus_bus_get_private(DBusBusType, DBusError*) { return reinterpret_cast<DBusConnection*>(&bus); }
     void dbus_connection_set_exit_on_disconnect(DBusConnection*, dbus_bool_t) {}
+    dbus_bool_t dbus_connection_get_unix_fd(DBusConnection*, int*) { return TRUE; }
+    dbus_bool_t dbus_bus_set_unique_name(DBusConnection*, const char*) { return TRUE; }
     const char* dbus_bus_get_unique_name(DBusConnection*) { return ":1.1"; }
     int dbus_bus_request_name(DBusConnection*, const char*, unsigned, DBusError*) { return 1; }
     dbus_bool_t dbus_connection_add_filter(DBusConnection*, DBusHandleMessageFunction, void*, DBusFreeFunction)
     {
         return TRUE;
     }
-    dbus_bool_t dbus_connection_has_messages_to_send(DBusConnection*) { return FALSE; }
 }
 
 namespace CIM
 {
-TCCallRouter::TCCallRouter(DBusConnection* connection, int wakeUp, std::chrono::milliseconds timeout)
-    : m_connection(connection), m_timeout(timeout), m_wakeUp(wakeUp), m_lastSerial(0)
+TCConnectionPtr OpenUnregisteredSystemBus(std::chrono::milliseconds, TCDBusError&)
+{
+    return TCConnectionPtr(reinterpret_cast<DBusConnection*>(&bus));
+}
+
+TCCallRouter::TCCallRouter(int socket, std::chrono::milliseconds timeout)
+    : m_socket(socket), m_timeout(timeout), m_writer(socket)
 {
 }
-TCCallRouter::~TCCallRouter() = default;
-bool TCCallRouter::Send(DBusMessage*) { return true; }
+TCSocketWriter::EResult TCCallRouter::Send(const SRequest&, std::uint32_t&) { return TCSocketWriter::EResult::WRITTEN; }
 void TCCallRouter::BeginEnding() {}
 std::chrono::milliseconds TCCallRouter::TimeLeft() const { return m_timeout; }
-TCCallRouter::EResult TCCallRouter::Call(DBusMessage*, TCMessagePtr& reply)
+TCCallRouter::EResult TCCallRouter::Call(const SRequest&, SReply& reply)
 {
-    reply = std::move(nextReply);
+    reply = std::exchange(nextReply, SReply());
+    return EResult::ANSWERED;
+}
+TCCallRouter::EResult TCCallRouter::Call(DBusMessage*, TCMessagePtr& answer) // to Hello
+{
+    const char* const name = ":1.1";
+    answer.reset(dbus_message_new(DBUS_MESSAGE_TYPE_METHOD_RETURN));
+    dbus_message_append_args(answer.get(), DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID);
     return EResult::ANSWERED;
 }
 
@@ -88,6 +101,30 @@ TSExpected Expect(DBusMessage* reply)
     return expected;
 }
 
+// The message as the router hands it over.
+SReply ToReply(DBusMessage* message)
+{
+    char* bytes = nullptr;
+    int size = 0;
+    dbus_message_marshal(message, &bytes, &size);
+    SReply reply;
+    reply.bytes = TCMessageBlock(static_cast<std::size_t>(size));
+    std::memcpy(reply.bytes.Data(), bytes, reply.bytes.Size());
+    dbus_free(bytes);
+    reply.head = ReadWireHead(reply.Bytes());
+    return reply;
+}
+
+void CheckHead(DBusMessage* message, const std::optional<SWireHead>& head)
+{
+    if (head)
+    {
+        Require(head->type == dbus_message_get_type(message));
+        Require(head->replySerial == dbus_message_get_reply_serial(message));
+        Require(!head->isReply || dbus_message_has_signature(message, "yiay"));
+    }
+}
+
 void CheckOutcome(const TSExpected& expected, bool isError)
 {
     const TSCallOutcome became = LastCallOutcome();
@@ -118,14 +155,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     const TSExpected expected = Expect(reply.get());
     const bool isError = dbus_message_get_type(reply.get()) == DBUS_MESSAGE_TYPE_ERROR;
-    nextReply = std::move(reply);
+    nextReply = ToReply(reply.get());
+    CheckHead(reply.get(), nextReply.head);
+    reply.reset();
     TCMessageBuffer request;
     TCMessageBuffer output;
     {
         const fuzz::TCMemoryBound bound(16384 + 2 * size);
         Require(connection->Call("com.kelvora.Test", 42, request, output) == expected.isAnswer);
     }
-    Require(!nextReply);
+    Require(nextReply.bytes.Size() == 0);
     const std::size_t length = output.GetUnreadSize();
     Require(length == (expected.isAnswer ? expected.payload.size() : 0));
     Require(length == 0 || std::memcmp(output.GetAsCStr(0), expected.payload.data(), length) == 0);

@@ -1,6 +1,5 @@
 #include "bus/Handles.h"
 
-
 namespace CIM
 {
 namespace

@@ -22,6 +22,7 @@ TCMessageBlock::TCMessageBlock(std::size_t size) : m_size(size)
     void* const pages = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (pages != MAP_FAILED)
     {
+        madvise(pages, size, MADV_HUGEPAGE); // where the system has them: touching small ones costs more than the bytes
         m_bytes = {static_cast<char*>(pages), SRelease{size}};
     }
 }

@@ -42,8 +42,8 @@ private:
     std::array<char, BUFFER_SIZE> m_buffer;
     std::size_t m_begin = 0;
     std::size_t m_end = 0;
-    TCMessageBlock m_block;      // a large message that has begun
+    TCMessageBlock m_block; // a large message that has begun
     std::size_t m_blockUsed = 0;
-    std::size_t m_toDrop = 0;    // what is still to come of one without memory
+    std::size_t m_toDrop = 0; // what is still to come of one without memory
 };
 } // namespace CIM

@@ -16,7 +16,6 @@
 #include <algorithm>
 #include <atomic>
 #include <climits>
-#include <unistd.h>
 
 // An error line in the name of an operation, which may be carried out by several functions.
 #define OPERATION_ERROR(operation, format, ...)                                                                        \
@@ -60,7 +59,7 @@ bool CheckSize(const TCMessageBuffer& input)
 
 SCallHeader MakeHeader(short methodId, const TCMessageBuffer& input, unsigned short flags)
 {
-    return {methodId, flags, static_cast<int>(input.GetUnreadSize()), getpid()};
+    return {methodId, flags, static_cast<int>(input.GetUnreadSize()), CurrentProcess()};
 }
 
 // Keeps what an error reply says, and logs it.
@@ -140,8 +139,7 @@ bool TCCIMIPCConnection::t_PrepareMessage(DBusMessage* message, short methodId, 
 bool TCCIMIPCConnection::m_CreateCall(const char* operation, const std::string& interfaceName, short methodId,
                                       TCMessageBuffer& input, unsigned short flags, TCCallHead& head)
 {
-    return CheckSize(input) &&
-           m_preparedCalls.Make(operation, interfaceName, MakeHeader(methodId, input, flags), head);
+    return CheckSize(input) && m_preparedCalls.Make(operation, interfaceName, MakeHeader(methodId, input, flags), head);
 }
 
 bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, TCMessageBuffer& input,
@@ -177,8 +175,8 @@ bool TCCIMIPCConnection::Call(const std::string& interfaceName, short methodId, 
     }
     if (const auto usual = reply.head ? ReadWireReply(reply.Bytes(), *reply.head) : std::nullopt)
     {
-        return m_TakeReply(TArgumentsRead<protocol::SReplyEnvelope>(), *usual, output, [&reply]
-                           { return std::make_shared<const TCMessageBlock>(std::move(reply.bytes)); });
+        return m_TakeReply(TArgumentsRead<protocol::SReplyEnvelope>(), *usual, output,
+                           [&reply] { return std::make_shared<const TCMessageBlock>(std::move(reply.bytes)); });
     }
     return m_ReadReply(interfaceName, methodId, reply, output);
 }
@@ -204,11 +202,9 @@ bool TCCIMIPCConnection::m_ReadReply(const std::string& interfaceName, short met
     return m_TakeReply(read, envelope, output,
                        [&message]
                        {
-                           return std::shared_ptr<const void>(dbus_message_ref(message.get()),
-                                                              [](const void* referred) {
-                                                                  dbus_message_unref(static_cast<DBusMessage*>(
-                                                                      const_cast<void*>(referred)));
-                                                              });
+                           return std::shared_ptr<const void>(
+                               dbus_message_ref(message.get()), [](const void* referred)
+                               { dbus_message_unref(static_cast<DBusMessage*>(const_cast<void*>(referred))); });
                        });
 }
 

@@ -156,9 +156,8 @@ try
 {
     std::unique_ptr<SPrepared> own;
     const SPrepared* prepared = nullptr;
-    const std::size_t place = std::hash<std::string>()(interfaceName) +
-                              static_cast<std::size_t>(header.methodId) * 31 + header.flags * std::size_t(7) +
-                              (header.length > 0 ? 1 : 0);
+    const std::size_t place = std::hash<std::string>()(interfaceName) + static_cast<std::size_t>(header.methodId) * 31 +
+                              header.flags * std::size_t(7) + (header.length > 0 ? 1 : 0);
     for (std::size_t step = 0; step < PLACES && prepared == nullptr; ++step)
     {
         std::atomic<const SPrepared*>& at = m_prepared[(place + step) % m_prepared.size()];
@@ -206,9 +205,8 @@ catch (const std::bad_alloc&)
 }
 
 // The size of its body is that without the payload.
-std::unique_ptr<TCPreparedCalls::SPrepared> TCPreparedCalls::m_Prepare(const char* operation,
-                                                                        const std::string& interfaceName,
-                                                                        const SCallHeader& header)
+std::unique_ptr<TCPreparedCalls::SPrepared>
+TCPreparedCalls::m_Prepare(const char* operation, const std::string& interfaceName, const SCallHeader& header)
 {
     const TCMessagePtr message = Build(operation, interfaceName, header);
     int size = 0;

@@ -19,24 +19,6 @@ namespace CIM
 {
 namespace
 {
-TCMessagePtr MakeNoReply()
-{
-    TCMessagePtr error(dbus_message_new(DBUS_MESSAGE_TYPE_ERROR));
-    const char* const text =
-        "Did not receive a reply. Possible causes include: the remote application did not send a reply, the message "
-        "bus security policy blocked the reply, the reply timeout expired, or the network connection was broken.";
-    if (error && dbus_message_set_error_name(error.get(), DBUS_ERROR_NO_REPLY))
-    {
-        dbus_message_append_args(error.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
-    }
-    return error;
-}
-
-TCMessagePtr Demarshal(std::span<const char> bytes)
-{
-    return TCMessagePtr(dbus_message_demarshal(bytes.data(), static_cast<int>(bytes.size()), nullptr));
-}
-
 // The bytes of a message of libdbus.
 class TCMarshalled
 {
@@ -65,15 +47,6 @@ private:
 
 constexpr bool IsReply(int type) { return type == DBUS_MESSAGE_TYPE_METHOD_RETURN || type == DBUS_MESSAGE_TYPE_ERROR; }
 } // namespace
-
-TCMessagePtr SReply::ToMessage() const
-{
-    if (bytes.Size() > 0)
-    {
-        return Demarshal(Bytes());
-    }
-    return isLost ? nullptr : MakeNoReply();
-}
 
 TCCallRouter::TCCallRouter(int socket, std::chrono::milliseconds timeout)
     : m_socket(socket), m_timeout(timeout), m_writer(socket)
@@ -147,8 +120,7 @@ TCSocketWriter::EResult TCCallRouter::m_Write(const SRequest& request, std::uint
         for (std::size_t index = 0; index < (isJoined ? 1 : payloadPieces); ++index)
         {
             std::size_t size = request.payload->GetUnreadSize();
-            const char* const bytes =
-                isJoined ? request.payload->GetAsCStr(0) : request.payload->GetPiece(index, size);
+            const char* const bytes = isJoined ? request.payload->GetAsCStr(0) : request.payload->GetPiece(index, size);
             pieces[count++] = {const_cast<char*>(bytes), size};
         }
     }
@@ -196,8 +168,8 @@ void TCCallRouter::m_HandOn()
     SWaiter* next = nullptr;
     {
         const std::lock_guard lock(m_mutex);
-        const auto place = std::find_if(m_waiters.begin(), m_waiters.end(),
-                                        [](const SWaiter* waiter) { return waiter->isWaiting; });
+        const auto place =
+            std::find_if(m_waiters.begin(), m_waiters.end(), [](const SWaiter* waiter) { return waiter->isWaiting; });
         m_isLed = place != m_waiters.end();
         if (m_isLed)
         {
@@ -341,7 +313,7 @@ void TCCallRouter::m_Deliver(SIncoming& message, SWaiter& leader)
     {
         return;
     }
-    const TCMessagePtr other = Demarshal(message.bytes);
+    const TCMessagePtr other = ReadMessage(message.bytes);
     if (other && IsReply(dbus_message_get_type(other.get())))
     {
         m_Complete(dbus_message_get_reply_serial(other.get()), reply, message, leader);

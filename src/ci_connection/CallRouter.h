@@ -3,14 +3,13 @@
 #include "bus/Handles.h"
 #include "bus/MessageReader.h"
 #include "bus/SocketWriter.h"
-#include "bus/WireHead.h"
+#include "ci_connection/Reply.h"
 #include "utils/WakeUp.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <mutex>
-#include <optional>
 #include <span>
 #include <vector>
 
@@ -22,20 +21,7 @@ namespace CIM
 struct SRequest
 {
     std::span<char> head;                     ///< of the caller; its serial is set when it is sent
-    const TCMessageBuffer* payload = nullptr;  ///< what follows the head, if anything
-};
-
-/// A reply as bytes.
-struct SReply
-{
-    TCMessageBlock bytes;          ///< empty when none came
-    std::optional<SWireHead> head; ///< nothing when it takes libdbus to read it
-    bool isLost = false;           ///< one came, and there was no memory for it
-
-    std::span<const char> Bytes() const { return {bytes.Data(), bytes.Size()}; }
-    /// The reply as libdbus reads it; in the place of a missing one, the error message that libdbus would make.
-    /// \return null: no memory, or not a message
-    TCMessagePtr ToMessage() const;
+    const TCMessageBuffer* payload = nullptr; ///< what follows the head, if anything
 };
 
 /// Lets many threads call through one bus connection at a time. Thread-safe.

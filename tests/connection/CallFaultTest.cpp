@@ -4,13 +4,14 @@
 #include "Connection.h"
 #include "support/InChild.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <dlfcn.h>
 #include <functional>
 #include <future>
-#include <sys/eventfd.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -47,17 +48,17 @@ class CallFaultTest : public TCBusTest
 thread_local std::function<void()> g_failNextSend;
 } // namespace
 
-// In the place of libdbus's own: a thread's next message may fail, after something has happened.
-extern "C" dbus_bool_t dbus_connection_send(DBusConnection* connection, DBusMessage* message, dbus_uint32_t* serial)
+// In the place of the system's own: a thread's next message may fail, after something has happened.
+extern "C" ssize_t sendmsg(int socket, const msghdr* message, int flags)
 {
     if (g_failNextSend)
     {
         std::exchange(g_failNextSend, nullptr)();
-        return FALSE;
+        errno = ENOBUFS;
+        return -1;
     }
-    static const auto send =
-        reinterpret_cast<decltype(&dbus_connection_send)>(dlsym(RTLD_NEXT, "dbus_connection_send"));
-    return send(connection, message, serial);
+    static const auto send = reinterpret_cast<decltype(&sendmsg)>(dlsym(RTLD_NEXT, "sendmsg"));
+    return send(socket, message, flags);
 }
 
 TEST_F(CallFaultTest, RepliesThatAreNotWhatTheyShouldBe)
@@ -181,24 +182,28 @@ TEST_F(CallFaultTest, TimeIsOverForEachCallAndLateRepliesAreDropped)
                                 requests.push_back(request);
                                 return requests.size() <= 3 ? nullptr : Echo(request);
                             });
-    DBusConnection* const connection = dbus_bus_get_private(DBUS_BUS_SYSTEM, nullptr);
-    dbus_connection_set_exit_on_disconnect(connection, FALSE);
+    TCDBusError error;
+    const TCConnectionPtr connection = OpenUnregisteredSystemBus(std::chrono::seconds(25), error);
+    ASSERT_TRUE(connection) << error.Text();
+    int socket = -1;
+    dbus_connection_get_unix_fd(connection.get(), &socket);
     {
-        TCCallRouter router(connection, eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), std::chrono::milliseconds(150));
-        const auto call = [&router]
+        TCCallRouter router(socket, std::chrono::milliseconds(150));
+        const auto call = [&router](const std::string& name, const char* interfaceName, const char* member)
         {
-            const TMessage request(
-                dbus_message_new_method_call(CI_GENERAL_CONNECTION_NAME.c_str(), "/a", "a.b", "MethodCall"),
-                dbus_message_unref);
+            const TMessage request(dbus_message_new_method_call(name.c_str(), "/a", interfaceName, member),
+                                   dbus_message_unref);
             TCMessagePtr reply;
             EXPECT_EQ(router.Call(request.get(), reply), TCCallRouter::EResult::ANSWERED);
             const char* const error = dbus_message_get_error_name(reply.get());
             return std::string(error != nullptr ? error : "reply");
         };
+        EXPECT_EQ(call(DBUS_SERVICE_DBUS, DBUS_INTERFACE_DBUS, "Hello"), "reply");
+        const auto callDaemon = [&call] { return call(CI_GENERAL_CONNECTION_NAME, "a.b", "MethodCall"); };
         std::vector<std::thread> callers;
         for (int caller = 0; caller < 3; ++caller)
         {
-            callers.emplace_back([&] { EXPECT_EQ(call(), "org.freedesktop.DBus.Error.NoReply"); });
+            callers.emplace_back([&] { EXPECT_EQ(callDaemon(), "org.freedesktop.DBus.Error.NoReply"); });
         }
         for (std::thread& caller : callers)
         {
@@ -208,61 +213,41 @@ TEST_F(CallFaultTest, TimeIsOverForEachCallAndLateRepliesAreDropped)
         {
             daemon.Send(Echo(requests[static_cast<std::size_t>(late)]));
         }
-        EXPECT_EQ(call(), "reply");
+        EXPECT_EQ(callDaemon(), "reply");
     }
-    dbus_connection_close(connection);
-    dbus_connection_unref(connection);
 }
 
-// The waiter that is to lead next may be one whose send fails: then another has to, or nobody reads any more.
-TEST_F(CallFaultTest, AWaiterWhoseSendFailsHandsOnTheLead)
+// While a message is being sent that will fail, its caller is known to who reads, and must not be left the lead.
+TEST_F(CallFaultTest, ACallWhoseSendFailsKeepsNobodyFromReading)
 {
-    std::promise<void> firstAnswered;
-    std::atomic<int> requests{0};
-    TMessage second;
-    TCScriptedDaemon* self = nullptr;
+    std::vector<TMessage> requests;
+    std::atomic<std::size_t> count{0};
     TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
                             [&](const TMessage& request) -> TMessage
                             {
-                                // The first is answered when the second waits; the second after the first has left.
-                                if (requests++ == 0)
-                                {
-                                    second = request;
-                                    return nullptr;
-                                }
-                                self->Send(Echo(std::exchange(second, request)));
+                                requests.push_back(request);
+                                ++count;
+                                count.notify_all();
                                 return nullptr;
                             });
-    self = &daemon;
     TCConnection connection;
-    std::thread first(
-        [&]
-        {
-            EXPECT_TRUE(Call(connection, 1, "first").handled);
-            firstAnswered.set_value();
-        });
-    while (requests == 0)
+    std::future<SAnswer> answers[2];
+    for (std::size_t call = 0; call < 2; ++call)
     {
-        std::this_thread::yield();
+        answers[call] = std::async(std::launch::async, [&] { return Call(connection, 1, "x"); });
+        count.wait(call);
     }
-    std::promise<void> sending;
-    std::thread failing(
-        [&]
-        {
-            g_failNextSend = [&]
-            {
-                sending.set_value();
-                firstAnswered.get_future().wait(); // it is woken to lead, and does not wait yet
-            };
-            EXPECT_FALSE(Call(connection, 1, "fails").handled);
-            self->Send(Echo(second));
-        });
-    sending.get_future().wait();
-    const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(Call(connection, 1, "second").payload, "second");
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10)) << "nobody led";
-    first.join();
-    failing.join();
+    g_failNextSend = [&]
+    {
+        daemon.Send(Echo(requests[0]));
+        EXPECT_EQ(answers[0].wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    };
+    EXPECT_FALSE(Call(connection, 1, "fails").handled);
+    EXPECT_TRUE(IsErrorLine("[TCCIMIPCConnection::Call] Cannot send call message. Out of memory."));
+    daemon.Send(Echo(requests[1]));
+    EXPECT_EQ(answers[1].wait_for(std::chrono::seconds(10)), std::future_status::ready) << "nobody reads";
+    EXPECT_TRUE(answers[0].get().handled);
+    EXPECT_TRUE(answers[1].get().handled);
 }
 
 TEST_F(CallFaultTest, BusThatGoesAwayEndsEveryCallAtOnce)

@@ -144,7 +144,7 @@ TEST_F(CallTest, PayloadsOfEverySizeComeBack)
 {
     TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME}, Echo);
     TCConnection connection;
-    for (const std::size_t size : {0, 1, 63, 4095, 4096, 4097, 300000, 0x1000000})
+    for (const std::size_t size : {0, 1, 63, 4095, 4096, 4097, 16000, 16384, 17000, 300000, 5000000, 0x1000000})
     {
         std::string payload(size, '\0');
         for (std::size_t index = 0; index < size; ++index)
@@ -180,6 +180,46 @@ TEST_F(CallTest, LargeOneWayCallLeavesWithoutFurtherCalls)
     EXPECT_TRUE(CallAsync(connection, 1, std::string(5000000, 'x')));
     received.wait(0);
     EXPECT_EQ(received.load(), 5000000U);
+}
+
+// What others send to the process's name on the bus comes in between, and must neither be lost nor keep an answer away.
+TEST_F(CallTest, OthersMayCallTheCaller)
+{
+    const struct
+    {
+        const char* interfaceName;
+        const char* member;
+        std::string answer; // the error's name, or empty
+    } rows[] = {
+        {DBUS_INTERFACE_PEER, "Ping", ""},
+        {DBUS_INTERFACE_PEER, "Pong", DBUS_ERROR_UNKNOWN_METHOD},
+        {"com.kelvora.ciapi.ICIGeneral", "MethodCall", DBUS_ERROR_UNKNOWN_METHOD},
+    };
+    TCDBusError error;
+    const TCConnectionPtr stranger = OpenSystemBus(error);
+    ASSERT_TRUE(stranger) << error.Text();
+    std::vector<std::string> answers;
+    TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
+                            [&](const TCScriptedDaemon::TMessage& request)
+                            {
+                                for (const auto& row : rows)
+                                {
+                                    TCDBusError failure;
+                                    const TCMessagePtr call(dbus_message_new_method_call(
+                                        dbus_message_get_sender(request.get()), "/a", row.interfaceName, row.member));
+                                    const TCMessagePtr answer(dbus_connection_send_with_reply_and_block(
+                                        stranger.get(), call.get(), 10000, failure.Get()));
+                                    answers.emplace_back(failure.Name());
+                                }
+                                return Echo(request);
+                            });
+    TCConnection connection;
+    EXPECT_EQ(Call(connection, 1, "x").payload, "x");
+    ASSERT_EQ(answers.size(), std::size(rows));
+    for (std::size_t row = 0; row < std::size(rows); ++row)
+    {
+        EXPECT_EQ(answers[row], rows[row].answer) << rows[row].member;
+    }
 }
 
 TEST_F(CallTest, ThreadsGetTheirOwnAnswersWhateverTheOrder)
