@@ -4,6 +4,7 @@
 #include "ci_connection/CIMIPCConnection.h"
 #include "support/PrivateBus.h"
 #include "support/ScriptedDaemon.h"
+#include <ciapi/CINames.h>
 
 #include <algorithm>
 #include <atomic>
@@ -115,7 +116,8 @@ private:
     static void m_Serve(int lifeline, int ready)
     {
         TCScriptedDaemon* self = nullptr;
-        TCScriptedDaemon daemon({INTERFACE}, [&self](const TCScriptedDaemon::TMessage& request)
+        TCScriptedDaemon daemon({INTERFACE, CIM::CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME},
+                                [&self](const TCScriptedDaemon::TMessage& request)
                                 { return m_Answer(*self, request); });
         self = &daemon;
         char byte = 0;

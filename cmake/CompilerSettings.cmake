@@ -7,13 +7,14 @@ if(CIAPI_SANITIZE)
   target_compile_options(ciapi_compiler_settings INTERFACE -fsanitize=${CIAPI_SANITIZE} -fno-sanitize-recover=all)
   target_link_options(ciapi_compiler_settings INTERFACE -fsanitize=${CIAPI_SANITIZE})
 endif()
-# Gives every program of a folder and those below it what tells the sanitizers about libdbus and GLib.
+# Gives every program of a folder and those below it what tells the sanitizers about libdbus and GLib: the objects of
+# sanitizer_options.
 function(ciapi_give_sanitizer_options FOLDER)
   get_property(targets DIRECTORY ${FOLDER} PROPERTY BUILDSYSTEM_TARGETS)
   foreach(target IN LISTS targets)
     get_target_property(type ${target} TYPE)
     if(type STREQUAL "EXECUTABLE")
-      target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/SanitizerOptions.cpp)
+      target_sources(${target} PRIVATE $<TARGET_OBJECTS:sanitizer_options>)
     endif()
   endforeach()
   get_property(folders DIRECTORY ${FOLDER} PROPERTY SUBDIRECTORIES)

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iostream>
 
 namespace CIM
 {
@@ -123,5 +124,11 @@ int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands
         return 0;
     }
     return run();
+}
+
+bool IsOutputWritten()
+{
+    std::cout.flush();
+    return std::cout && std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
 }
 } // namespace CIM

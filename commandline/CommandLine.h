@@ -83,4 +83,7 @@ struct TSProgram
 /// \return the exit status
 /// \throws TCUsageError  also from the command
 int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands, int argc, char** argv);
+
+/// At the end: whether all that was printed has been written.
+bool IsOutputWritten();
 } // namespace CIM

@@ -1,12 +1,11 @@
 #include "json/OperationForm.h"
 
-#include "json/Secret.h"
+#include "json/Payload.h"
 
 #include <tvplatform/MarshallingHelper.h>
 #include <tvplatform/MessageBuffer.h>
 #include <tvplatform/Tree.h>
 
-#include <algorithm>
 #include <functional>
 #include <set>
 #include <stdexcept>
@@ -38,18 +37,6 @@ const char* WordText(EWord word)
 
 bool IsGiven(EWord word) { return protocol::IsInput(word) || !protocol::IsSent(word); }
 
-bool HasNodes(TCTreeBranchList& tree, const TSParameter& parameter)
-{
-    for (unsigned i = 0; i < parameter.nodeCount; ++i)
-    {
-        if (!tree.FindNode(parameter.position + i))
-        {
-            return false;
-        }
-    }
-    return true;
-}
-
 std::string Bytes(TCMarshallingHelper& frame, short id)
 {
     TCTreeBranchList tree(id);
@@ -62,68 +49,6 @@ std::string Bytes(TCMarshallingHelper& frame, short id)
     return size == 0 ? std::string() : std::string(buffer.GetAsCStr(0), size);
 }
 
-/// A payload, taken apart.
-class TCPayload
-{
-public:
-    TCPayload(std::string_view bytes, const TCOperationForm& operation) : m_operation(operation), m_tree(Fill(bytes))
-    {
-        const auto id = static_cast<unsigned short>(operation.Id());
-        if (!m_tree.IsValid())
-        {
-            Complain("the payload of " + std::to_string(bytes.size()) + " bytes is not an argument tree");
-        }
-        else if (m_tree.GetTag() != id)
-        {
-            Complain("the argument tree is that of method " + std::to_string(m_tree.GetTag()));
-        }
-    }
-    TCTreeBranchList& Tree() { return m_tree; }
-    void Complain(const std::string& what) { m_error += (m_error.empty() ? "" : "; ") + what; }
-    /// \param[in] known  the places of the result and of the arguments that belong there
-    void ComplainAboutStrangers(const std::set<unsigned>& known)
-    {
-        for (const TCTreeNode* node = m_tree.GetFirstNode(); node; node = node->GetNextNode())
-        {
-            if (known.count(node->GetTag()) == 0)
-            {
-                Complain(m_StrangerAt(node->GetTag()));
-            }
-        }
-    }
-    const std::string& Error() const { return m_error; }
-
-private:
-    std::string m_StrangerAt(unsigned position) const
-    {
-        if (position == 0)
-        {
-            return "a result stands in the request";
-        }
-        unsigned last = 0; // a pipeline handle may be two arguments
-        for (const TSParameter& parameter : m_operation.Parameters())
-        {
-            if (position >= parameter.position && position < parameter.position + parameter.nodeCount)
-            {
-                return protocol::IsInput(parameter.word)
-                           ? "the input " + std::string(parameter.name) + " stands in the reply"
-                           : "the output " + std::string(parameter.name) + " stands in the request";
-            }
-            last += parameter.nodeCount;
-        }
-        return "there is an argument " + std::to_string(position) + ", but " + m_operation.Name() + " has " +
-               (last == 0 ? "none" : "only " + std::to_string(last));
-    }
-    const TCMessageBuffer* Fill(std::string_view bytes)
-    {
-        m_buffer.PushBorrowed(bytes.size(), bytes.data());
-        return &m_buffer;
-    }
-    const TCOperationForm& m_operation;
-    TCMessageBuffer m_buffer;
-    TCTreeBranchList m_tree;
-    std::string m_error;
-};
 } // namespace
 
 /// The values of one call.
@@ -228,56 +153,6 @@ TCOperationForm::TCOperationForm(const char* interfaceName, const protocol::SRow
     }
 }
 
-namespace
-{
-/// What is wrong with a secret, for people. Bytes are told where they are wrong, which shows none of them.
-template <class Function>
-auto WithoutShowing(const TSParameter& parameter, const TJson& json, const TCJsonPath& path, Function function)
-{
-    try
-    {
-        return function();
-    }
-    catch (const TCJsonError&)
-    {
-        if (!parameter.IsSecret() || (parameter.type->kind == EKind::BYTES && json.is_string()))
-        {
-            throw;
-        }
-    }
-    throw TCJsonError(path, "a value of the type " + parameter.type->text +
-                                " is needed, and this is none (it is not shown: it is a secret)");
-}
-} // namespace
-
-void TSParameter::FromJson(const TJson& json, void* value, const TCJsonPath& path) const
-{
-    WithoutShowing(*this, json, path, [&] { form->fromJson(json, value, path); });
-}
-
-TJson TSParameter::AsWritten(const TJson& json, const TCJsonPath& path) const
-{
-    return WithoutShowing(*this, json, path, [&] { return form->asWritten(json, path); });
-}
-
-bool TCOperationForm::HasSecrets() const
-{
-    return std::any_of(m_parameters.begin(), m_parameters.end(),
-                       [](const TSParameter& parameter) { return parameter.IsSecret(); });
-}
-
-void TCOperationForm::HideSecrets(TJson& arguments) const
-{
-    for (const TSParameter& parameter : m_parameters)
-    {
-        if (const auto found = arguments.find(parameter.name); parameter.IsSecret() && found != arguments.end())
-        {
-            Wipe(*found);
-            *found = "***";
-        }
-    }
-}
-
 const TSParameter* TCOperationForm::FindParameter(std::string_view name) const
 {
     for (const TSParameter& parameter : m_parameters)
@@ -339,7 +214,7 @@ TSDecoded TCOperationForm::RequestToJson(std::string_view payload) const
         }
         known.insert(parameter.position);
         known.insert(parameter.position + parameter.nodeCount - 1);
-        if (HasNodes(request.Tree(), parameter))
+        if (request.Has(parameter))
         {
             arguments[parameter.name] = values.Parameter(i);
         }
@@ -383,7 +258,7 @@ TSDecoded TCOperationForm::ReplyToJson(std::string_view payload) const
         }
         known.insert(parameter.position);
         known.insert(parameter.position + parameter.nodeCount - 1);
-        if (HasNodes(reply.Tree(), parameter))
+        if (reply.Has(parameter))
         {
             outputs[parameter.name] = values.Parameter(i);
         }
@@ -506,21 +381,4 @@ std::optional<short> MethodOf(std::string_view payload)
     return tree.IsValid() ? std::optional(static_cast<short>(tree.GetTag())) : std::nullopt;
 }
 
-bool MayHideSecrets(const TCInterfaceForm* interface, const TCOperationForm* operation, std::string_view payload)
-{
-    if (interface == nullptr)
-    {
-        return true;
-    }
-    const auto operations = interface->Operations();
-    const bool hasSecrets = std::any_of(operations.begin(), operations.end(),
-                                        [](const TCOperationForm& form) { return form.HasSecrets(); });
-    if (operation == nullptr || !hasSecrets)
-    {
-        return hasSecrets;
-    }
-    const std::optional<short> tag = MethodOf(payload);
-    const TCOperationForm* const meant = tag ? interface->Find(*tag) : nullptr;
-    return meant != nullptr && meant != operation && meant->HasSecrets();
-}
 } // namespace CIM::json

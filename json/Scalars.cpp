@@ -152,13 +152,13 @@ bool BoolFromJson(const TJson& json, const TCJsonPath& path)
     {
         return json.get<bool>();
     }
-    if (json == "true" || json == "false")
+    if (json == "true" || json == 1 || json == "1")
     {
-        return json == "true";
+        return true;
     }
-    if (json == 0 || json == 1)
+    if (json == "false" || json == 0 || json == "0")
     {
-        return json == 1;
+        return false;
     }
     throw TCJsonError(path,
                       "true or false is needed, not " + json.dump(-1, ' ', true, TJson::error_handler_t::replace));

@@ -153,7 +153,18 @@ pid_t StartCompanion(const TSPlan& plan)
     {
         BeginChild(keeper);
         close(plan.lifeline);
-        std::_Exit(plan.options.companion([&] { Say(plan.report, "ready\n"); }));
+        bool isReady = false;
+        const int status = plan.options.companion(
+            [&]
+            {
+                isReady = true;
+                Say(plan.report, "ready\n");
+            });
+        if (!isReady)
+        {
+            Say(plan.report, "ended\n"); // so that the maker does not wait for it
+        }
+        std::_Exit(status);
     }
     return companion;
 }

@@ -168,7 +168,15 @@ void TCSimulatedDaemon::m_TakeNames(unsigned afterMs, unsigned stepMs)
 
 void TCSimulatedDaemon::m_TakeName(const std::string& name)
 {
-    m_port.TakeName(name);
+    try
+    {
+        m_port.TakeName(name);
+    }
+    catch (const std::runtime_error& error)
+    {
+        throw std::runtime_error(std::string(error.what()) +
+                                 (name == CONTROL_NAME ? " (on a bus with a policy: --no-control)" : ""));
+    }
     m_owned.insert(name);
     if (m_owned.size() == m_names.size())
     {

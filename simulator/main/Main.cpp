@@ -1,18 +1,23 @@
 #include "Commands.h"
 
 #include <cstdio>
-#include <exception>
+#include <stdexcept>
 
 int main(int argc, char** argv)
 {
     using namespace CIM::sim;
     try
     {
-        return CIM::RunCommandLine(
+        const int status = CIM::RunCommandLine(
             {"ci-daemon-sim",
              "A CI daemon and its CAMs without a TV: owns the daemon's bus names and answers every call.",
              CIAPI_VERSION, "command", false},
             Commands(), argc, argv);
+        if (!CIM::IsOutputWritten())
+        {
+            throw std::runtime_error("cannot write to standard output");
+        }
+        return status;
     }
     catch (const CIM::TCUsageError& error)
     {

@@ -114,7 +114,8 @@ bool TCSignalReceiver::Unset(EIPCMessageType type, TCallback callback)
 DBusHandlerResult TCSignalReceiver::Filter(DBusMessage* message) noexcept
 try
 {
-    const bool isSignal = TypeOf(message) != IPC_MESSAGE_MAX;
+    const EIPCMessageType type = TypeOf(message);
+    const bool isSignal = type != IPC_MESSAGE_MAX;
     if (!isSignal && m_ObserveBus(message))
     {
         return DBUS_HANDLER_RESULT_HANDLED;
@@ -125,7 +126,7 @@ try
                          "TCCIMIPCConnection::t_MessageHandlerHelper - is not active!");
         return DBUS_HANDLER_RESULT_HANDLED;
     }
-    if (dbus_message_is_error(message, DBUS_ERROR_LIMITS_EXCEEDED))
+    if (!isSignal && dbus_message_is_error(message, DBUS_ERROR_LIMITS_EXCEEDED))
     {
         CIM_LOG_ERROR_AT("t_MessageHandlerHelper", __LINE__,
                          "[TCCIMIPCConnection::%s] Cannot send call message. Receiver queue overflow - "
@@ -139,7 +140,7 @@ try
     }
     if (m_trust.Judge(message) == TCSenderTrust::EVerdict::COUNTS)
     {
-        m_Deliver(message);
+        m_Deliver(message, type);
     }
     return DBUS_HANDLER_RESULT_HANDLED;
 }
@@ -157,16 +158,16 @@ bool TCSignalReceiver::m_ObserveBus(DBusMessage* message)
     const bool isAnswer = m_trust.Observe(message, released);
     for (const TCMessagePtr& signal : released)
     {
-        m_Deliver(signal.get());
+        m_Deliver(signal.get(), TypeOf(signal.get()));
     }
     return isAnswer;
 }
 
-void TCSignalReceiver::m_Deliver(DBusMessage* message) noexcept
+void TCSignalReceiver::m_Deliver(DBusMessage* message, EIPCMessageType type) noexcept
 {
     try
     {
-        Handle(message);
+        m_HandleSignal(message, type);
     }
     catch (const std::exception& exception)
     {
@@ -199,6 +200,12 @@ DBusHandlerResult TCSignalReceiver::Handle(DBusMessage* message)
     {
         return DBUS_HANDLER_RESULT_NOT_YET_HANDLED;
     }
+    m_HandleSignal(message, type);
+    return DBUS_HANDLER_RESULT_HANDLED;
+}
+
+void TCSignalReceiver::m_HandleSignal(DBusMessage* message, EIPCMessageType type)
+{
     int messageId = 0;
     TCMessageBuffer payload;
     if (const char* const fault = Unpack(message, type, messageId, payload))
@@ -213,7 +220,6 @@ DBusHandlerResult TCSignalReceiver::Handle(DBusMessage* message)
                         "t_MessageHandler", Member(type), messageId);
         callback(messageId, payload);
     }
-    return DBUS_HANDLER_RESULT_HANDLED;
 }
 
 EIPCMessageType TCSignalReceiver::TypeOf(DBusMessage* message) const

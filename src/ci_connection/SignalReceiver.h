@@ -57,7 +57,8 @@ public:
 private:
     bool m_Active() const;
     bool m_ObserveBus(DBusMessage* message);
-    void m_Deliver(DBusMessage* message) noexcept;
+    void m_Deliver(DBusMessage* message, EIPCMessageType type) noexcept;
+    void m_HandleSignal(DBusMessage* message, EIPCMessageType type);
 
     const std::string m_interfaceName;
     TCSenderTrust m_trust;

@@ -6,6 +6,7 @@
 #include "protocol/InterfaceList.h"
 #include "proxy/MakeProxy.h"
 #include "utils/CIAPILog.h"
+#include "utils/OwnProcess.h"
 
 #include <boost/shared_ptr.hpp>
 
@@ -21,7 +22,6 @@
 #include <tuple>
 #include <type_traits>
 #include <typeinfo>
-#include <unistd.h>
 #include <utility>
 
 namespace CIM
@@ -58,7 +58,7 @@ static_assert(std::is_trivially_destructible_v<SFacade>);
 bool IsForkedChild()
 {
     const pid_t process = g_facade.m_process.load();
-    return process != 0 && process != getpid();
+    return process != 0 && process != CurrentProcess();
 }
 
 // A child gets the mutexes as they were, perhaps held by threads that it does not have.
@@ -196,7 +196,7 @@ TInterface* Instance(TCreated created)
         if (g_facade.m_process == 0)
         {
             pthread_atfork(nullptr, nullptr, FreeMutexesInChild);
-            g_facade.m_process = getpid();
+            g_facade.m_process = CurrentProcess();
         }
         std::unique_ptr<TInterface> instance = Make<TInterface>();
         created(*instance);

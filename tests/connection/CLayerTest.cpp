@@ -126,18 +126,14 @@ TEST_F(CLayerTest, MissingThingsAreRefused)
 
 TEST_F(CLayerTest, EachTypeHasItsPlainCallback)
 {
-    constexpr const char* MEMBERS[] = {
-        "Signal",  "PipelineSignal", "Data", "Program",         "Section",  "TextData",    "Dsm", "CopyProtectionInfo",
-        "PESData", "ExPESData",      "Ht",   "ATSC3Signalling", "ATSC3Mpd", "ATSC3Linkage"};
     EXPECT_TRUE(Create());
     const auto callbacks = PlainCallbacks(std::make_index_sequence<IPC_MESSAGE_MAX>());
     std::vector<std::string> expected;
     for (int type = 0; type < IPC_MESSAGE_MAX; ++type)
     {
-        const bool carriesHandle = type == 0 || type == 1 || type == 10;
         IPCConnection__SetCallbackFunction(static_cast<EIPCMessageType>(type),
                                            callbacks[static_cast<std::size_t>(type)]);
-        if (carriesHandle) // the bus compares the handle; the other kinds of signal have none to compare
+        if (CarriesHandle(type)) // the other kinds of signal have nothing that the bus could compare
         {
             EXPECT_TRUE(IPCConnection__AddMatchRule(static_cast<EIPCMessageType>(type), 3, PROFILE_SUB, 2));
             m_daemon.Send(TCScriptedDaemon::Signal(MEMBERS[type], "3", "65538", MEMBERS[type]));

@@ -176,11 +176,12 @@ TEST_F(CallFaultTest, DaemonThatIsAbsentOrGoesAway)
 TEST_F(CallFaultTest, TimeIsOverForEachCallAndLateRepliesAreDropped)
 {
     std::vector<TMessage> requests;
+    std::atomic<int> count{0};
     TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
                             [&](const TMessage& request) -> TMessage
                             {
                                 requests.push_back(request);
-                                return requests.size() <= 3 ? nullptr : Echo(request);
+                                return ++count <= 3 ? nullptr : Echo(request);
                             });
     TCDBusError error;
     const TCConnectionPtr connection = OpenUnregisteredSystemBus(std::chrono::seconds(25), error);
@@ -209,6 +210,7 @@ TEST_F(CallFaultTest, TimeIsOverForEachCallAndLateRepliesAreDropped)
         {
             caller.join();
         }
+        ASSERT_EQ(count, 3);
         for (int late = 0; late < 3; ++late)
         {
             daemon.Send(Echo(requests[static_cast<std::size_t>(late)]));

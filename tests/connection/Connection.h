@@ -58,6 +58,14 @@ public:
     using TCCIMIPCConnection::t_PrepareMessage;
 };
 
+/// The members of the signals, by EIPCMessageType.
+inline constexpr const char* MEMBERS[] = {
+    "Signal",  "PipelineSignal", "Data", "Program",         "Section",  "TextData",    "Dsm", "CopyProtectionInfo",
+    "PESData", "ExPESData",      "Ht",   "ATSC3Signalling", "ATSC3Mpd", "ATSC3Linkage"};
+
+/// Whether the signals of a type have a handle, for the bus to compare.
+constexpr bool CarriesHandle(int type) { return type == 0 || type == 1 || type == 10; }
+
 inline std::string Text(const TCMessageBuffer& buffer)
 {
     const std::size_t length = buffer.GetUnreadSize();

@@ -16,10 +16,6 @@ namespace
 {
 using TMessage = TCScriptedDaemon::TMessage;
 
-constexpr const char* MEMBERS[] = {
-    "Signal",  "PipelineSignal", "Data", "Program",         "Section",  "TextData",    "Dsm", "CopyProtectionInfo",
-    "PESData", "ExPESData",      "Ht",   "ATSC3Signalling", "ATSC3Mpd", "ATSC3Linkage"};
-
 std::vector<std::string> g_received; // only the thread of the main context uses it
 
 void Record(int messageId, TCMessageBuffer& payload)
@@ -50,8 +46,6 @@ void CallBackIntoTheLibrary(int messageId, TCMessageBuffer& payload)
     g_connection->SetCallbackFunction(IPC_MESSAGE_DSM, Record); // another type than its own
     g_received.push_back(second.payload + (added ? " added" : " refused"));
 }
-
-bool CarriesHandle(int type) { return type == 0 || type == 1 || type == 10; }
 
 TMessage SignalOf(int type, const std::string& identifier, std::string_view payload)
 {

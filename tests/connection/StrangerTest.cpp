@@ -6,14 +6,13 @@
 #include "ci_connection/SignalReceiver.h"
 #include "privatebus/Process.h"
 #include "support/InChild.h"
+#include "support/Users.h"
 
 #include <ciapi/CIDiagnostics.h>
 
-#include <array>
 #include <csignal>
-#include <cstdio>
 #include <gmock/gmock.h>
-#include <grp.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -22,83 +21,50 @@ namespace CIM
 {
 namespace
 {
-constexpr unsigned ROOT = 0;
-constexpr unsigned DAEMON = 1; // users that every Debian has
-constexpr unsigned GAMES = 5;
-constexpr unsigned NOBODY = 65534;
-
 std::vector<std::string> g_received; // only the thread of the main context uses it
 
 void Record(int, TCMessageBuffer& payload) { g_received.push_back(Text(payload)); }
 
-/// A process of another user; leaves the bus when the object ends.
+/// Somebody on the bus, as a user of its own; leaves the bus when the object ends.
 class TCSender
 {
 public:
-    explicit TCSender(unsigned user, const std::string& name = "-")
-    {
-        // A line each way over two pipes: what popen gives goes one way only.
-        int toSender[2];
-        int fromSender[2];
-        if (pipe(toSender) != 0 || pipe(fromSender) != 0)
-        {
-            throw std::runtime_error("no pipe");
-        }
-        m_process = fork();
-        if (m_process == 0)
-        {
-            dup2(toSender[0], STDIN_FILENO);
-            dup2(fromSender[1], STDOUT_FILENO);
-            for (const int end : {toSender[0], toSender[1], fromSender[0], fromSender[1]})
-            {
-                close(end);
-            }
-            execl(SIGNAL_SENDER, SIGNAL_SENDER, std::to_string(user).c_str(), name.c_str(), nullptr);
-            _exit(127);
-        }
-        close(toSender[0]);
-        close(fromSender[1]);
-        m_in = fdopen(toSender[1], "w");
-        m_out = fdopen(fromSender[0], "r");
-        EXPECT_EQ(m_Line(), "ready\n");
-    }
-    ~TCSender()
-    {
-        std::fclose(m_in);
-        privatebus::WaitForEnd(m_process);
-        std::fclose(m_out);
-    }
-    TCSender(const TCSender&) = delete;
-    TCSender& operator=(const TCSender&) = delete;
+    explicit TCSender(const TSUser& user) : m_connection(ConnectAs(user, Bus().Address())) {}
 
-    void Send(int count, const char* form = "sound")
+    void OwnTheDaemonsName()
     {
-        std::fprintf(m_in, "%d %s\n", count, form);
-        std::fflush(m_in);
-        EXPECT_EQ(m_Line(), "sent\n");
+        EXPECT_EQ(dbus_bus_request_name(m_connection.get(), CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME.c_str(), 0, nullptr),
+                  DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER);
+    }
+    void Send(int count)
+    {
+        for (int number = 0; number < count; ++number)
+        {
+            m_Send(TCScriptedDaemon::Signal("Data", "5", nullptr, std::to_string(number)).get());
+        }
+        dbus_connection_flush(m_connection.get());
+    }
+    void SendMalformed()
+    {
+        m_Send(TCMessagePtr(dbus_message_new_signal("/com/kelvora/ciapi/SignalObject",
+                                                    CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME.c_str(), "Data"))
+                   .get());
+    }
+    /// Returns when the bus knows that it has left.
+    void Leave(TCSender& witness)
+    {
+        const std::string name = dbus_bus_get_unique_name(m_connection.get());
+        m_connection.reset();
+        while (dbus_bus_name_has_owner(witness.m_connection.get(), name.c_str(), nullptr))
+        {
+        }
     }
 
 private:
-    std::string m_Line()
-    {
-        std::array<char, 128> line{};
-        return std::fgets(line.data(), line.size(), m_out) != nullptr ? line.data() : "";
-    }
+    void m_Send(DBusMessage* message) { dbus_connection_send(m_connection.get(), message, nullptr); }
 
-    pid_t m_process;
-    FILE* m_in;
-    FILE* m_out;
+    TCConnectionPtr m_connection;
 };
-
-void Become(unsigned user)
-{
-    if (user != geteuid())
-    {
-        ASSERT_EQ(setgroups(0, nullptr), 0);
-        ASSERT_EQ(setresgid(user, user, user), 0);
-        ASSERT_EQ(setresuid(user, user, user), 0);
-    }
-}
 
 void Listen(TCConnection& connection)
 {
@@ -113,10 +79,13 @@ class StrangerTest : public TCBusTest
 protected:
     void SetUp() override
     {
-        if (geteuid() != ROOT)
+        if (geteuid() != 0)
         {
-            GTEST_SKIP() << "only root can start processes of other users";
+            GTEST_SKIP() << "only root can be several users";
         }
+        // libdbus reads the address of the system bus with the first connection, and never as a borrowed user.
+        TCDBusError error;
+        ASSERT_TRUE(OpenSystemBus(error)) << error.Text();
         const std::string folder = Bus().Address().substr(std::string("unix:path=").size());
         chmod(folder.substr(0, folder.rfind('/')).c_str(), 0755);
     }
@@ -125,11 +94,15 @@ protected:
 
 TEST_F(StrangerTest, WhoCounts)
 {
+    const TSUser ROOT = USER_ROOT;
+    const TSUser DAEMON = USER_DAEMON;
+    const TSUser GAMES = USER_GAMES;
+    const TSUser NOBODY = USER_NOBODY;
     const struct
     {
-        unsigned receiver;
-        unsigned sender;
-        unsigned owner; ///< of the daemon's name, another process than the sender
+        TSUser receiver;
+        TSUser sender;
+        TSUser owner; ///< of the daemon's name, another client than the sender
         bool counts;
     } rows[] = {
         {NOBODY, GAMES, DAEMON, false}, {NOBODY, DAEMON, DAEMON, true}, {NOBODY, ROOT, DAEMON, true},
@@ -138,20 +111,21 @@ TEST_F(StrangerTest, WhoCounts)
     };
     for (const auto& row : rows)
     {
-        SCOPED_TRACE(testing::Message() << row.sender << " sends to " << row.receiver << ", the daemon is "
-                                        << row.owner);
+        SCOPED_TRACE(testing::Message() << row.sender.id << " sends to " << row.receiver.id << ", the daemon is "
+                                        << row.owner.id);
         InChild(
             [&row]
             {
-                TCSender owner(row.owner, CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME);
+                TCSender owner(row.owner);
                 TCSender sender(row.sender);
-                TCSender marker(ROOT); // the last word, which always counts
-                Become(row.receiver);
+                TCSender marker(USER_ROOT); // the last word, which always counts
+                owner.OwnTheDaemonsName();
+                BecomeForEver(row.receiver);
                 TCConnection connection;
                 Listen(connection);
                 if (!row.counts)
                 {
-                    sender.Send(1, "malformed"); // would end this process
+                    sender.SendMalformed(); // would end this process
                 }
                 sender.Send(1000);
                 const std::size_t expected = row.counts ? 1000 : 0;
@@ -175,38 +149,18 @@ TEST_F(StrangerTest, TheDaemonMayChangeHands)
     InChild(
         []
         {
-            TCSender later(GAMES);
-            // The child's own child becomes the daemon while the receiver is running.
-            int go[2];
-            ASSERT_EQ(pipe(go), 0);
-            const pid_t helper = fork();
-            ASSERT_NE(helper, -1);
-            if (helper == 0)
-            {
-                char byte = 0;
-                close(go[1]);
-                if (read(go[0], &byte, 1) == 1)
-                {
-                    TCSender daemon(GAMES, CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME);
-                    daemon.Send(100);
-                    while (read(go[0], &byte, 1) > 0)
-                    {
-                    }
-                }
-                _exit(0);
-            }
-            close(go[0]);
-            Become(NOBODY);
+            TCSender later(USER_GAMES);
+            TCSender daemon(USER_GAMES);
+            BecomeForEver(USER_NOBODY);
             TCConnection connection;
             Listen(connection);
             later.Send(10);
             EXPECT_TRUE(RunMainLoopUntil([] { return DroppedSignals() == 10; }));
-            ASSERT_EQ(write(go[1], "x", 1), 1);
+            daemon.OwnTheDaemonsName();
+            daemon.Send(100);
             EXPECT_TRUE(RunMainLoopUntil([] { return g_received.size() == 100; })) << g_received.size();
             later.Send(10); // a known stranger whose user is the daemon's now
             EXPECT_TRUE(RunMainLoopUntil([] { return g_received.size() == 110; })) << g_received.size();
-            close(go[1]);
-            privatebus::WaitForEnd(helper);
         });
 }
 
@@ -216,41 +170,26 @@ TEST_F(StrangerTest, WhatADeadDaemonSaidStillCounts)
     InChild(
         []
         {
-            const auto sendAndLeave = [](unsigned user, const std::string& name)
-            {
-                TCSender sender(user, name);
-                sender.Send(100);
-            };
-            int go[2];
-            int done[2];
-            ASSERT_EQ(pipe(go), 0);
-            ASSERT_EQ(pipe(done), 0);
-            const pid_t helper = fork();
-            ASSERT_NE(helper, -1);
-            if (helper == 0)
-            {
-                char byte = 0;
-                close(go[1]);
-                if (read(go[0], &byte, 1) == 1)
-                {
-                    sendAndLeave(DAEMON, CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME);
-                    sendAndLeave(GAMES, "-");
-                    sendAndLeave(GAMES, CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME);
-                }
-                _exit(write(done[1], "x", 1) == 1 ? 0 : 1);
-            }
-            close(go[0]);
-            Become(NOBODY);
+            TCSender first(USER_DAEMON);
+            TCSender stranger(USER_GAMES);
+            TCSender second(USER_GAMES);
+            TCSender witness(USER_ROOT);
+            BecomeForEver(USER_NOBODY);
             TCConnection connection;
             Listen(connection);
-            ASSERT_EQ(write(go[1], "x", 1), 1);
-            char byte = 0;
-            ASSERT_EQ(read(done[0], &byte, 1), 1);
+            for (TCSender* const sender : {&first, &stranger, &second})
+            {
+                if (sender != &stranger)
+                {
+                    sender->OwnTheDaemonsName();
+                }
+                sender->Send(100);
+                sender->Leave(witness);
+            }
             EXPECT_TRUE(RunMainLoopUntil([] { return g_received.size() + DroppedSignals() == 300; }))
                 << g_received.size() << " and " << DroppedSignals();
             EXPECT_EQ(g_received.size(), 200U);
             EXPECT_EQ(DroppedSignals(), 100U);
-            EXPECT_EQ(privatebus::WaitForEnd(helper), 0);
         });
 }
 
@@ -261,28 +200,25 @@ TEST_F(StrangerTest, ABusThatHangsHoldsNothingUp)
     TCDBusError error;
     TCConnectionPtr bus = OpenSystemBus(error);
     ASSERT_TRUE(bus) << error.Text();
-    const TCMessagePtr question(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS,
-                                                             "GetConnectionUnixProcessID"));
-    const char* const name = DBUS_SERVICE_DBUS;
-    dbus_uint32_t busProcess = 0;
-    dbus_message_append_args(question.get(), DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID);
-    const TCMessagePtr answer(dbus_connection_send_with_reply_and_block(bus.get(), question.get(), 5000, error.Get()));
-    ASSERT_TRUE(answer) << error.Text();
-    ASSERT_TRUE(dbus_message_get_args(answer.get(), nullptr, DBUS_TYPE_UINT32, &busProcess, DBUS_TYPE_INVALID));
+    int socket = -1;
+    ucred busProcess{};
+    socklen_t size = sizeof busProcess;
+    ASSERT_TRUE(dbus_connection_get_unix_fd(bus.get(), &socket));
+    ASSERT_EQ(getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &busProcess, &size), 0);
     auto* const receiver = MakeImmortal<TCSignalReceiver>(CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME);
     receiver->connection = bus.release(); // as every connection that is attached to the main loop
     dbus_connection_add_filter(receiver->connection, TCConnection::t_MessageHandlerHelper, receiver, nullptr);
     receiver->Set(IPC_MESSAGE_DATA, Record);
     const TCScriptedDaemon::TMessage signal = TCScriptedDaemon::Signal("Data", "5", nullptr, "late");
     dbus_message_set_sender(signal.get(), ":1.4711");
-    ASSERT_TRUE(privatebus::SendSignal(static_cast<pid_t>(busProcess), SIGSTOP));
+    ASSERT_TRUE(privatebus::SendSignal(busProcess.pid, SIGSTOP));
     const auto begin = std::chrono::steady_clock::now();
     for (int count = 0; count < 100; ++count)
     {
         EXPECT_EQ(receiver->Filter(signal.get()), DBUS_HANDLER_RESULT_HANDLED);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
-    EXPECT_TRUE(privatebus::SendSignal(static_cast<pid_t>(busProcess), SIGCONT));
+    EXPECT_TRUE(privatebus::SendSignal(busProcess.pid, SIGCONT));
     EXPECT_TRUE(RunMainLoopUntil([] { return DroppedSignals() == 100; }))
         << "nobody has that name: " << DroppedSignals();
     EXPECT_TRUE(g_received.empty());

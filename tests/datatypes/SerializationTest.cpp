@@ -141,34 +141,6 @@ TEST(Serialization, EveryTruncationKeepsWhatIsThere)
     }
 }
 
-TEST(Serialization, EveryCorruptByteGivesProfilesOrARefusal)
-{
-    const TCProfiles profiles = {Profile(1), Profile(2), Profile(3)};
-    const TBytes data = Serialized(profiles);
-    const std::size_t kProfileSize = (data.size() - 4) / profiles.size();
-    for (std::size_t at = 0; at < data.size(); ++at)
-    {
-        for (int change = 1; change < 256; change += at < 4 ? 51 : 1)
-        {
-            TBytes corrupt = data;
-            corrupt[at] ^= static_cast<unsigned char>(change);
-            const std::size_t count = static_cast<std::size_t>(corrupt[0]) << 24 | corrupt[1] << 16 |
-                                      static_cast<std::size_t>(corrupt[2]) << 8 | corrupt[3];
-            try
-            {
-                const TCProfiles read = Deserialized(corrupt);
-                ASSERT_EQ(read.size(), count);
-                const bool unused =
-                    at >= 4 && (at - 4) % kProfileSize >= 8 && (at - 4) % kProfileSize < 11; // of the slot
-                ASSERT_EQ(read == profiles, unused) << at << " " << change;
-            }
-            catch (const std::length_error&)
-            {
-            }
-        }
-    }
-}
-
 TEST(Serialization, TextForm)
 {
     std::string text = "old";

@@ -26,17 +26,6 @@ namespace
 {
 using testing::StartsWith;
 
-std::vector<std::string> LinesOf(const std::string& path)
-{
-    std::vector<std::string> lines;
-    std::ifstream file(path);
-    for (std::string line; std::getline(file, line);)
-    {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
 // Puts a file in the place of the console, for this process only. \return false where nobody may do so
 bool ReplaceConsole(const std::string& file)
 {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <tuple>
 
 namespace
 {
@@ -22,6 +23,10 @@ struct TSSide
     TSTvMode outMode;
     std::string text;
     CIM::TCMarshalableString textAdapter{&text};
+
+    using TValues = std::tuple<int, unsigned char, unsigned short, long long, TSTvMode, TSTvMode, std::string>;
+    void Set(const TValues& values) { std::tie(result, in, inOut, out, inMode, outMode, text) = values; }
+    TValues Get() const { return {result, in, inOut, out, inMode, outMode, text}; }
 
     void Push(TCMarshallingHelper& frame)
     {
@@ -39,13 +44,11 @@ struct TSSide
 
 TEST(MarshallingHelper, EachArgumentTravelsItsWay)
 {
+    const TSTvMode cable(ANTENNA_MODE_CABLE, SERVICE_MODE_GENERIC);
+    const TSTvMode satellite(ANTENNA_MODE_SATELLITE, SERVICE_MODE_NONE);
+    const TSTvMode none(ANTENNA_MODE_NONE, SERVICE_MODE_OPERATOR);
     TSSide caller;
-    caller.in = 3;
-    caller.inOut = 500;
-    caller.out = 77;
-    caller.inMode = TSTvMode(ANTENNA_MODE_CABLE, SERVICE_MODE_GENERIC);
-    caller.outMode = TSTvMode(ANTENNA_MODE_SATELLITE, SERVICE_MODE_NONE);
-    caller.text = "question";
+    caller.Set({-1, 3, 500, 77, cable, satellite, "question"});
     TCMarshallingHelperProxy proxy;
     caller.Push(proxy);
     TCTreeBranchList request(1);
@@ -57,32 +60,14 @@ TEST(MarshallingHelper, EachArgumentTravelsItsWay)
     daemon.Push(stub);
     TSParsed received(Stored(request));
     ASSERT_TRUE(stub.TreeToClass(*received.tree));
-    EXPECT_EQ(daemon.result, -1);
-    EXPECT_EQ(daemon.in, 3);
-    EXPECT_EQ(daemon.inOut, 500);
-    EXPECT_EQ(daemon.out, 5);
-    EXPECT_EQ(daemon.inMode, caller.inMode);
-    EXPECT_EQ(daemon.outMode, TSTvMode());
-    EXPECT_EQ(daemon.text, "question");
+    EXPECT_EQ(daemon.Get(), TSSide::TValues(-1, 3, 500, 5, cable, TSTvMode(), "question"));
 
-    daemon.result = 1;
-    daemon.in = 9;
-    daemon.inOut = 501;
-    daemon.out = 6;
-    daemon.inMode = TSTvMode(ANTENNA_MODE_TERRESTRIAL, SERVICE_MODE_OPERATOR);
-    daemon.outMode = TSTvMode(ANTENNA_MODE_NONE, SERVICE_MODE_OPERATOR);
-    daemon.text = "answer";
+    daemon.Set({1, 9, 501, 6, satellite, none, "answer"});
     TCTreeBranchList reply(1);
     ASSERT_TRUE(stub.ClassToTree(reply));
     TSParsed answered(Stored(reply));
     ASSERT_TRUE(proxy.TreeToClass(*answered.tree));
-    EXPECT_EQ(caller.result, 1);
-    EXPECT_EQ(caller.in, 3);
-    EXPECT_EQ(caller.inOut, 501);
-    EXPECT_EQ(caller.out, 6);
-    EXPECT_EQ(caller.inMode, TSTvMode(ANTENNA_MODE_CABLE, SERVICE_MODE_GENERIC));
-    EXPECT_EQ(caller.outMode, TSTvMode(ANTENNA_MODE_NONE, SERVICE_MODE_OPERATOR));
-    EXPECT_EQ(caller.text, "answer");
+    EXPECT_EQ(caller.Get(), TSSide::TValues(1, 3, 501, 6, cable, none, "answer"));
 }
 
 // What a reply lacks or has in a wrong form keeps its value, alone.

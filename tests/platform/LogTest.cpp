@@ -22,21 +22,11 @@
 
 namespace
 {
+using CIM::LinesOf;
 using CIM::TCTempFolder;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using namespace std::string_literals;
-
-std::vector<std::string> LinesOf(const std::string& path)
-{
-    std::vector<std::string> lines;
-    std::ifstream file(path);
-    for (std::string line; std::getline(file, line);)
-    {
-        lines.push_back(line);
-    }
-    return lines;
-}
 
 TEST(Log, WritesToTheChosenDestinationFromTheLeastPriorityOn)
 {
@@ -45,6 +35,7 @@ TEST(Log, WritesToTheChosenDestinationFromTheLeastPriorityOn)
         const char* setting; // "file:" stands for a file in a folder of the test
         const char* letters; // of the lines that arrive for one line each of debug, information and error
         const char* complaint;
+        bool isStderrClosed = false;
     } cases[] = {
         {nullptr, "", ""},
         {"", "", ""},
@@ -54,6 +45,7 @@ TEST(Log, WritesToTheChosenDestinationFromTheLeastPriorityOn)
         {"stderr:debug", "DIE", ""},
         {"stderr:info", "IE", ""},
         {"stderr:error", "E", ""},
+        {"stderr", "", "", true}, // what is opened next has its number, and gets no lines
         {"file:", "DIE", ""},
         {"file::error", "E", ""},
         {"printer", "", "unknown destination \"printer\""},
@@ -76,9 +68,13 @@ TEST(Log, WritesToTheChosenDestinationFromTheLeastPriorityOn)
             [&]
             {
                 const CIM::TCEnvironmentVariable variable("TVPLATFORM_LOG", setting);
-                const int fd = open(folder.File("stderr").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
                 const int old = dup(STDERR_FILENO);
-                dup2(fd, STDERR_FILENO);
+                close(STDERR_FILENO);
+                if (row.isStderrClosed)
+                {
+                    __dlog_print(0, 6, "TAG", "the destination is chosen");
+                }
+                const int fd = open(folder.File("stderr").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
                 const std::string letters = row.letters;
                 int results[3];
                 for (int i = 0; i < 3; ++i)
@@ -89,6 +85,7 @@ TEST(Log, WritesToTheChosenDestinationFromTheLeastPriorityOn)
                 }
                 const int error = errno;
                 dup2(old, STDERR_FILENO);
+                EXPECT_EQ(fd, STDERR_FILENO);
                 EXPECT_EQ(error, E2BIG);
                 for (int i = 0; i < 3; ++i)
                 {

@@ -1,24 +1,18 @@
 #include "bus/Arguments.h"
-#include "no_ci/CISignalSubscriberProxyNO_CI.h"
 #include "policy/PolicyBus.h"
-#include "policy/Users.h"
 #include "privatebus/Process.h"
-#include "protocol/SignalSubscriber.h"
-#include "protocol/Skeleton.h"
+#include "protocol/Envelope.h"
+#include "support/InChild.h"
 #include "support/ScriptedDaemon.h"
+#include "support/Users.h"
 
 #include <ciapi/CINames.h>
 #include <ciapi/CIService.h>
 
 #include <glib.h>
-#include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <functional>
-#include <memory>
 #include <sys/prctl.h>
-#include <unistd.h>
 
 // An application as it is, the library in it, and a daemon, each a process of the user whom the policy means.
 
@@ -26,89 +20,31 @@ namespace CIM
 {
 namespace
 {
+using namespace std::string_literals;
+
 constexpr unsigned BOUND_SECONDS = 40;
 
-/// A piece of a test in a process of another user, which ends with the test.
-class TCProcessAs
-{
-public:
-    TCProcessAs(const TSUser& user, const std::function<void()>& body)
-    {
-        std::fflush(nullptr);
-        const pid_t maker = getpid();
-        m_process = fork();
-        if (m_process == 0)
-        {
-            try
-            {
-                BecomeForEver(user);
-                prctl(PR_SET_PDEATHSIG, SIGKILL); // a change of user forgets it
-                alarm(BOUND_SECONDS);
-                if (getppid() == maker)
-                {
-                    body();
-                }
-            }
-            catch (const std::exception& error)
-            {
-                ADD_FAILURE() << user.name << ": " << error.what();
-            }
-            std::fflush(nullptr);
-            std::_Exit(testing::Test::HasFailure() ? 1 : 0);
-        }
-    }
-    ~TCProcessAs()
-    {
-        if (privatebus::SendSignal(m_process, SIGKILL))
-        {
-            privatebus::WaitForEnd(m_process);
-        }
-    }
-    TCProcessAs(const TCProcessAs&) = delete;
-    TCProcessAs& operator=(const TCProcessAs&) = delete;
-
-    int WaitForEnd() { return privatebus::WaitForEnd(std::exchange(m_process, -1)); }
-
-private:
-    pid_t m_process = -1;
-};
-
-class TCSubscriber : public TCCISignalSubscriberProxyNO_CI
-{
-public:
-    int Subscribe(ECISignalType, void*, EProfile, unsigned short, long) override { return 1; }
-};
-
 /// Answers a subscription, and announces it at once: to everybody, then to the receiver name of who asked.
-void PlayDaemon(int ready, int over)
+void PlayDaemon()
 {
-    TCSubscriber subscriber;
-    protocol::TSkeleton<ICISignalSubscriber> skeleton(subscriber);
-    std::unique_ptr<TCScriptedDaemon> daemon;
-    const auto answer = [&](const TCScriptedDaemon::TMessage& call)
-    {
-        protocol::SCallEnvelope envelope;
-        ReadArguments(call.get(), envelope);
-        TCMessageBuffer request;
-        TCMessageBuffer reply;
-        request.PushConcatenated(envelope.payload.length, envelope.payload.data);
-        skeleton.Handle(protocol::MethodIdOf(envelope.header), false, request, reply);
-
-        const std::string payload("12345678\0\0\0\0\3\0\0\0", 16);
-        const auto signal = TCScriptedDaemon::Signal("Signal", "20", "3", payload);
-        daemon->Send(signal);
-        const TCScriptedDaemon::TMessage directed(dbus_message_copy(signal.get()), dbus_message_unref);
-        std::string number = dbus_message_get_sender(call.get()); // ":1.7"
-        number.replace(0, 3, ".u1.u");
-        dbus_message_set_destination(directed.get(),
-                                     ("com.kelvora.sub.p" + std::to_string(envelope.processId) + number).c_str());
-        daemon->Send(directed);
-        return TCScriptedDaemon::Reply(call, protocol::STATUS_HANDLED, {reply.GetAsCStr(0), reply.GetUnreadSize()});
-    };
-    daemon = std::make_unique<TCScriptedDaemon>(std::vector<std::string>{CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME}, answer);
-    char byte = 'r';
-    ASSERT_EQ(write(ready, &byte, 1), 1);
-    ASSERT_EQ(read(over, &byte, 1), 0);
+    TCScriptedDaemon daemon(
+        {CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME},
+        [&](const TCScriptedDaemon::TMessage& call)
+        {
+            protocol::SCallEnvelope envelope;
+            ReadArguments(call.get(), envelope);
+            const auto signal = TCScriptedDaemon::Signal("Signal", "20", "3", "12345678\0\0\0\0\3\0\0\0"s);
+            daemon.Send(signal);
+            const TCScriptedDaemon::TMessage directed(dbus_message_copy(signal.get()), dbus_message_unref);
+            std::string number = dbus_message_get_sender(call.get()); // ":1.7"
+            number.replace(0, 3, ".u1.u");
+            dbus_message_set_destination(directed.get(),
+                                         ("com.kelvora.sub.p" + std::to_string(envelope.processId) + number).c_str());
+            daemon.Send(directed);
+            // An argument tree with the result 1.
+            return TCScriptedDaemon::Reply(call, 1, "\1\0\0\0\2\0\0\0\x0c\0\0\0\1\0\0\0\4\0\0\0\1\0\0\0"s);
+        });
+    pause(); // until it is killed, or the alarm
 }
 
 int g_signals = 0;
@@ -132,38 +68,50 @@ void PlayApplication()
     TCCIService::Destroy();
 }
 
-void SubscribeAndHear(EBusProgram program)
+class BusPolicyApplication : public testing::TestWithParam<EBusProgram>
 {
-    if (const std::string reason = WhyNotHere(program); !reason.empty())
+};
+} // namespace
+
+TEST_P(BusPolicyApplication, SubscribesAndHears)
+{
+    if (const std::string reason = WhyNotHere(GetParam()); !reason.empty())
     {
         GTEST_SKIP() << reason;
     }
-    const TCPolicyBus bus(program, EBase::DEBIAN, POLICY_FOLDER);
+    const TCPolicyBus bus(GetParam(), DEBIAN_BASE, POLICY_FOLDER);
     privatebus::WriteFeatureKeys(bus.Folder().FeatureKeyFile(), privatebus::DefaultFeatureKeys(1));
     setenv("DBUS_SYSTEM_BUS_ADDRESS", bus.Address().c_str(), 1);
     setenv("TVPLATFORM_SYSTEM_INFO", bus.Folder().FeatureKeyFile().c_str(), 1);
-
-    int ready[2];
-    int over[2];
-    ASSERT_EQ(pipe(ready) | pipe(over), 0);
-    TCProcessAs daemon(DAEMON,
-                       [&]
-                       {
-                           close(over[1]);
-                           PlayDaemon(ready[1], over[0]);
-                       });
-    close(ready[1]);
-    char byte = 0;
-    ASSERT_EQ(read(ready[0], &byte, 1), 1) << "no daemon";
-    {
-        TCProcessAs application(APPLICATION, PlayApplication);
-        EXPECT_EQ(application.WaitForEnd(), 0);
-    }
-    close(over[1]);
-    EXPECT_EQ(daemon.WaitForEnd(), 0);
+    InChild(
+        []
+        {
+            alarm(BOUND_SECONDS);
+            const pid_t parent = getpid();
+            const pid_t daemon = fork();
+            ASSERT_NE(daemon, -1);
+            if (daemon == 0)
+            {
+                ASSERT_NO_THROW(BecomeForEver(USER_GAMES));
+                prctl(PR_SET_PDEATHSIG, SIGKILL); // a change of user forgets it
+                alarm(BOUND_SECONDS);
+                ASSERT_EQ(getppid(), parent);
+                ASSERT_NO_THROW(PlayDaemon());
+            }
+            // Root, who may end the daemon, waits for the application, which waits for the daemon's name.
+            InChild(
+                []
+                {
+                    ASSERT_NO_THROW(BecomeForEver(USER_DAEMON_IN_VIDEO));
+                    alarm(BOUND_SECONDS);
+                    PlayApplication();
+                });
+            EXPECT_TRUE(privatebus::SendSignal(daemon, SIGKILL));
+            EXPECT_EQ(privatebus::WaitForEnd(daemon), 128 + SIGKILL) << "it had ended before";
+        });
 }
-} // namespace
 
-TEST(BusPolicyApplication, SubscribesAndHearsOnDBusDaemon) { SubscribeAndHear(EBusProgram::DBUS_DAEMON); }
-TEST(BusPolicyApplication, SubscribesAndHearsOnDBusBroker) { SubscribeAndHear(EBusProgram::DBUS_BROKER); }
+INSTANTIATE_TEST_SUITE_P(On, BusPolicyApplication, testing::Values(EBusProgram::DBUS_DAEMON, EBusProgram::DBUS_BROKER),
+                         [](const auto& info)
+                         { return info.param == EBusProgram::DBUS_DAEMON ? "dbus_daemon" : "dbus_broker"; });
 } // namespace CIM

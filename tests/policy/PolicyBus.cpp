@@ -30,35 +30,6 @@ namespace
 {
 constexpr int FIRST_HANDED_OVER = 3; // where a program looks for sockets that are handed over
 
-constexpr const char* DEBIAN_BASE = R"(
-<policy context="default">
-  <allow user="*"/>
-  <deny own="*"/>
-  <deny send_type="method_call"/>
-  <allow send_type="signal"/>
-  <allow send_requested_reply="true" send_type="method_return"/>
-  <allow send_requested_reply="true" send_type="error"/>
-  <allow receive_type="method_call"/>
-  <allow receive_type="method_return"/>
-  <allow receive_type="error"/>
-  <allow receive_type="signal"/>
-  <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus"/>
-  <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus.Introspectable"/>
-  <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus.Properties"/>
-</policy>
-<policy user="root">
-  <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus.Monitoring"/>
-</policy>
-)";
-constexpr const char* OPEN_BASE = R"(
-<policy context="default">
-  <allow user="*"/>
-  <allow own="*"/>
-  <allow send_destination="*"/>
-  <allow receive_sender="*"/>
-</policy>
-)";
-
 void Check(bool isDone, const char* what)
 {
     if (!isDone)
@@ -93,25 +64,20 @@ int MakeJournal()
 /// Becomes the program, which takes the listening socket over and dies with its parent.
 [[noreturn]] void Become(EBusProgram program, int listener, const std::string& configuration, pid_t parent)
 {
+    const char* const daemon[] = {"dbus-daemon",         "--nofork", "--nopidfile", "--nosyslog", "--config-file",
+                                  configuration.c_str(), nullptr};
+    const char* const broker[] = {"dbus-broker-launch",  "--scope", "system", "--config-file",
+                                  configuration.c_str(), nullptr};
+    const char* const* const words = program == EBusProgram::DBUS_DAEMON ? daemon : broker;
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() == parent &&
         (listener == FIRST_HANDED_OVER ? fcntl(listener, F_SETFD, 0) == 0 : dup2(listener, FIRST_HANDED_OVER) >= 0))
     {
         setenv("LISTEN_FDS", "1", 1);
         setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
-        if (program == EBusProgram::DBUS_DAEMON)
-        {
-            execlp("dbus-daemon", "dbus-daemon", "--nofork", "--nopidfile", "--nosyslog", "--config-file",
-                   configuration.c_str(), nullptr);
-        }
-        else
-        {
-            execlp("dbus-broker-launch", "dbus-broker-launch", "--scope", "system", "--config-file",
-                   configuration.c_str(), nullptr);
-        }
+        execvp(words[0], const_cast<char* const*>(words));
     }
-    std::cerr << (program == EBusProgram::DBUS_DAEMON ? "dbus-daemon: " : "dbus-broker-launch: ")
-              << std::strerror(errno) << std::endl;
+    std::cerr << words[0] << ": " << std::strerror(errno) << std::endl;
     _exit(127);
 }
 
@@ -167,25 +133,14 @@ catch (const std::exception& error)
     ready(); // whoever connects finds nobody, and reads why
     return 1;
 }
-
-privatebus::TCBusFolder MakeFolderBeside(const std::string& policies)
-{
-    Check(policies.empty() || access(policies.c_str(), R_OK) == 0, "the test BusPolicy.Install comes first");
-    return privatebus::TCBusFolder::Make("ciapi-policy");
-}
 } // namespace
 
-TCPolicyBus::TCPolicyBus(EBusProgram program, EBase base, const std::string& policies)
-    : m_folder(MakeFolderBeside(policies))
+TCPolicyBus::TCPolicyBus(EBusProgram program, const char* base, const std::string& policies)
+    : m_folder(privatebus::TCBusFolder::Make("ciapi-policy"))
 {
-    {
-        std::ofstream configuration(m_folder.File("policy-bus.conf"));
-        configuration << "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
-                         " \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-                         "<busconfig><type>system</type><listen>systemd:</listen><auth>EXTERNAL</auth>"
-                      << (base == EBase::DEBIAN ? DEBIAN_BASE : OPEN_BASE)
-                      << (policies.empty() ? "" : "<includedir>" + policies + "</includedir>") << "</busconfig>\n";
-    }
+    std::ofstream(m_folder.File("policy-bus.conf"))
+        << "<busconfig><type>system</type><listen>systemd:</listen><auth>EXTERNAL</auth><include>" << base
+        << "</include>" << (policies.empty() ? "" : "<includedir>" + policies + "</includedir>") << "</busconfig>\n";
     privatebus::TSKeeperOptions options;
     options.name = "ciapi-policy";
     options.companion = [&](const std::function<void()>& ready) { return Run(program, m_folder, ready); };
@@ -208,7 +163,7 @@ try
     }
     if (program == EBusProgram::DBUS_BROKER) // dbus-daemon is there, or no test of anything works
     {
-        const TCPolicyBus withoutPolicies(program, EBase::DEBIAN, "");
+        const TCPolicyBus withoutPolicies(program, DEBIAN_BASE, "");
     }
     return {};
 }

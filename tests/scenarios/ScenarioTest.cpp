@@ -2,6 +2,7 @@
 #include "simulator/control/Controls.h"
 #include "simulator/definition/DefinitionJson.h"
 #include "support/Shell.h"
+#include "support/TestEnvironment.h"
 #include "json/OperationForm.h"
 
 #include <gmock/gmock.h>
@@ -29,21 +30,15 @@ std::string ReadFile(const std::string& path)
 
 std::string Sim() { return SIMULATOR; }
 
-/// A folder that goes with the test.
-class TCFolder
+class TCFolder : public CIM::TCTempFolder
 {
 public:
-    TCFolder() { mkdtemp(m_path.data()); }
-    ~TCFolder() { std::filesystem::remove_all(m_path); }
-    std::string operator/(const std::string& file) const { return m_path + "/" + file; }
+    std::string operator/(const std::string& file) const { return File(file); }
     std::string Write(const std::string& file, const std::string& text) const
     {
         std::ofstream(*this / file) << text;
         return *this / file;
     }
-
-private:
-    std::string m_path = (std::filesystem::temp_directory_path() / "scenario-test-XXXXXX").string();
 };
 
 /// A scenario with these members; the timeline's first step stands on line 6.
@@ -332,8 +327,9 @@ TEST(ScenarioPlay, AnUnmetStepEndsTheSimulatorAndIsNamed)
     EXPECT_EQ(incomplete.text,
               "ci-daemon-sim: the journal cannot be written: No space left on device; it is incomplete\n");
     EXPECT_EQ(Shell(full + "sh -c '" CLIENT " menu-walk; exit 41'").status, 41);
-    EXPECT_THAT(Shell(Sim() + " play " + met + " --journal /absent/journal -- true").text,
-                HasSubstr("cannot write /absent/journal: No such file or directory"));
+    const TSOutput absent = Shell("timeout 10 " + Sim() + " play " + met + " --journal /absent/journal -- true");
+    EXPECT_EQ(absent.status, 125) << "at once";
+    EXPECT_THAT(absent.text, HasSubstr("cannot write /absent/journal: No such file or directory"));
 }
 
 TEST(ScenarioPlay, TheSameSeedGivesTheSameCallsAndSignals)

@@ -100,6 +100,10 @@ TEST(SimFileSystems, RequestsAreAnsweredInOrder)
         EXPECT_EQ(ack.firstFlag, size > 0) << name;
         EXPECT_EQ(ack.secondData.size(), size) << name;
     }
+    for (std::size_t at = 0; at < ack.secondData.size(); ++at)
+    {
+        ASSERT_EQ(ack.secondData[at], at % 256) << at;
+    }
     EXPECT_EQ(files.GetFileAcknowledge(1, ack), 0);
     EXPECT_EQ(files.RequestFile(1, application, static_cast<EFileRequestType>(9), {}), 1);
     recorder.Advance(50);

@@ -333,6 +333,12 @@ TEST(SimulatorCalls, TerminatedCleanly)
     TCSimulatorProcess first;
     EXPECT_EQ(WaitForEnd(StartSimulator({"serve"})), 1);
     EXPECT_TRUE(std::filesystem::exists(first.marker.Path()));
+
+    // A bus whose policy keeps the control object's name from it, as that of a set does.
+    const TCPrivateBus strict(R"(<policy context="mandatory"><deny own="com.kelvora.cisim"/></policy>)");
+    const TSOutput refused = Shell(SIMULATOR_PATH " serve");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.text, testing::HasSubstr("--no-control"));
 }
 } // namespace
 } // namespace CIM::sim

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 // What a test needs around itself: everything is private to the test and gone when its object is, so that tests run
 // side by side. Environment variables are not guarded: change them before threads start.
@@ -76,6 +77,18 @@ public:
 private:
     std::filesystem::path m_path;
 };
+
+/// The lines of a file; none when it is not there.
+inline std::vector<std::string> LinesOf(const std::string& path)
+{
+    std::vector<std::string> lines;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);)
+    {
+        lines.push_back(line);
+    }
+    return lines;
+}
 
 /// The daemon's readiness marker at a path of the test's own; absent until Create is called.
 class TCTempMarker

@@ -245,7 +245,7 @@ TEST(Cictl, TakesSecretsFromWhereNobodyReadsThem)
         arrived.clear();
         commandLine.clear();
         const TSRun run =
-            Cictl({"call", "general.AnswerMmiEnquiry", "slot=0", "answerId=1", "flag=false", "answer=" + value}, input);
+            Cictl({"call", "general.AnswerMmiEnquiry", "slot=0", "answerId=1", "flag=0", "answer=" + value}, input);
         const bool isWrong = answer[0] == '!';
         EXPECT_EQ(run.status, isWrong ? 2 : 0) << run.error;
         EXPECT_EQ(arrived, isWrong ? "" : answer);

@@ -46,6 +46,14 @@ TEST(CictlWithSimulator, ShowsTheSet)
         {"echo 1234 | cictl pin 0 verify && echo 0000 | cictl pin 0 set && echo 0000 | cictl pin 0 verify", 0,
          "CAM_PIN_CODE_STATUS_CORRECT"},
         {"cictl menu 1", 1, ""},
+        // A full disk. Who watches ends with the first signal that cannot be written.
+        {"cictl slots 2>&1 >/dev/full", 1, "cannot write to standard output"},
+        {SIMULATOR_PATH " ctl State 2>&1 >/dev/full", 1, "cannot write to standard output"},
+        {SIMULATOR_PATH " list 2>&1 >/dev/full", 1, "cannot write to standard output"},
+        {SIMULATOR_PATH " --help 2>&1 >/dev/full", 1, "cannot write to standard output"},
+        {"(until " SIMULATOR_PATH " ctl Subscriptions | grep -q SIGNAL_CI_CA_REPLY; do :; done; " SIMULATOR_PATH
+         " ctl RaiseSignal SIGNAL_CI_CA_REPLY) & timeout 20 " CICTL_PATH " watch CI_CA_REPLY 2>&1 >/dev/full",
+         1, "cannot write to standard output"},
     };
     std::string lines;
     for (const auto& test : cases)

@@ -255,6 +255,7 @@ TEST(Json, SaysWhatIsWrongAndWhere)
     EXPECT_EQ(read(5ull, "18446744073709551616"), "argument: an integer is needed, not a fraction");
     EXPECT_EQ(read(5, R"("5 ")"), "argument: \"5 \" is no integer");
     EXPECT_EQ(read(true, "2"), "argument: true or false is needed, not 2");
+    EXPECT_EQ(read(true, R"("2")"), "argument: true or false is needed, not \"2\"");
     EXPECT_EQ(read(TVSHandle(PROFILE_SUB, 3), R"("0:70000")"), "argument: 70000 is not within 0 to 65535");
     EXPECT_EQ(read(std::vector<unsigned char>{1}, R"("012")"),
               "argument: two hexadecimal digits are needed for byte 1");

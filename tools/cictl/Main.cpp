@@ -5,7 +5,6 @@
 #include "commandline/CommandLine.h"
 
 #include <cstdio>
-#include <iostream>
 #include <memory>
 
 namespace CIM::cictl
@@ -60,8 +59,7 @@ int Run(int argc, char** argv)
                         "Exit status: 0 answered, 1 refused, 2 wrong usage, 3 no daemon or no CI.",
                         CIAPI_VERSION, "verb", true},
                        commands, argc, argv);
-    std::cout.flush();
-    return std::cout ? status : Fail(EXIT_REFUSED, "cannot write to standard output");
+    return IsOutputWritten() ? status : Fail(EXIT_REFUSED, "cannot write to standard output");
 }
 } // namespace
 } // namespace CIM::cictl

@@ -1,5 +1,7 @@
 #include "cictl/Output.h"
 
+#include "cictl/Verb.h"
+
 #include "json/Scalars.h"
 
 #include <algorithm>
@@ -228,5 +230,9 @@ void PrintEvent(std::span<const TSField> fields, const TJson& record, bool asJso
         std::cout << '\n';
     }
     std::cout.flush();
+    if (!std::cout)
+    {
+        throw TCFailure(EXIT_REFUSED, "cannot write to standard output"); // nobody is there for the next one either
+    }
 }
 } // namespace CIM::cictl

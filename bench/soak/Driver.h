@@ -1,6 +1,5 @@
 #pragma once
 
-#include "soak/Children.h"
 #include "soak/Payload.h"
 #include "soak/Shared.h"
 
@@ -12,6 +11,9 @@
 
 namespace CIM::soak
 {
+/// A round without any trouble, in which a planted fault must show, is SMix{}; this makes one with trouble.
+SMix MakeMix(std::uint64_t seed, unsigned round);
+
 /// One round: a bus, a daemon and applications of its own, and what happens to them. Everything that it starts ends with
 /// it, and with the process. Bound to its thread, which must live as long.
 class TCRound
@@ -34,27 +36,20 @@ private:
         bool isKilled = false; ///< by this driver
         std::uint64_t leavingSince = 0;
     };
-    struct SStopped
-    {
-        pid_t process;
-        std::uint64_t until;
-        bool isTrouble;
-    };
 
+    SApplicationProcess& m_AnyApplication();
     void m_StartDaemon();
     void m_StartApplication(unsigned slot);
     void m_Schedule(unsigned perTenSeconds, const std::function<void()>& action);
+    void m_Tick(bool isEnding);
     void m_Stop(pid_t process);
-    void m_Continue(bool all);
-    void m_Forget(pid_t process);
-    void m_CheckExit(SApplicationProcess& application, const SApplicationSlot& told);
+    void m_Continue(pid_t process, bool isThere);
     void m_KillDaemon();
     void m_KillBus();
-    void m_KillApplication();
     void m_ArmExit();
-    void m_Reap(bool isEnding);
-    void m_CheckCalls();
-    void m_End();
+    void m_Reap(unsigned slot, bool isEnding);
+    void m_CheckExit(SApplicationProcess& application, const SApplicationSlot& told);
+    void m_CheckCalls(unsigned slot);
     void m_BeginTrouble();
     void m_EndTrouble();
 
@@ -68,7 +63,7 @@ private:
     bool m_isDaemonAwaited = false;
     unsigned m_troubles = 0;
     std::vector<SApplicationProcess> m_applications;
-    std::vector<SStopped> m_stopped;
+    std::map<pid_t, bool> m_stopped;                            ///< whether for so long that it is trouble
     std::multimap<std::uint64_t, std::function<void()>> m_plan; ///< by when it is due
 };
 } // namespace CIM::soak

@@ -1,14 +1,10 @@
 #pragma once
 
-#include "soak/Mix.h"
-
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
-
-#include <sys/types.h>
 
 // The memory that the driver, the daemon and the applications share: what they are told, what they have counted. It
 // outlives each of them, however it ends. Every member is lock-free, and zero is where each of them begins.
@@ -18,9 +14,8 @@ namespace CIM::soak
 inline constexpr unsigned LARGEST_APPLICATIONS = 16;
 inline constexpr unsigned LARGEST_THREADS = 16;
 
-/// The keys that applications subscribe to: one CI signal type of one pipeline each.
-inline constexpr unsigned SIGNAL_KEYS = 12;
-inline constexpr int FIRST_SIGNAL_TYPE = 17;
+/// Within which a call that is not answered ends: by the bus in most rounds, by the library itself in the others.
+inline constexpr unsigned REPLY_TIMEOUT_MS = 4'000;
 
 /// What can be wrong.
 enum EFinding : unsigned
@@ -44,7 +39,7 @@ enum EPlant : unsigned
 {
     PLANT_NONE,
     PLANT_SWAP,       ///< the daemon gives the answer of another question
-    PLANT_HANG,       ///< the daemon keeps silent, and the bus does not end the call
+    PLANT_HANG,       ///< the daemon keeps silent, and nobody ends the call
     PLANT_REFUSE,     ///< the daemon refuses a call that asked for no fault
     PLANT_LOSE,       ///< a signal does not reach the application's count
     PLANT_DOUBLE,     ///< a signal reaches it twice
@@ -68,33 +63,49 @@ enum EEnding : unsigned
     ENDING_COUNT,
 };
 
-struct SFigures
+/// What is counted, or of which the largest is kept.
+enum EFigure : unsigned
 {
-    using TCount = std::atomic<std::uint64_t>;
-
-    TCount calls;
-    TCount succeeded;
-    std::array<TCount, 16> failed; ///< as told, by ECallOutcome
-    TCount excused;                ///< failures that a process that was stopped or killed explains
-    TCount lies;                   ///< lies that were read exactly as they were told
-    TCount oneWay;                 ///< of the calls
-    TCount signalsSent;            ///< by the daemon
-    TCount signalsDelivered;       ///< by the bus, to subscribed applications
-    TCount signalsReceived;        ///< from the library
-    TCount signalsLost;
-    TCount signalsDoubled;
-    TCount signalsDisordered;
-    TCount forks;
-    std::array<TCount, ENDING_COUNT> endings;
-    TCount longestCallUs;
-    TCount descriptorDrift; ///< the largest
-    TCount memoryDriftKiB;  ///< the largest of what the heap has in use
-    TCount residentDriftKiB;
-    std::array<TCount, FINDING_COUNT> findings;
+    FIGURE_CALLS,
+    FIGURE_ONE_WAY, ///< of the calls
+    FIGURE_SUCCEEDED,
+    FIGURE_EXCUSED,   ///< failures that a process that was stopped or killed explains
+    FIGURE_SENT,      ///< signals, by the daemon
+    FIGURE_DELIVERED, ///< by the bus, to subscribed applications
+    FIGURE_RECEIVED,  ///< from the library
+    FIGURE_LOST,
+    FIGURE_DOUBLED,
+    FIGURE_DISORDERED,
+    FIGURE_FORKS,
+    FIGURE_ENDINGS,
+    FIGURE_LONGEST_CALL_MS = FIGURE_ENDINGS + ENDING_COUNT,
+    FIGURE_DESCRIPTORS, ///< more at the end of an application
+    FIGURE_HEAP_KIB,
+    FIGURE_RESIDENT_KIB,
+    FIGURE_COUNT,
 };
+const char* NameOf(EFigure figure);
 
-/// Keeps the greater of the two.
-void Raise(std::atomic<std::uint64_t>& most, std::uint64_t value);
+/// What a round does, all of it from its seed. Frequencies are per ten seconds, unless they say otherwise.
+struct SMix
+{
+    unsigned milliseconds = 30'000; ///< how long it lasts, unless enough is done before
+    unsigned largeCalls = 3;        ///< of 100'000
+    unsigned lyingCalls = 0;        ///< of 100'000
+    unsigned silentCalls = 0;       ///< of 100'000: each costs a thread a time-out
+    unsigned daemonStops = 0;
+    unsigned busStops = 0;
+    unsigned applicationStops = 0;
+    unsigned longStops = 0; ///< of 100: how many of the stops last longer than a reply is waited for
+    unsigned daemonKills = 0;
+    unsigned applicationKills = 0;
+    unsigned exits = 0; ///< under load, over all applications
+    unsigned forks = 0; ///< by each application
+    unsigned slowCallsUs = 0;
+    bool isBusKilled = false;  ///< at the end
+    bool isBusPatient = false; ///< does not end calls itself: the library's own time-out does
+    bool hasStranger = false;
+};
 
 /// What the driver watches of one application.
 struct SApplicationSlot
@@ -108,13 +119,14 @@ struct SApplicationSlot
     std::array<SThread, LARGEST_THREADS + 1> threads; ///< behind those that call: the one that subscribes
     std::atomic<unsigned> generation;                 ///< how many were here before
     std::atomic<unsigned> ending;                     ///< EEnding, asked for by the driver
-    std::atomic<unsigned> endingAfter;                ///< calls
     std::atomic<bool> isConnected;
     std::atomic<bool> isLeaving;
 };
 
 struct SShared
 {
+    using TCount = std::atomic<std::uint64_t>;
+
     // What the driver says before it starts anybody.
     std::uint64_t seed;
     unsigned round;
@@ -129,22 +141,32 @@ struct SShared
     std::atomic<unsigned> trouble;
     /// Within which a call must return, times without the processor not counted.
     std::atomic<unsigned> boundMs;
-    std::atomic<unsigned> planted;
+    std::atomic<bool> isHangPlanted;
     std::array<SApplicationSlot, LARGEST_APPLICATIONS> applications;
+    std::array<TCount, FIGURE_COUNT> figures;
+    std::array<TCount, 16> failed; ///< calls by ECallOutcome, as told
+    std::array<TCount, FINDING_COUNT> findings;
     std::array<std::atomic<unsigned>, FINDING_COUNT> shown; ///< in this round
-    SFigures figures;
 
+    void Count(EFigure figure, std::uint64_t more = 1) { figures[figure].fetch_add(more, std::memory_order_relaxed); }
+    /// Keeps the greater of the two.
+    void Raise(EFigure figure, std::uint64_t value);
+    /// Counts what is wrong and says so on standard error, with what is needed to repeat it.
+    __attribute__((format(printf, 3, 4))) void Find(EFinding finding, const char* format, ...);
     /// Whether a call between the two looks at trouble may have failed for it.
     static bool IsExcused(unsigned before, unsigned after) { return before != after || before % 2 != 0; }
 };
 
 /// Makes the memory, or takes it from a descriptor that was inherited. It stays until the process ends.
-/// \throws std::runtime_error when there is none
-SShared& MakeShared(int& descriptor);
+/// \throws std::system_error when there is none
+SShared& MakeShared();
 SShared& TakeShared(int descriptor);
 
-/// Counts what is wrong and says so on standard error, with what is needed to repeat it.
-__attribute__((format(printf, 3, 4))) void Find(SShared& shared, EFinding finding, const char* format, ...);
+/// Starts this program anew as one of the soak's processes, which dies with the thread that started it.
+/// \return 0 or less when it could not be started
+pid_t StartSelf(const char* role, unsigned number = 0);
+/// Behind a fork: lets this process die with the thread that made it.
+void DieWith(pid_t parent);
 
 std::uint64_t NowMs();
 } // namespace CIM::soak

@@ -1,10 +1,14 @@
 #include "soak/Signals.h"
 
+#include "support/ScriptedDaemon.h"
+
 #include <algorithm>
 #include <cinttypes>
+#include <cstring>
 #include <future>
 #include <glib.h>
 #include <limits>
+#include <stdexcept>
 
 namespace CIM::soak
 {
@@ -19,33 +23,33 @@ constexpr std::uint64_t PLANT_EVERY = 100;
 
 TCSignals* g_signals = nullptr;
 
-unsigned DaemonOf(TStamp stamp) { return static_cast<unsigned>(stamp >> 32); }
+constexpr const char* SIGNAL_INTERFACE = "com.kelvora.ciapi.SignalIFace";
 
 std::string RuleOf(unsigned key)
 {
-    return "path='/com/kelvora/ciapi/SignalObject', type='signal', interface='com.kelvora.ciapi.SignalIFace', "
-           "member='Signal', arg0='" +
-           std::to_string(SignalTypeOf(key)) + "', arg1='" + std::to_string(HandleOf(key)) + "'";
+    return std::string("path='/com/kelvora/ciapi/SignalObject', type='signal', interface='") + SIGNAL_INTERFACE +
+           "', member='Signal', arg0='" + std::to_string(SignalTypeOf(key)) + "', arg1='" +
+           std::to_string(HandleOf(key)) + "'";
 }
 } // namespace
 
 TCSignals::TCSignals(SApplication& application, unsigned thread) : m_application(application), m_thread(thread)
 {
+    TCDBusError error;
+    m_control = OpenSystemBus(error);
+    if (!m_control)
+    {
+        throw std::runtime_error(error.Text());
+    }
     g_signals = this;
     for (unsigned key = 0; key < SIGNAL_KEYS; ++key)
     {
         m_keys[key].delivered.reserve(EXPECTED_SIGNALS);
         m_keys[key].received.reserve(EXPECTED_SIGNALS);
-        dbus_bus_add_match(m_control, RuleOf(key).c_str(), nullptr);
+        dbus_bus_add_match(m_control.get(), RuleOf(key).c_str(), nullptr);
     }
     ReadControl(); // the rules stand
     m_subscriber = TCCIService::CISignalSubscriberInstance(m_OnSignal);
-}
-
-TCSignals::~TCSignals()
-{
-    dbus_connection_close(m_control);
-    dbus_connection_unref(m_control);
 }
 
 int TCSignals::m_OnSignal(ECISignalType type, EProfile profile, unsigned short handle, TSSignalData data,
@@ -53,22 +57,22 @@ int TCSignals::m_OnSignal(ECISignalType type, EProfile profile, unsigned short h
 {
     TStamp stamp = 0;
     std::memcpy(&stamp, data.bytes, sizeof stamp);
-    const unsigned key = static_cast<unsigned>(type - FIRST_SIGNAL_TYPE) * 3 + handle;
-    SApplication& application = g_signals->m_application;
-    if (type < FIRST_SIGNAL_TYPE || key >= SIGNAL_KEYS || profile != PROFILE_MAIN)
+    const unsigned key = KeyOf(stamp);
+    SShared& shared = g_signals->m_application.shared;
+    if (key >= SIGNAL_KEYS || type != SignalTypeOf(key) || handle != HandleOf(key) || profile != PROFILE_MAIN)
     {
-        Find(application.shared, FINDING_FOREIGN, "a signal of type %d, profile %d, handle %u", type, profile, handle);
+        shared.Find(FINDING_FOREIGN, "a signal of type %d, profile %d, handle %u", type, profile, handle);
         return 1;
     }
     const bool isPlanted = ++g_signals->m_count % PLANT_EVERY == 0;
-    const EPlant plant = isPlanted ? application.shared.plant : PLANT_NONE;
+    const EPlant plant = isPlanted ? shared.plant : PLANT_NONE;
     if (plant != PLANT_LOSE)
     {
         g_signals->m_Receive(key, stamp, userData);
     }
     if (plant == PLANT_DOUBLE || plant == PLANT_INVENT)
     {
-        g_signals->m_Receive(key, plant == PLANT_INVENT ? StampOf(STRANGER, 1) : stamp, userData);
+        g_signals->m_Receive(key, plant == PLANT_INVENT ? StampOf(STRANGER, key, 1) : stamp, userData);
     }
     return 1;
 }
@@ -79,17 +83,17 @@ void TCSignals::m_Receive(unsigned key, TStamp stamp, const void* userData)
     SKey& known = m_keys[key];
     if (DaemonOf(stamp) == STRANGER || DaemonOf(stamp) == 0 || (userData != nullptr && userData != &known))
     {
-        Find(shared, FINDING_FOREIGN, "signal %u came as %" PRIx64 " with %s user data", key, stamp,
-             userData == nullptr || userData == &known ? "its" : "another's");
+        shared.Find(FINDING_FOREIGN, "signal %u came as %" PRIx64 " with %s user data", key, stamp,
+                    userData == nullptr || userData == &known ? "its" : "another's");
         return;
     }
     const std::lock_guard lock(m_mutex);
     if (stamp <= known.last)
     {
         const bool isDouble = std::find(known.received.begin(), known.received.end(), stamp) != known.received.end();
-        (isDouble ? shared.figures.signalsDoubled : shared.figures.signalsDisordered).fetch_add(1);
-        Find(shared, FINDING_DISORDER, "signal %u: %" PRIx64 " came %s behind %" PRIx64, key, stamp,
-             isDouble ? "again" : "too late", known.last);
+        shared.Count(isDouble ? FIGURE_DOUBLED : FIGURE_DISORDERED);
+        shared.Find(FINDING_DISORDER, "signal %u: %" PRIx64 " came %s behind %" PRIx64, key, stamp,
+                    isDouble ? "again" : "too late", known.last);
         return;
     }
     known.last = stamp;
@@ -182,7 +186,7 @@ bool TCSignals::m_WaitForMainLoop()
     {
         if (std::chrono::steady_clock::now() > deadline)
         {
-            Find(m_application.shared, FINDING_STUCK, "the main loop does not come to an end of its signals");
+            m_application.shared.Find(FINDING_STUCK, "the main loop does not come to an end of its signals");
             return false;
         }
     }
@@ -191,33 +195,23 @@ bool TCSignals::m_WaitForMainLoop()
 
 void TCSignals::ReadControl()
 {
-    const TMessage question(
+    const TCMessagePtr question(
         dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "GetId"));
     // Behind the answer nothing is missing that was delivered before.
-    const TMessage answer(
-        dbus_connection_send_with_reply_and_block(m_control, question.get(), CONTROL_TIMEOUT_MS, nullptr));
-    while (const TMessage message{dbus_connection_pop_message(m_control)})
+    const TCMessagePtr answer(
+        dbus_connection_send_with_reply_and_block(m_control.get(), question.get(), CONTROL_TIMEOUT_MS, nullptr));
+    while (const TCMessagePtr message{dbus_connection_pop_message(m_control.get())})
     {
-        const char* type = nullptr;
-        const char* handle = nullptr;
-        dbus_int32_t length = 0;
-        const unsigned char* bytes = nullptr;
-        int size = 0;
-        if (dbus_message_get_type(message.get()) != DBUS_MESSAGE_TYPE_SIGNAL ||
-            !dbus_message_get_args(message.get(), nullptr, DBUS_TYPE_STRING, &type, DBUS_TYPE_STRING, &handle,
-                                   DBUS_TYPE_INT32, &length, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &bytes, &size,
-                                   DBUS_TYPE_INVALID) ||
-            size != 16)
+        TStamp stamp = 0;
+        const std::string payload = TCScriptedDaemon::Payload(message.get());
+        if (!dbus_message_is_signal(message.get(), SIGNAL_INTERFACE, "Signal") || payload.size() != 2 * sizeof stamp)
         {
             continue;
         }
-        TStamp stamp = 0;
-        std::memcpy(&stamp, bytes, sizeof stamp);
-        const unsigned key =
-            static_cast<unsigned>(std::stoi(type) - FIRST_SIGNAL_TYPE) * 3 + static_cast<unsigned>(std::stoi(handle));
-        if (key < SIGNAL_KEYS && DaemonOf(stamp) != STRANGER && m_keys[key].isSubscribed)
+        std::memcpy(&stamp, payload.data(), sizeof stamp);
+        if (KeyOf(stamp) < SIGNAL_KEYS && DaemonOf(stamp) != STRANGER && m_keys[KeyOf(stamp)].isSubscribed)
         {
-            m_keys[key].delivered.push_back(stamp);
+            m_keys[KeyOf(stamp)].delivered.push_back(stamp);
         }
     }
 }
@@ -246,13 +240,13 @@ void TCSignals::m_Compare(unsigned key, TStamp until)
             ++lost;
         }
     }
-    shared.figures.signalsDelivered.fetch_add(delivered);
-    shared.figures.signalsReceived.fetch_add(delivered - lost);
-    shared.figures.signalsLost.fetch_add(lost);
+    shared.Count(FIGURE_DELIVERED, delivered);
+    shared.Count(FIGURE_RECEIVED, delivered - lost);
+    shared.Count(FIGURE_LOST, lost);
     if (lost != 0)
     {
-        Find(shared, FINDING_LOST, "signal %u: %" PRIu64 " of %" PRIu64 " between %" PRIx64 " and %" PRIx64, key, lost,
-             delivered, *known.since, end);
+        shared.Find(FINDING_LOST, "signal %u: %" PRIu64 " of %" PRIu64 " between %" PRIx64 " and %" PRIx64, key, lost,
+                    delivered, *known.since, end);
     }
     // The other way round: nothing but what the bus delivered. The control's end may be the earlier one of a dead bus.
     for (const TStamp stamp : known.received)
@@ -260,7 +254,7 @@ void TCSignals::m_Compare(unsigned key, TStamp until)
         if (stamp > *known.since && stamp <= end && !mayEndEarly &&
             !std::binary_search(known.delivered.begin(), known.delivered.end(), stamp))
         {
-            Find(shared, FINDING_FOREIGN, "signal %u: the bus did not deliver %" PRIx64, key, stamp);
+            shared.Find(FINDING_FOREIGN, "signal %u: the bus did not deliver %" PRIx64, key, stamp);
         }
     }
 }

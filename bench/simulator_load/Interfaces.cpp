@@ -10,7 +10,7 @@
 // Eight threads call different interfaces for a while: every answer has to be that of its own question, and the
 // simulator has to have got every call.
 //
-//   ci-daemon-sim run -- soak [SECONDS]
+//   ci-daemon-sim run -- interface_soak [SECONDS]
 
 namespace CIM
 {
@@ -234,7 +234,7 @@ int main(int argc, char** argv)
     }
     catch (const std::exception& error)
     {
-        std::fprintf(stderr, "soak: %s\n", error.what());
+        std::fprintf(stderr, "interface_soak: %s\n", error.what());
         return 1;
     }
 }

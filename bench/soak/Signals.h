@@ -1,7 +1,8 @@
 #pragma once
 
 #include "soak/Application.h"
-#include "soak/Messages.h"
+
+#include "bus/Handles.h"
 
 #include <ciapi/CIService.h>
 
@@ -22,7 +23,6 @@ public:
     /// \param[in] thread  the place under which the driver watches this one's calls
     /// \throws std::runtime_error when there is no bus
     TCSignals(SApplication& application, unsigned thread);
-    ~TCSignals();
 
     /// Subscribes a key, or ends its subscription and checks what came.
     void Toggle(unsigned key);
@@ -52,7 +52,7 @@ private:
 
     SApplication& m_application;
     const unsigned m_thread;
-    DBusConnection* const m_control = Connect();
+    TCConnectionPtr m_control;
     std::mutex m_mutex; // guards what the callback writes
     std::array<SKey, SIGNAL_KEYS> m_keys;
     ICISignalSubscriber* m_subscriber = nullptr;

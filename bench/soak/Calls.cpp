@@ -9,7 +9,6 @@
 #include <cinttypes>
 #include <cstdlib>
 #include <cstring>
-#include <glib.h>
 #include <unistd.h>
 
 namespace CIM::soak
@@ -19,7 +18,6 @@ namespace
 constexpr std::uint32_t SMALL_PAYLOAD = 400;
 constexpr std::uint32_t MIDDLE_PAYLOAD = 64 * 1024;
 constexpr unsigned MIDDLE_ONE_IN = 300;
-constexpr unsigned SILENT_ONE_IN = 100'000; // each costs a thread as long as the bus waits
 constexpr unsigned ONE_WAY_ONE_IN = 50;
 constexpr unsigned CALLS_WITHOUT_BUS = 20; // what a lost bus answers is soon known
 
@@ -29,11 +27,10 @@ enum EExpected
     RIGHT,
     NOTHING, ///< no answer: the null answer, outputs as they were
     SEED,    ///< answered without anything readable: outputs as they were
-    HALF,    ///< of the bytes, without a tree; with one: as SEED
-    MAYBE_LIE,
+    HALF,    ///< of the bytes
 };
 
-/// What a fault comes to, without a tree around the bytes and with one.
+/// What a fault comes to: on the plain connection, to which an argument tree means nothing, and with a tree.
 struct SExpectation
 {
     EExpected raw;
@@ -45,47 +42,34 @@ constexpr SExpectation Always(EExpected expected, ECallOutcome outcome)
 {
     return {expected, outcome, expected, outcome};
 }
-constexpr SExpectation FULL = Always(RIGHT, CALL_OUTCOME_ANSWERED);
-// An argument tree means nothing to the plain connection: such a fault is not asked for there.
-constexpr SExpectation UNREADABLE = {RIGHT, CALL_OUTCOME_ANSWERED, SEED, CALL_OUTCOME_NOT_READABLE};
-constexpr std::array<SExpectation, FAULT_COUNT> EXPECTATIONS = {{
-    FULL,                                                           // none
-    FULL,                                                           // late
-    FULL,                                                           // twice
-    FULL,                                                           // unknown serial
-    Always(MAYBE_LIE, CALL_OUTCOME_ANSWERED),                       // forged
-    FULL,                                                           // longer
+constexpr SExpectation EXPECTATIONS[] = {
+    Always(RIGHT, CALL_OUTCOME_ANSWERED),                           // none
+    Always(RIGHT, CALL_OUTCOME_ANSWERED),                           // late
+    Always(RIGHT, CALL_OUTCOME_ANSWERED),                           // twice
+    Always(RIGHT, CALL_OUTCOME_ANSWERED),                           // unknown serial
     {HALF, CALL_OUTCOME_ANSWERED, SEED, CALL_OUTCOME_NOT_READABLE}, // shorter
-    {SEED, CALL_OUTCOME_ANSWERED, SEED, CALL_OUTCOME_NOT_READABLE}, // negative
     Always(NOTHING, CALL_OUTCOME_ERROR_REPLY),                      // error
     Always(NOTHING, CALL_OUTCOME_REFUSED),                          // refused
     Always(NOTHING, CALL_OUTCOME_NOT_READABLE),                     // empty
-    Always(NOTHING, CALL_OUTCOME_NOT_READABLE),                     // type of the status
-    Always(SEED, CALL_OUTCOME_NOT_READABLE),                        // type of the length
-    Always(SEED, CALL_OUTCOME_NOT_READABLE),                        // type of the bytes
-    UNREADABLE,
-    UNREADABLE,
-    UNREADABLE,
-    UNREADABLE,
-    UNREADABLE,                             // trees
-    Always(NOTHING, CALL_OUTCOME_NO_REPLY), // silent
-}};
+    Always(SEED, CALL_OUTCOME_NOT_READABLE),                        // a tree that is cut; not asked for without trees
+    Always(SEED, CALL_OUTCOME_NOT_READABLE),                        // one without a meaning; the same
+    Always(NOTHING, CALL_OUTCOME_NO_REPLY),                         // silent
+};
+static_assert(std::size(EXPECTATIONS) == FAULT_COUNT);
 
 /// What came of a call.
 struct SAnswer
 {
     int result = 0; ///< of an operation
     bool isTrue = false;
-    std::vector<unsigned char> bytes;
+    std::string bytes;
     TSCallOutcome outcome;
     bool isKnownToHang = false; ///< whatever came of it in the end
 };
 
 constexpr int NULL_RESULT = 0;
 constexpr int SEED_RESULT = -1;
-// Never destroyed: threads call while the process exits.
-const std::vector<unsigned char>& UNTOUCHED =
-    *new std::vector<unsigned char>{'a', 's', ' ', 'i', 't', ' ', 'w', 'a', 's'};
+constexpr std::string_view UNTOUCHED = "as it was";
 
 class TCCaller
 {
@@ -99,6 +83,7 @@ public:
 private:
     SRequest m_Choose(bool isTree);
     void m_CallOneWay();
+    void m_Count(ECallOutcome outcome, ECallOutcome wanted);
     SAnswer m_Do(const SRequest& request, short method, bool isTree);
     void m_Judge(const SRequest& request, short method, bool isTree, const SAnswer& answer, bool isExcused);
     bool m_IsAs(EExpected expected, const SRequest& request, short method, bool isTree, const SAnswer& answer);
@@ -108,7 +93,6 @@ private:
     const unsigned m_thread;
     TCRandom m_random;
     std::uint64_t m_number;
-    bool m_hasAskedSilence = false;
 };
 
 SRequest TCCaller::m_Choose(bool isTree)
@@ -133,11 +117,8 @@ SRequest TCCaller::m_Choose(bool isTree)
         request.fault = 1 + m_random.Below(isTree ? FAULT_SILENT - 1 : FAULT_TREE_CUT - 1);
         request.delayMs = request.fault == FAULT_LATE ? 1 + m_random.Below(200) : 0;
     }
-    const bool isSilent =
-        mix.isBusPatient ? m_thread == 0 && !m_hasAskedSilence : mix.lyingCalls != 0 && m_random.OneIn(SILENT_ONE_IN);
-    if (isSilent)
+    if (m_random.Below(100'000) < mix.silentCalls)
     {
-        m_hasAskedSilence = true;
         request.fault = FAULT_SILENT;
         request.delayMs = m_random.OneIn(2) ? m_shared.boundMs.load() : 0;
     }
@@ -146,29 +127,29 @@ SRequest TCCaller::m_Choose(bool isTree)
 
 SAnswer TCCaller::m_Do(const SRequest& request, short method, bool isTree)
 {
-    const std::vector<unsigned char> input = MakeRequest(request, method);
+    const std::string input = MakeRequest(request, method);
     SAnswer answer;
     const TCWatchedCall watch(m_application, m_thread, request.number);
     if (!isTree)
     {
         char* output = nullptr;
         int length = 0;
-        answer.isTrue =
-            IPCConnection__Call(CI_DEBUG_CONNECTION_NAME.c_str(), method, reinterpret_cast<const char*>(input.data()),
-                                static_cast<int>(input.size()), &output, &length);
+        answer.isTrue = IPCConnection__Call(CI_DEBUG_CONNECTION_NAME.c_str(), method, input.data(),
+                                            static_cast<int>(input.size()), &output, &length);
         answer.bytes.assign(output, output + length);
         IPCConnection__CallDisposeOutputBuffer(output);
     }
     else
     {
-        using TOperation =
-            int (ICIGeneral::*)(unsigned short, std::vector<unsigned char> const&, std::vector<unsigned char>&);
+        using TBytes = std::vector<unsigned char>;
+        using TOperation = int (ICIGeneral::*)(unsigned short, TBytes const&, TBytes&);
         constexpr TOperation OPERATIONS[] = {
             &ICIGeneral::EncryptUsingAesCbcWithSAK, &ICIGeneral::DecryptUsingAesEcbWithSEK,
             &ICIGeneral::EncryptUsingAesCbcWithSAKConcatDHSK, &ICIGeneral::ComputeSHA256ConcatDHSK};
-        answer.bytes = UNTOUCHED;
-        answer.result =
-            (TCCIService::CIGeneralInstance()->*OPERATIONS[method - FIRST_BYTES_METHOD])(7, input, answer.bytes);
+        TBytes output(UNTOUCHED.begin(), UNTOUCHED.end());
+        answer.result = (TCCIService::CIGeneralInstance()->*OPERATIONS[method - FIRST_BYTES_METHOD])(
+            7, TBytes(input.begin(), input.end()), output);
+        answer.bytes.assign(output.begin(), output.end());
     }
     answer.outcome = LastCallOutcome();
     answer.isKnownToHang = watch.IsKnownToHang();
@@ -177,25 +158,17 @@ SAnswer TCCaller::m_Do(const SRequest& request, short method, bool isTree)
 
 bool TCCaller::m_IsAs(EExpected expected, const SRequest& request, short method, bool isTree, const SAnswer& answer)
 {
-    const auto holds = [&](EMeaning meaning, std::size_t length)
+    const auto holds = [&](std::size_t length)
     {
-        const bool isResult = isTree ? answer.result == ResultOf(request.number, meaning) : answer.isTrue;
-        return isResult && answer.bytes.size() == length &&
-               AreBytesOf(request.number, method, meaning, answer.bytes.data(), length);
+        const bool isResult = isTree ? answer.result == ResultOf(request.number, MEANING_ANSWER) : answer.isTrue;
+        return isResult && answer.bytes == BytesOf(request.number, method, MEANING_ANSWER, length);
     };
     switch (expected)
     {
     case RIGHT:
-        return holds(MEANING_ANSWER, request.answerLength);
-    case MAYBE_LIE:
-        if (m_shared.mix.isBusLoose && holds(MEANING_LIE, request.answerLength))
-        {
-            m_shared.figures.lies.fetch_add(1);
-            return true;
-        }
-        return holds(MEANING_ANSWER, request.answerLength);
+        return holds(request.answerLength);
     case HALF:
-        return holds(MEANING_ANSWER, request.answerLength / 2);
+        return holds(request.answerLength / 2);
     case NOTHING:
         return isTree ? answer.result == NULL_RESULT && answer.bytes == UNTOUCHED
                       : !answer.isTrue && answer.bytes.empty();
@@ -214,21 +187,24 @@ bool IsTroubleTold(const TSCallOutcome& outcome)
            (outcome.outcome == CALL_OUTCOME_ERROR_REPLY && name.starts_with("org.freedesktop.DBus.Error."));
 }
 
+void TCCaller::m_Count(ECallOutcome outcome, ECallOutcome wanted)
+{
+    outcome == wanted ? m_shared.Count(FIGURE_SUCCEEDED) : void(m_shared.failed[outcome].fetch_add(1));
+}
+
 void TCCaller::m_Judge(const SRequest& request, short method, bool isTree, const SAnswer& answer, bool isExcused)
 {
     const SExpectation& row = EXPECTATIONS[request.fault];
     const EExpected expected = isTree ? row.tree : row.raw;
     const ECallOutcome outcome = isTree ? row.treeOutcome : row.rawOutcome;
-    const bool isAnswered = answer.outcome.outcome == CALL_OUTCOME_ANSWERED;
-    SFigures& figures = m_shared.figures;
-    (isAnswered ? figures.succeeded : figures.failed[answer.outcome.outcome]).fetch_add(1, std::memory_order_relaxed);
+    m_Count(answer.outcome.outcome, CALL_OUTCOME_ANSWERED);
     if ((isExcused || answer.isKnownToHang) && IsTroubleTold(answer.outcome) &&
         m_IsAs(NOTHING, request, method, isTree, answer))
     {
-        figures.excused.fetch_add(1, std::memory_order_relaxed);
+        m_shared.Count(FIGURE_EXCUSED);
         return;
     }
-    const bool isNamed = request.fault != FAULT_ERROR || (answer.outcome.errorName == "com.kelvora.soak.Error" &&
+    const bool isNamed = request.fault != FAULT_ERROR || (answer.outcome.errorName == ERROR_NAME &&
                                                           answer.outcome.errorText == std::to_string(request.number));
     const bool isRight = m_IsAs(expected, request, method, isTree, answer);
     if (isRight && answer.outcome.outcome == outcome && isNamed)
@@ -238,10 +214,10 @@ void TCCaller::m_Judge(const SRequest& request, short method, bool isTree, const
     // An answer that is none of those it may be is worse than a failure that nothing explains.
     const bool isFailure =
         !isRight && (m_IsAs(NOTHING, request, method, isTree, answer) || m_IsAs(SEED, request, method, isTree, answer));
-    Find(m_shared, isFailure || isRight ? FINDING_UNTOLD : FINDING_WRONG,
-         "call %" PRIx64 ", method %d, fault %u, %u bytes for %u: result %d/%d, %zu bytes, %s", request.number, method,
-         request.fault, request.length, request.answerLength, answer.result, answer.isTrue, answer.bytes.size(),
-         ToString(answer.outcome).c_str());
+    m_shared.Find(isFailure || isRight ? FINDING_UNTOLD : FINDING_WRONG,
+                  "call %" PRIx64 ", method %d, fault %u, %u bytes for %u: result %d/%d, %zu bytes, %s", request.number,
+                  method, request.fault, request.length, request.answerLength, answer.result, answer.isTrue,
+                  answer.bytes.size(), ToString(answer.outcome).c_str());
 }
 
 void TCCaller::m_CallOneWay()
@@ -250,18 +226,18 @@ void TCCaller::m_CallOneWay()
     const TCWatchedCall watch(m_application, m_thread, ++m_number);
     const int result = TCCIService::CIGeneralInstance()->EnterMenu(1, /*oneWay=*/true);
     const ECallOutcome outcome = LastCallOutcome().outcome;
-    m_shared.figures.oneWay.fetch_add(1, std::memory_order_relaxed);
-    (outcome == CALL_OUTCOME_SENT ? m_shared.figures.succeeded : m_shared.figures.failed[outcome]).fetch_add(1);
+    m_shared.Count(FIGURE_ONE_WAY);
+    m_Count(outcome, CALL_OUTCOME_SENT);
     if ((result != 1 || outcome != CALL_OUTCOME_SENT) && !SShared::IsExcused(before, m_shared.trouble.load()) &&
         !m_application.slot.isLeaving.load())
     {
-        Find(m_shared, FINDING_UNTOLD, "one-way call %" PRIx64 ": result %d, outcome %d", m_number, result, outcome);
+        m_shared.Find(FINDING_UNTOLD, "one-way call %" PRIx64 ": result %d, outcome %d", m_number, result, outcome);
     }
 }
 
 void TCCaller::Call()
 {
-    m_shared.figures.calls.fetch_add(1, std::memory_order_relaxed);
+    m_shared.Count(FIGURE_CALLS);
     if (m_random.OneIn(ONE_WAY_ONE_IN))
     {
         m_CallOneWay();
@@ -297,17 +273,16 @@ void Plant(EPlant plant, std::uint64_t call)
 } // namespace
 
 TCWatchedCall::TCWatchedCall(SApplication& application, unsigned thread, std::uint64_t number)
-    : m_thread(application.slot.threads[thread]), m_shared(application.shared),
-      m_since(static_cast<std::uint64_t>(g_get_monotonic_time()))
+    : m_thread(application.slot.threads[thread]), m_shared(application.shared)
 {
     m_thread.number.store(number, std::memory_order_relaxed);
-    m_thread.callSince.store(m_since / 1000);
+    m_thread.callSince.store(m_since);
 }
 
 TCWatchedCall::~TCWatchedCall()
 {
     m_thread.callSince.store(0);
-    Raise(m_shared.figures.longestCallUs, static_cast<std::uint64_t>(g_get_monotonic_time()) - m_since);
+    m_shared.Raise(FIGURE_LONGEST_CALL_MS, NowMs() - m_since);
 }
 
 std::optional<TFence> AskFence(SApplication& application, unsigned thread)
@@ -330,23 +305,16 @@ void MakeCalls(SApplication& application, unsigned thread, std::uint64_t seed, s
 {
     TCCaller caller(application, thread, seed, number);
     unsigned withoutBus = 0;
-    while (!application.isStopping.load())
+    while (!application.isStopping.load() && (!application.shared.isBusDead.load() || withoutBus++ < CALLS_WITHOUT_BUS))
     {
-        application.gate.Pass();
-        if (application.shared.isBusDead.load() && ++withoutBus > CALLS_WITHOUT_BUS)
-        {
-            break;
-        }
+        pthread_rwlock_rdlock(&application.calling);
         caller.Call();
-        const std::uint64_t calls = application.calls.fetch_add(1) + 1;
-        Plant(application.shared.plant, calls);
-        SApplicationSlot& slot = application.slot;
-        if (slot.ending.load(std::memory_order_relaxed) == ENDING_EXIT_THREAD && calls >= slot.endingAfter.load() &&
-            !slot.isLeaving.exchange(true))
+        pthread_rwlock_unlock(&application.calling);
+        Plant(application.shared.plant, ++application.calls);
+        if (application.IsToEnd(ENDING_EXIT_THREAD))
         {
             std::exit(0);
         }
     }
-    application.gate.Leave();
 }
 } // namespace CIM::soak
