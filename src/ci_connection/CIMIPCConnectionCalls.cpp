@@ -8,7 +8,7 @@
 #include "utils/CIAPIDebug.h"
 #include "utils/CIAPILog.h"
 
-#include <ciapi/CINames.h>
+#include <ciapi/CINameLiterals.h>
 
 #include <tvplatform/Sleep.h>
 #include <tvplatform/SystemInfo.h>
@@ -38,7 +38,7 @@ bool IsTVSSupported()
 {
     static std::atomic<int> cached{-1};
     bool supported = false;
-    if (cached.load() == -1 && system_info_get_custom_bool(CI_FMS_TVS_SUPPORTED.c_str(), &supported) == 0)
+    if (cached.load() == -1 && system_info_get_custom_bool(literals::CI_FMS_TVS_SUPPORTED, &supported) == 0)
     {
         cached.store(supported ? 1 : 0);
     }

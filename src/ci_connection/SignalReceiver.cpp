@@ -5,7 +5,7 @@
 #include "utils/CIAPIDebug.h"
 #include "utils/CIAPILog.h"
 
-#include <ciapi/CINames.h>
+#include <ciapi/CINameLiterals.h>
 
 #include <tvplatform/MessageBuffer.h>
 
@@ -65,7 +65,7 @@ const char* Unpack(DBusMessage* message, EIPCMessageType type, int& messageId, T
 } // namespace
 
 TCSignalReceiver::TCSignalReceiver(const std::string& interfaceName)
-    : m_interfaceName(interfaceName), m_trust(CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME)
+    : m_interfaceName(interfaceName), m_trust(literals::CI_SIGNAL_SUBSCRIBER_CONNECTION_NAME)
 {
 }
 

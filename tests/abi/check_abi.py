@@ -3,6 +3,7 @@
 
   check_abi.py slots LIBRARY    order and signatures of virtual operations, read from the vtables, against slots.txt
   check_abi.py exports LIBRARY  exported symbols, both ways, against exports.txt
+  check_abi.py load LIBRARY     nothing of it runs when it is loaded: no source file has constructors
   check_abi.py layout PROGRAM   how records lie in memory, as the program says, against layout.txt
   check_abi.py update-exports LIBRARY
                                 writes exports.txt anew, after symbols were added (or removed, with a new SOVERSION)
@@ -127,6 +128,13 @@ def exports(library):
     return {name for name in names if not name.startswith("vtable for CIM::I")}
 
 
+def check_load(library):
+    constructors = [line.split()[-1] for line in run("nm", library).splitlines() if "_GLOBAL__sub_I_" in line]
+    for name in constructors:
+        print(f"runs at load: {name.removeprefix('_GLOBAL__sub_I_')}")
+    return len(constructors)
+
+
 def differences(list_name, built, gone, new):
     listed = set((HERE / list_name).read_text().splitlines())
     for line in sorted(listed - built):
@@ -137,13 +145,15 @@ def differences(list_name, built, gone, new):
 
 
 def main():
-    if len(sys.argv) != 3 or sys.argv[1] not in ("slots", "exports", "layout", "update-exports"):
+    if len(sys.argv) != 3 or sys.argv[1] not in ("slots", "exports", "load", "layout", "update-exports"):
         sys.exit(__doc__)
     action, binary = sys.argv[1:]
     if action == "update-exports":
         (HERE / "exports.txt").write_text("".join(name + "\n" for name in sorted(exports(binary))))
     elif action == "slots":
         sys.exit(check_slots(binary) != 0)
+    elif action == "load":
+        sys.exit(check_load(binary) != 0)
     elif action == "exports":
         sys.exit(differences("exports.txt", exports(binary), "no longer exported", "exported and not listed") != 0)
     else:
