@@ -107,6 +107,7 @@ std::uint32_t TCCallRouter::m_NextSerial()
 }
 
 TCSocketWriter::EResult TCCallRouter::m_Write(const SRequest& request, std::uint32_t serial, TTime deadline)
+try
 {
     SetWireNumber(request.head.data() + WIRE_SERIAL_OFFSET, serial);
     std::array<iovec, 8> pieces;
@@ -130,6 +131,10 @@ TCSocketWriter::EResult TCCallRouter::m_Write(const SRequest& request, std::uint
         m_isOpen = false;
     }
     return result;
+}
+catch (const std::bad_alloc&) // joining
+{
+    return TCSocketWriter::EResult::NO_MEMORY;
 }
 
 // \return false: no memory
@@ -248,10 +253,9 @@ void TCCallRouter::m_Lead(SWaiter& leader, TTime deadline)
     for (;;)
     {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        const bool isLate = left.count() <= 0;
         pollfd waited = {m_socket, POLLIN, 0};
-        const bool isLate =
-            poll(&waited, 1, static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, INT_MAX))) == 0 &&
-            left.count() <= 0;
+        poll(&waited, 1, isLate ? 0 : static_cast<int>(std::min<std::int64_t>(left.count(), INT_MAX)));
         m_Read(leader);
         if (!IsOpen())
         {

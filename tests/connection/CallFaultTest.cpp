@@ -177,12 +177,20 @@ TEST_F(CallFaultTest, TimeIsOverForEachCallAndLateRepliesAreDropped)
 {
     std::vector<TMessage> requests;
     std::atomic<int> count{0};
+    std::atomic<bool> isOver{false};
+    TCScriptedDaemon* self = nullptr;
     TCScriptedDaemon daemon({CI_GENERAL_CONNECTION_NAME},
                             [&](const TMessage& request) -> TMessage
                             {
                                 requests.push_back(request);
+                                const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+                                while (count == 4 && !isOver && std::chrono::steady_clock::now() < end)
+                                {
+                                    self->Send(Echo(requests.front())); // there is always something to read
+                                }
                                 return ++count <= 3 ? nullptr : Echo(request);
                             });
+    self = &daemon;
     TCDBusError error;
     const TCConnectionPtr connection = OpenUnregisteredSystemBus(std::chrono::seconds(25), error);
     ASSERT_TRUE(connection) << error.Text();
@@ -216,6 +224,8 @@ TEST_F(CallFaultTest, TimeIsOverForEachCallAndLateRepliesAreDropped)
             daemon.Send(Echo(requests[static_cast<std::size_t>(late)]));
         }
         EXPECT_EQ(callDaemon(), "reply");
+        EXPECT_EQ(callDaemon(), "org.freedesktop.DBus.Error.NoReply");
+        isOver = true;
     }
 }
 
