@@ -93,7 +93,7 @@ void TCCIMIPCConnection::Retire()
 DBusConnection* TCCIMIPCConnection::t_CreateConnection()
 {
     TCDBusError error;
-    TCConnectionPtr connection = OpenSystemBus(error);
+    TCConnectionPtr connection = OpenCurrentSystemBus(error); // where the one for calls went
     if (!connection)
     {
         LogNoConnection(error);
