@@ -4,6 +4,7 @@
 #include "ci_connection/CallRouter.h"
 #include "ci_connection/CallTimeout.h"
 #include "ci_connection/Immortal.h"
+#include "ci_connection/Registration.h"
 #include "ci_connection/SignalReceiver.h"
 #include "utils/CIAPIDebug.h"
 #include "utils/CIAPILog.h"
@@ -12,7 +13,7 @@
 #include <tvplatform/Sleep.h>
 
 #include <array>
-#include <cstring>
+#include <optional>
 #include <utility>
 
 namespace CIM
@@ -29,26 +30,14 @@ void LogNoConnection(const TCDBusError& error)
                      error.Text());
 }
 
-// Registers with the bus. \return the unique name; with the error set, nothing
-std::string SayHello(TCCallRouter& router, TCDBusError& error)
+// The name to receive under, made from the unique name of the connection for calls.
+std::string MakeReceiverName(const std::string& uniqueName)
 {
-    const TCMessagePtr hello(
-        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "Hello"));
-    TCMessagePtr answer;
-    if (hello && router.Call(hello.get(), answer) == TCCallRouter::EResult::BROKEN)
-    {
-        dbus_set_error_const(error.Get(), DBUS_ERROR_DISCONNECTED, "Connection is closed");
-        return {};
-    }
-    if (!answer)
-    {
-        dbus_set_error_const(error.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory");
-        return {};
-    }
-    const char* name = nullptr;
-    const bool isNamed = !dbus_set_error_from_message(error.Get(), answer.get()) &&
-                         dbus_message_get_args(answer.get(), error.Get(), DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID);
-    return isNamed ? name : std::string();
+    std::array<char, BUS_NAME_SIZE> buffer{};
+    int size = BUS_NAME_SIZE - 1;
+    IPCUtility_GenerateSubConnectionName(uniqueName.c_str(), static_cast<int>(uniqueName.size()), buffer.data(), &size);
+    buffer.back() = '\0';
+    return buffer.data();
 }
 } // namespace
 
@@ -90,10 +79,11 @@ void TCCIMIPCConnection::Retire()
     m_receiver->Refuse();
 }
 
+// Authenticated, and not registered yet: of the bus's messages none was read.
 DBusConnection* TCCIMIPCConnection::t_CreateConnection()
 {
     TCDBusError error;
-    TCConnectionPtr connection = OpenCurrentSystemBus(error); // where the one for calls went
+    TCConnectionPtr connection = OpenUnregisteredSystemBus(CallTimeout(), error);
     if (!connection)
     {
         LogNoConnection(error);
@@ -101,62 +91,47 @@ DBusConnection* TCCIMIPCConnection::t_CreateConnection()
     return connection.release();
 }
 
-// Opens the connection for calls: libdbus authenticates, and from then on the router has the socket to itself.
-DBusConnection* TCCIMIPCConnection::m_CreateCallConnection()
-{
-    TCDBusError error;
-    TCConnectionPtr connection = OpenUnregisteredSystemBus(CallTimeout(), error);
-    int socket = -1;
-    if (connection && dbus_connection_get_unix_fd(connection.get(), &socket))
-    {
-        m_router = MakeImmortal<TCCallRouter>(socket, CallTimeout());
-        const std::string uniqueName = SayHello(*m_router, error);
-        if (!error.IsSet() && dbus_bus_set_unique_name(connection.get(), uniqueName.c_str()))
-        {
-            return connection.release();
-        }
-    }
-    LogNoConnection(error);
-    return nullptr;
-}
-
 bool TCCIMIPCConnection::m_Connect(bool attachToMainLoop)
 {
-    t_pAPIConnection = m_CreateCallConnection();
-    if (t_pAPIConnection == nullptr)
-    {
-        return false;
-    }
-    t_pMainLoopConnection = t_CreateConnection();
-    if (t_pMainLoopConnection == nullptr)
+    t_pAPIConnection = t_CreateConnection();
+    t_pMainLoopConnection = t_pAPIConnection != nullptr ? t_CreateConnection() : nullptr;
+    int socket = -1;
+    if (t_pMainLoopConnection == nullptr || !dbus_connection_get_unix_fd(t_pAPIConnection, &socket))
     {
         t_ReleaseAllConnections();
         return false;
     }
-    if (const char* const uniqueName = dbus_bus_get_unique_name(t_pAPIConnection))
-    {
-        std::array<char, BUS_NAME_SIZE> buffer{};
-        int size = BUS_NAME_SIZE - 1;
-        IPCUtility_GenerateSubConnectionName(uniqueName, static_cast<int>(std::strlen(uniqueName)), buffer.data(),
-                                             &size);
-        buffer.back() = '\0';
-        m_receiverName = buffer.data();
-    }
-
+    m_router = MakeImmortal<TCCallRouter>(socket, CallTimeout()); // from now on nobody else reads that socket
     TCDBusError error;
-    if (dbus_validate_bus_name(m_receiverName.c_str(), error.Get()))
+    TCDBusError nameError;
+    const auto registerCalls = [&]() -> std::optional<std::string>
     {
-        dbus_bus_request_name(t_pMainLoopConnection, m_receiverName.c_str(), DBUS_NAME_FLAG_REPLACE_EXISTING,
-                              error.Get());
-    }
-    if (!error.IsSet() &&
-        !dbus_connection_add_filter(t_pMainLoopConnection, t_MessageHandlerHelper, m_receiver, nullptr))
-    {
-        dbus_set_error_const(error.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory");
-    }
+        const std::string uniqueName = Register(*m_router, error);
+        if (!uniqueName.empty() && !dbus_bus_set_unique_name(t_pAPIConnection, uniqueName.c_str()))
+        {
+            dbus_set_error_const(error.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory");
+        }
+        if (error.IsSet())
+        {
+            return std::nullopt;
+        }
+        return m_receiverName = MakeReceiverName(uniqueName);
+    };
+    Register(t_pMainLoopConnection, registerCalls, CallTimeout(), error, nameError);
     if (error.IsSet())
     {
-        CIM_LOG_ERROR("[TCIPCManager::%s] Requesting name error (%s).", __func__, error.Text());
+        LogNoConnection(error);
+        t_ReleaseAllConnections();
+        return false;
+    }
+    if (!nameError.IsSet() &&
+        !dbus_connection_add_filter(t_pMainLoopConnection, t_MessageHandlerHelper, m_receiver, nullptr))
+    {
+        dbus_set_error_const(nameError.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory");
+    }
+    if (nameError.IsSet())
+    {
+        CIM_LOG_ERROR("[TCIPCManager::%s] Requesting name error (%s).", __func__, nameError.Text());
         t_ReleaseAllConnections();
         return false;
     }

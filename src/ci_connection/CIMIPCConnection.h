@@ -118,7 +118,6 @@ protected:
     DBusConnection* t_pMainLoopConnection = nullptr;
 
 private:
-    DBusConnection* m_CreateCallConnection();
     bool m_Connect(bool attachToMainLoop);
     bool m_IsUsable(const char* operation) const;
     void m_ChangeMatchRule(const char* change, EIPCMessageType type, int messageId, const TVSHandle& handle,

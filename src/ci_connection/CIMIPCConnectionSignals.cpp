@@ -1,4 +1,4 @@
-#include "bus/Handles.h"
+#include "bus/Pending.h"
 #include "ci_connection/CallRouter.h"
 #include "ci_connection/CIMIPCConnection.h"
 #include "ci_connection/SignalReceiver.h"
@@ -36,33 +36,20 @@ void KeepFailure(bool wasSent, const TCDBusError& error)
 void ChangeMatchRule(DBusConnection* connection, const char* change, const char* rule, std::chrono::milliseconds time,
                      TCDBusError& error)
 {
-    const TCMessagePtr request(
-        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, change));
-    DBusPendingCall* pending = nullptr;
-    bool isSent = request && dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &rule, DBUS_TYPE_INVALID);
-    if (isSent && time.count() == 0)
+    TCMessagePtr request(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, change));
+    if (request && !dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &rule, DBUS_TYPE_INVALID))
     {
-        dbus_message_set_no_reply(request.get(), TRUE);
-        isSent = dbus_connection_send(connection, request.get(), nullptr);
+        request.reset();
     }
-    else if (isSent)
+    if (time.count() > 0 || !request)
     {
-        isSent = dbus_connection_send_with_reply(connection, request.get(), &pending, static_cast<int>(time.count()));
-        if (isSent && pending == nullptr)
-        {
-            dbus_set_error_const(error.Get(), DBUS_ERROR_DISCONNECTED, "Connection is closed");
-        }
+        Answer(Ask(connection, request.get(), time, error), error);
+        return;
     }
-    if (!isSent)
+    dbus_message_set_no_reply(request.get(), TRUE);
+    if (!dbus_connection_send(connection, request.get(), nullptr))
     {
         dbus_set_error_const(error.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory");
-    }
-    if (pending != nullptr)
-    {
-        dbus_pending_call_block(pending);
-        const TCMessagePtr answer(dbus_pending_call_steal_reply(pending));
-        dbus_pending_call_unref(pending);
-        dbus_set_error_from_message(error.Get(), answer.get());
     }
 }
 } // namespace
