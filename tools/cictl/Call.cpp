@@ -7,7 +7,6 @@
 #include <ciapi/CISignalDataType.h>
 
 #include <algorithm>
-#include <iostream>
 #include <set>
 
 namespace CIM::cictl
@@ -91,7 +90,7 @@ bool ListWords(const TCArguments& arguments)
                                       argument.kind == EArgument::MANY;
             if (!isByPosition && arguments.Text("options") == verb.name)
             {
-                std::cout << "--" << argument.name << '\n';
+                Out() << "--" << argument.name << '\n';
             }
         }
     }
@@ -99,7 +98,7 @@ bool ListWords(const TCArguments& arguments)
     {
         for (const auto& signal : json::Enumeration<ECISignalType>().enumerators)
         {
-            std::cout << signal.name << '\n';
+            Out() << signal.name << '\n';
         }
     }
     if (arguments.Has("inputs"))
@@ -111,7 +110,7 @@ bool ListWords(const TCArguments& arguments)
             {
                 if (protocol::IsInput(parameter.word) && names.insert(parameter.name).second)
                 {
-                    std::cout << parameter.name << '\n';
+                    Out() << parameter.name << '\n';
                 }
             }
         }
@@ -204,7 +203,7 @@ EExit CallVerb(const TCArguments& arguments)
         values["oneWay"] = true;
     }
     operation.Check(values); // wrong arguments are told even where there is no daemon
-    TCDaemonAccess daemon;
+    TCDaemonAccess daemon(arguments.Timeout());
     return CallAndPrint(daemon, operation, values, arguments.IsJson());
 }
 
@@ -231,39 +230,34 @@ EExit ListVerb(const TCArguments& arguments)
             }
         }
     }
-    TJson list = TJson::array();
     for (const json::TCOperationForm* operation : operations)
     {
         if (arguments.IsSet("names"))
         {
-            std::cout << operation->FullName() << '\n';
+            Out() << operation->FullName() << '\n';
         }
         else if (arguments.IsJson())
         {
-            list.push_back(operation->Describe());
+            PrintJson(operation->Describe());
         }
         else
         {
             const TJson described = operation->Describe();
-            std::cout << operation->FullName() << "  (id " << operation->Id() << ") -> " << InWords(described["result"])
-                      << (operation->IsLocal() ? ", answered by the library itself" : "") << '\n';
+            Out() << operation->FullName() << "  (id " << operation->Id() << ") -> " << InWords(described["result"])
+                  << (operation->IsLocal() ? ", answered by the library itself" : "") << '\n';
             for (const TJson& parameter : described["parameters"])
             {
-                std::cout << "    " << InWords(parameter["direction"]) << "  " << InWords(parameter["name"]) << ": "
-                          << InWords(parameter["type"]) << (parameter.contains("secret") ? ", secret" : "") << '\n';
+                Out() << "    " << InWords(parameter["direction"]) << "  " << InWords(parameter["name"]) << ": "
+                      << InWords(parameter["type"]) << (parameter.contains("secret") ? ", secret" : "") << '\n';
                 if (operations.size() == 1 && parameter.contains("enumerations"))
                 {
                     for (const auto& enumeration : parameter["enumerations"].items())
                     {
-                        std::cout << "        " << enumeration.key() << ": " << InWords(enumeration.value()) << '\n';
+                        Out() << "        " << enumeration.key() << ": " << InWords(enumeration.value()) << '\n';
                     }
                 }
             }
         }
-    }
-    if (arguments.IsJson() && !arguments.IsSet("names"))
-    {
-        PrintJson(list);
     }
     return EXIT_ANSWERED;
 }
