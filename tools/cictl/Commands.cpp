@@ -29,7 +29,20 @@ constexpr std::string_view DELETING[] = {
 
 constexpr TSField COMMAND_FIELDS[] = {{"command", "command"}, {"values", "values"}};
 
-// "GetSlotsCount" as "get-slots-count"; runs of capitals stay together: "OPClearSchedule" as "op-clear-schedule".
+std::string InputNames(const json::TCOperationForm& operation)
+{
+    std::string names;
+    for (const json::TSParameter& parameter : operation.Parameters())
+    {
+        if (protocol::IsInput(parameter.word))
+        {
+            names += (names.empty() ? "" : " ") + std::string(parameter.name);
+        }
+    }
+    return names;
+}
+} // namespace
+
 std::string Dashed(std::string_view name)
 {
     const auto isUpper = [&](std::size_t i) { return i < name.size() && std::isupper(name[i]); };
@@ -46,19 +59,15 @@ std::string Dashed(std::string_view name)
     return dashed;
 }
 
-std::string InputNames(const json::TCOperationForm& operation)
+std::vector<std::pair<std::string, std::string>> PlayerActions()
 {
-    std::string names;
-    for (const json::TSParameter& parameter : operation.Parameters())
+    std::vector<std::pair<std::string, std::string>> actions;
+    for (const TSAction& action : PLAYER_ACTIONS)
     {
-        if (protocol::IsInput(parameter.word))
-        {
-            names += (names.empty() ? "" : " ") + std::string(parameter.name);
-        }
+        actions.emplace_back(action.name, action.operation);
     }
-    return names;
+    return actions;
 }
-} // namespace
 
 EExit PlayerVerb(const TCArguments& arguments)
 {

@@ -7,7 +7,7 @@
 #include <dbus/dbus.h>
 
 #include <algorithm>
-#include <iostream>
+#include <iterator>
 
 namespace CIM::cictl
 {
@@ -63,11 +63,11 @@ void Print(const TSFinding& finding, bool asJson)
         PrintEvent(FINDING_FIELDS, record, true);
         return;
     }
-    std::cout << InWords(finding.health) << std::string(9 - std::string_view(InWords(finding.health)).size(), ' ')
-              << finding.check << ": " << Harmless(finding.subject) << ": " << Harmless(finding.found) << '\n';
+    Out() << InWords(finding.health) << std::string(9 - std::string_view(InWords(finding.health)).size(), ' ')
+          << finding.check << ": " << Harmless(finding.subject) << ": " << Harmless(finding.found) << '\n';
     if (!finding.cure.empty())
     {
-        std::cout << "         -> " << Harmless(finding.cure) << '\n';
+        Out() << "         -> " << Harmless(finding.cure) << '\n';
     }
 }
 } // namespace
@@ -76,8 +76,7 @@ EExit DoctorVerb(const TCArguments& arguments)
 {
     bool isDaemonThere = false;
     TFindings findings = Versions();
-    const auto add = [&](TFindings more)
-    { std::move(more.begin(), more.end(), std::back_inserter(findings)); };
+    const auto add = [&](TFindings more) { std::move(more.begin(), more.end(), std::back_inserter(findings)); };
     const bool isHere = HostName().empty();
     if (isHere)
     {

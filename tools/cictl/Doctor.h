@@ -23,7 +23,7 @@ struct TSFinding
     const char* check;   ///< what kind of thing
     std::string subject; ///< which one: a file, a key, a bus name
     std::string found;
-    std::string cure; ///< one sentence; empty when there is nothing to cure
+    std::string cure;             ///< one sentence; empty when there is nothing to cure
     EExit status = EXIT_ANSWERED; ///< when it is wrong: what a verb would end with for it
 };
 
@@ -31,6 +31,9 @@ using TFindings = std::vector<TSFinding>;
 
 /// What the set says of itself in its feature keys, and where that was looked for.
 TFindings ExamineFeatureKeys();
+
+/// Whether the places of key files can be read without waiting: a pipe in the place of one would wait for ever.
+bool CanReadFeatureKeys();
 
 /// The readiness marker. \param[in] isDaemonThere  whether anybody owns a bus name of the daemon
 TFindings ExamineMarker(bool isDaemonThere);

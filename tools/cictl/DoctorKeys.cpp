@@ -71,7 +71,7 @@ TSFinding Examine(const TSPlace& place)
         return {place.isNamed ? EHealth::WARNING : EHealth::OK, CHECK, place.path, "not there",
                 place.isNamed ? "Let TVPLATFORM_SYSTEM_INFO name a file that is there, or unset it." : ""};
     }
-    if (!S_ISREG(status.st_mode)) // reading it might wait for ever
+    if (!S_ISREG(status.st_mode))
     {
         return Wrong(CHECK, place.path, "is no file", "Put a key file in its place, or take it away.");
     }
@@ -132,15 +132,27 @@ TSFinding Examine(const TSKey& key, const std::string& place)
 }
 } // namespace
 
+bool CanReadFeatureKeys()
+{
+    const std::vector<TSPlace> places = Places();
+    return std::all_of(places.begin(), places.end(),
+                       [](const TSPlace& place)
+                       {
+                           struct stat status
+                           {
+                           };
+                           return stat(place.path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
+                       });
+}
+
 TFindings ExamineFeatureKeys()
 {
     TFindings findings;
-    bool canRead = true;
+    const bool canRead = CanReadFeatureKeys();
     const std::vector<TSPlace> places = Places();
     for (const TSPlace& place : places)
     {
         findings.push_back(Examine(place));
-        canRead = canRead && findings.back().found != "is no file";
     }
     const TSKey keys[] = {
         {CI_FMS_NUM_OF_CI, true, true, ""},
@@ -171,7 +183,8 @@ TFindings ExamineMarker(bool isDaemonThere)
         return {{EHealth::OK, CHECK, path, "there", ""}};
     }
     int model = 0;
-    const bool isNeeded = system_info_get_custom_int(CI_FMS_TV_MODEL_TYPE.c_str(), &model) == 0 &&
+    const bool isNeeded = CanReadFeatureKeys() &&
+                          system_info_get_custom_int(CI_FMS_TV_MODEL_TYPE.c_str(), &model) == 0 &&
                           model == MODEL_TYPE_WITH_LATE_DAEMON;
     if (!isNeeded)
     {
@@ -181,7 +194,7 @@ TFindings ExamineMarker(bool isDaemonThere)
                                  ? "Wait until the daemon has written it, or let CIAPI_DAEMON_READY_FILE name the "
                                    "file that it writes."
                                  : "Start the CI daemon, which writes it.";
-    return {{EHealth::WRONG, CHECK, path, "not there: on a set of this model the library calls nobody without it",
-             cure, EXIT_NO_DAEMON}};
+    return {{EHealth::WRONG, CHECK, path, "not there: on a set of this model the library calls nobody without it", cure,
+             EXIT_NO_DAEMON}};
 }
 } // namespace CIM::cictl

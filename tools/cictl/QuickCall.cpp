@@ -11,8 +11,8 @@ json::TJson QuickCall(TCBus& bus, const json::TCOperationForm& operation, const 
 {
     const std::string name = json::FindInterface(operation.InterfaceName())->ConnectionName();
     const std::string payload = operation.RequestFromJson(arguments);
-    const TCMessagePtr call(dbus_message_new_method_call(name.c_str(), protocol::CALL_OBJECT_PATH, name.c_str(),
-                                                         protocol::CALL_MEMBER));
+    const TCMessagePtr call(
+        dbus_message_new_method_call(name.c_str(), protocol::CALL_OBJECT_PATH, name.c_str(), protocol::CALL_MEMBER));
     protocol::SCallEnvelope request;
     request.header = protocol::HeaderOf(protocol::CALL_FLAG_HELLO, operation.Id());
     request.length = static_cast<std::int32_t>(payload.size());
@@ -20,8 +20,8 @@ json::TJson QuickCall(TCBus& bus, const json::TCOperationForm& operation, const 
     request.program = "cictl";
     request.payload = {payload.data(), request.length};
     AppendArguments(call.get(), request);
-    const TCMessagePtr reply(dbus_connection_send_with_reply_and_block(bus.Get(), call.get(),
-                                                                       static_cast<int>(time.count()), error.Get()));
+    const TCMessagePtr reply(
+        dbus_connection_send_with_reply_and_block(bus.Get(), call.get(), static_cast<int>(time.count()), error.Get()));
     if (!reply)
     {
         return nullptr;

@@ -70,6 +70,11 @@ std::span<const TSVerb> Verbs()
           {"timeout", EArgument::OPTION, "give up after that many seconds, with the exit status 6"},
           JSON},
          WaitVerb},
+        {"doctor",
+         "look at everything that CI needs on this set; say what is wrong and how to cure it, and end with the exit "
+         "status of what is wrong first",
+         {JSON},
+         DoctorVerb},
         {"trace",
          "print every call, reply and signal on the bus, by name; needs the bus's permission to monitor",
          {{"count", EArgument::OPTION, "end after that many messages"},
