@@ -27,7 +27,8 @@ std::size_t HangingIndent(const std::string& line, std::size_t column)
     {
         return described;
     }
-    return begin == column && column > 0 ? begin : begin + (begin > 0 ? 0 : line.starts_with("Usage:") ? 7 : 0);
+    const bool isUsage = line.starts_with("Usage: ") || line.starts_with("usage: ");
+    return isUsage ? 7 : begin;
 }
 
 template <class T>

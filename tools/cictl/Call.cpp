@@ -19,6 +19,8 @@ constexpr TSField ANSWER_FIELDS[] = {
     {"outputs", "outputs"},
 };
 
+constexpr TSField STATUS_FIELDS[] = {{"status", "status"}, {"name", "name"}, {"meaning", "meaning"}};
+
 // An operation by "INTERFACE.NAME"; several when the name alone does not tell.
 std::vector<const json::TCOperationForm*> FindOperations(const std::string& text)
 {
@@ -209,6 +211,16 @@ EExit CallVerb(const TCArguments& arguments)
 
 EExit ListVerb(const TCArguments& arguments)
 {
+    if (arguments.IsSet("statuses"))
+    {
+        TJson records = TJson::array();
+        for (const TSExit& exit : Exits())
+        {
+            records.push_back({{"status", exit.status}, {"name", exit.name}, {"meaning", exit.help}});
+        }
+        PrintTable(STATUS_FIELDS, records, arguments.IsJson());
+        return EXIT_ANSWERED;
+    }
     if (ListWords(arguments))
     {
         return EXIT_ANSWERED;

@@ -206,9 +206,10 @@ bool TCSignals::Run(unsigned milliseconds)
     {
         g_source_remove(timeout);
     }
-    if (m_thrown)
+    const std::exception_ptr thrown = std::exchange(m_thrown, nullptr);
+    if (thrown && !IsInterrupted()) // Ctrl-C also ends an ssh to the bus
     {
-        std::rethrow_exception(std::exchange(m_thrown, nullptr));
+        std::rethrow_exception(thrown);
     }
     return !m_isTimeOver;
 }

@@ -95,6 +95,7 @@ std::span<const TSVerb> Verbs()
          {{"interface", EArgument::OPTIONAL, "such as ICIGeneral, or ICIGeneral.EnterMenu"},
           {"names", EArgument::FLAG, "only the operations' names, for shell completion"},
           {"signals", EArgument::FLAG, "only the signals' names"},
+          {"statuses", EArgument::FLAG, "what cictl exits with, and what that means"},
           {"inputs", EArgument::OPTION, "only the names of an operation's inputs"},
           {"options", EArgument::OPTION, "only the options of a verb"},
           JSON},
