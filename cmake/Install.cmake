@@ -30,8 +30,10 @@ install(FILES ${CMAKE_BINARY_DIR}/ciapi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/p
 foreach(program IN ITEMS ci-daemon-sim cictl)
   if(TARGET ${program})
     install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    # Where each shell looks for what completes the words of a program.
+    install(FILES packaging/completion/bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+      RENAME ${program})
+    install(FILES packaging/completion/zsh DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions RENAME _${program})
+    install(FILES packaging/completion/${program}.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
   endif()
 endforeach()
-if(TARGET ci-daemon-sim)
-  install(FILES packaging/completion/ci-daemon-sim DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
-endif()

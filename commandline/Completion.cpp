@@ -103,7 +103,7 @@ TCandidates ForCommand(const TSProgram& program, const TSCommand& command, std::
             ++i; // its value, if it is not the one that is typed
         }
     }
-    if (isBehindDashes && options.ComeFirst())
+    if (isBehindDashes) // a command of its own
     {
         return FileCandidates(place.typed);
     }
@@ -139,19 +139,13 @@ TCandidates Complete(const TSProgram& program, std::span<const TSCommand> comman
     }
     const auto named = std::find_if(commands.begin(), commands.end(),
                                     [&](const TSCommand& command) { return command.name == words.front(); });
-    const bool isFirst = words.size() == 1;
-    if (!isFirst && named != commands.end())
+    if (words.size() == 1)
+    {
+        found = CommandNames(program, commands);
+    }
+    else if (named != commands.end())
     {
         found = ForCommand(program, *named, words.subspan(1), values);
-    }
-    else if (isFirst || words.front().starts_with('-'))
-    {
-        found = isFirst ? CommandNames(program, commands) : TCandidates();
-        if (!program.needsCommand)
-        {
-            TCandidates more = ForCommand(program, commands.front(), words, values);
-            std::move(more.begin(), more.end(), std::back_inserter(found));
-        }
     }
     std::erase_if(found, [&](const TSCandidate& candidate) { return !candidate.word.starts_with(words.back()); });
     return found;

@@ -1,3 +1,4 @@
+#include "Candidates.h"
 #include "Commands.h"
 
 #include <cstdio>
@@ -8,11 +9,13 @@ int main(int argc, char** argv)
     using namespace CIM::sim;
     try
     {
-        const int status = CIM::RunCommandLine(
-            {"ci-daemon-sim",
-             "A CI daemon and its CAMs without a TV: owns the daemon's bus names and answers every call.",
-             CIAPI_VERSION, "command", false},
-            Commands(), argc, argv);
+        const CIM::TSProgram program = {
+            "ci-daemon-sim",
+            "A CI daemon and its CAMs without a TV: owns the daemon's bus names and answers every call.", CIAPI_VERSION,
+            "command", false};
+        const bool isAnswered = CIM::AnswerCompletion(
+            argc, argv, [&](const auto& words) { return CIM::Complete(program, Commands(), words, &Candidates); });
+        const int status = isAnswered ? 0 : CIM::RunCommandLine(program, Commands(), argc, argv);
         if (!CIM::IsOutputWritten())
         {
             throw std::runtime_error("cannot write to standard output");

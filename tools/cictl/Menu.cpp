@@ -316,7 +316,7 @@ private:
     unsigned char m_slot;
     unsigned m_patience;
     TCSignals m_signals;
-    TCInputLines m_lines;
+    TCInputLines& m_lines = StandardInput();
     std::unique_ptr<TCHiddenInput> m_hidden;
     EPage m_page = EPage::NONE;
     TJson m_content;

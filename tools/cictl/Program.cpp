@@ -5,6 +5,7 @@
 #include "cictl/Output.h"
 #include "cictl/SecretWords.h"
 #include "cictl/Verb.h"
+#include "cictl/Worker.h"
 
 #include <algorithm>
 #include <memory>
@@ -95,18 +96,22 @@ int Run(int argc, char** argv)
 
 } // namespace
 
-int RunCommandLine(int argc, char** argv)
+int RunCommandLine(int argc, char** argv, const TCTell& tell)
 {
     if (AnswerCompletion(argc, argv, [](std::span<const std::string> words) { return CompleteWords(words); }))
     {
         return EXIT_ANSWERED;
+    }
+    if (argc == 3 && std::string_view(argv[1]) == "--serve-shell")
+    {
+        return ServeShell(argv[2]);
     }
     HideSecretWords(argc, argv);
     // Known before the command line is parsed, which may fail. No verb takes this word for anything else.
     const bool asJson = std::find(argv + 1, argv + std::max(argc, 1), std::string_view("--json")) != argv + argc;
     const auto fail = [&](EExit status, const std::string& message)
     {
-        PrintFailure(status, message, asJson);
+        tell(status, message, asJson);
         return status;
     };
     int status = EXIT_ANSWERED;

@@ -68,6 +68,7 @@ TCSecret CheckedLine(std::string_view line, const char* where)
 
 void HideSecretWords(int argc, char** argv)
 {
+    HiddenWords().clear();
     int first = 1;
     while (first < argc && argv[first][0] == '-')
     {
@@ -94,6 +95,23 @@ void HideSecretWords(int argc, char** argv)
             Hide("source", argv[i]);
         }
     }
+}
+
+bool MayHoldSecret(std::span<const std::string> words)
+{
+    std::size_t place = 0;
+    for (std::size_t i = 1; i < words.size(); ++i)
+    {
+        const std::string_view word = words[i];
+        const std::size_t sign = word.find('=');
+        place += word.starts_with("--") ? 0 : 1;
+        if ((sign != word.npos && IsSecretName(word.substr(0, sign)) && !IsPointer(word.substr(sign + 1))) ||
+            (words.front() == "pin" && place > 2 && !word.starts_with("--") && !IsPointer(word)))
+        {
+            return true;
+        }
+    }
+    return false;
 }
 
 TCSecret WordBehind(const std::string& name, const std::string& word)
@@ -145,10 +163,10 @@ TCSecret TCSecretInput::Line(const std::string& prompt)
     {
         std::fprintf(stderr, "%s: ", prompt.c_str());
     }
-    std::optional<std::string> line = m_lines.Await(MOST_BYTES);
+    std::optional<std::string> line = StandardInput().Await(MOST_BYTES);
     if (!line)
     {
-        throw TCFailure(EXIT_USAGE, m_lines.IsAtEnd()
+        throw TCFailure(EXIT_USAGE, StandardInput().IsAtEnd()
                                         ? "standard input has no line for this: " + prompt
                                         : "the line is longer than " + std::to_string(MOST_BYTES) + " bytes");
     }

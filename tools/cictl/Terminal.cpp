@@ -95,6 +95,12 @@ TCHiddenInput::~TCHiddenInput()
     }
 }
 
+TCInputLines& StandardInput()
+{
+    static TCInputLines lines;
+    return lines;
+}
+
 TCInputLines::~TCInputLines() { Wipe(m_bytes); }
 
 bool TCInputLines::Read()

@@ -37,5 +37,8 @@ private:
     bool m_isAtEnd = false;
 };
 
+/// The one that all of a process share: what one has read beyond its line is there for the next.
+TCInputLines& StandardInput();
+
 bool IsTerminal();
 } // namespace CIM::cictl

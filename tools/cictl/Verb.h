@@ -71,6 +71,8 @@ std::span<const TSVerb> Verbs();
 // The handlers, one source for each group.
 EExit ListVerb(const TCArguments& arguments);
 EExit CallVerb(const TCArguments& arguments);
+EExit RunVerb(const TCArguments& arguments);
+EExit ShellVerb(const TCArguments& arguments);
 EExit DoctorVerb(const TCArguments& arguments);
 EExit WatchVerb(const TCArguments& arguments);
 EExit WaitVerb(const TCArguments& arguments);

@@ -70,6 +70,18 @@ std::span<const TSVerb> Verbs()
           {"timeout", EArgument::OPTION, "give up after that many seconds, with the exit status 6"},
           JSON},
          WaitVerb},
+        {"run",
+         "run verbs from a file, a line each; the first that fails ends it, with its exit status. Words are quoted as "
+         "in "
+         "a shell, # begins a comment. expect TEXT: the output of the verb before contains it. expect --json "
+         "MEMBER=VALUE...: a line of it has these members. expect-status N: what the verb behind ends with",
+         {{"file", EArgument::NEEDED, "the file; - for standard input"}},
+         RunVerb},
+        {"shell",
+         "read verbs from the terminal: with a history, completion, and the daemon's signals as they come; not from a "
+         "terminal, the same as run -",
+         {},
+         ShellVerb},
         {"doctor",
          "look at everything that CI needs on this set; say what is wrong and how to cure it, and end with the exit "
          "status of what is wrong first",
