@@ -142,7 +142,10 @@ public:
                                     {
                                         isTold = true;
                                         m_recorder.Add(message);
-                                        PrintFailure(failed, Place() + message, asJson);
+                                        if (failed != expected || asJson) // the latter is part of the output
+                                        {
+                                            PrintFailure(failed, Place() + message, asJson);
+                                        }
                                     });
         if (status == expected)
         {

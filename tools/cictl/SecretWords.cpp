@@ -163,10 +163,11 @@ TCSecret TCSecretInput::Line(const std::string& prompt)
     {
         std::fprintf(stderr, "%s: ", prompt.c_str());
     }
-    std::optional<std::string> line = StandardInput().Await(MOST_BYTES);
+    TCInputLines& input = StandardInput();
+    std::optional<std::string> line = input.Await(MOST_BYTES);
     if (!line)
     {
-        throw TCFailure(EXIT_USAGE, StandardInput().IsAtEnd()
+        throw TCFailure(EXIT_USAGE, input.IsAtEnd()
                                         ? "standard input has no line for this: " + prompt
                                         : "the line is longer than " + std::to_string(MOST_BYTES) + " bytes");
     }

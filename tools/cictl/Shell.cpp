@@ -144,8 +144,13 @@ public:
             m_editor.Remember(line);
         }
         m_interrupt = g_unix_signal_add(SIGINT, &s_OnInterrupt, this);
+        m_end = g_unix_signal_add(SIGTERM, &s_OnEnd, this);
     }
-    ~TCShell() { g_source_remove(m_interrupt); }
+    ~TCShell()
+    {
+        g_source_remove(m_interrupt);
+        g_source_remove(m_end);
+    }
     TCShell(const TCShell&) = delete;
     TCShell& operator=(const TCShell&) = delete;
 
@@ -153,11 +158,15 @@ public:
     {
         while (true)
         {
+            if (m_isEnding)
+            {
+                return EXIT_TERMINATED;
+            }
             m_news.Listen();
             std::optional<std::string> line = m_editor.Read();
-            if (!line)
+            if (!line || m_isEnding)
             {
-                return EXIT_ANSWERED;
+                return m_isEnding ? EXIT_TERMINATED : EXIT_ANSWERED;
             }
             const json::TCWipeAtEnd wipe(*line);
             try
@@ -269,12 +278,21 @@ private:
         return G_SOURCE_CONTINUE;
     }
 
+    static gboolean s_OnEnd(gpointer self)
+    {
+        static_cast<TCShell*>(self)->m_isEnding = true;
+        static_cast<TCShell*>(self)->m_editor.Interrupt();
+        return G_SOURCE_CONTINUE;
+    }
+
     TCHistory m_history;
     TCLineEditor m_editor;
     TCWorker m_worker;
     std::vector<std::string> m_held;
     bool m_isBusy = false;
+    bool m_isEnding = false;
     guint m_interrupt = 0;
+    guint m_end = 0;
     TCNews m_news;
 };
 } // namespace

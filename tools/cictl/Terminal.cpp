@@ -98,6 +98,7 @@ TCHiddenInput::~TCHiddenInput()
 TCInputLines& StandardInput()
 {
     static TCInputLines lines;
+    lines.m_isAtEnd = lines.m_isAtEnd && !IsTerminal(); // who ends one input there may begin another
     return lines;
 }
 

@@ -33,6 +33,8 @@ public:
     bool IsAtEnd() const { return m_isAtEnd; }
 
 private:
+    friend TCInputLines& StandardInput();
+
     std::string m_bytes;
     bool m_isAtEnd = false;
 };
