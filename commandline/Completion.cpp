@@ -88,7 +88,6 @@ TCandidates ForCommand(const TSProgram& program, const TSCommand& command, std::
         const std::string& word = words[i];
         const bool isOption = word.starts_with('-') && word.size() > 1 && !isBehindDashes &&
                               !(options.ComeFirst() && !place.words.empty());
-        place.option.clear();
         if (!isOption)
         {
             place.words.push_back(word);
@@ -99,8 +98,11 @@ TCandidates ForCommand(const TSProgram& program, const TSCommand& command, std::
         }
         else if (options.TakesValue(word))
         {
-            place.option = word.substr(word.find_first_not_of('-'));
-            ++i; // its value, if it is not the one that is typed
+            if (i + 2 == words.size()) // its value is what is typed
+            {
+                place.option = word.substr(word.find_first_not_of('-'));
+            }
+            ++i;
         }
     }
     if (isBehindDashes) // a command of its own

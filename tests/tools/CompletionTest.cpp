@@ -71,18 +71,24 @@ TEST(Completion, KnowsWhatMayStandWhere)
         {CICTL_PATH, {"watch", "--"}, {"--count\tend after that many signals", "!--yes\t"}},
         {CICTL_PATH, {"watch", "--profile", "PROFILE_MA"}, {"PROFILE_MAIN\t0"}},
         {CICTL_PATH, {"watch", "--profile=PROFILE_MA"}, {"--profile=PROFILE_MAIN\t0"}},
-        {CICTL_PATH, {"watch", "--count", "1", "CI_CA_R"}, {"CI_CA_REPLY\t", "!SIGNAL_"}},
+        {CICTL_PATH, {"watch", "--count", "1", "CA_R"}, {"CA_REPLY\t", "!SIGNAL_"}},
+        {CICTL_PATH, {"watch", "CI_CA_R"}, {"CI_CA_REPLY\t"}},
         {CICTL_PATH, {"watch", "SIGNAL_CI_CA_R"}, {"SIGNAL_CI_CA_REPLY\t"}},
         {CICTL_PATH, {"list", "ICIGen"}, {"ICIGeneral.\t"}},
         {CICTL_PATH, {"call", "general.EnterM"}, {"general.EnterMenu\tslot"}},
-        {CICTL_PATH, {"call", "ICIOperatorProfile.GetInstalledOperatorProfiles"},
-         {"ICIOperatorProfile.GetInstalledOperatorProfiles#map\t", "ICIOperatorProfile.GetInstalledOperatorProfiles#list\t"}},
-        {CICTL_PATH, {"call", "general.AnswerMmiEnquiry", "slot=0", ""},
+        {CICTL_PATH,
+         {"call", "ICIOperatorProfile.GetInstalledOperatorProfiles"},
+         {"ICIOperatorProfile.GetInstalledOperatorProfiles#map\t",
+          "ICIOperatorProfile.GetInstalledOperatorProfiles#list\t"}},
+        {CICTL_PATH,
+         {"call", "general.AnswerMmiEnquiry", "slot=0", ""},
          {"answerId=\tEMmiAnswerId", "answer=\ttext, secret", "!slot="}},
-        {CICTL_PATH, {"call", "general.AnswerMmiEnquiry", "answerId=MMI_ANSWER_ID_C"},
+        {CICTL_PATH,
+         {"call", "general.AnswerMmiEnquiry", "answerId=MMI_ANSWER_ID_C"},
          {"answerId=MMI_ANSWER_ID_CANCEL\t0"}},
         {CICTL_PATH, {"call", "general.AnswerMmiEnquiry", "flag="}, {"flag=true\t", "flag=false\t"}},
-        {CICTL_PATH, {"call", "general.VerifyCamPin", "pin=@" + pin},
+        {CICTL_PATH,
+         {"call", "general.VerifyCamPin", "pin=@" + pin},
          {"pin=@" + pin + ".txt\t", "pin=@" + pin + "ned/\t"}},
         {CICTL_PATH, {"call", "general.EnterMenu", "slot="}, {"!"}}, // without a daemon nobody knows
         {CICTL_PATH, {"pin", "0", "ver"}, {"verify\thave the CAM say whether a PIN is right"}},
@@ -204,13 +210,13 @@ TEST(Completion, WorksInZsh)
     const SPrograms programs;
     std::filesystem::copy(COMPLETION_FOLDER "/zsh", programs.folder.File("_cictl"));
     std::ofstream(programs.folder.File(".zshrc")) << "fpath=($HOME $fpath); autoload -U compinit; compinit -u -D\n"
-                                                     "unsetopt zle_bracketed_paste prompt_cr prompt_sp; PS1='re''ady> '\n";
+                                                     "unset zle_bracketed_paste; PS1='re''ady> '\n";
     const TCEnvironmentVariable configuration("ZDOTDIR", programs.folder.Path().string());
     const TSRun run = RunInTerminal({"zsh", "-i"}, {{"ready> ", "cictl list ICIGen\t"},
                                                     {"ICIGeneral.", "EnterMe\t\n"},
                                                     {"(id 11)", ""},
                                                     {"ready> ", "ci-daemon-sim play two-\t--help\n"},
-                                                    {"two-slots --help", ""},
+                                                    {"--journal", ""},
                                                     {"ready> ", "exit\n"}});
     EXPECT_EQ(run.status, 0) << run.output;
     EXPECT_THAT(run.output, HasSubstr("ICIGeneral.EnterMenu  (id"));

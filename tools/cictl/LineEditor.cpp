@@ -8,6 +8,7 @@
 #include <clocale>
 #include <cstdio>
 #include <cwchar>
+#include <fcntl.h>
 #include <string_view>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -53,7 +54,10 @@ void TCLineEditor::SDelete::operator()(struct history* lines) const { history_en
 
 TCLineEditor::TCLineEditor(std::string prompt, std::function<TCandidates(const std::string& text)> complete)
     : m_prompt(std::move(prompt)), m_complete(std::move(complete)), m_history(history_init()),
-      m_editor(el_init("cictl", stdin, stdout, stderr))
+      m_editor(el_init("cictl", stdin, stdout, stderr)),
+      // Of its own, because what makes it not block would do so for whoever else reads the terminal: an interruption
+      // takes back what was there to be read.
+      m_terminal(open("/dev/tty", O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC))
 {
     // Of the user's terminal; where nothing is known about it, most are UTF-8.
     if (std::setlocale(LC_CTYPE, "") == nullptr || MB_CUR_MAX == 1)
@@ -76,7 +80,13 @@ TCLineEditor::TCLineEditor(std::string prompt, std::function<TCandidates(const s
     el_source(editor, nullptr); // ~/.editrc
 }
 
-TCLineEditor::~TCLineEditor() = default;
+TCLineEditor::~TCLineEditor()
+{
+    if (m_terminal >= 0)
+    {
+        close(m_terminal);
+    }
+}
 
 TCLineEditor& TCLineEditor::s_Self(editline* editor)
 {
@@ -122,12 +132,13 @@ std::optional<std::string> TCLineEditor::Read()
 int TCLineEditor::s_ReadCharacter(editline* editor, wchar_t* character)
 {
     TCLineEditor& self = s_Self(editor);
+    const int terminal = self.m_terminal >= 0 ? self.m_terminal : STDIN_FILENO;
     std::mbstate_t state{};
     while (!self.m_isInterrupted)
     {
         bool isReadable = false;
         const guint source = g_unix_fd_add(
-            STDIN_FILENO, static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
+            terminal, static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
             [](gint, GIOCondition, gpointer flag) -> gboolean
             {
                 *static_cast<bool*>(flag) = true;
@@ -144,7 +155,7 @@ int TCLineEditor::s_ReadCharacter(editline* editor, wchar_t* character)
             break;
         }
         char byte = 0;
-        const ssize_t count = read(STDIN_FILENO, &byte, 1);
+        const ssize_t count = read(terminal, &byte, 1);
         if (count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN))
         {
             return 0;

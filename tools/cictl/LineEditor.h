@@ -49,8 +49,8 @@ private:
     };
     std::unique_ptr<struct history, SDelete> m_history;
     std::unique_ptr<editline, SDelete> m_editor;
+    int m_terminal;
     bool m_isReading = false;
     bool m_isInterrupted = false;
-    bool m_isAtEnd = false;
 };
 } // namespace CIM::cictl

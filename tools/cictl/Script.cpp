@@ -114,9 +114,9 @@ public:
     explicit TCScript(std::string name) : m_name(std::move(name)), m_recorder(Out()) {}
 
     /// \return what the script ends with, when the line ends it
-    std::optional<EExit> Run(std::string line)
+    std::optional<EExit> Run(std::string line, std::size_t number)
     {
-        ++m_line;
+        m_line = number;
         const json::TCWipeAtEnd wipe(line);
         std::vector<std::string> words;
         try
@@ -141,7 +141,7 @@ public:
                                     [&](EExit failed, const std::string& message, bool asJson)
                                     {
                                         isTold = true;
-                                        m_recorder.Add(message);
+                                        m_recorder.Add(message + "\n");
                                         if (failed != expected || asJson) // the latter is part of the output
                                         {
                                             PrintFailure(failed, Place() + message, asJson);
@@ -274,7 +274,7 @@ int RunWords(std::vector<std::string>& words, const TCTell& tell)
     return status;
 }
 
-EExit RunScript(const std::string& name, const std::function<std::optional<std::string>()>& next)
+EExit RunScript(const std::string& name, const std::function<std::optional<TSLine>()>& next)
 {
     static int depth = 0;
     if (depth == MOST_DEPTH)
@@ -285,10 +285,10 @@ EExit RunScript(const std::string& name, const std::function<std::optional<std::
     const std::unique_ptr<int, void (*)(int*)> leave(&depth, [](int* counted) { --*counted; });
     std::optional<EExit> end;
     TCScript script(name);
-    std::optional<std::string> line;
+    std::optional<TSLine> line;
     while (!end && (line = next()))
     {
-        end = script.Run(std::move(*line));
+        end = script.Run(std::move(line->text), line->number);
     }
     return end.value_or(EXIT_ANSWERED);
 }
@@ -296,7 +296,13 @@ EExit RunScript(const std::string& name, const std::function<std::optional<std::
 EExit RunStandardInput()
 {
     TCInputLines& input = StandardInput();
-    const EExit exit = RunScript("standard input", [&] { return input.Await(MOST_LINE_BYTES); });
+    const EExit exit =
+        RunScript("standard input",
+                  [&]() -> std::optional<TSLine>
+                  {
+                      std::optional<std::string> line = input.Await(MOST_LINE_BYTES);
+                      return line ? std::optional<TSLine>({std::move(*line), input.Taken()}) : std::nullopt;
+                  });
     if (exit == EXIT_ANSWERED && !input.IsAtEnd())
     {
         throw TCFailure(EXIT_USAGE, "a line is longer than " + std::to_string(MOST_LINE_BYTES) + " bytes");
@@ -316,8 +322,9 @@ EExit RunVerb(const TCArguments& arguments)
     {
         throw TCFailure(EXIT_USAGE, path + ": " + std::strerror(errno));
     }
+    std::size_t number = 0;
     const EExit exit = RunScript(path,
-                                 [&]() -> std::optional<std::string>
+                                 [&]() -> std::optional<TSLine>
                                  {
                                      std::string line;
                                      if (!std::getline(file, line))
@@ -328,7 +335,7 @@ EExit RunVerb(const TCArguments& arguments)
                                      {
                                          line.pop_back();
                                      }
-                                     return line;
+                                     return TSLine{std::move(line), ++number};
                                  });
     if (file.bad())
     {

@@ -16,9 +16,15 @@ std::vector<std::string> WordsOf(const std::string& line);
 /// Runs one line of verb and arguments, and wipes the words. \return its exit status
 int RunWords(std::vector<std::string>& words, const TCTell& tell = &PrintFailure);
 
+struct TSLine
+{
+    std::string text;
+    std::size_t number; ///< from 1
+};
+
 /// Runs lines until one fails. \param[in] name  of where they come from, for messages
 /// \param[in] next  gives the next line, or nothing at the end
-EExit RunScript(const std::string& name, const std::function<std::optional<std::string>()>& next);
+EExit RunScript(const std::string& name, const std::function<std::optional<TSLine>()>& next);
 
 /// The lines of standard input. What a verb reads of it, such as a PIN, are the lines behind its own.
 EExit RunStandardInput();

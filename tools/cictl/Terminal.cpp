@@ -128,6 +128,7 @@ std::optional<std::string> TCInputLines::Take()
     {
         return std::nullopt;
     }
+    ++m_taken;
     std::string line = m_bytes.substr(0, end);
     std::string rest = end == std::string::npos ? std::string() : m_bytes.substr(end + 1);
     Wipe(m_bytes);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -31,11 +32,14 @@ public:
     /// The same, but waits for the line. \return nothing when the input has ended or has more bytes without a line end
     std::optional<std::string> Await(std::size_t mostBytes);
     bool IsAtEnd() const { return m_isAtEnd; }
+    /// How many lines have been taken.
+    std::size_t Taken() const { return m_taken; }
 
 private:
     friend TCInputLines& StandardInput();
 
     std::string m_bytes;
+    std::size_t m_taken = 0;
     bool m_isAtEnd = false;
 };
 
