@@ -52,7 +52,8 @@ TEST(Script, RunsUntilTheFirstThatFails)
         {"expect-status refused\ninfo 7\nexpect no slot 7\nslots\n", 0, "", "Kelvora"},
         {"expect-status 6\ninfo 7\n", 1, "FILE:2: info ended with the status 1, not 6\n", ""},
         {"expect-status 1\nslots\n", 1, "FILE:2: slots ended with the status 0, not 1\n", ""},
-        {"expect-status 1\ninfo 7 --json\nexpect --json error.name=refused error.status=1\n", 0, "", "\"error\""},
+        {"expect-status 1\ninfo 7 --json\nexpect --json error.name=refused error.status=1\n", 0,
+         "FILE:2: there is no slot 7\n", "\"error\""},
         {"slots --json\nexpect --json slot=0 status=CAM_STATUS_READY\nexpect --json slot=1\n", 0, "",
          "{\"version\":1,"},
         {"slots --json\nexpect --json slot=1 status=CAM_STATUS_READY\n", 1, "no line of the output of slots has", ""},
@@ -175,16 +176,15 @@ TEST(Shell, EndsAVerbThatADaemonDoesNotAnswer)
 {
     const TCTempFolder folder;
     const TCEnvironmentVariable state("XDG_STATE_HOME", folder.File("state"));
+    std::ofstream(folder.File("script")) << "slots\ncall debug.GetSlotsCount\n";
     const TSRun run =
         RunInTerminal({SIMULATOR_PATH, "run", "--fault", R"({"operation": "ICIDebug.GetSlotsCount", "kind": "never"})",
-                       "--", "sh", "-c", "\"" CICTL_PATH "\" shell; echo \"@ $?\""},
-                      {{"cictl> ", "slots\ncall debug.GetSlotsCount\n"},
-                       {"call debug", "\x03"},
-                       {"^C", ""},
+                       "--", CICTL_PATH, "shell"},
+                      {{"cictl> ", "run " + folder.File("script") + "\n"}, // which says when it has begun
+                       {"CAM_STATUS_NO_CAM", "\x03"},
                        {"cictl> ", "slots\n"},
                        {"CAM_STATUS_NO_CAM", ""},
-                       {"cictl> ", "\x04"},
-                       {"@ 0", ""}});
+                       {"cictl> ", "\x04"}});
     EXPECT_EQ(run.status, 0) << run.output;
 }
 } // namespace CIM
