@@ -45,15 +45,23 @@ std::vector<ECISignalType> SignalsFromWords(const std::vector<std::string>& word
 void SubscribeSlots(TCDaemonAccess& daemon, TCSignals& signals, const std::vector<ECISignalType>& types)
 {
     constexpr unsigned MOST_SLOTS = 12; // the bus allows 512 rules
-    const TJson answer = daemon.Call("ICIGeneral", "GetCiSlotStatus", {{"selection", 0}});
     std::set<unsigned short> slots{0};
-    for (const auto& entry : answer["outputs"]["statuses"].items())
+    try
     {
-        const unsigned long slot = std::stoul(entry.key());
-        if (slot < MOST_SLOTS)
+        const TJson answer = daemon.Call("ICIGeneral", "GetCiSlotStatus", {{"selection", 0}});
+        const TJson statuses = answer.at("outputs").at("statuses");
+        for (const auto& entry : statuses.items())
         {
-            slots.insert(static_cast<unsigned short>(slot));
+            const unsigned long slot = std::stoul(entry.key());
+            if (slot < MOST_SLOTS)
+            {
+                slots.insert(static_cast<unsigned short>(slot));
+            }
         }
+    }
+    catch (const TCFailure& failure)
+    {
+        std::fprintf(stderr, "cictl: only slot 0 is subscribed: %s\n", Harmless(failure.what()).c_str());
     }
     for (const unsigned short slot : slots)
     {
