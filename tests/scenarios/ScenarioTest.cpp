@@ -92,7 +92,7 @@ TEST(ScenarioFile, ErrorsNameLineColumnPlaceAndWhatIsWrong)
         {step("{ \"remove\": { \"slot\": 2 } }"),
          {"f:6:27: timeline[0].remove.slot: there is no such slot; there are 2"}},
         {step(R"({ "signal": { "type": "SIGNAL_CI_CA_REPLY", "code": "CAM_MODE_CI" } })"),
-         {"f:6:59: timeline[0].signal.code: CAM_MODE_CI means nothing here in SIGNAL_CI_CA_REPLY; there are "
+         {"f:6:57: timeline[0].signal.code: CAM_MODE_CI means nothing here in SIGNAL_CI_CA_REPLY; there are "
           "CA_REPLY_"}},
         {step("{ \"insert\": { \"slot\": 1 } }"), {"f:6:17: timeline[0].insert: \"cam\" is missing"}},
         {step("{ \"insert\": { \"cam\": \"none\" } }"), {"timeline[0].insert.cam: the name of a CAM"}},

@@ -35,7 +35,7 @@ TCAllSignals::TCAllSignals(std::function<void(const protocol::SSignal&)> handler
         m_senders[owner] = true;
     }
     m_Add("type='signal',path='" + CI_SIGNAL_SUBSCRIBER_OBJECT_NAME + "',interface='" +
-          CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME + "'");
+          CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME + "',member='" + protocol::SIGNAL_KINDS[IPC_MESSAGE_SIGNAL].member + "'");
 }
 
 void TCAllSignals::m_Add(const std::string& rule)
