@@ -147,7 +147,8 @@ TEST(CictlWithSimulator, WaitsForWhatHoldsAndForWhatComes)
         // The first two are others: another code, another value. The third is it.
         {then("SIGNAL_CI_CA_REPLY",
               raise + "1 '' 1 0x71 5 7; " + raise + "1 '' 1 0x73 5 8; " + raise + "1 '' 1 0x73 5 0xfffffffe") +
-             "cictl wait signal=CI_CA_REPLY,slot=1,code=0x73,id=5,value=-2 --timeout 20",
+             "cictl wait signal=CI_CA_REPLY,slot=1,code=CA_REPLY_NOT_POSSIBLE_TECHNICAL,id=5,value=0xfffffffe "
+             "--timeout 20",
          0, ""},
         {then("SIGNAL_CI_CA_REPLY", raise + "1 '' 1 0x71 5 7") +
              "cictl wait signal=CI_CA_REPLY,handle=1,code=0x73 --timeout 0.5",

@@ -1,9 +1,9 @@
-#include "cictl/Condition.h"
 #include "cictl/Output.h"
 #include "cictl/Signals.h"
 #include "cictl/Time.h"
 #include "cictl/Verb.h"
 
+#include "json/Signals.h"
 #include "json/ToJson.h"
 
 #include <cstring>
@@ -22,7 +22,7 @@ std::vector<ECISignalType> SignalsFromWords(const std::vector<std::string>& word
     std::vector<ECISignalType> types;
     for (const std::string& word : words)
     {
-        types.push_back(SignalFromWord(word));
+        types.push_back(json::SignalTypeFromJson(word, json::TCJsonPath("type")));
     }
     if (words.empty())
     {
@@ -50,18 +50,6 @@ TJson Record(const TSSignal& signal)
             {"bytes", signal.data.bytes}};
 }
 } // namespace
-
-ECISignalType SignalFromWord(const std::string& word)
-{
-    for (const char* prefix : {"", "SIGNAL_", "SIGNAL_CI_"})
-    {
-        if (const auto type = EnumValue<ECISignalType>(prefix + word))
-        {
-            return *type;
-        }
-    }
-    return json::FromJson<ECISignalType>(word, json::TCJsonPath("type"));
-}
 
 EExit WatchVerb(const TCArguments& arguments)
 {
