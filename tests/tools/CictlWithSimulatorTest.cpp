@@ -153,14 +153,14 @@ TEST(CictlWithSimulator, WaitsForWhatHoldsAndForWhatComes)
         {then("SIGNAL_CI_CA_REPLY", raise + "1 '' 1 0x71 5 7") +
              "cictl wait signal=CI_CA_REPLY,handle=1,code=0x73 --timeout 0.5",
          6, ""},
-        // What held no longer does.
-        {then("SIGNAL_CI_CA_REPLY", ctl + "RemoveCam 0; " + raise + "0") +
-             "cictl wait slot0.ready and signal=CI_CA_REPLY --timeout 1 --json",
-         6, "not hold: slot0.ready\""},
         // A daemon that goes is waited for, and asked anew.
         {then("SIGNAL_CI_CA_REPLY", ctl + "Restart 300") +
              "cictl wait 'signal=CI_CAM_READY_STATUS_CHANGED,code=1 or signal=CI_CA_REPLY' --timeout 20 --json",
          0, R"("met":["signal=CI_CAM_READY_STATUS_CHANGED,code=1"])"},
+        // What held no longer does.
+        {then("SIGNAL_CI_CA_REPLY", ctl + "RemoveCam 0; " + raise + "0") +
+             "cictl wait slot0.ready and signal=CI_CA_REPLY --timeout 1 --json",
+         6, "not hold: slot0.ready\""},
     };
     RunCases(cases);
 }
