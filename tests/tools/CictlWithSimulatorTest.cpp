@@ -149,7 +149,8 @@ TEST(CictlWithSimulator, WaitsForWhatHoldsAndForWhatComes)
         // The first two are others: another code, another value. The third is it.
         {then("SIGNAL_CI_CA_REPLY",
               raise + "1 '' 1 0x71 5 7; " + raise + "1 '' 1 0x73 5 8; " + raise + "1 '' 1 0x73 5 0xfffffffe") +
-             "cictl wait signal=CI_CA_REPLY,slot=1,code=0x73,id=5,value=-2 --timeout 20",
+             "cictl wait signal=CI_CA_REPLY,slot=1,code=CA_REPLY_NOT_POSSIBLE_TECHNICAL,id=5,value=0xfffffffe "
+             "--timeout 20",
          0, ""},
         {then("SIGNAL_CI_CA_REPLY", raise + "1 '' 1 0x71 5 7") +
              "cictl wait signal=CI_CA_REPLY,handle=1,code=0x73 --timeout 0.5",
@@ -158,6 +159,10 @@ TEST(CictlWithSimulator, WaitsForWhatHoldsAndForWhatComes)
         {then("SIGNAL_CI_CA_REPLY", ctl + "Restart 300") +
              "cictl wait 'signal=CI_CAM_READY_STATUS_CHANGED,code=1 or signal=CI_CA_REPLY' --timeout 20 --json",
          0, R"("met":["signal=CI_CAM_READY_STATUS_CHANGED,code=1"])"},
+        // What held no longer does.
+        {then("SIGNAL_CI_CA_REPLY", ctl + "RemoveCam 0; " + raise + "0") +
+             "cictl wait slot0.ready and signal=CI_CA_REPLY --timeout 1 --json",
+         6, "not hold: slot0.ready\""},
     };
     RunCases(cases);
 }

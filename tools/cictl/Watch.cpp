@@ -1,4 +1,3 @@
-#include "cictl/Condition.h"
 #include "cictl/Dissector.h"
 #include "cictl/Output.h"
 #include "cictl/Signals.h"
@@ -25,7 +24,7 @@ std::vector<ECISignalType> SignalsFromWords(const std::vector<std::string>& word
     std::vector<ECISignalType> types;
     for (const std::string& word : words)
     {
-        types.push_back(SignalFromWord(word));
+        types.push_back(json::SignalTypeFromJson(word, json::TCJsonPath("type")));
     }
     if (words.empty())
     {
@@ -75,11 +74,6 @@ void SubscribeSlots(TCDaemonAccess& daemon, TCSignals& signals, const std::vecto
     }
 }
 } // namespace
-
-ECISignalType SignalFromWord(const std::string& word)
-{
-    return json::SignalTypeFromJson(word, json::TCJsonPath("type"));
-}
 
 EExit WatchVerb(const TCArguments& arguments)
 {
