@@ -17,7 +17,7 @@ _cictl()
         return
     fi
     if [[ -z $verb ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$(cictl --commands 2>/dev/null)" -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W "$(cictl --commands 2>/dev/null) -H --help --version" -- "$current")
         return
     fi
     if [[ $current == -* ]]; then
