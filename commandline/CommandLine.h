@@ -76,10 +76,10 @@ struct TSProgram
     const char* description;
     const char* version;
     const char* commandWord; ///< what its help calls a command
-    bool needsCommand;       ///< otherwise the first one is what runs without
 };
 
-/// Parses the command line and runs what it asks for; prints what --help, --version and --commands ask for.
+/// Parses the command line and runs what it asks for; prints what --help, --version and --commands ask for. Without any
+/// word the help goes to standard error: it is wrong usage.
 /// \return the exit status
 /// \throws TCUsageError  also from the command
 int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands, int argc, char** argv);

@@ -93,14 +93,22 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         std::vector<std::string> arguments;
         const char* text;
     } cases[] = {
-        {{}, "subcommand"},
         {{"frobnicate"}, "no verb \"frobnicate\""},
+        {{"slot"}, "no verb \"slot\"; did you mean slots?"},
+        {{"slots", "--jason"}, "did you mean --json?"},
         {{"slots", "extra"}, "extra"},
         {{"menu", "256"}, "slot: a number from 0 to 255"},
         {{"menu", "x"}, "slot: a number"},
         {{"pin", "0", "guess"}, "verify or set"},
         {{"call", "ICIGeneral"}, "no INTERFACE.OPERATION"},
         {{"call", "ICIGeneral.Frob"}, "no operation Frob"},
+        {{"call", "ICIGeneral.GetMmiTxt"}, "did you mean ICIGeneral.GetMmiText?"},
+        {{"call", "ICIGenral.GetMmiText", "slot=0"}, "did you mean ICIGeneral.GetMmiText?"},
+        {{"call", "GetMmiText", "slot=0"}, "did you mean ICIGeneral.GetMmiText?"},
+        {{"call", "ICIGeneral.GetMmiText", "slit=0"}, "did you mean slot?"},
+        {{"list", "ICIGenerl"}, "did you mean ICIGeneral?"},
+        {{"decode", "ICIGenerl", "00"}, "did you mean ICIGeneral?"},
+        {{"debug", "factory-rest"}, "did you mean factory-reset?"},
         {{"call", "ICIGeneral.GetMmiText"}, "slot: this argument"},
         {{"call", "ICIGeneral.GetMmiText", "slot"}, "NAME=VALUE"},
         {{"call", "ICIGeneral.GetMmiText", "slot=1", "slot=1"}, "given twice"},
@@ -112,6 +120,7 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         {{"player", "speed", "0"}, "handle speed"},
         {{"debug", "factory-reset"}, "--yes"},
         {{"watch", "NO_SUCH_SIGNAL"}, "no value of ECISignalType"},
+        {{"watch", "SIGNAL_CI_CA_REPLI"}, "did you mean SIGNAL_CI_CA_REPLY?"},
         {{"decode", "ICIGeneral", "0g"}, "payload: two hexadecimal digits"},
     };
     for (const auto& [arguments, text] : cases)
@@ -122,6 +131,10 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         EXPECT_EQ(std::count(run.error.begin(), run.error.end(), '\n'), 1) << run.error;
         EXPECT_EQ(run.output, "");
     }
+    const TSRun nothing = Cictl({});
+    EXPECT_EQ(nothing.status, 2);
+    EXPECT_EQ(nothing.output, "");
+    EXPECT_EQ(nothing.error, Cictl({"--help"}).output);
 }
 
 TEST(Cictl, TellsWhyThereIsNoDaemon)

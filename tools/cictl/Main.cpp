@@ -57,7 +57,7 @@ int Run(int argc, char** argv)
         RunCommandLine({"cictl",
                         "Talks to the CI daemon: slots, CAMs and their menus, and every operation of the CI library.\n"
                         "Exit status: 0 answered, 1 refused, 2 wrong usage, 3 no daemon or no CI.",
-                        CIAPI_VERSION, "verb", true},
+                        CIAPI_VERSION, "verb"},
                        commands, argc, argv);
     return IsOutputWritten() ? status : Fail(EXIT_REFUSED, "cannot write to standard output");
 }
