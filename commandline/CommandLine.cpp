@@ -12,6 +12,27 @@ namespace CIM
 {
 namespace
 {
+constexpr std::size_t HELP_WIDTH = 80;
+constexpr std::size_t HELP_COLUMN = 26; ///< of what an option means
+
+// Where what is broken off a line goes on.
+std::size_t HangingIndent(const std::string& line, std::size_t column)
+{
+    const std::size_t begin = std::min(line.find_first_not_of(' '), line.size());
+    const std::size_t gap = line.find("  ", begin);
+    if (column > 0 && line.size() > column && line[column] != ' ' && line[column - 1] == ' ' && begin < column)
+    {
+        return column;
+    }
+    const std::size_t described = gap == line.npos ? line.npos : line.find_first_not_of(' ', gap);
+    if (described != line.npos && described <= HELP_WIDTH / 2)
+    {
+        return described;
+    }
+    const bool isUsage = line.starts_with("Usage: ") || line.starts_with("usage: ");
+    return isUsage ? 7 : begin;
+}
+
 template <class T>
 void AddNumber(CLI::App& app, const std::string& name, T& value, const std::string& help)
 {
@@ -44,6 +65,35 @@ std::string TextOf(const CLI::ParseError& error, const CLI::App& app)
     return text + DidYouMean(wrong, {names.begin(), names.end()});
 }
 } // namespace
+
+std::string Wrapped(const std::string& text, std::size_t column)
+{
+    std::string wrapped;
+    std::size_t begin = 0;
+    while (begin < text.size())
+    {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        std::string line = text.substr(begin, end - begin);
+        begin = end + 1;
+        const std::size_t indent = HangingIndent(line, column);
+        while (line.size() > HELP_WIDTH)
+        {
+            std::size_t space = line.rfind(' ', HELP_WIDTH);
+            if (space == line.npos || space <= indent)
+            {
+                space = line.find(' ', HELP_WIDTH); // a word that is longer than the line
+            }
+            if (space == line.npos)
+            {
+                break;
+            }
+            wrapped += line.substr(0, line.find_last_not_of(' ', space) + 1) + '\n';
+            line = std::string(indent, ' ') + line.substr(line.find_first_not_of(' ', space));
+        }
+        wrapped += line + '\n';
+    }
+    return wrapped;
+}
 
 void TCCommandLine::Flag(const std::string& name, bool& value, const std::string& help)
 {
@@ -116,6 +166,11 @@ int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands
                        NamesOf(commands, [](const TSCommand& command) -> const std::string& { return command.name; })));
     }
     CLI::App app(program.description, program.name);
+    app.get_formatter()->column_width(HELP_COLUMN);
+    if (program.prepare)
+    {
+        program.prepare(TCCommandLine(app));
+    }
     app.require_subcommand(1, 1);
     app.set_version_flag("--version", program.version);
     bool listsCommands = false;
@@ -135,7 +190,12 @@ int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands
     {
         app.parse(argc, argv);
     }
-    catch (const CLI::Success& wish) // --help, --version
+    catch (const CLI::CallForHelp&)
+    {
+        std::printf("%s", Wrapped(app.help(), HELP_COLUMN).c_str());
+        return 0;
+    }
+    catch (const CLI::Success& wish) // --version
     {
         return app.exit(wish);
     }

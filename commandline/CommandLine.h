@@ -76,7 +76,13 @@ struct TSProgram
     const char* description;
     const char* version;
     const char* commandWord; ///< what its help calls a command
+    /// Adds the options in front of the command.
+    std::function<void(TCCommandLine line)> prepare = {};
 };
+
+/// Breaks the lines of a help text at 80 columns. What a line begins with stays alone on the left: what is broken goes
+/// on below its description, where one begins behind two spaces or at the column, and otherwise a little further in.
+std::string Wrapped(const std::string& text, std::size_t column = 0);
 
 /// Parses the command line and runs what it asks for; prints what --help, --version and --commands ask for. Without any
 /// word the help goes to standard error: it is wrong usage.

@@ -4,12 +4,18 @@ _cictl()
     local current verb word
     current=${COMP_WORDS[COMP_CWORD]}
     COMPREPLY=()
+    local isHost=
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-        if [[ $word != -* ]]; then
+        if [[ $word != -* && -z $isHost ]]; then
             verb=$word
             break
         fi
+        [[ $word == -H || $word == --host ]] && isHost=yes || isHost=
     done
+    if [[ -n $isHost ]]; then
+        mapfile -t COMPREPLY < <(compgen -A hostname -- "$current")
+        return
+    fi
     if [[ -z $verb ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$(cictl --commands 2>/dev/null)" -- "$current")
         return
@@ -29,6 +35,9 @@ _cictl()
         ;;
     list | decode)
         mapfile -t COMPREPLY < <(compgen -W "$(cictl list --names 2>/dev/null | sed 's/\..*//' | sort -u)" -- "$current")
+        ;;
+    wait)
+        mapfile -t COMPREPLY < <(compgen -W "and or daemon ready init empty menu list text enquiry dialogue signal=" -- "$current")
         ;;
     watch)
         mapfile -t COMPREPLY < <(compgen -W "$(cictl list --signals 2>/dev/null)" -- "$current")

@@ -1,21 +1,16 @@
 #include <tvplatform/SystemInfo.h>
 
 #include "KeyFile.h"
+#include "KeyFileStore.h"
 
 #include <cerrno>
 #include <cstdlib>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <glib.h>
-
 namespace
 {
-using TKeyFile = std::unique_ptr<GKeyFile, decltype(&g_key_file_free)>;
-using TError = std::unique_ptr<GError, decltype(&g_error_free)>;
-
 // Where keys may stand, the place that wins first.
 std::vector<std::string> Places()
 {
@@ -39,22 +34,6 @@ std::vector<std::string> Places()
 }
 
 template <class T>
-int ReadFrom(const std::string& place, const char* group, const char* key, T& value)
-{
-    const TKeyFile file(g_key_file_new(), &g_key_file_free);
-    GError* error = nullptr;
-    if (!g_key_file_load_from_file(file.get(), place.c_str(), G_KEY_FILE_NONE, &error))
-    {
-        const TError owned(error, &g_error_free);
-        const bool absent = g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT) ||
-                            g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOTDIR);
-        return absent ? -ENOENT : -EIO;
-    }
-    return ReadKey(file.get(), group, key, value);
-}
-
-// The files are read at every call: they are small, calls are rare, and a change counts at once.
-template <class T>
 int Read(const char* key, T* value)
 {
     if (key == nullptr || value == nullptr)
@@ -70,7 +49,8 @@ int Read(const char* key, T* value)
     const std::string group(whole.substr(0, slash));
     for (const std::string& place : Places())
     {
-        const int result = ReadFrom(place, group.c_str(), key + slash + 1, *value);
+        const int result =
+            LookUpInFile(place, [&](GKeyFile* file) { return ReadKey(file, group.c_str(), key + slash + 1, *value); });
         if (result != -ENOENT)
         {
             return result;

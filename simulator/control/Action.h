@@ -100,7 +100,8 @@ template <class Result, class Context>
 using TRun = std::function<Result(Context& context, const json::TJson& arguments, const json::TCJsonPath& path)>;
 
 /// A function of a context and of parameters as one of a context and of JSON. Everything is read before it is called.
-/// One that returns nothing gives Result's own beginning.
+/// One that returns nothing gives Result's own beginning. One that has to see whether parameters go together takes the
+/// path as well, for its errors; it throws them before it does anything.
 template <class Result, class Context, class Function, class... T>
 TRun<Result, Context> Reading(std::tuple<TSTyped<T>...> parameters, Function function)
 {
@@ -116,7 +117,17 @@ TRun<Result, Context> Reading(std::tuple<TSTyped<T>...> parameters, Function fun
         std::tuple<T...> values =
             std::apply([&](const auto&... each) { return std::tuple<T...>{take(each)...}; }, parameters);
         object.Done();
-        const auto call = [&](T&... each) { return function(context, std::move(each)...); };
+        const auto call = [&](T&... each)
+        {
+            if constexpr (std::is_invocable_v<Function, Context&, T..., const json::TCJsonPath&>)
+            {
+                return function(context, std::move(each)..., path);
+            }
+            else
+            {
+                return function(context, std::move(each)...);
+            }
+        };
         if constexpr (std::is_void_v<decltype(std::apply(call, values))>)
         {
             std::apply(call, values);

@@ -3,6 +3,7 @@
 #include "commandline/Nearest.h"
 #include "simulator/definition/DefinitionJson.h"
 #include "simulator/model/Parts.h"
+#include "json/Signals.h"
 #include "json/ValueForms.h"
 
 #include <ciapi/CIPlatformEnumNames.h>
@@ -118,14 +119,23 @@ TSOutcome SetFlag(TCModel& model, TSlot slot, EFlag flag, bool value)
 }
 
 void Signal(TCModel& model, ECISignalType type, EProfile profile, THandle handle,
-            const std::optional<TSSignalData>& data, std::optional<TSlot> slot, std::optional<unsigned char> code,
-            std::optional<unsigned short> id, std::optional<std::uint32_t> value)
+            const std::optional<TSSignalData>& data, std::optional<TSlot> slot,
+            const std::optional<json::TSSignalCode>& code, const std::optional<json::TSSignalId>& id,
+            const std::optional<json::TSSignalValue>& value, const json::TCJsonPath& path)
 {
     TSSignalFields fields = data ? UnpackSignalData(*data) : TSSignalFields();
+    const auto set = [&](auto& field, const auto& word, const char* name)
+    {
+        if (word)
+        {
+            field = static_cast<std::remove_reference_t<decltype(field)>>(
+                word->For(type, fields.code, json::TCJsonPath(path, name)));
+        }
+    };
     fields.slot = slot.value_or(fields.slot);
-    fields.code = code.value_or(fields.code);
-    fields.id = id.value_or(fields.id);
-    fields.value = value.value_or(fields.value);
+    set(fields.code, code, "code"); // first: the others' words depend on it
+    set(fields.id, id, "id");
+    set(fields.value, value, "value");
     model.RaiseSignal({type, profile, handle, PackSignalData(fields)});
 }
 
@@ -256,9 +266,9 @@ std::vector<TSControl> ContentRows()
             Taking(Needed<ECISignalType>("type", "which"), PROFILE, HANDLE,
                    Optional<std::optional<TSSignalData>>("data", {}, "its data, changed by the fields that follow"),
                    Optional<std::optional<TSlot>>("slot", {}, "a field of the data; 255: no slot"),
-                   Optional<std::optional<unsigned char>>("code", {}, "a field of the data"),
-                   Optional<std::optional<unsigned short>>("id", {}, "a field of the data"),
-                   Optional<std::optional<std::uint32_t>>("value", {}, "a field of the data")),
+                   Optional<std::optional<json::TSSignalCode>>("code", {}, "a field of the data"),
+                   Optional<std::optional<json::TSSignalId>>("id", {}, "a field of the data"),
+                   Optional<std::optional<json::TSSignalValue>>("value", {}, "a field of the data")),
             Signal),
     };
 }

@@ -47,7 +47,7 @@ int Run(const std::vector<std::string>& words)
     }
     if (words.size() == 2 && words.back() == "--help")
     {
-        std::printf("%s", Help(*verb).c_str());
+        std::printf("%s", Wrapped(Help(*verb)).c_str());
         return 0;
     }
     const TSControlAnswer answer = CallControl(*verb, {words.begin() + 1, words.end()});

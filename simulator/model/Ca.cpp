@@ -62,7 +62,7 @@ int TCCa::SendPmt(unsigned char slot, const TVSHandle& pipeline, const std::list
                                 " descrambles for " + std::to_string(pipeline.profile) + "/" +
                                 std::to_string(pipeline.handle));
         }
-        m_world.Raise(PipelineSignal(SIGNAL_CI_CAM_CONNECTED_TO_PIPELINE, pipeline, slot, 1));
+        m_world.Raise(PipelineSignal(SIGNAL_CI_CAM_CONNECTED_TO_PIPELINE, pipeline, slot, PIPELINE_CONNECTED));
     }
     if (found->cam.caReplyMs < 0)
     {
@@ -91,7 +91,8 @@ void TCCa::m_Leave(TSSlot& slot, const TVSHandle& pipeline)
 {
     if (std::erase(slot.pipelines, pipeline) > 0)
     {
-        m_world.Raise(PipelineSignal(SIGNAL_CI_CAM_CONNECTED_TO_PIPELINE, pipeline, slot.number, 0));
+        m_world.Raise(
+            PipelineSignal(SIGNAL_CI_CAM_CONNECTED_TO_PIPELINE, pipeline, slot.number, PIPELINE_DISCONNECTED));
     }
 }
 
@@ -160,8 +161,7 @@ TSOutcome TCCa::SetEntitlement(unsigned slot, int reply)
 void TCCa::OnCaInfo(TSSlot& slot)
 {
     slot.hasCaInfo = true;
-    m_world.Raise(
-        SlotSignal(SIGNAL_CI_CA_SYSTEMS_CHANGE, slot.number, 0, 0, static_cast<std::uint32_t>(m_Ids(slot).size())));
+    m_world.Raise(SlotSignal(SIGNAL_CI_CA_SYSTEMS_CHANGE, slot.number, 0, 0, m_Ids(slot).size()));
 }
 
 void TCCa::OnCamGone(TSSlot& slot)

@@ -121,7 +121,7 @@ TSOutcome TCFileSystems::Offer(unsigned slot, std::size_t index)
     fileSystem.index = index;
     m_fileSystems[m_lastId] = fileSystem;
     m_world.Raise(SlotSignal(SIGNAL_CI_FILE_RETRIEVAL_MESSAGE, found->number, CI_FILE_RETRIEVAL_NEW_FILE_SYSTEM,
-                             m_lastId, static_cast<std::uint32_t>(found->cam.fileSystems[index].domain)));
+                             m_lastId, found->cam.fileSystems[index].domain));
     return TSOutcome::Done();
 }
 
@@ -140,7 +140,7 @@ void TCFileSystems::m_Remove(TFileSystemMap::iterator fileSystem)
 {
     const unsigned short id = fileSystem->first;
     const unsigned char slot = fileSystem->second.slot;
-    const auto domain = static_cast<std::uint32_t>(m_Definition(fileSystem->second).domain);
+    const ECIAuxiliaryFileSystemDomainIds domain = m_Definition(fileSystem->second).domain;
     m_fileSystems.erase(fileSystem);
     m_world.Raise(SlotSignal(SIGNAL_CI_FILE_RETRIEVAL_MESSAGE, slot, CI_FILE_RETRIEVAL_DEL_FILE_SYSTEM, id, domain));
 }

@@ -81,12 +81,13 @@ int TCHost::TestSlot(unsigned char slot)
     {
         return 0;
     }
-    m_world.clock.After(SLOT_TEST_MS,
-                        [this, slot]
-                        {
-                            const bool isGood = m_world.FindReady(slot) != nullptr;
-                            m_world.Raise(SlotSignal(SIGNAL_CI_SLOT_TEST_RESULT, slot, isGood ? 1 : 0));
-                        });
+    m_world.clock.After(
+        SLOT_TEST_MS,
+        [this, slot]
+        {
+            const bool isGood = m_world.FindReady(slot) != nullptr;
+            m_world.Raise(SlotSignal(SIGNAL_CI_SLOT_TEST_RESULT, slot, isGood ? SLOT_TEST_PASSED : SLOT_TEST_FAILED));
+        });
     return 1;
 }
 
@@ -143,7 +144,8 @@ TSOutcome TCHost::SetHostControl(unsigned slot, bool isActive, const TVSHandle& 
 void TCHost::BlockTuning(bool isBlocked, const TVSHandle& pipeline)
 {
     m_isTuneBlocked = isBlocked;
-    m_world.Raise(PipelineSignal(SIGNAL_CI_REQUEST_TUNE_BLOCKING, pipeline, NO_SLOT, isBlocked ? 1 : 0));
+    m_world.Raise(PipelineSignal(SIGNAL_CI_REQUEST_TUNE_BLOCKING, pipeline, NO_SLOT,
+                                 isBlocked ? TUNING_BLOCKED : TUNING_ALLOWED));
 }
 
 void TCHost::OnCamReady(const TSSlot& slot)

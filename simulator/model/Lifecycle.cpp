@@ -126,12 +126,11 @@ void TCLifecycle::m_BeginSilent(TSSlot& slot, int resets)
                       if (resets == slot.cam.resets)
                       {
                           slot.phase = CAM_PHASE_FAILED;
-                          m_world.Raise(SlotSignal(SIGNAL_CI_CAM_COMPATIBILITY_ISSUE, slot.number));
+                          m_world.Raise(SlotSignal(SIGNAL_CI_CAM_COMPATIBILITY_ISSUE, slot.number, CAM_SILENT));
                           return;
                       }
                       m_world.Raise(SlotSignal(SIGNAL_CI_CAM_MONITOR_STATUS, slot.number,
-                                               CI_CAM_MONITOR_STATUS_ERROR_DETECTED, 0,
-                                               static_cast<std::uint32_t>(resets + 1)));
+                                               CI_CAM_MONITOR_STATUS_ERROR_DETECTED, 0, resets + 1));
                       m_BeginSilent(slot, resets + 1);
                   });
 }
@@ -158,7 +157,7 @@ void TCLifecycle::m_BecomeReady(TSSlot& slot)
     m_world.Raise(SlotSignal(SIGNAL_CI_CAM_MODE_CHANGED, slot.number, slot.mode));
     if (slot.mode == CAM_MODE_CI_PLUS)
     {
-        m_world.Raise(SlotSignal(SIGNAL_CI_SAC_STATUS_CHANGE, slot.number, 1));
+        m_world.Raise(SlotSignal(SIGNAL_CI_SAC_STATUS_CHANGE, slot.number, SAC_ESTABLISHED));
     }
     m_world.Raise(SlotSignal(SIGNAL_CI_CAM_READY_STATUS_CHANGED, slot.number, CAM_STATUS_READY));
     m_parts.fileSystems.OnCamReady(slot);
@@ -186,7 +185,7 @@ void TCLifecycle::m_End(TSSlot& slot, ECamPhase phase)
     m_parts.ca.OnCamGone(slot);
     if (wasReady && slot.mode == CAM_MODE_CI_PLUS)
     {
-        m_world.Raise(SlotSignal(SIGNAL_CI_SAC_STATUS_CHANGE, slot.number, 0));
+        m_world.Raise(SlotSignal(SIGNAL_CI_SAC_STATUS_CHANGE, slot.number, SAC_GONE));
     }
     if (wasReady)
     {

@@ -212,7 +212,7 @@ int TCMmi::m_AnswerPin(const TSSlot& slot, const TSMmiPage& page, const std::u16
     {
         m_world.Raise(PipelineSignal(SIGNAL_CI_PIN_REPLY_TO_PIN_MMI_REQ, *pipeline, slot.number,
                                      outcome == PIN_RIGHT ? slot.cam.pin.whenRight : CAM_PIN_CODE_STATUS_BAD,
-                                     static_cast<std::uint16_t>(m_pin.TriesLeft(slot))));
+                                     m_pin.TriesLeft(slot)));
     }
     if (outcome != PIN_BLOCKED)
     {
@@ -288,8 +288,7 @@ void TCMmi::m_Announce(const TSSlot& slot, bool isRedrawn)
 {
     TSSession& session = m_sessions[slot.number];
     const TSMmiPage& page = *session.path.back();
-    m_world.Raise(SlotSignal(SIGNAL_CI_MMI_STATUS_CHANGED, slot.number, StatusOf(page.kind), 0,
-                             static_cast<std::uint32_t>(page.entries.size())));
+    m_world.Raise(SlotSignal(SIGNAL_CI_MMI_STATUS_CHANGED, slot.number, StatusOf(page.kind), 0, page.entries.size()));
     const auto whileShown = [this, &slot, number = session.number, shown = session.shown](auto action)
     {
         return [this, &slot, number, shown, action]

@@ -110,7 +110,7 @@ int TCPin::m_Start(unsigned char slot, const TBytes& pin, ECISignalType reply, b
 
 void TCPin::m_Reply(unsigned char slot, ECISignalType type, ECamPinCodeStatus status)
 {
-    m_world.Raise(SlotSignal(type, slot, status, static_cast<std::uint16_t>(TriesLeft(m_world.slots[slot]))));
+    m_world.Raise(SlotSignal(type, slot, status, TriesLeft(m_world.slots[slot])));
 }
 
 int TCPin::IsNeeded() const
@@ -136,7 +136,7 @@ TSOutcome TCPin::Ask(unsigned slot, const TVSHandle& pipeline, int rating)
     m_world.Raise(PipelineSignal(SIGNAL_CI_CHECK_PARENTAL_RATING_HANDLERS, pipeline, found->number,
                                  found->cam.pin.handler, 0, value));
     m_world.Raise(PipelineSignal(SIGNAL_CI_PIN_REPLY_TO_PIN_EVENT, pipeline, found->number, CAM_PIN_CODE_SUPPORTED,
-                                 static_cast<std::uint16_t>(TriesLeft(*found)), value));
+                                 TriesLeft(*found), value));
     return TSOutcome::Done();
 }
 

@@ -51,9 +51,10 @@ TSCICAMPlayerHandle TCPlayer::VerifyLocation(TSIPServiceLocationData const& loca
     const unsigned short handle = m_NewHandle();
     const bool isPossible = content && content->isAllowed;
     m_world.After(*slot, VERIFY_MS,
-                  [this, slot, handle, isPossible] {
+                  [this, slot, handle, isPossible]
+                  {
                       m_world.Raise(SlotSignal(SIGNAL_CI_CICAM_PLAYER_CONTENT_VERIFIED, slot->number,
-                                               isPossible ? 1 : 0, handle));
+                                               isPossible ? CONTENT_PLAYABLE : CONTENT_NOT_PLAYABLE, handle));
                   });
     return TSCICAMPlayerHandle(handle);
 }
@@ -293,7 +294,7 @@ void TCPlayer::m_Monitor()
         m_world.After(m_world.slots[m_playback->slot], m_playback->monitorMs, [this] { m_Monitor(); });
 }
 
-void TCPlayer::m_Raise(ECISignalType type, int code, std::uint32_t value)
+void TCPlayer::m_Raise(ECISignalType type, const protocol::SGiven& code, std::uint32_t value)
 {
     m_world.Raise(SlotSignal(type, m_playback->slot, code, m_playback->handle, value));
 }

@@ -63,7 +63,7 @@ private:
     void m_OnLimit();
     void m_Monitor();
     void m_Stop();
-    void m_Raise(ECISignalType type, int code, std::uint32_t value = 0);
+    void m_Raise(ECISignalType type, const protocol::SGiven& code, std::uint32_t value = 0);
 
     TSWorld& m_world;
     std::optional<TSPlayback> m_playback;

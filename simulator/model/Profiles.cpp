@@ -197,9 +197,8 @@ void TCProfiles::m_Finish(unsigned char slot, bool isGood)
 
 void TCProfiles::m_Raise(unsigned char slot, ECamOperatorProfileStatus status, const TSProfileDefinition& profile)
 {
-    m_world.Raise(SlotSignal(SIGNAL_CI_OPERATOR_PROFILE_STATUS_CHANGE, slot, status,
-                             static_cast<std::uint16_t>(profile.antennaMode),
-                             static_cast<std::uint32_t>(profile.serviceMode)));
+    m_world.Raise(
+        SlotSignal(SIGNAL_CI_OPERATOR_PROFILE_STATUS_CHANGE, slot, status, profile.antennaMode, profile.serviceMode));
 }
 
 int TCProfiles::UpdateOperatorProfile(unsigned char slot)

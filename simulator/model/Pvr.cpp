@@ -291,7 +291,7 @@ TSOutcome TCPvr::Play(const std::string& file, const TVSHandle& pipeline)
     m_playing = file;
     m_pipeline = pipeline;
     m_world.Raise(PipelineSignal(SIGNAL_CI_CC_LICENSE_CONFIRMED, pipeline, NO_SLOT, recording->definition.emi, 0,
-                                 static_cast<std::uint32_t>(recording->playsLeft)));
+                                 recording->playsLeft));
     return TSOutcome::Done();
 }
 

@@ -62,7 +62,7 @@ int TCSas::Connect(std::uint64_t applicationId, unsigned short& sessionId)
                       }
                       session.isConnected = answer == SAS_CONNECTION_STATUS_CONNECT_OK;
                       m_world.Raise(SlotSignal(SIGNAL_CI_SAS_STATUS_CHANGE, slot->number, CAM_SAS_STATUS_CONNECT_RESULT,
-                                               id, static_cast<std::uint32_t>(answer)));
+                                               id, answer));
                       if (!session.isConnected)
                       {
                           m_sessions.erase(id);

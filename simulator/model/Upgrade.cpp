@@ -56,8 +56,8 @@ TSOutcome TCUpgrade::Request(unsigned slot, ECamUpgradeMode mode)
         return TSOutcome::Refused("an upgrade is under way in slot " + std::to_string(slot));
     }
     state = {STEP_REQUESTED, mode, 0, 0};
-    m_world.Raise(SlotSignal(SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE, found->number, CAM_UPGRADE_STATUS_REPLY_REQUESTED,
-                             static_cast<std::uint16_t>(mode)));
+    m_world.Raise(
+        SlotSignal(SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE, found->number, CAM_UPGRADE_STATUS_REPLY_REQUESTED, mode));
     if (mode == CAM_UPGRADE_MODE_IMMEDIATE)
     {
         state.next = m_world.After(*found, found->cam.upgrade.graceMs, [this, found] { m_Start(*found); });
@@ -125,8 +125,7 @@ void TCUpgrade::m_Advance(const TSSlot& slot, int percent)
 
 void TCUpgrade::m_Raise(const TSSlot& slot, ECamUpgradeStatus status, int value)
 {
-    m_world.Raise(
-        SlotSignal(SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE, slot.number, status, 0, static_cast<std::uint32_t>(value)));
+    m_world.Raise(SlotSignal(SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE, slot.number, status, 0, value));
 }
 
 void TCUpgrade::OnCamGone(const TSSlot& slot)

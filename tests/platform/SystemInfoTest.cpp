@@ -5,7 +5,15 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <climits>
+#include <cstdlib>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -82,6 +90,55 @@ TEST(SystemInfo, TheFirstPlaceThatHasTheKeyCounts)
     keys.Remove("g/both");
     EXPECT_EQ(system_info_get_custom_int("g/both", &value), 0);
     EXPECT_EQ(value, 1) << "a change of the file counts at once";
+}
+
+TEST(SystemInfo, AFileThatStaysAsItIsIsReadOnceAndAChangeCountsAtOnce)
+{
+    TCFeatureKeys keys{{"g/key", "1"}};
+    const std::string place = keys.Path();
+    const auto value = []
+    {
+        int read = UNTOUCHED;
+        EXPECT_EQ(system_info_get_custom_int("g/key", &read), 0);
+        return read;
+    };
+    const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(watch, place.c_str(), IN_OPEN), 0);
+    const auto wasOpened = [watch]
+    {
+        alignas(inotify_event) char events[4096];
+        bool any = false;
+        while (read(watch, events, sizeof events) > 0)
+        {
+            any = true;
+        }
+        return any;
+    };
+    EXPECT_EQ(value(), 1);
+    EXPECT_TRUE(wasOpened());
+    // A file is trusted once it is a few seconds old.
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    bool isTrusted = false;
+    while (!isTrusted && std::chrono::steady_clock::now() < end)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_EQ(value(), 1);
+        isTrusted = !wasOpened();
+    }
+    EXPECT_TRUE(isTrusted);
+    // In its place and of the same size, its time of writing put back: the change counts all the same.
+    struct stat before
+    {
+    };
+    ASSERT_EQ(stat(place.c_str(), &before), 0);
+    std::fstream(place, std::ios::in | std::ios::out).seekp(-2, std::ios::end) << '2';
+    const timespec times[] = {before.st_atim, before.st_mtim};
+    ASSERT_EQ(utimensat(AT_FDCWD, place.c_str(), times, 0), 0);
+    EXPECT_EQ(value(), 2);
+    std::filesystem::remove(place);
+    int gone = UNTOUCHED;
+    EXPECT_EQ(system_info_get_custom_int("g/key", &gone), -ENOENT);
+    close(watch);
 }
 
 TEST(SystemInfo, AFileThatIsThereMustBeReadable)

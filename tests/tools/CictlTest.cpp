@@ -1,5 +1,6 @@
 #include "tools/CommandRun.h"
 
+#include "bus/Handles.h"
 #include "json/OperationForm.h"
 
 #include "support/PrivateBus.h"
@@ -12,8 +13,10 @@
 
 #include <condition_variable>
 #include <cstring>
+#include <fstream>
 #include <iterator>
 #include <mutex>
+#include <sstream>
 #include <utility>
 
 namespace CIM
@@ -22,6 +25,7 @@ namespace
 {
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 
 constexpr const char* CICTL = CICTL_PATH;
 
@@ -122,6 +126,25 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         {{"watch", "NO_SUCH_SIGNAL"}, "no value of ECISignalType"},
         {{"watch", "SIGNAL_CI_CA_REPLI"}, "did you mean SIGNAL_CI_CA_REPLY?"},
         {{"decode", "ICIGeneral", "0g"}, "payload: two hexadecimal digits"},
+        {{"slots", "--timeout", "0"}, "timeout: seconds from 0.001"},
+        {{"slots", "--timeout", "1e3"}, "timeout: seconds from 0.001"},
+        {{"slots", "--timeout", "nan"}, "timeout: seconds from 0.001"},
+        {{"call", "ICIGeneral.VerifyCamPin", "slot=0", "pin=12", "--timeout", "pin=31"}, "not \"pin=**\""},
+        {{"wait"}, "character 1: a condition is expected"},
+        {{"wait", "daemon", "and"}, "character 11: a condition is expected"},
+        {{"wait", "daemon", "menu"}, "character 8: and, or, or the end"},
+        {{"wait", "(daemon or ready"}, "character 17: the parenthesis of character 1 is not closed"},
+        {{"wait", "daemon)"}, "character 7: and, or, or the end"},
+        {{"wait", std::string(200, '(')}, "character 101: too many parentheses"},
+        {{"wait", "slot0.redy"}, "character 7: \"redy\" is no condition"},
+        {{"wait", "slot256.ready"}, "character 5: a slot is a number"},
+        {{"wait", "ready", "or", "signal=CI_CA_REPLY,code=256"}, "character 34: code: a number from 0 to 255"},
+        {{"wait", "signal=CI_CA_REPLY,"}, "character 20: FIELD=VALUE"},
+        {{"wait", "signal=CI_CA_REPLY,cod=1"}, "character 20: FIELD=VALUE"},
+        {{"wait", "signal=NONE"}, "character 8: "},
+        {{"-H", "-oProxyCommand=x", "slots"}, "no [USER@]HOST"},
+        {{"-H", "me@-x", "slots"}, "no [USER@]HOST"},
+        {{"-H", "", "slots"}, "no [USER@]HOST"},
     };
     for (const auto& [arguments, text] : cases)
     {
@@ -130,6 +153,10 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         EXPECT_THAT(run.error, HasSubstr(text));
         EXPECT_EQ(std::count(run.error.begin(), run.error.end(), '\n'), 1) << run.error;
         EXPECT_EQ(run.output, "");
+        std::vector<std::string> withJson = arguments;
+        withJson.insert(withJson.begin(), "--json"); // wherever it stands
+        EXPECT_THAT(Cictl(withJson).output,
+                    StartsWith(R"({"version":1,"error":{"status":2,"name":"usage","message":)"));
     }
     const TSRun nothing = Cictl({});
     EXPECT_EQ(nothing.status, 2);
@@ -139,32 +166,34 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
 
 TEST(Cictl, TellsWhyThereIsNoDaemon)
 {
-    const auto expect = [](const char* text)
+    const auto expect = [](int status, const char* name, const char* text)
     {
         for (const std::vector<std::string>& arguments :
              {std::vector<std::string>{"slots"}, {"call", "ICIDebug.GetSlotsCount"}, {"watch"}, {"menu", "0"}})
         {
             const TSRun run = Cictl(arguments);
-            EXPECT_EQ(run.status, 3) << run.error;
+            EXPECT_EQ(run.status, status) << run.error;
             EXPECT_THAT(run.error, HasSubstr(text));
         }
+        EXPECT_THAT(Cictl({"slots", "--json"}).output,
+                    StartsWith(R"({"version":1,"error":{"status":)" + std::to_string(status) + R"(,"name":")" + name));
     };
     TCFeatureKeys keys;
     const TCEnvironmentVariable noHome("XDG_CONFIG_HOME", "/nonexistent");
-    expect("product.num_of_ci cannot be read");
+    expect(5, "no-ci", "product.num_of_ci cannot be read");
     keys.Set(COUNT, "0");
-    expect("no CI slot");
+    expect(5, "no-ci", "no CI slot");
     keys.Set(COUNT, "2");
     keys.Set(SUPPORT, "true");
     keys.Set(CERTIFICATION, "false");
-    expect("not certified");
+    expect(5, "no-ci", "not certified");
     keys.Set(CERTIFICATION, "true");
     {
         const TCEnvironmentVariable noBus("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
-        expect("no system bus");
+        expect(4, "no-bus", "no system bus");
     }
     const TCPrivateBus bus;
-    expect("nobody owns com.kelvora.ciapi.");
+    expect(3, "no-daemon", "nobody owns com.kelvora.ciapi.");
 }
 
 TEST(Cictl, TellsARefusalFromACallThatDoesNotGetThrough)
@@ -181,15 +210,15 @@ TEST(Cictl, TellsARefusalFromACallThatDoesNotGetThrough)
          "count: 3", ""},
         {"no", [](const auto& r) { return TCPlayedDaemon::Answer(r, R"({"result": 0, "outputs": {"count": 3}})"); }, 1,
          "result:    0", ""},
-        {"nothing written", [](const auto& r) { return TCScriptedDaemon::Reply(r, 1, ""); }, 3, "",
+        {"nothing written", [](const auto& r) { return TCScriptedDaemon::Reply(r, 1, ""); }, 8, "",
          "the reply is not readable"},
-        {"an error", [](const auto& r) { return TCScriptedDaemon::Error(r, "org.x.Bad", "went wrong"); }, 3, "",
+        {"an error", [](const auto& r) { return TCScriptedDaemon::Error(r, "org.x.Bad", "went wrong"); }, 1, "",
          "ICIDebug.GetSlotsCount did not get through: org.x.Bad: went wrong\n"},
-        {"gone meanwhile", [](const auto& r) { return TCScriptedDaemon::Error(r, DBUS_ERROR_NO_REPLY, "?"); }, 3, "",
-         "through: the CI daemon did not answer in time, or went away before it answered (org.freedesktop.DBus.Error."},
-        {"not handled", [](const auto& r) { return TCScriptedDaemon::Reply(r, 0, ""); }, 3, "",
+        {"no reply", [](const auto& r) { return TCScriptedDaemon::Error(r, DBUS_ERROR_NO_REPLY, "?"); }, 6, "",
+         "through: the CI daemon did not answer in time (org.freedesktop.DBus.Error."},
+        {"not handled", [](const auto& r) { return TCScriptedDaemon::Reply(r, 0, ""); }, 1, "",
          "the daemon did not handle the call"},
-        {"no tree", [](const auto& r) { return TCScriptedDaemon::Reply(r, 1, "\xff\xff"); }, 3, "",
+        {"no tree", [](const auto& r) { return TCScriptedDaemon::Reply(r, 1, "\xff\xff"); }, 8, "",
          "the reply is not readable"},
     };
     for (const auto& test : cases)
@@ -200,6 +229,76 @@ TEST(Cictl, TellsARefusalFromACallThatDoesNotGetThrough)
         EXPECT_EQ(run.status, test.status);
         EXPECT_THAT(run.output, HasSubstr(test.output));
         EXPECT_THAT(run.error, HasSubstr(test.error));
+    }
+}
+
+TEST(Cictl, TellsWhatThePolicyOfTheBusDenies)
+{
+    const TCPrivateBus bus(R"(<policy context="mandatory"><deny own_prefix="com.kelvora.sub"/>)"
+                           R"(<deny send_interface="org.freedesktop.DBus.Monitoring"/></policy>)");
+    const TCFeatureKeys keys{{COUNT, "2"}, {SUPPORT, "true"}, {CERTIFICATION, "true"}};
+    TCDBusError error;
+    const TCConnectionPtr daemon = OpenBusAt(bus.Address().c_str(), error);
+    ASSERT_TRUE(daemon) << error.Text();
+    for (const std::string& name : AllNames())
+    {
+        ASSERT_EQ(dbus_bus_request_name(daemon.get(), name.c_str(), 0, nullptr), DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER);
+    }
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"slots"}, {"call", "ICIGeneral.IsCiSupported"}, {"watch"}, {"trace"}})
+    {
+        const TSRun run = Cictl(arguments);
+        EXPECT_EQ(run.status, 7) << arguments[0] << run.error;
+        EXPECT_THAT(run.error, HasSubstr("does not let this user")) << arguments[0];
+    }
+}
+
+TEST(Cictl, TellsThatTheBusWentWhileItWatches)
+{
+    TCPrivateBus bus;
+    const TCFeatureKeys keys{{COUNT, "2"}, {SUPPORT, "true"}, {CERTIFICATION, "true"}};
+    TCStartedCommand trace({CICTL, "trace"});
+    ASSERT_TRUE(trace.WaitForError("tracing"));
+    TCStartedCommand wait({CICTL, "wait", "daemon", "--timeout", "30"});
+    bus.Stop();
+    EXPECT_EQ(trace.Wait().status, 4);
+    EXPECT_EQ(wait.Wait().status, 4);
+}
+
+TEST(Cictl, HasAPageThatSaysWhatItsStatusesMean)
+{
+    std::ifstream stream(CICTL_PAGE);
+    const std::string page(std::istreambuf_iterator<char>(stream), {});
+    const std::string table = Cictl({"list", "--statuses", "--json"}).output;
+    std::istringstream lines(table);
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count)
+    {
+        const json::TJson row = json::TJson::parse(line);
+        EXPECT_THAT(page, HasSubstr("\n| " + row["status"].dump() + " | `" + row["name"].get<std::string>() + "` | " +
+                                    row["meaning"].get<std::string>() + " |\n"));
+    }
+    EXPECT_EQ(count, 11);
+}
+
+TEST(Cictl, ShowsColoursInTerminalsAlone)
+{
+    const TCEnvironmentVariable noBus("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    const struct
+    {
+        const char* terminal;
+        std::optional<std::string> noColor;
+        bool isColoured;
+    } cases[] = {{"xterm", {}, true}, {"xterm", "", true}, {"xterm", "1", false}, {"dumb", {}, false}};
+    for (const auto& [terminal, noColor, isColoured] : cases)
+    {
+        const TCEnvironmentVariable variables[] = {{"TERM", terminal}, {"NO_COLOR", noColor}};
+        for (const char* const verb : {"debug", "trace"}) // a table, and a failure
+        {
+            EXPECT_EQ(RunInTerminal({CICTL, verb}, {}).output.find('\x1b') != std::string::npos, isColoured) << verb;
+            const TSRun piped = Cictl({verb});
+            EXPECT_THAT(piped.output + piped.error, Not(HasSubstr("\x1b"))) << verb;
+        }
     }
 }
 
@@ -285,7 +384,7 @@ TEST(Cictl, PrintsTextsOfACamWithoutTheirControls)
     TSRun run = Cictl({"call", "general.GetMmiText", "slot=0"});
     EXPECT_THAT(run.output, HasSubstr("text: \\x1b[2Jü\\x9b\\u202eG\n"));
     run = Cictl({"call", "general.GetMmiText", "slot=0", "--json"});
-    EXPECT_EQ(run.output, R"({"operation":"ICIGeneral.GetMmiText","result":1,)"
+    EXPECT_EQ(run.output, R"({"version":1,"operation":"ICIGeneral.GetMmiText","result":1,)"
                           R"("outputs":{"text":"\u001b[2J\u00fc\u009b\u202eG"}})"
                           "\n");
 }
@@ -343,16 +442,16 @@ TEST(Cictl, WatchesSignalsAndUnsubscribesWhenInterrupted)
     EXPECT_THAT(takeHeard(), testing::ElementsAre("Subscribe \"SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE\"",
                                                   "Unsubscribe \"SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE\""));
 
-    for (const int signal : {SIGINT, SIGTERM})
+    for (const auto& [signal, status] : {std::pair(SIGINT, 130), std::pair(SIGTERM, 143)})
     {
         TCStartedCommand endless({CICTL, "watch", "CI_CA_REPLY"});
         ASSERT_TRUE(waitFor(1));
         endless.Signal(signal);
-        EXPECT_EQ(endless.Wait().status, 0);
+        EXPECT_EQ(endless.Wait().status, status);
         EXPECT_THAT(takeHeard(),
                     testing::ElementsAre("Subscribe \"SIGNAL_CI_CA_REPLY\"", "Unsubscribe \"SIGNAL_CI_CA_REPLY\""));
     }
-    EXPECT_EQ(Cictl({"watch", "CI_CA_REPLY", "--count", "1", "--timeout", "1"}).status, 1);
+    EXPECT_EQ(Cictl({"watch", "CI_CA_REPLY", "--count", "1", "--timeout", "0.2"}).status, 6);
 }
 
 TEST(Cictl, TracesCallsRepliesAndSignals)
@@ -386,7 +485,7 @@ TEST(Cictl, TracesCallsRepliesAndSignals)
     const std::string payload = json::FindInterface("general")->Find("EnterMenu")->RequestFromJson({{"slot", 9}});
     const std::string hex = json::BytesToHex({reinterpret_cast<const unsigned char*>(payload.data()), payload.size()});
     EXPECT_THAT(Cictl({"decode", "general", "-", "--json"}, hex + "\n").output,
-                HasSubstr(R"({"operation":"ICIGeneral.EnterMenu","arguments":{"slot":9}})"));
+                HasSubstr(R"({"version":1,"operation":"ICIGeneral.EnterMenu","arguments":{"slot":9}})"));
     EXPECT_EQ(Cictl({"decode", "general", hex.substr(2)}).status, 1);
 }
 } // namespace CIM

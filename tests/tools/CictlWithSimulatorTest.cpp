@@ -1,6 +1,14 @@
 #include "tools/CommandRun.h"
 
+#include "json/Json.h"
+
+#include "support/TestEnvironment.h"
+
 #include <gmock/gmock.h>
+
+#include <filesystem>
+#include <span>
+#include <sstream>
 
 // cictl as its users run it, beside a simulated daemon.
 
@@ -17,20 +25,50 @@ std::vector<std::string> WithCam(const std::string& line)
     const std::string ready = "until cictl slots --json | grep -q CAM_STATUS_READY; do :; done\n";
     return {SIMULATOR_PATH, "run", "--", "sh", "-c", "cictl() { \"" CICTL_PATH "\" \"$@\"; }\n" + ready + line};
 }
+struct TSCase
+{
+    std::string line;
+    int status;
+    const char* output; ///< has this in it; of JSON, each line is an object that begins with its version
+};
+
+// Runs the lines one after the other in one shell, beside one simulator.
+void RunCases(std::span<const TSCase> cases)
+{
+    std::string lines;
+    for (const TSCase& test : cases)
+    {
+        lines += test.line + "\necho \"@ $?\"\n";
+    }
+    const TSRun run = RunCommand(WithCam(lines));
+    ASSERT_EQ(run.status, 0) << run.error;
+    std::string rest = run.output;
+    for (const auto& [line, status, output] : cases)
+    {
+        SCOPED_TRACE(line);
+        const std::size_t end = rest.find("@ ");
+        ASSERT_NE(end, std::string::npos) << run.error;
+        EXPECT_THAT(rest.substr(0, end), HasSubstr(output));
+        EXPECT_EQ(rest.substr(end, rest.find('\n', end) - end), "@ " + std::to_string(status)) << run.error;
+        std::istringstream printed(rest.substr(0, end));
+        for (std::string text; line.find("--json") != line.npos && std::getline(printed, text);)
+        {
+            const json::TJson object = json::TJson::parse(text, nullptr, false);
+            ASSERT_TRUE(object.is_object() && !object.empty()) << text;
+            EXPECT_EQ(object.begin().key(), "version");
+        }
+        rest.erase(0, rest.find('\n', end) + 1);
+    }
+}
 } // namespace
 
 TEST(CictlWithSimulator, ShowsTheSet)
 {
-    const struct
-    {
-        const char* line;
-        int status;
-        const char* output;
-    } cases[] = {
+    const TSCase cases[] = {
         {"cictl slots", 0, "0     CAM_STATUS_READY   CAM_MODE_CI_PLUS"},
         {"cictl info 0 --json", 0, R"("caSystems":["0x0b00","0x0b01"])"},
         {"cictl info 7", 1, ""},
-        {"cictl ca-systems --json", 0, R"([{"slot":0,"caSystems":["0x0b00","0x0b01"]}])"},
+        {"cictl ca-systems --json", 0, R"({"version":1,"slot":0,"caSystems":["0x0b00","0x0b01"]})"},
         {"cictl profiles --json", 0, R"("state":"offered","slotId":0,"profileName":"Kelvora Sat")"},
         {"cictl recording /pvr/rated.ts --json", 0, R"("blocked":true)"},
         {"cictl recording /pvr/none.ts 2>&1", 1, "knows no such recording"},
@@ -55,22 +93,115 @@ TEST(CictlWithSimulator, ShowsTheSet)
          " ctl RaiseSignal SIGNAL_CI_CA_REPLY) & timeout 20 " CICTL_PATH " watch CI_CA_REPLY 2>&1 >/dev/full",
          1, "cannot write to standard output"},
     };
-    std::string lines;
-    for (const auto& test : cases)
+    RunCases(cases);
+}
+
+TEST(CictlWithSimulator, ExitsWithWhatFailed)
+{
+    const auto faulty = [](const std::string& fault, const std::string& options)
     {
-        lines += std::string(test.line) + "\necho \"@ $?\"\n";
-    }
-    TSRun run = RunCommand(WithCam(lines));
-    ASSERT_EQ(run.status, 0) << run.error;
-    for (const auto& [line, status, output] : cases)
+        return SIMULATOR_PATH " ctl AddFault '{\"operation\": \"GetApplicationInfo\", \"times\": 1, " + fault +
+               "}' >/dev/null; cictl call general.GetApplicationInfo slot=0 " + options;
+    };
+    const TSCase cases[] = {
+        {faulty(R"("kind": "never")", "--timeout 0.2 --json"), 6,
+         R"({"version":1,"error":{"status":6,"name":"timeout",)"},
+        {faulty(R"("kind": "late", "ms": 200)", "--timeout 20"), 0, "result:    1"},
+        {faulty(R"("kind": "wrong-types")", "--json"), 8, R"({"version":1,"error":{"status":8,"name":"not-readable",)"},
+        {faulty(R"("kind": "error", "name": "org.freedesktop.DBus.Error.AccessDenied")", "--json"), 7,
+         R"({"version":1,"error":{"status":7,"name":"denied",)"},
+        {faulty(R"("kind": "error", "name": "org.x.Bad")", "--json"), 1,
+         R"({"version":1,"error":{"status":1,"name":"refused",)"},
+        {"echo 1234 | cictl pin 1 verify --json", 1, R"({"version":1,"error":{"status":1,"name":"refused",)"},
+        {faulty(R"("kind": "restart", "ms": 300)", "--json"), 3,
+         R"({"version":1,"error":{"status":3,"name":"no-daemon",)"},
+        {"cictl wait daemon --timeout 20", 0, ""},
+    };
+    RunCases(cases);
+}
+
+TEST(CictlWithSimulator, WaitsForWhatHoldsAndForWhatComes)
+{
+    // In the background, as soon as somebody has subscribed a signal.
+    const auto then = [](const char* signal, const std::string& what)
     {
-        SCOPED_TRACE(line);
-        const std::size_t end = run.output.find("@ ");
-        ASSERT_NE(end, std::string::npos) << run.error;
-        EXPECT_THAT(run.output.substr(0, end), HasSubstr(output));
-        EXPECT_EQ(run.output.substr(end, 4), "@ " + std::to_string(status) + "\n") << run.error;
-        run.output.erase(0, run.output.find('\n', end) + 1);
+        return std::string("(until " SIMULATOR_PATH " ctl Subscriptions | grep -q ") + signal + "; do :; done; " +
+               what + " >/dev/null) & ";
+    };
+    const std::string ctl = SIMULATOR_PATH " ctl ";
+    const std::string raise = ctl + "RaiseSignal SIGNAL_CI_CA_REPLY PROFILE_MAIN ";
+    const TSCase cases[] = {
+        {"cictl wait slot0.ready", 0, ""},
+        {"cictl wait daemon and slot1.empty --json", 0,
+         R"({"version":1,"condition":"daemon and slot1.empty","met":["daemon","slot1.empty"],"after":)"},
+        {"cictl wait slot0.ready or slot1.ready and menu --json", 0, R"("met":["slot0.ready"])"},
+        {"cictl wait '(slot0.ready or slot1.ready) and menu' --timeout 0.2 --json", 6, "not hold: slot1.ready, menu"},
+        {"cictl wait slot9.ready --json", 1, "there is no slot 9"},
+        {then("SIGNAL_CI_MMI", ctl + "OpenMenu 0") + "cictl wait menu --json --timeout 20", 0, R"("met":["menu"])"},
+        {"cictl wait slot0.dialogue and slot0.menu --timeout 20", 0, ""}, // it is open already
+        {"cictl wait slot1.dialogue or enquiry or list or text --timeout 0.2", 6, ""},
+        {ctl + R"(ShowPage 0 '{"prompt": "PIN?"}' >/dev/null; cictl wait enquiry --timeout 20)", 0, ""},
+        {"(" + ctl + "InsertCam 1 plain >/dev/null) & cictl wait slot1.init --timeout 20", 0, ""},
+        {"cictl wait slot1.ready --timeout 20", 0, ""},
+        {then("SIGNAL_CI_CAM_READY", ctl + "RemoveCam 1") + "cictl wait slot1.empty --timeout 20", 0, ""},
+        // The first two are others: another code, another value. The third is it.
+        {then("SIGNAL_CI_CA_REPLY",
+              raise + "1 '' 1 0x71 5 7; " + raise + "1 '' 1 0x73 5 8; " + raise + "1 '' 1 0x73 5 0xfffffffe") +
+             "cictl wait signal=CI_CA_REPLY,slot=1,code=0x73,id=5,value=-2 --timeout 20",
+         0, ""},
+        {then("SIGNAL_CI_CA_REPLY", raise + "1 '' 1 0x71 5 7") +
+             "cictl wait signal=CI_CA_REPLY,handle=1,code=0x73 --timeout 0.5",
+         6, ""},
+        // A daemon that goes is waited for, and asked anew.
+        {then("SIGNAL_CI_CA_REPLY", ctl + "Restart 300") +
+             "cictl wait 'signal=CI_CAM_READY_STATUS_CHANGED,code=1 or signal=CI_CA_REPLY' --timeout 20 --json",
+         0, R"("met":["signal=CI_CAM_READY_STATUS_CHANGED,code=1"])"},
+    };
+    RunCases(cases);
+}
+
+TEST(CictlWithSimulator, ReachesTheBusOfAnotherMachine)
+{
+    if (RunCommand({"sh", "-c", "command -v systemd-stdio-bridge"}).status != 0)
+    {
+        GTEST_SKIP() << "needs systemd-stdio-bridge (Debian: systemd)";
     }
+    // Of ssh, what counts here: it runs the command elsewhere.
+    const TCTempFolder folder;
+    std::ofstream(folder.File("ssh")) << "#!/bin/sh\n[ \"$1 $2 $3\" = '-xT -- me@[::1]' ] || exit 254\n"
+                                         "shift 3\nexec \"$@\" --bus-path=\"$REMOTE_BUS\"\n";
+    std::filesystem::permissions(folder.File("ssh"), std::filesystem::perms::owner_all);
+    const TCEnvironmentVariable path("PATH", folder.Path().string() + ":" + std::getenv("PATH"));
+    // This machine has neither feature keys nor a bus, and is a model that waits for a marker.
+    const std::string elsewhere = "export REMOTE_BUS=$DBUS_SYSTEM_BUS_ADDRESS DBUS_SYSTEM_BUS_ADDRESS=unix:path=/none "
+                                  "XDG_CONFIG_HOME=/none CIAPI_DAEMON_READY_FILE=/none; unset TVPLATFORM_SYSTEM_INFO\n";
+    const TSCase cases[] = {
+        {elsewhere + "cictl -H 'me@[::1]' slots --json", 0, R"("slot":0,"status":"CAM_STATUS_READY")"},
+        {"echo 1234 | cictl -H 'me@[::1]' pin 0 verify", 0, "CAM_PIN_CODE_STATUS_CORRECT"},
+        {"cictl --host='me@[::1]' wait slot0.ready --timeout 20", 0, ""},
+        {"cictl -H elsewhere slots --json", 4, R"("name":"no-bus","message":"there is no system bus on elsewhere)"},
+        {"cictl slots", 5, ""},
+    };
+    RunCases(cases);
+}
+
+TEST(CictlWithSimulator, KeepsItsHelpWithin80Columns)
+{
+    const TSRun run = RunCommand({"sh", "-c",
+                                  "c=\"" CICTL_PATH "\" s=\"" SIMULATOR_PATH "\"\n"
+                                  "help() { \"$@\" --help || echo \"$@ has no help\"; }\n"
+                                  "help $c; for verb in $($c --commands); do help $c $verb; done\n"
+                                  "help $s; for verb in $($s --commands); do help $s $verb; done\n"
+                                  "for verb in $($s ctl --list); do help $s ctl $verb; done"});
+    EXPECT_EQ(run.status, 0) << run.error;
+    EXPECT_THAT(run.output, Not(HasSubstr("has no help")));
+    std::istringstream lines(run.output);
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count)
+    {
+        EXPECT_LE(line.size(), 80u) << line;
+    }
+    EXPECT_GT(count, 500);
 }
 
 TEST(CictlWithSimulator, WalksThroughAMenuWithPipedAnswers)

@@ -1,29 +1,72 @@
 #include "cictl/Bus.h"
 
-#include "cictl/Verb.h"
+#include "cictl/Exit.h"
+#include "cictl/Host.h"
+
+#include <tvplatform/BusName.h>
+
+#include <array>
+#include <string_view>
 
 namespace CIM::cictl
 {
-TCBus::TCBus()
+namespace
 {
+constexpr std::chrono::seconds PATIENCE{25};
+
+EExit ExitFor(std::string_view error)
+{
+    if (error == DBUS_ERROR_ACCESS_DENIED || error == DBUS_ERROR_AUTH_FAILED)
+    {
+        return EXIT_DENIED;
+    }
+    return error == DBUS_ERROR_NO_REPLY || error == DBUS_ERROR_TIMEOUT ? EXIT_TIMEOUT : EXIT_NO_BUS;
+}
+
+TCMessagePtr BusCall(const char* method)
+{
+    return TCMessagePtr(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, method));
+}
+} // namespace
+
+void FailForBus(const std::string& what, const TCDBusError& error)
+{
+    throw TCFailure(ExitFor(error.Name()), what + ": " + error.Text());
+}
+
+TCBus::TCBus(std::optional<std::chrono::milliseconds> patience) : m_patience(patience.value_or(PATIENCE))
+{
+    const std::string what = "there is no system bus" + (HostName().empty() ? "" : " on " + HostName());
     TCDBusError error;
-    m_connection = OpenSystemBus(error);
+    m_connection = OpenUnregisteredSystemBus(m_patience, error);
     if (!m_connection)
     {
-        throw TCFailure(EXIT_NO_DAEMON, std::string("there is no system bus: ") + error.Text());
+        FailForBus(what, error);
     }
+    const TCMessagePtr hello = BusCall("Hello");
+    const TCMessagePtr reply = Ask(hello.get(), error);
+    const char* name = nullptr;
+    if (!reply || !dbus_message_get_args(reply.get(), error.Get(), DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID))
+    {
+        FailForBus(what, error);
+    }
+    dbus_bus_set_unique_name(m_connection.get(), name);
 }
 
 TCMessagePtr TCBus::Ask(DBusMessage* call, TCDBusError& error)
 {
-    return TCMessagePtr(
-        dbus_connection_send_with_reply_and_block(m_connection.get(), call, DBUS_TIMEOUT_USE_DEFAULT, error.Get()));
+    TCMessagePtr reply(dbus_connection_send_with_reply_and_block(m_connection.get(), call,
+                                                                 static_cast<int>(m_patience.count()), error.Get()));
+    if (m_onHiddenChange && dbus_connection_get_dispatch_status(m_connection.get()) == DBUS_DISPATCH_DATA_REMAINS)
+    {
+        m_onHiddenChange();
+    }
+    return reply;
 }
 
 std::string TCBus::OwnerOf(const std::string& name)
 {
-    const TCMessagePtr call(
-        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "GetNameOwner"));
+    const TCMessagePtr call = BusCall("GetNameOwner");
     const char* const text = name.c_str();
     dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
     TCDBusError error;
@@ -37,6 +80,74 @@ std::string TCBus::OwnerOf(const std::string& name)
     {
         return {};
     }
-    throw TCFailure(EXIT_NO_DAEMON, std::string("the system bus does not answer: ") + error.Text());
+    FailForBus("the system bus does not answer", error);
+}
+
+void TCBus::RequireApplicationName()
+{
+    std::array<char, 256> name{};
+    int size = static_cast<int>(name.size()) - 1;
+    const std::string_view unique = dbus_bus_get_unique_name(m_connection.get());
+    if (IPCUtility_GenerateSubConnectionName(unique.data(), static_cast<int>(unique.size()), name.data(), &size) != 0)
+    {
+        return; // the library's matter
+    }
+    const char* const text = name.data();
+    const dbus_uint32_t flags = DBUS_NAME_FLAG_DO_NOT_QUEUE;
+    const TCMessagePtr request = BusCall("RequestName");
+    dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_UINT32, &flags, DBUS_TYPE_INVALID);
+    TCDBusError error;
+    if (!Ask(request.get(), error))
+    {
+        FailForBus("the bus does not let this user be an application of the CI daemon", error);
+    }
+    const TCMessagePtr release = BusCall("ReleaseName");
+    dbus_message_append_args(release.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+    dbus_message_set_no_reply(release.get(), TRUE);
+    dbus_connection_send(m_connection.get(), release.get(), nullptr);
+}
+
+void TCBus::FollowOwners()
+{
+    const char* const rule = "type='signal',sender='" DBUS_SERVICE_DBUS "',interface='" DBUS_INTERFACE_DBUS
+                             "',member='NameOwnerChanged',arg0namespace='com.kelvora.ciapi'";
+    const TCMessagePtr call = BusCall("AddMatch");
+    dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &rule, DBUS_TYPE_INVALID);
+    TCDBusError error;
+    if (!Ask(call.get(), error))
+    {
+        FailForBus("the bus does not tell who comes and goes", error);
+    }
+}
+
+std::vector<TCBus::TSOwnerChange> TCBus::TakeOwnerChanges()
+{
+    std::vector<TSOwnerChange> changes;
+    const bool isThere = dbus_connection_read_write(m_connection.get(), 0) != 0;
+    while (const TCMessagePtr message{dbus_connection_pop_message(m_connection.get())})
+    {
+        const char* name = nullptr;
+        const char* former = nullptr;
+        const char* owner = nullptr;
+        if (dbus_message_is_signal(message.get(), DBUS_INTERFACE_DBUS, "NameOwnerChanged") &&
+            dbus_message_has_sender(message.get(), DBUS_SERVICE_DBUS) &&
+            dbus_message_get_args(message.get(), nullptr, DBUS_TYPE_STRING, &name, DBUS_TYPE_STRING, &former,
+                                  DBUS_TYPE_STRING, &owner, DBUS_TYPE_INVALID))
+        {
+            changes.push_back({name, owner});
+        }
+    }
+    if (!isThere || !dbus_connection_get_is_connected(m_connection.get()))
+    {
+        throw TCFailure(EXIT_NO_BUS, "the system bus is gone");
+    }
+    return changes;
+}
+
+int TCBus::Descriptor() const
+{
+    int descriptor = -1;
+    dbus_connection_get_unix_fd(m_connection.get(), &descriptor);
+    return descriptor;
 }
 } // namespace CIM::cictl

@@ -7,7 +7,6 @@
 #include <ciapi/CISignalDataType.h>
 
 #include <algorithm>
-#include <iostream>
 #include <set>
 
 namespace CIM::cictl
@@ -19,6 +18,8 @@ constexpr TSField ANSWER_FIELDS[] = {
     {"result", "result"},
     {"outputs", "outputs"},
 };
+
+constexpr TSField STATUS_FIELDS[] = {{"status", "status"}, {"name", "name"}, {"meaning", "meaning"}};
 
 // An operation by "INTERFACE.NAME"; several when the name alone does not tell.
 std::vector<const json::TCOperationForm*> FindOperations(const std::string& text)
@@ -93,7 +94,7 @@ bool ListWords(const TCArguments& arguments)
                                       argument.kind == EArgument::MANY;
             if (!isByPosition && arguments.Text("options") == verb.name)
             {
-                std::cout << "--" << argument.name << '\n';
+                Out() << "--" << argument.name << '\n';
             }
         }
     }
@@ -101,7 +102,7 @@ bool ListWords(const TCArguments& arguments)
     {
         for (const auto& signal : json::Enumeration<ECISignalType>().enumerators)
         {
-            std::cout << signal.name << '\n';
+            Out() << signal.name << '\n';
         }
     }
     if (arguments.Has("inputs"))
@@ -113,7 +114,7 @@ bool ListWords(const TCArguments& arguments)
             {
                 if (protocol::IsInput(parameter.word) && names.insert(parameter.name).second)
                 {
-                    std::cout << parameter.name << '\n';
+                    Out() << parameter.name << '\n';
                 }
             }
         }
@@ -206,12 +207,22 @@ EExit CallVerb(const TCArguments& arguments)
         values["oneWay"] = true;
     }
     operation.Check(values); // wrong arguments are told even where there is no daemon
-    TCDaemonAccess daemon;
+    TCDaemonAccess daemon(arguments.Timeout());
     return CallAndPrint(daemon, operation, values, arguments.IsJson());
 }
 
 EExit ListVerb(const TCArguments& arguments)
 {
+    if (arguments.IsSet("statuses"))
+    {
+        TJson records = TJson::array();
+        for (const TSExit& exit : Exits())
+        {
+            records.push_back({{"status", exit.status}, {"name", exit.name}, {"meaning", exit.help}});
+        }
+        PrintTable(STATUS_FIELDS, records, arguments.IsJson());
+        return EXIT_ANSWERED;
+    }
     if (ListWords(arguments))
     {
         return EXIT_ANSWERED;
@@ -233,39 +244,34 @@ EExit ListVerb(const TCArguments& arguments)
             }
         }
     }
-    TJson list = TJson::array();
     for (const json::TCOperationForm* operation : operations)
     {
         if (arguments.IsSet("names"))
         {
-            std::cout << operation->FullName() << '\n';
+            Out() << operation->FullName() << '\n';
         }
         else if (arguments.IsJson())
         {
-            list.push_back(operation->Describe());
+            PrintJson(operation->Describe());
         }
         else
         {
             const TJson described = operation->Describe();
-            std::cout << operation->FullName() << "  (id " << operation->Id() << ") -> " << InWords(described["result"])
-                      << (operation->IsLocal() ? ", answered by the library itself" : "") << '\n';
+            Out() << operation->FullName() << "  (id " << operation->Id() << ") -> " << InWords(described["result"])
+                  << (operation->IsLocal() ? ", answered by the library itself" : "") << '\n';
             for (const TJson& parameter : described["parameters"])
             {
-                std::cout << "    " << InWords(parameter["direction"]) << "  " << InWords(parameter["name"]) << ": "
-                          << InWords(parameter["type"]) << (parameter.contains("secret") ? ", secret" : "") << '\n';
+                Out() << "    " << InWords(parameter["direction"]) << "  " << InWords(parameter["name"]) << ": "
+                      << InWords(parameter["type"]) << (parameter.contains("secret") ? ", secret" : "") << '\n';
                 if (operations.size() == 1 && parameter.contains("enumerations"))
                 {
                     for (const auto& enumeration : parameter["enumerations"].items())
                     {
-                        std::cout << "        " << enumeration.key() << ": " << InWords(enumeration.value()) << '\n';
+                        Out() << "        " << enumeration.key() << ": " << InWords(enumeration.value()) << '\n';
                     }
                 }
             }
         }
-    }
-    if (arguments.IsJson() && !arguments.IsSet("names"))
-    {
-        PrintJson(list);
     }
     return EXIT_ANSWERED;
 }

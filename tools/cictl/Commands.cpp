@@ -85,7 +85,7 @@ EExit PlayerVerb(const TCArguments& arguments)
     }
     const TJson values = ArgumentsInOrder(operation, words);
     operation.Check(values);
-    TCDaemonAccess daemon;
+    TCDaemonAccess daemon(arguments.Timeout());
     return CallAndPrint(daemon, operation, values, arguments.IsJson());
 }
 
@@ -110,7 +110,7 @@ EExit DebugVerb(const TCArguments& arguments)
         {
             throw TCFailure(EXIT_USAGE, dashed + " deletes data for good: give --yes to go on");
         }
-        TCDaemonAccess daemon;
+        TCDaemonAccess daemon(arguments.Timeout());
         return CallAndPrint(daemon, operation, values, arguments.IsJson());
     }
     if (!command.empty())

@@ -1,5 +1,6 @@
 #include "cictl/DaemonAccess.h"
 
+#include "cictl/Host.h"
 #include "cictl/Verb.h"
 
 #include "protocol/Interfaces.h"
@@ -10,6 +11,7 @@
 
 #include <tvplatform/SystemInfo.h>
 
+#include <cstdlib>
 #include <string_view>
 #include <tuple>
 #include <utility>
@@ -18,7 +20,7 @@ namespace CIM::cictl
 {
 namespace
 {
-constexpr const char* HINT = " (to try without a TV: ci-daemon-sim run -- cictl ...)";
+std::string Hint() { return HostName().empty() ? " (to try without a TV: ci-daemon-sim run -- cictl ...)" : ""; }
 
 // The library reads these keys patiently, because at the set's start they may come late; by hand nobody waits so long.
 void RequireFeatureKeys()
@@ -34,8 +36,8 @@ void RequireFeatureKeys()
     {
         if (error != 0)
         {
-            throw TCFailure(EXIT_NO_DAEMON, "the feature key " + key + " cannot be read, so it is not known whether " +
-                                                "this set has CI" + HINT);
+            throw TCFailure(EXIT_NO_CI, "the feature key " + key + " cannot be read, so it is not known whether " +
+                                            "this set has CI" + Hint());
         }
         if (slots <= 0)
         {
@@ -44,9 +46,9 @@ void RequireFeatureKeys()
     }
     if (!TCCIService::IsCIOperable())
     {
-        throw TCFailure(EXIT_NO_DAEMON, slots <= 0 ? "this set has no CI slot (" + CI_FMS_NUM_OF_CI + ")"
-                                                   : "CI is not enabled or not certified on this set (" +
-                                                         CI_FMS_SUPPORT + ", " + CI_FMS_SUPPORT_CERTIFICATION + ")");
+        throw TCFailure(EXIT_NO_CI, slots <= 0 ? "this set has no CI slot (" + CI_FMS_NUM_OF_CI + ")"
+                                               : "CI is not enabled or not certified on this set (" + CI_FMS_SUPPORT +
+                                                     ", " + CI_FMS_SUPPORT_CERTIFICATION + ")");
     }
 }
 
@@ -82,26 +84,57 @@ void* InstanceOf(const json::TCInterfaceForm& interface)
 }
 
 /// Why a call failed. What D-Bus says of these errors is meant for programmers.
-std::string ReasonOf(const TSCallOutcome& outcome)
+std::string ReasonOf(const TSCallOutcome& outcome, EExit exit)
 {
-    constexpr std::pair<std::string_view, const char*> words[] = {
-        {DBUS_ERROR_SERVICE_UNKNOWN, "the CI daemon is gone"},
-        {DBUS_ERROR_NAME_HAS_NO_OWNER, "the CI daemon is gone"},
-        {DBUS_ERROR_NO_REPLY, "the CI daemon did not answer in time, or went away before it answered"},
-        {DBUS_ERROR_ACCESS_DENIED, "the bus does not allow this to this user"},
-    };
-    for (const auto& [error, text] : words)
+    const std::string name = outcome.errorName.empty() ? "" : " (" + outcome.errorName + ")";
+    switch (exit)
     {
-        if (outcome.errorName == error)
-        {
-            return std::string(text) + " (" + outcome.errorName + ")";
-        }
+    case EXIT_NO_DAEMON:
+        return outcome.outcome == CALL_OUTCOME_NOT_READY ? ToString(outcome) : "the CI daemon is gone" + name;
+    case EXIT_TIMEOUT:
+        return "the CI daemon did not answer in time" + name;
+    case EXIT_DENIED:
+        return "the bus does not allow this to this user" + name;
+    default:
+        return ToString(outcome);
     }
-    return ToString(outcome);
+}
+
+EExit ExitFor(const TSCallOutcome& outcome, bool isOwnerThere)
+{
+    const std::string_view name = outcome.errorName;
+    switch (outcome.outcome)
+    {
+    case CALL_OUTCOME_NOT_READY:
+        return EXIT_NO_DAEMON;
+    case CALL_OUTCOME_NO_REPLY: // the bus replies so in the place of a daemon that went away, too
+        return isOwnerThere ? EXIT_TIMEOUT : EXIT_NO_DAEMON;
+    case CALL_OUTCOME_NOT_READABLE:
+        return EXIT_NOT_READABLE;
+    case CALL_OUTCOME_ERROR_REPLY:
+        if (name == DBUS_ERROR_SERVICE_UNKNOWN || name == DBUS_ERROR_NAME_HAS_NO_OWNER)
+        {
+            return EXIT_NO_DAEMON;
+        }
+        return name == DBUS_ERROR_ACCESS_DENIED ? EXIT_DENIED : EXIT_REFUSED;
+    default:
+        return EXIT_REFUSED;
+    }
 }
 } // namespace
 
-void RequireThrough(const std::string& what)
+TCDaemonAccess::TCDaemonAccess(std::optional<std::chrono::milliseconds> timeout)
+    : m_bus((RequireFeatureKeys(), timeout))
+{
+    if (timeout)
+    {
+        setenv("CIAPI_CALL_TIMEOUT_MS", std::to_string(timeout->count()).c_str(), 1);
+    }
+}
+
+void EndDaemonAccess() { TCCIService::Destroy(); }
+
+void TCDaemonAccess::RequireThrough(const std::string& what, const json::TCInterfaceForm& interface)
 {
     const TSCallOutcome outcome = LastCallOutcome();
     switch (outcome.outcome)
@@ -109,22 +142,33 @@ void RequireThrough(const std::string& what)
     case CALL_OUTCOME_ANSWERED:
     case CALL_OUTCOME_SENT:
     case CALL_OUTCOME_NONE: // answered without asking the daemon, such as the end of what was never subscribed
-        break;
+        return;
     default:
-        throw TCFailure(EXIT_NO_DAEMON, what + " did not get through: " + ReasonOf(outcome));
+        break;
     }
+    const std::string owner = m_bus.OwnerOf(interface.ConnectionName()); // fails when the bus is the reason
+    const EExit exit = ExitFor(outcome, !owner.empty() && owner == m_owner);
+    throw TCFailure(exit, what + " did not get through: " + ReasonOf(outcome, exit));
 }
-
-TCDaemonAccess::TCDaemonAccess() : m_bus((RequireFeatureKeys(), TCBus())) {}
-
-TCDaemonAccess::~TCDaemonAccess() { TCCIService::Destroy(); }
 
 void TCDaemonAccess::Require(const json::TCInterfaceForm& interface)
 {
-    if (m_bus.OwnerOf(interface.ConnectionName()).empty())
+    m_owner = m_bus.OwnerOf(interface.ConnectionName());
+    if (m_owner.empty())
     {
         throw TCFailure(EXIT_NO_DAEMON, "there is no CI daemon: nobody owns " + interface.ConnectionName() +
-                                            " on the system bus" + HINT);
+                                            " on the system bus" + (HostName().empty() ? "" : " of " + HostName()) +
+                                            Hint());
+    }
+    m_BeAdmitted();
+}
+
+void TCDaemonAccess::m_BeAdmitted()
+{
+    if (!m_isAdmitted)
+    {
+        m_bus.RequireApplicationName();
+        m_isAdmitted = true;
     }
 }
 
@@ -134,11 +178,12 @@ TJson TCDaemonAccess::Call(const json::TCOperationForm& operation, const TJson& 
     const json::TCInterfaceForm& interface = *json::FindInterface(operation.InterfaceName());
     if (operation.IsLocal())
     {
+        m_BeAdmitted(); // the library connects for it all the same
         return operation.Invoke(InstanceOf(interface), arguments);
     }
     Require(interface);
     TJson answer = operation.Invoke(InstanceOf(interface), arguments);
-    RequireThrough(operation.FullName());
+    RequireThrough(operation.FullName(), interface);
     return answer;
 }
 

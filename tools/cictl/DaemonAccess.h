@@ -3,20 +3,22 @@
 #include "cictl/Bus.h"
 #include "json/OperationForm.h"
 
-#include <functional>
+#include <chrono>
+#include <optional>
+#include <string>
 
 namespace CIM::cictl
 {
 using json::TJson;
 
 /// The way to the daemon, checked: every call ends as an answer or as a TCFailure that says why there is none. Bound to
-/// its thread; one at a time. Its end destroys the facade, and with it every subscription.
+/// its thread. The library's own connection outlives it; EndDaemonAccess closes that.
 class TCDaemonAccess
 {
 public:
-    /// \throws TCFailure with EXIT_NO_DAEMON when this set has no CI or there is no bus
-    TCDaemonAccess();
-    ~TCDaemonAccess();
+    /// \param[in] timeout  how long each answer is waited for; what is given first in a process counts for the library's
+    /// \throws TCFailure when this set has no CI or there is no bus
+    explicit TCDaemonAccess(std::optional<std::chrono::milliseconds> timeout = {});
     TCDaemonAccess(const TCDaemonAccess&) = delete;
     TCDaemonAccess& operator=(const TCDaemonAccess&) = delete;
 
@@ -28,15 +30,22 @@ public:
     TJson Call(const json::TCOperationForm& operation, const TJson& arguments);
     /// The same, by name ("ICIGeneral", "GetMmiText").
     TJson Call(const char* interface, const char* operation, const TJson& arguments);
+    /// Asks what became of the operation that was just called, behind Require.
+    /// \param[in] what  what was called, for the failure's text
+    /// \throws TCFailure when the call did not get through
+    void RequireThrough(const std::string& what, const json::TCInterfaceForm& interface);
     TCBus& Bus() { return m_bus; }
 
 private:
+    void m_BeAdmitted();
+
     TCBus m_bus;
+    std::string m_owner;       ///< of the bus name that was required last
+    bool m_isAdmitted = false; ///< the bus lets this user be an application
 };
 
-/// Asks what became of the operation that was just called. \param[in] what  what was called, for the failure's text
-/// \throws TCFailure with EXIT_NO_DAEMON when the call did not get through
-void RequireThrough(const std::string& what);
+/// At the end of the process: closes the library's connection.
+void EndDaemonAccess();
 
 /// Whether an answer's result says yes: not 0, not false, not -1 (no result), not an invalid player handle.
 bool IsYes(const json::TCOperationForm& operation, const TJson& answer);

@@ -1,11 +1,14 @@
+#include "cictl/DaemonAccess.h"
+#include "cictl/Host.h"
 #include "cictl/Output.h"
 #include "cictl/SecretWords.h"
 #include "cictl/Verb.h"
 
 #include "commandline/CommandLine.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <memory>
+#include <string_view>
 
 namespace CIM::cictl
 {
@@ -31,35 +34,85 @@ void AddArgument(TCCommandLine& line, const TSArgument& argument, TCArguments& a
     }
 }
 
-EExit Fail(EExit status, const std::string& message)
+std::string ExitTable()
 {
-    std::fprintf(stderr, "cictl: %s\n", Harmless(message).c_str());
-    return status;
+    std::string text = "Exit status:";
+    for (const TSExit& exit : Exits())
+    {
+        const std::string number = std::to_string(exit.status);
+        text += "\n  " + number + std::string(5 - number.size(), ' ') + exit.help;
+    }
+    return text;
 }
 
 int Run(int argc, char** argv)
 {
+    std::vector<std::string> host;
     std::vector<TSCommand> commands;
     for (const TSVerb& verb : Verbs())
     {
-        const auto prepare = [&verb](TCCommandLine line) -> std::function<int()>
+        const auto prepare = [&verb, &host](TCCommandLine line) -> std::function<int()>
         {
             auto arguments = std::make_shared<TCArguments>();
             for (const TSArgument& argument : verb.arguments)
             {
                 AddArgument(line, argument, *arguments);
             }
-            return [&verb, arguments] { return verb.handler(*arguments); };
+            return [&verb, &host, arguments]
+            {
+                if (!host.empty())
+                {
+                    UseHost(host.front());
+                }
+                return verb.handler(*arguments);
+            };
         };
         commands.push_back({verb.name, verb.help, prepare});
     }
-    const int status =
-        RunCommandLine({"cictl",
-                        "Talks to the CI daemon: slots, CAMs and their menus, and every operation of the CI library.\n"
-                        "Exit status: 0 answered, 1 refused, 2 wrong usage, 3 no daemon or no CI.",
-                        CIAPI_VERSION, "verb"},
-                       commands, argc, argv);
-    return IsOutputWritten() ? status : Fail(EXIT_REFUSED, "cannot write to standard output");
+    const auto prepareProgram = [&host](TCCommandLine line)
+    {
+        line.Option("-H,--host", host, EHowMany::AT_MOST_ONE,
+                    "[USER@]HOST: the bus of that machine, through ssh and systemd-stdio-bridge");
+        line.Footer(ExitTable());
+    };
+    return RunCommandLine(
+        {"cictl", "Talks to the CI daemon: slots, CAMs and their menus, and every operation of the CI library.",
+         CIAPI_VERSION, "verb", prepareProgram},
+        commands, argc, argv);
+}
+
+// Runs one command line, and tells what goes wrong. Any number of times in a process.
+int RunAndTell(int argc, char** argv)
+{
+    // Known before the command line is parsed, which may fail. No verb takes this word for anything else.
+    const bool asJson = std::find(argv + 1, argv + std::max(argc, 1), std::string_view("--json")) != argv + argc;
+    const auto fail = [&](EExit status, const std::string& message)
+    {
+        PrintFailure(status, message, asJson);
+        return status;
+    };
+    int status = EXIT_ANSWERED;
+    try
+    {
+        status = Run(argc, argv);
+    }
+    catch (const TCFailure& failure)
+    {
+        status = fail(failure.Status(), failure.what());
+    }
+    catch (const TCUsageError& error)
+    {
+        status = fail(EXIT_USAGE, std::string(error.what()) + " (see cictl --help)");
+    }
+    catch (const json::TCJsonError& error)
+    {
+        status = fail(EXIT_USAGE, error.what());
+    }
+    catch (const std::exception& error)
+    {
+        status = fail(EXIT_REFUSED, error.what());
+    }
+    return IsOutputWritten() ? status : fail(EXIT_REFUSED, "cannot write to standard output");
 }
 } // namespace
 } // namespace CIM::cictl
@@ -68,24 +121,7 @@ int main(int argc, char** argv)
 {
     using namespace CIM::cictl;
     HideSecretWords(argc, argv);
-    try
-    {
-        return Run(argc, argv);
-    }
-    catch (const TCFailure& failure)
-    {
-        return Fail(failure.Status(), failure.what());
-    }
-    catch (const CIM::TCUsageError& error)
-    {
-        return Fail(EXIT_USAGE, std::string(error.what()) + " (see cictl --help)");
-    }
-    catch (const CIM::json::TCJsonError& error)
-    {
-        return Fail(EXIT_USAGE, error.what());
-    }
-    catch (const std::exception& error)
-    {
-        return Fail(EXIT_NO_DAEMON, error.what());
-    }
+    const int status = RunAndTell(argc, argv);
+    EndDaemonAccess();
+    return status;
 }

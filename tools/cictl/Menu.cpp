@@ -17,15 +17,17 @@ namespace CIM::cictl
 namespace
 {
 constexpr unsigned READY_MS = 5'000; ///< how long a CAM that was just inserted is waited for
-constexpr unsigned PAGE_MS = 20'000; ///< how long a CAM may think about the next page
+constexpr unsigned PAGE_MS = 20'000; ///< how long a CAM may think about the next page, without --timeout
 
 /// A walk through the menu of one CAM: pages come as signals, answers as lines of standard input. Lines that come
 /// before their page are kept for it, so that answers can be piped in.
 class TCWalk
 {
 public:
-    TCWalk(TCDaemonAccess& daemon, unsigned char slot)
-        : m_daemon(daemon), m_slot(slot), m_signals(daemon, [this](const TSSignal& signal) { OnSignal(signal); })
+    /// \param[in] patience  how long the CAM may think about the next page, in milliseconds
+    TCWalk(TCDaemonAccess& daemon, unsigned char slot, unsigned patience)
+        : m_daemon(daemon), m_slot(slot), m_patience(patience),
+          m_signals(daemon, [this](const TSSignal& signal) { OnSignal(signal); })
     {
     }
     ~TCWalk()
@@ -43,7 +45,7 @@ public:
         m_signals.Subscribe(SIGNAL_CI_MMI_STATUS_CHANGED, PROFILE_MAIN, m_slot);
         if (!AwaitCam())
         {
-            return EXIT_REFUSED;
+            return m_signals.Unless(EXIT_REFUSED);
         }
         if (!IsYes(m_daemon.Call("ICIGeneral", "EnterMenu", {{"slot", m_slot}})))
         {
@@ -60,9 +62,9 @@ public:
         }
         if (m_isLate)
         {
-            throw TCFailure(EXIT_REFUSED, "the CAM does not go on");
+            throw TCFailure(EXIT_TIMEOUT, "the CAM does not go on");
         }
-        return EXIT_ANSWERED;
+        return m_signals.Unless(EXIT_ANSWERED);
     }
 
 private:
@@ -108,7 +110,7 @@ private:
         switch (static_cast<ECiMmiStatus>(signal.Code()))
         {
         case CI_MMI_STATUS_SESSION_CLOSED:
-            std::cout << "(the CAM has closed its menu)" << std::endl;
+            Out() << "(the CAM has closed its menu)" << std::endl;
             m_isOpen = false;
             m_signals.Quit();
             break;
@@ -146,7 +148,7 @@ private:
         {
             return;
         }
-        std::cout << '\n';
+        Out() << '\n';
         for (const char* heading : {"title", "subtitle"})
         {
             PrintLine("", texts[heading]);
@@ -155,7 +157,7 @@ private:
         for (const TJson& line : texts[lines])
         {
             ++number;
-            std::cout << (page == EPage::MENU ? "  " + std::to_string(number) + "  " : "  - ") << InWords(line) << '\n';
+            Out() << (page == EPage::MENU ? "  " + std::to_string(number) + "  " : "  - ") << InWords(line) << '\n';
         }
         m_choices = number;
         PrintLine("", texts["bottomLine"]);
@@ -167,7 +169,7 @@ private:
         const TJson answer = Ask("GetMmiText", TJson::object());
         if (IsYes(answer) && IsNews(EPage::TEXT, answer["outputs"]))
         {
-            std::cout << '\n';
+            Out() << '\n';
             PrintLine("", answer["outputs"]["text"]);
             Expect(EPage::TEXT, "Enter back, q quit> ");
         }
@@ -184,7 +186,7 @@ private:
         }
         m_content = enquiry;
         m_isBlind = enquiry["blindAnswer"].get<bool>();
-        std::cout << '\n';
+        Out() << '\n';
         PrintLine("", enquiry["text"]);
         const int length = enquiry["answerLength"].get<int>();
         Expect(EPage::ENQUIRY, (length == 255 ? std::string("answer") : "answer, up to " + std::to_string(length)) +
@@ -196,7 +198,7 @@ private:
         const std::string words = InWords(text);
         if (!words.empty())
         {
-            std::cout << margin << words << '\n';
+            Out() << margin << words << '\n';
         }
     }
 
@@ -206,7 +208,7 @@ private:
         m_page = page;
         m_hidden.reset();
         m_hidden = std::make_unique<TCHiddenInput>(page == EPage::ENQUIRY && m_isBlind && IsTerminal());
-        std::cout << prompt << std::flush;
+        Out() << prompt << std::flush;
         m_prompt = prompt;
         UseInput();
     }
@@ -221,7 +223,7 @@ private:
             {
                 if (m_lines.IsAtEnd())
                 {
-                    std::cout << std::endl;
+                    Out() << std::endl;
                     m_signals.Quit();
                     return;
                 }
@@ -252,7 +254,7 @@ private:
             const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), choice);
             if (error != std::errc() || end != line.data() + line.size() || choice < 0 || choice > m_choices)
             {
-                std::cout << "a number from 0 to " << m_choices << " is needed\n" << m_prompt << std::flush;
+                Out() << "a number from 0 to " << m_choices << " is needed\n" << m_prompt << std::flush;
                 return;
             }
         }
@@ -298,7 +300,7 @@ private:
     void StartTimer()
     {
         StopTimer();
-        m_timer = g_timeout_add(PAGE_MS, &s_OnLate, this);
+        m_timer = g_timeout_add(m_patience, &s_OnLate, this);
     }
 
     void StopTimer()
@@ -312,6 +314,7 @@ private:
 
     TCDaemonAccess& m_daemon;
     unsigned char m_slot;
+    unsigned m_patience;
     TCSignals m_signals;
     TCInputLines m_lines;
     std::unique_ptr<TCHiddenInput> m_hidden;
@@ -330,7 +333,8 @@ private:
 EExit MenuVerb(const TCArguments& arguments)
 {
     const unsigned char slot = arguments.Slot();
-    TCDaemonAccess daemon;
-    return TCWalk(daemon, slot).Go();
+    TCDaemonAccess daemon(arguments.Timeout());
+    const auto timeout = arguments.Timeout();
+    return TCWalk(daemon, slot, timeout ? static_cast<unsigned>(timeout->count()) : PAGE_MS).Go();
 }
 } // namespace CIM::cictl

@@ -1,12 +1,13 @@
 #include "cictl/Output.h"
 
-#include "cictl/Verb.h"
-
 #include "json/Scalars.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
+#include <string_view>
+#include <unistd.h>
 #include <vector>
 
 namespace CIM::cictl
@@ -55,23 +56,23 @@ std::size_t Width(std::string_view utf8)
 
 void PrintPadded(const std::string& text, std::size_t width)
 {
-    std::cout << text << std::string(width > Width(text) ? width - Width(text) : 0, ' ');
+    Out() << text << std::string(width > Width(text) ? width - Width(text) : 0, ' ');
 }
 
 // A value under its label: what is made of several parts goes below, further in.
 void PrintValue(const std::string& label, const TJson& value, std::size_t width, int depth)
 {
     const std::string margin(static_cast<std::size_t>(2 * depth), ' ');
-    std::cout << margin;
+    Out() << margin;
     const bool isBranch = value.is_structured() && !value.empty() &&
                           std::any_of(value.begin(), value.end(), [](const TJson& v) { return v.is_structured(); });
     if (!isBranch && !(value.is_object() && !value.empty()))
     {
         PrintPadded(label + ":", width + 2);
-        std::cout << InWords(value) << '\n';
+        Out() << InWords(value) << '\n';
         return;
     }
-    std::cout << label << ":\n";
+    Out() << label << ":\n";
     std::size_t inner = 0;
     for (const auto& member : value.items())
     {
@@ -140,7 +141,35 @@ std::string InWords(const TJson& value)
     return value.dump();
 }
 
-void PrintJson(const TJson& value) { std::cout << value.dump(-1, ' ', true, TJson::error_handler_t::replace) << '\n'; }
+std::ostream& Out() { return std::cout; }
+
+bool IsColoured(int descriptor)
+{
+    const char* const refusal = std::getenv("NO_COLOR");
+    const char* const terminal = std::getenv("TERM");
+    return (refusal == nullptr || *refusal == '\0') && terminal != nullptr && std::string_view(terminal) != "dumb" &&
+           isatty(descriptor) == 1;
+}
+
+void PrintJson(const TJson& object)
+{
+    constexpr int VERSION = 1; // another one only when a member goes or changes its meaning
+    TJson whole = {{"version", VERSION}};
+    whole.update(object);
+    Out() << whole.dump(-1, ' ', true, TJson::error_handler_t::replace) << '\n';
+}
+
+void PrintFailure(EExit status, const std::string& message, bool asJson)
+{
+    if (asJson)
+    {
+        PrintJson({{"error", {{"status", status}, {"name", ExitOf(status).name}, {"message", message}}}});
+    }
+    Out().flush();
+    const bool isColoured = IsColoured(STDERR_FILENO);
+    std::fprintf(stderr, "%scictl:%s %s\n", isColoured ? "\x1b[1;31m" : "", isColoured ? "\x1b[0m" : "",
+                 Harmless(message).c_str());
+}
 
 void PrintRecord(std::span<const TSField> fields, const TJson& record, bool asJson)
 {
@@ -173,7 +202,10 @@ void PrintTable(std::span<const TSField> fields, const TJson& records, bool asJs
     }
     if (asJson)
     {
-        PrintJson(list);
+        for (const TJson& record : list)
+        {
+            PrintJson(record);
+        }
         return;
     }
     std::vector<std::vector<std::string>> lines(1);
@@ -198,13 +230,16 @@ void PrintTable(std::span<const TSField> fields, const TJson& records, bool asJs
             widths.back() = std::max(widths.back(), Width(line[column]));
         }
     }
+    const bool isColoured = IsColoured(STDOUT_FILENO);
     for (const auto& line : lines)
     {
+        const bool isHeading = isColoured && &line == &lines.front();
+        Out() << (isHeading ? "\x1b[1m" : "");
         for (std::size_t column = 0; column + 1 < line.size(); ++column)
         {
             PrintPadded(line[column], widths[column] + 2);
         }
-        std::cout << line.back() << '\n';
+        Out() << line.back() << (isHeading ? "\x1b[0m" : "") << '\n';
     }
 }
 
@@ -222,15 +257,14 @@ void PrintEvent(std::span<const TSField> fields, const TJson& record, bool asJso
         {
             if (ordered.contains(field.key))
             {
-                std::cout << separator << field.label << (*field.label == '\0' ? "" : "=")
-                          << InWords(ordered[field.key]);
+                Out() << separator << field.label << (*field.label == '\0' ? "" : "=") << InWords(ordered[field.key]);
                 separator = " ";
             }
         }
-        std::cout << '\n';
+        Out() << '\n';
     }
-    std::cout.flush();
-    if (!std::cout)
+    Out().flush();
+    if (!Out())
     {
         throw TCFailure(EXIT_REFUSED, "cannot write to standard output"); // nobody is there for the next one either
     }

@@ -61,7 +61,7 @@ EExit PinVerb(const TCArguments& arguments)
     }
     const unsigned char slot = arguments.Slot();
     const std::string source = SourceOf(arguments);
-    TCDaemonAccess daemon;
+    TCDaemonAccess daemon(arguments.Timeout());
     daemon.Require(*json::FindInterface("ICIGeneral"));
 
     const json::TCSecret pin = ReadPin(source, isSet);
@@ -78,7 +78,7 @@ EExit PinVerb(const TCArguments& arguments)
     TJson record = {{"slot", slot}};
     bool isRight = false;
     const bool hasCome =
-        signals.Wait(REPLY_MS,
+        signals.Wait(arguments.Timeout() ? static_cast<unsigned>(arguments.Timeout()->count()) : REPLY_MS,
                      [&](const TSSignal& signal)
                      {
                          const auto status = static_cast<ECamPinCodeStatus>(signal.Code());
@@ -87,9 +87,13 @@ EExit PinVerb(const TCArguments& arguments)
                          record["triesLeft"] = signal.Number();
                          return signal.type == reply;
                      });
+    if (signals.IsInterrupted())
+    {
+        return signals.Unless(EXIT_ANSWERED);
+    }
     if (!hasCome)
     {
-        throw TCFailure(EXIT_REFUSED, "the CAM has not said whether the PIN is right");
+        throw TCFailure(EXIT_TIMEOUT, "the CAM has not said whether the PIN is right");
     }
     PrintRecord(PIN_FIELDS, record, arguments.IsJson());
     return isRight ? EXIT_ANSWERED : EXIT_REFUSED;

@@ -68,11 +68,22 @@ TCSecret CheckedLine(std::string_view line, const char* where)
 
 void HideSecretWords(int argc, char** argv)
 {
-    const std::string_view verb = argc > 1 ? argv[1] : "";
+    int first = 1;
+    while (first < argc && argv[first][0] == '-')
+    {
+        const std::string_view option = argv[first]; // a value of its own has only the host, if it is not joined
+        first += option == "-H" || option == "--host" ? 2 : 1;
+    }
+    const std::string_view verb = first < argc ? argv[first] : "";
     int place = 0; // among the words that are no options
-    for (int i = 2; i < argc; ++i)
+    for (int i = first + 1; i < argc; ++i)
     {
         const std::string_view word = argv[i];
+        if (verb == "pin" && word == "--timeout") // its value is no PIN
+        {
+            ++i;
+            continue;
+        }
         const std::size_t sign = word.find('=');
         if (verb == "call" && sign != word.npos && IsSecretName(word.substr(0, sign)))
         {

@@ -91,7 +91,7 @@ TJson GatherSlots(TCDaemonAccess& daemon)
 
 EExit SlotsVerb(const TCArguments& arguments)
 {
-    TCDaemonAccess daemon;
+    TCDaemonAccess daemon(arguments.Timeout());
     TJson records = GatherSlots(daemon);
     for (TJson& record : records)
     {
@@ -104,7 +104,7 @@ EExit SlotsVerb(const TCArguments& arguments)
 EExit InfoVerb(const TCArguments& arguments)
 {
     const long wanted = arguments.Number("slot", 0, 255, -1);
-    TCDaemonAccess daemon;
+    TCDaemonAccess daemon(arguments.Timeout());
     TJson records = GatherSlots(daemon);
     const TJson caSystems = daemon.Call("ICIGeneral", "GetCaSystemIds", TJson::object())["outputs"]["caSystemIds"];
     const TJson states = daemon.Call("ICIGeneral", "GetCurrentCiStatus", TJson::object())["outputs"]["status"]["slots"];
@@ -142,7 +142,7 @@ EExit InfoVerb(const TCArguments& arguments)
 
 EExit CaSystemsVerb(const TCArguments& arguments)
 {
-    TCDaemonAccess daemon;
+    TCDaemonAccess daemon(arguments.Timeout());
     const TJson answer = daemon.Call("ICIGeneral", "GetCaSystemIds", TJson::object());
     if (!IsYes(answer))
     {
@@ -159,7 +159,7 @@ EExit CaSystemsVerb(const TCArguments& arguments)
 
 EExit ProfilesVerb(const TCArguments& arguments)
 {
-    TCDaemonAccess daemon;
+    TCDaemonAccess daemon(arguments.Timeout());
     TJson records = TJson::array();
     bool isAnswered = false;
     for (const auto& [operation, state] : {std::pair("GetInstalledOperatorProfiles#list", "installed"),
@@ -192,7 +192,7 @@ EExit RecordingVerb(const TCArguments& arguments)
         {"IsBlockedByParentalControl", {{"blocked", "blocked"}}},
         {"GetExpiredContentSections", {{"sections", "expiredSections"}}},
     };
-    TCDaemonAccess daemon;
+    TCDaemonAccess daemon(arguments.Timeout());
     const TJson file = json::TextToJson(arguments.Text("file"));
     TJson record = {{"file", file}};
     bool isAnswered = false;

@@ -29,11 +29,8 @@ unsigned short TSSignal::Number() const
 TCSignals::TCSignals(TCDaemonAccess& daemon, std::function<void(const TSSignal&)> handler)
     : m_daemon(daemon), m_handler(std::move(handler)), m_loop(g_main_loop_new(nullptr, FALSE), &g_main_loop_unref)
 {
-    m_daemon.Require(SubscriberForm());
-    m_owner = m_daemon.Bus().OwnerOf(SubscriberForm().ConnectionName());
-    TCCIService::CISignalSubscriberInstance(&s_OnSignal);
     m_sources.push_back(g_unix_signal_add(SIGINT, &s_OnInterrupt, this));
-    m_sources.push_back(g_unix_signal_add(SIGTERM, &s_OnInterrupt, this));
+    m_sources.push_back(g_unix_signal_add(SIGTERM, &s_OnTerminate, this));
 }
 
 TCSignals::~TCSignals()
@@ -46,6 +43,11 @@ TCSignals::~TCSignals()
     {
         g_source_remove(source);
     }
+    m_daemon.Bus().OnHiddenChange(nullptr);
+    if (m_hiddenChange != 0)
+    {
+        g_source_remove(m_hiddenChange);
+    }
 }
 
 void TCSignals::Subscribe(ECISignalType type, EProfile profile, unsigned short handle)
@@ -53,6 +55,11 @@ void TCSignals::Subscribe(ECISignalType type, EProfile profile, unsigned short h
     const TSSubscription subscription{type, profile, handle};
     if (std::find(m_subscriptions.begin(), m_subscriptions.end(), subscription) == m_subscriptions.end())
     {
+        if (m_subscriptions.empty())
+        {
+            m_daemon.Require(SubscriberForm());
+            TCCIService::CISignalSubscriberInstance(&s_OnSignal)->SetCallback(&s_OnSignal);
+        }
         m_Subscribe(subscription);
         m_subscriptions.push_back(subscription);
     }
@@ -61,7 +68,7 @@ void TCSignals::Subscribe(ECISignalType type, EProfile profile, unsigned short h
 void TCSignals::m_Subscribe(const TSSubscription& subscription)
 {
     const int result = Subscriber()->Subscribe(subscription.type, this, subscription.profile, subscription.handle, 0);
-    RequireThrough("the subscription to " + ToString(subscription.type));
+    m_daemon.RequireThrough("the subscription to " + ToString(subscription.type), SubscriberForm());
     if (result == 0)
     {
         throw TCFailure(EXIT_REFUSED, "the subscription to " + ToString(subscription.type) + " was refused");
@@ -92,10 +99,21 @@ int TCSignals::s_OnSignal(ECISignalType type, EProfile profile, unsigned short h
     return 0;
 }
 
+void TCSignals::m_Interrupt(EExit exit)
+{
+    m_interruption = exit;
+    Quit();
+}
+
 gboolean TCSignals::s_OnInterrupt(gpointer self)
 {
-    static_cast<TCSignals*>(self)->m_isInterrupted = true;
-    static_cast<TCSignals*>(self)->Quit();
+    static_cast<TCSignals*>(self)->m_Interrupt(EXIT_INTERRUPTED);
+    return G_SOURCE_CONTINUE;
+}
+
+gboolean TCSignals::s_OnTerminate(gpointer self)
+{
+    static_cast<TCSignals*>(self)->m_Interrupt(EXIT_TERMINATED);
     return G_SOURCE_CONTINUE;
 }
 
@@ -106,31 +124,69 @@ gboolean TCSignals::s_OnTimeout(gpointer self)
     return G_SOURCE_CONTINUE;
 }
 
-gboolean TCSignals::s_OnTick(gpointer self)
+gboolean TCSignals::s_OnBus(gint, GIOCondition, gpointer self)
 {
     auto& signals = *static_cast<TCSignals*>(self);
-    signals.Guarded([&] { signals.m_CheckDaemon(); });
+    signals.Guarded([&] { signals.m_TakeOwnerChanges(); });
     return G_SOURCE_CONTINUE;
 }
 
-void TCSignals::WatchDaemon() { m_sources.push_back(g_timeout_add(1000, &s_OnTick, this)); }
-
-void TCSignals::m_CheckDaemon()
+gboolean TCSignals::s_OnHiddenChange(gpointer self)
 {
-    std::string owner = m_daemon.Bus().OwnerOf(SubscriberForm().ConnectionName());
-    if (owner == m_owner)
+    auto& signals = *static_cast<TCSignals*>(self);
+    signals.m_hiddenChange = 0;
+    signals.Guarded([&] { signals.m_TakeOwnerChanges(); });
+    return G_SOURCE_REMOVE;
+}
+
+void TCSignals::m_TakeOwnerChanges()
+{
+    for (const TCBus::TSOwnerChange& change : m_daemon.Bus().TakeOwnerChanges())
     {
-        return;
+        m_onOwner(change);
     }
-    std::fprintf(stderr, "cictl: the CI daemon %s\n", owner.empty() ? "is gone" : "is back");
-    m_owner = std::move(owner);
-    if (!m_owner.empty())
-    {
-        for (const TSSubscription& subscription : m_subscriptions)
+}
+
+void TCSignals::WatchDaemon(std::function<void(const TCBus::TSOwnerChange&)> handler)
+{
+    m_onOwner = std::move(handler);
+    m_daemon.Bus().OnHiddenChange(
+        [this]
         {
-            Subscriber()->Unsubscribe(subscription.type, subscription.profile, subscription.handle, 0);
-            m_Subscribe(subscription);
-        }
+            if (m_hiddenChange == 0)
+            {
+                m_hiddenChange = g_idle_add(&s_OnHiddenChange, this);
+            }
+        });
+    m_sources.push_back(g_unix_fd_add(m_daemon.Bus().Descriptor(),
+                                      static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR), &s_OnBus, this));
+    m_daemon.Bus().FollowOwners();
+}
+
+void TCSignals::WatchDaemon()
+{
+    WatchDaemon(
+        [this](const TCBus::TSOwnerChange& change)
+        {
+            if (change.name != SubscriberForm().ConnectionName())
+            {
+                return;
+            }
+            std::fprintf(stderr, "cictl: the CI daemon %s\n", change.owner.empty() ? "is gone" : "is back");
+            if (!change.owner.empty())
+            {
+                Renew();
+            }
+        });
+}
+
+void TCSignals::Renew()
+{
+    m_daemon.Require(SubscriberForm());
+    for (const TSSubscription& subscription : m_subscriptions)
+    {
+        Subscriber()->Unsubscribe(subscription.type, subscription.profile, subscription.handle, 0);
+        m_Subscribe(subscription);
     }
 }
 
@@ -142,7 +198,7 @@ bool TCSignals::Run(unsigned milliseconds)
     {
         timeout = g_timeout_add(milliseconds, &s_OnTimeout, this);
     }
-    if (!m_isInterrupted && !m_thrown)
+    if (!IsInterrupted() && !m_thrown)
     {
         g_main_loop_run(m_loop.get());
     }
@@ -150,9 +206,10 @@ bool TCSignals::Run(unsigned milliseconds)
     {
         g_source_remove(timeout);
     }
-    if (m_thrown)
+    const std::exception_ptr thrown = std::exchange(m_thrown, nullptr);
+    if (thrown && !IsInterrupted()) // Ctrl-C also ends an ssh to the bus
     {
-        std::rethrow_exception(std::exchange(m_thrown, nullptr));
+        std::rethrow_exception(thrown);
     }
     return !m_isTimeOver;
 }

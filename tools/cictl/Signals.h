@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cictl/DaemonAccess.h"
+#include "cictl/Exit.h"
 
 #include <ciapi/CISignalDataType.h>
 
@@ -45,11 +46,17 @@ public:
     void Quit();
     /// Runs a piece of a GLib callback: what it throws ends Run, which throws it.
     void Guarded(const std::function<void()>& action);
-    bool IsInterrupted() const { return m_isInterrupted; }
+    bool IsInterrupted() const { return m_interruption != EXIT_ANSWERED; }
+    /// What to exit with when interrupted. \param[in] otherwise  when not
+    EExit Unless(EExit otherwise) const { return IsInterrupted() ? m_interruption : otherwise; }
     /// Waits for one signal. \return false when the time was over, or when interrupted
     bool Wait(unsigned milliseconds, std::function<bool(const TSSignal&)> isIt);
-    /// Tells on standard error, once, that the daemon or the bus went, and subscribes again when the daemon is back.
+    /// Tells on standard error that the daemon went, and subscribes again when it is back. Run throws when the bus goes.
     void WatchDaemon();
+    /// The same, but hands out what changes; who asks tells, and subscribes.
+    void WatchDaemon(std::function<void(const TCBus::TSOwnerChange&)> handler);
+    /// Makes all subscriptions anew, for a daemon that has come. \throws TCFailure
+    void Renew();
 
 private:
     struct TSSubscription
@@ -63,19 +70,23 @@ private:
 
     static int s_OnSignal(ECISignalType type, EProfile profile, unsigned short handle, TSSignalData data, void* self);
     static gboolean s_OnInterrupt(gpointer self);
-    static gboolean s_OnTick(gpointer self);
+    static gboolean s_OnTerminate(gpointer self);
+    static gboolean s_OnBus(gint descriptor, GIOCondition condition, gpointer self);
+    static gboolean s_OnHiddenChange(gpointer self);
     static gboolean s_OnTimeout(gpointer self);
     void m_Subscribe(const TSSubscription& subscription);
-    void m_CheckDaemon();
+    void m_Interrupt(EExit exit);
+    void m_TakeOwnerChanges();
 
     TCDaemonAccess& m_daemon;
     std::function<void(const TSSignal&)> m_handler;
     std::vector<TSSubscription> m_subscriptions;
     std::vector<guint> m_sources;
-    std::string m_owner;
+    std::function<void(const TCBus::TSOwnerChange&)> m_onOwner;
+    guint m_hiddenChange = 0;
     std::exception_ptr m_thrown;
     std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> m_loop;
-    bool m_isInterrupted = false;
+    EExit m_interruption = EXIT_ANSWERED;
     bool m_isTimeOver = false;
 };
 } // namespace CIM::cictl

@@ -46,38 +46,63 @@ void BecomeMonitor(TCBus& bus)
     TCDBusError error;
     if (!bus.Ask(call.get(), error))
     {
-        throw TCFailure(EXIT_NO_DAEMON, std::string("the bus does not let this user monitor it: ") + error.Text());
+        FailForBus("the bus does not let this user monitor it", error);
     }
 }
 
-volatile std::sig_atomic_t isInterrupted = 0;
+volatile std::sig_atomic_t g_interruption = 0; // a signal's number
+
+/// Keeps the signals that end a trace, as long as it lives.
+class TCInterruption
+{
+public:
+    TCInterruption()
+    {
+        g_interruption = 0;
+        struct sigaction action
+        {
+        };
+        action.sa_handler = [](int number) { g_interruption = number; };
+        sigaction(SIGINT, &action, &m_formerInterrupt);
+        sigaction(SIGTERM, &action, &m_formerTerminate);
+    }
+    ~TCInterruption()
+    {
+        sigaction(SIGINT, &m_formerInterrupt, nullptr);
+        sigaction(SIGTERM, &m_formerTerminate, nullptr);
+    }
+    TCInterruption(const TCInterruption&) = delete;
+    TCInterruption& operator=(const TCInterruption&) = delete;
+
+private:
+    struct sigaction m_formerInterrupt
+    {
+    };
+    struct sigaction m_formerTerminate
+    {
+    };
+};
 } // namespace
 
 EExit TraceVerb(const TCArguments& arguments)
 {
     using TCClock = std::chrono::steady_clock;
     const long count = arguments.Number("count", 1, 1'000'000'000, 0);
-    const long timeout = arguments.Number("timeout", 1, 4'000'000, 0);
+    const auto timeout = arguments.Seconds("timeout");
     TCBus bus;
     BecomeMonitor(bus);
-    struct sigaction action
-    {
-    };
-    action.sa_handler = [](int) { isInterrupted = 1; };
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    const TCInterruption interruption;
     std::fprintf(stderr, "cictl: tracing, Ctrl-C ends\n");
 
     TCDissector dissector(arguments.IsSet("show-secrets"));
-    const TCClock::time_point end =
-        timeout == 0 ? TCClock::time_point::max() : TCClock::now() + std::chrono::seconds(timeout);
+    const TCClock::time_point end = timeout ? TCClock::now() + *timeout : TCClock::time_point::max();
     long seen = 0;
-    while (isInterrupted == 0 && TCClock::now() < end && (count == 0 || seen < count))
+    while (g_interruption == 0 && TCClock::now() < end && (count == 0 || seen < count))
     {
         // Short waits: libdbus goes on waiting after a signal of the operating system.
         if (!dbus_connection_read_write(bus.Get(), 100))
         {
-            throw TCFailure(EXIT_NO_DAEMON, "the system bus is gone");
+            throw TCFailure(EXIT_NO_BUS, "the system bus is gone");
         }
         while (count == 0 || seen < count)
         {
@@ -94,6 +119,10 @@ EExit TraceVerb(const TCArguments& arguments)
             }
         }
     }
-    return count == 0 || seen == count ? EXIT_ANSWERED : EXIT_REFUSED;
+    if (g_interruption != 0)
+    {
+        return g_interruption == SIGINT ? EXIT_INTERRUPTED : EXIT_TERMINATED;
+    }
+    return count == 0 || seen == count ? EXIT_ANSWERED : EXIT_TIMEOUT;
 }
 } // namespace CIM::cictl

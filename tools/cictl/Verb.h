@@ -1,10 +1,12 @@
 #pragma once
 
+#include "cictl/Exit.h"
 #include "json/Json.h"
 
+#include <chrono>
 #include <map>
+#include <optional>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,26 +14,6 @@
 namespace CIM::cictl
 {
 using json::TJson;
-
-/// What cictl exits with.
-enum EExit : int
-{
-    EXIT_ANSWERED = 0,
-    EXIT_REFUSED = 1, ///< the daemon answered no
-    EXIT_USAGE = 2,
-    EXIT_NO_DAEMON = 3, ///< no daemon, no bus, no CI on this set, or the call failed on its way
-};
-
-/// Ends a verb with a line on standard error.
-class TCFailure : public std::runtime_error
-{
-public:
-    TCFailure(EExit status, const std::string& message) : std::runtime_error(message), m_status(status) {}
-    EExit Status() const { return m_status; }
-
-private:
-    EExit m_status;
-};
 
 /// What an argument of a verb is.
 enum class EArgument
@@ -66,6 +48,10 @@ public:
     /// An integer within limits. \throws TCFailure
     long Number(const std::string& name, long least, long greatest) const;
     long Number(const std::string& name, long least, long greatest, long otherwise) const;
+    /// A time in seconds, fractions allowed; nothing when it was not given. \throws TCFailure
+    std::optional<std::chrono::milliseconds> Seconds(const std::string& name) const;
+    /// How long an answer is waited for, when --timeout says so.
+    std::optional<std::chrono::milliseconds> Timeout() const { return Seconds("timeout"); }
     unsigned char Slot() const { return static_cast<unsigned char>(Number("slot", 0, 255)); }
     std::vector<std::string> Many(const std::string& name) const;
 };
@@ -86,6 +72,7 @@ std::span<const TSVerb> Verbs();
 EExit ListVerb(const TCArguments& arguments);
 EExit CallVerb(const TCArguments& arguments);
 EExit WatchVerb(const TCArguments& arguments);
+EExit WaitVerb(const TCArguments& arguments);
 EExit TraceVerb(const TCArguments& arguments);
 EExit DecodeVerb(const TCArguments& arguments);
 EExit SlotsVerb(const TCArguments& arguments);

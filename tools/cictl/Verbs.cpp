@@ -1,47 +1,52 @@
 #include "cictl/Verb.h"
 
 #include <charconv>
+#include <cmath>
 
 namespace CIM::cictl
 {
 namespace
 {
-constexpr TSArgument JSON = {"json", EArgument::FLAG, "print JSON"};
+constexpr TSArgument JSON = {"json", EArgument::FLAG, "print JSON, one object a line; also what went wrong"};
+constexpr TSArgument TIMEOUT = {"timeout", EArgument::OPTION,
+                                "seconds to wait for an answer of the daemon or the CAM, such as 0.5"};
 constexpr TSArgument SLOT = {"slot", EArgument::NEEDED, "slot number, from 0"};
 } // namespace
 
 std::span<const TSVerb> Verbs()
 {
     static const std::vector<TSVerb> verbs = {
-        {"slots", "the slots and their CAMs", {JSON}, SlotsVerb},
+        {"slots", "the slots and their CAMs", {TIMEOUT, JSON}, SlotsVerb},
         {"info",
          "everything about a slot, or about all",
-         {{"slot", EArgument::OPTIONAL, "slot number, from 0"}, JSON},
+         {{"slot", EArgument::OPTIONAL, "slot number, from 0"}, TIMEOUT, JSON},
          InfoVerb},
-        {"menu", "walk through a CAM's menu", {SLOT}, MenuVerb},
+        {"menu", "walk through a CAM's menu", {SLOT, TIMEOUT}, MenuVerb},
         {"pin",
          "have a CAM verify a PIN, or set a new one; the PIN is read from the terminal or standard input",
          {SLOT,
           {"action", EArgument::NEEDED, "verify or set"},
           {"source", EArgument::OPTIONAL, "@FILE: the PIN is the file's first line; -, or nothing: it is asked for"},
+          TIMEOUT,
           JSON},
          PinVerb},
-        {"ca-systems", "the CA systems that the CAMs descramble", {JSON}, CaSystemsVerb},
-        {"profiles", "the operator profiles, offered and installed", {JSON}, ProfilesVerb},
+        {"ca-systems", "the CA systems that the CAMs descramble", {TIMEOUT, JSON}, CaSystemsVerb},
+        {"profiles", "the operator profiles, offered and installed", {TIMEOUT, JSON}, ProfilesVerb},
         {"player",
          "have a CAM play: verify LOCATION, play LOCATION, speed HANDLE HUNDREDTHS, "
          "seek HANDLE POSITION [absolute|relative], monitor HANDLE VALUE, stop",
-         {{"action", EArgument::NEEDED, "what to do"}, {"value", EArgument::MANY, "its values"}, JSON},
+         {{"action", EArgument::NEEDED, "what to do"}, {"value", EArgument::MANY, "its values"}, TIMEOUT, JSON},
          PlayerVerb},
         {"recording",
          "what copy control says about a recording",
-         {{"file", EArgument::NEEDED, "path of the recording"}, JSON},
+         {{"file", EArgument::NEEDED, "path of the recording"}, TIMEOUT, JSON},
          RecordingVerb},
         {"debug",
          "a service command of the daemon, such as print-status; without one, the list of them",
          {{"command", EArgument::OPTIONAL, "an operation of ICIDebug, such as get-slots-count"},
           {"value", EArgument::MANY, "its inputs, in order"},
           {"yes", EArgument::FLAG, "go on with a command that deletes data for good"},
+          TIMEOUT,
           JSON},
          DebugVerb},
         {"watch",
@@ -51,13 +56,24 @@ std::span<const TSVerb> Verbs()
           {"handle", EArgument::OPTIONS,
            "handle number of the TV pipeline, or slot; may be repeated; 0 when not given"},
           {"count", EArgument::OPTION, "end after that many signals"},
-          {"timeout", EArgument::OPTION, "end after that many seconds; with --count, the exit status is then 1"},
+          {"timeout", EArgument::OPTION, "end after that many seconds; with --count, the exit status is then 6"},
           JSON},
          WatchVerb},
+        {"wait",
+         "wait until a condition holds",
+         {{"condition", EArgument::MANY,
+           "What is waited for, joined by and, or and parentheses. daemon: all its bus names are there. ready, init, "
+           "empty: a CAM is ready, one has told its name and is not ready yet, a slot has neither. menu, list, text, "
+           "enquiry: such a page of a CAM is open; dialogue: any of them. Each may name a slot: slot1.menu. "
+           "signal=TYPE[,FIELD=VALUE...]: a signal has come; the fields are profile and handle, for which it is "
+           "raised, and slot, code, id and value, which it carries"},
+          {"timeout", EArgument::OPTION, "give up after that many seconds, with the exit status 6"},
+          JSON},
+         WaitVerb},
         {"trace",
          "print every call, reply and signal on the bus, by name; needs the bus's permission to monitor",
          {{"count", EArgument::OPTION, "end after that many messages"},
-          {"timeout", EArgument::OPTION, "end after that many seconds"},
+          {"timeout", EArgument::OPTION, "end after that many seconds; with --count, the exit status is then 6"},
           {"show-secrets", EArgument::FLAG, "print PINs and typed answers, too"},
           JSON},
          TraceVerb},
@@ -74,6 +90,7 @@ std::span<const TSVerb> Verbs()
          {{"interface", EArgument::OPTIONAL, "such as ICIGeneral, or ICIGeneral.EnterMenu"},
           {"names", EArgument::FLAG, "only the operations' names, for shell completion"},
           {"signals", EArgument::FLAG, "only the signals' names"},
+          {"statuses", EArgument::FLAG, "what cictl exits with, and what that means"},
           {"inputs", EArgument::OPTION, "only the names of an operation's inputs"},
           {"options", EArgument::OPTION, "only the options of a verb"},
           JSON},
@@ -91,6 +108,7 @@ std::span<const TSVerb> Verbs()
            "off the command line at once, but not out of the history. @@TEXT is a secret that begins with '@', -- is "
            "\"-\""},
           {"one-way", EArgument::FLAG, "do not wait for the daemon, where the operation allows that"},
+          TIMEOUT,
           JSON},
          CallVerb},
     };
@@ -125,6 +143,23 @@ long TCArguments::Number(const std::string& name, long least, long greatest) con
                                         std::to_string(greatest) + " is needed, not \"" + text + "\"");
     }
     return value;
+}
+
+std::optional<std::chrono::milliseconds> TCArguments::Seconds(const std::string& name) const
+{
+    constexpr double GREATEST = 2'000'000; // as many milliseconds still fit into 31 bits
+    if (!Has(name))
+    {
+        return std::nullopt;
+    }
+    const std::string text = Text(name);
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
+    if (error != std::errc() || end != text.data() + text.size() || !(value >= 0.001 && value <= GREATEST))
+    {
+        throw TCFailure(EXIT_USAGE, name + ": seconds from 0.001 to 2000000 are needed, not \"" + text + "\"");
+    }
+    return std::chrono::milliseconds(std::lround(value * 1000));
 }
 
 long TCArguments::Number(const std::string& name, long least, long greatest, long otherwise) const

@@ -1,3 +1,4 @@
+#include "cictl/Condition.h"
 #include "cictl/Output.h"
 #include "cictl/Signals.h"
 #include "cictl/Time.h"
@@ -15,18 +16,6 @@ constexpr TSField SIGNAL_FIELDS[] = {
     {"time", ""},     {"type", ""},       {"profile", "profile"}, {"handle", "handle"},
     {"data", "data"}, {"int32", "int32"}, {"bytes", "bytes"},
 };
-
-ECISignalType SignalFromWord(const std::string& word)
-{
-    for (const char* prefix : {"", "SIGNAL_", "SIGNAL_CI_"})
-    {
-        if (const auto type = EnumValue<ECISignalType>(prefix + word))
-        {
-            return *type;
-        }
-    }
-    return json::FromJson<ECISignalType>(word, json::TCJsonPath("type"));
-}
 
 std::vector<ECISignalType> SignalsFromWords(const std::vector<std::string>& words)
 {
@@ -62,6 +51,18 @@ TJson Record(const TSSignal& signal)
 }
 } // namespace
 
+ECISignalType SignalFromWord(const std::string& word)
+{
+    for (const char* prefix : {"", "SIGNAL_", "SIGNAL_CI_"})
+    {
+        if (const auto type = EnumValue<ECISignalType>(prefix + word))
+        {
+            return *type;
+        }
+    }
+    return json::FromJson<ECISignalType>(word, json::TCJsonPath("type"));
+}
+
 EExit WatchVerb(const TCArguments& arguments)
 {
     const std::vector<ECISignalType> types = SignalsFromWords(arguments.Many("type"));
@@ -76,7 +77,7 @@ EExit WatchVerb(const TCArguments& arguments)
         handles.push_back(0);
     }
     const long count = arguments.Number("count", 1, 1'000'000'000, 0);
-    const long timeout = arguments.Number("timeout", 1, 4'000'000, 0);
+    const auto timeout = arguments.Seconds("timeout");
 
     TCDaemonAccess daemon;
     long seen = 0;
@@ -104,7 +105,7 @@ EExit WatchVerb(const TCArguments& arguments)
     }
     std::fprintf(stderr, "cictl: watching, Ctrl-C ends\n");
     signals.WatchDaemon();
-    const bool isInTime = signals.Run(static_cast<unsigned>(timeout) * 1000);
-    return isInTime || count == 0 ? EXIT_ANSWERED : EXIT_REFUSED;
+    const bool isInTime = signals.Run(timeout ? static_cast<unsigned>(timeout->count()) : 0);
+    return signals.Unless(isInTime || count == 0 ? EXIT_ANSWERED : EXIT_TIMEOUT);
 }
 } // namespace CIM::cictl

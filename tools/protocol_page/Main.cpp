@@ -1,12 +1,14 @@
 // Prints the part of docs/protocol.md that follows from the tables: operations, objects, enumerations, kinds of
-// signals.
+// signals. Given "signals", that of docs/signals.md: what each signal carries.
 
 #include "WireText.h"
 
 #include "protocol/Envelope.h"
 #include "protocol/Interfaces.h"
 #include "protocol/Pushed.h"
+#include "protocol/SignalData.h"
 
+#include <cstdio>
 #include <iostream>
 #include <stdexcept>
 #include <tuple>
@@ -159,27 +161,126 @@ void PrintSignalKinds()
     }
 }
 
-/// Enumerations that stand in no operation, but in the data of signals: docs/signals.md names them.
-using TSignalEnumerations =
-    TList<EAppMmiMessage, ECIAuxiliaryFileSystemMessage, ECamOperatorProfileStatus, ECamPinCodeStatus, ECamSasStatus,
-          ECamUpgradeMode, ECamUpgradeStatus, ECiCamMonitorStatus, ECiMmiStatus, EPvrPlaybackStopReasonByCI,
-          EPvrRecordStopReasonByCI, EPvrTimeshiftStopReasonByCI, ESampleDecryptionDRMStatus,
-          ESampleDecryptionTransmissionStatus, ESasConnectionStatus>;
-
-template <class... Enumerations>
-void ExplainAll(TList<Enumerations...>, SGlossary& glossary)
+/// The numbers of a signal, its code included.
+template <class Visitor>
+void ForEachNumber(const SSignalRow& row, Visitor visitor)
 {
-    (Explain<Enumerations>(glossary), ...);
+    for (const SSignalNumber& number : {row.code, row.numbers[0], row.numbers[1], row.numbers[2]})
+    {
+        if (number.IsThere())
+        {
+            visitor(number);
+        }
+    }
+}
+
+/// Enumerations that may stand in no operation, but in the data of signals.
+void ExplainSignalEnumerations(SGlossary& glossary)
+{
+    for (const SSignalRow& row : SIGNAL_ROWS)
+    {
+        ForEachNumber(row,
+                      [&](const SSignalNumber& number)
+                      {
+                          if (number.words == nullptr || !number.words->isPublic)
+                          {
+                              return;
+                          }
+                          std::string text;
+                          for (const auto& [value, name] : number.words->words)
+                          {
+                              text += (text.empty() ? "" : ", ") + std::to_string(value) + " " + Code(name);
+                          }
+                          glossary.enumerations[std::string(number.words->type)] = text;
+                      });
+    }
+}
+
+/// In hexadecimal digits from two digits on: there they are bits and bytes.
+std::string Number(std::int64_t value)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, value < 10 ? "%lld" : "0x%llX", static_cast<long long>(value));
+    return text;
+}
+
+/// What a number of a signal means, as part of a cell.
+std::string Meaning(const SSignalRow& row, const SSignalNumber& number)
+{
+    std::string text = number.place == EPlace::VALUE_LOW    ? "lower 16 bits: "
+                       : number.place == EPlace::VALUE_HIGH ? "upper 16 bits: "
+                                                            : "";
+    text += number.text;
+    if (number.words != nullptr && number.words->isPublic)
+    {
+        text += Code(number.words->type);
+    }
+    else if (number.words != nullptr)
+    {
+        const char* separator = *number.text == '\0' ? "" : "; ";
+        for (const auto& [value, name] : number.words->words)
+        {
+            text += separator + Number(value) + " " + Code(name);
+            separator = ", ";
+        }
+    }
+    if (number.codes != 0)
+    {
+        const char* separator = "";
+        std::string codes;
+        for (unsigned code = 0; code < 64; ++code)
+        {
+            if (number.ComesWith(code))
+            {
+                codes += separator + Code(WordFor(row.code, code));
+                separator = ", ";
+            }
+        }
+        text = "with " + codes + ": " + text;
+    }
+    return text;
+}
+
+void PrintSignals()
+{
+    std::cout << "| Signal | Raised for | code | id | value |\n|---|---|---|---|---|\n";
+    std::string others;
+    for (const SSignalRow& row : SIGNAL_ROWS)
+    {
+        if (row.subject == ESubject::UNKNOWN)
+        {
+            others += (others.empty() ? "" : ",\n") + Code(EnumName(row.type));
+            continue;
+        }
+        std::string code;
+        std::string id;
+        std::string value;
+        ForEachNumber(
+            row,
+            [&](const SSignalNumber& number)
+            {
+                std::string& cell = number.place == EPlace::CODE ? code : number.place == EPlace::ID ? id : value;
+                cell += (cell.empty() ? "" : "<br>") + Meaning(row, number);
+            });
+        std::cout << "| " << Code(EnumName(row.type)) << " | " << (row.subject == ESubject::SLOT ? "slot" : "pipeline")
+                  << Cell(code) << Cell(id) << Cell(value) << " |\n";
+    }
+    std::cout << "\nThese have no cause in the model, and their numbers no meaning:\n" << others << ".\n";
 }
 } // namespace
 } // namespace CIM::page
 
-int main()
+int main(int argc, char** argv)
 {
+    if (argc == 2 && std::string_view(argv[1]) == "signals")
+    {
+        CIM::page::PrintSignals();
+        return 0;
+    }
     CIM::page::SGlossary glossary;
     CIM::page::PrintOperations(glossary);
     CIM::page::PrintTables(glossary);
-    CIM::page::ExplainAll(CIM::page::TSignalEnumerations(), glossary);
+    CIM::page::ExplainSignalEnumerations(glossary);
     CIM::page::PrintEnumerations(glossary);
     CIM::page::PrintSignalKinds();
 }
