@@ -183,7 +183,7 @@ int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands
     }
     if (argc < 2)
     {
-        std::fprintf(stderr, "%s", app.help().c_str());
+        std::fprintf(stderr, "%s", Wrapped(app.help(), HELP_COLUMN).c_str());
         return EXIT_WITHOUT_COMMAND;
     }
     try
