@@ -196,12 +196,12 @@ TEST(CallPattern, MeansWhatACallHas)
     };
     for (const TSCase& row : {
              // A part of a record, in any way of writing a value.
-             TSCase{"ICIGeneral.SendCaPmt", R"({"handle": {"profile": "PROFILE_SUB"}})", "ICIGeneral.SendCaPmt",
-                    R"({"handle": {"profile": 1, "handle": 7}})", true},
+             TSCase{"ICIGeneral.SendCaPmt", R"({"handle": {"profile": 1}})", "ICIGeneral.SendCaPmt",
+                    R"({"handle": {"profile": "PROFILE_SUB", "handle": 7}})", true},
              TSCase{"ICIGeneral.SendCaPmt", R"({"handle": {"handle": "0x7"}})", "ICIGeneral.SendCaPmt",
-                    R"({"handle": {"profile": 1, "handle": 7}})", true},
+                    R"({"handle": {"profile": "PROFILE_SUB", "handle": 7}})", true},
              TSCase{"ICIGeneral.SendCaPmt", R"({"handle": {"handle": 8}})", "ICIGeneral.SendCaPmt",
-                    R"({"handle": {"profile": 1, "handle": 7}})", false},
+                    R"({"handle": {"profile": "PROFILE_SUB", "handle": 7}})", false},
              // Of several operations of a name, those that take the arguments.
              TSCase{start, "{}", "ICISampleDecryption.StartSampleDecryption#tracks", "{}", true},
              TSCase{start, R"({"tracks": []})", "ICISampleDecryption.StartSampleDecryption#tracks", R"({"tracks": []})",
@@ -325,7 +325,7 @@ TEST(JsonDialect, EveryDoorReadsAValueInOneWay)
         {{{"text", "ABCDEFGH"}}, "4142434445464748"},
         {"010203040506070", "two hexadecimal digits are needed for byte 7"},
         {7, "bytes are needed as hexadecimal text, or {\"text\"}, not a number"},
-        {{{"txt", "A"}}, "\"text\" is missing"},
+        {{{"txt", "A"}}, "\"text\" is missing; was \"txt\" meant to be it?"},
     };
     const TSCase numberCases[] = {
         {65535, "65535"},
