@@ -11,7 +11,7 @@ int main(int argc, char** argv)
         const int status = CIM::RunCommandLine(
             {"ci-daemon-sim",
              "A CI daemon and its CAMs without a TV: owns the daemon's bus names and answers every call.",
-             CIAPI_VERSION, "command", false},
+             CIAPI_VERSION, "command"},
             Commands(), argc, argv);
         if (!CIM::IsOutputWritten())
         {

@@ -97,14 +97,22 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         std::vector<std::string> arguments;
         const char* text;
     } cases[] = {
-        {{}, "subcommand"},
         {{"frobnicate"}, "no verb \"frobnicate\""},
+        {{"slot"}, "no verb \"slot\"; did you mean slots?"},
+        {{"slots", "--jason"}, "did you mean --json?"},
         {{"slots", "extra"}, "extra"},
         {{"menu", "256"}, "slot: a number from 0 to 255"},
         {{"menu", "x"}, "slot: a number"},
         {{"pin", "0", "guess"}, "verify or set"},
         {{"call", "ICIGeneral"}, "no INTERFACE.OPERATION"},
         {{"call", "ICIGeneral.Frob"}, "no operation Frob"},
+        {{"call", "ICIGeneral.GetMmiTxt"}, "did you mean ICIGeneral.GetMmiText?"},
+        {{"call", "ICIGenral.GetMmiText", "slot=0"}, "did you mean ICIGeneral.GetMmiText?"},
+        {{"call", "GetMmiText", "slot=0"}, "did you mean ICIGeneral.GetMmiText?"},
+        {{"call", "ICIGeneral.GetMmiText", "slit=0"}, "did you mean slot?"},
+        {{"list", "ICIGenerl"}, "did you mean ICIGeneral?"},
+        {{"decode", "ICIGenerl", "00"}, "did you mean ICIGeneral?"},
+        {{"debug", "factory-rest"}, "did you mean factory-reset?"},
         {{"call", "ICIGeneral.GetMmiText"}, "slot: this argument"},
         {{"call", "ICIGeneral.GetMmiText", "slot"}, "NAME=VALUE"},
         {{"call", "ICIGeneral.GetMmiText", "slot=1", "slot=1"}, "given twice"},
@@ -116,6 +124,7 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         {{"player", "speed", "0"}, "handle speed"},
         {{"debug", "factory-reset"}, "--yes"},
         {{"watch", "NO_SUCH_SIGNAL"}, "no value of ECISignalType"},
+        {{"watch", "SIGNAL_CI_CA_REPLI"}, "did you mean SIGNAL_CI_CA_REPLY?"},
         {{"decode", "ICIGeneral", "0g"}, "payload: two hexadecimal digits"},
         {{"slots", "--timeout", "0"}, "timeout: seconds from 0.001"},
         {{"slots", "--timeout", "1e3"}, "timeout: seconds from 0.001"},
@@ -151,6 +160,10 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         EXPECT_THAT(Cictl(withJson).output,
                     StartsWith(R"({"version":1,"error":{"status":2,"name":"usage","message":)"));
     }
+    const TSRun nothing = Cictl({});
+    EXPECT_EQ(nothing.status, 2);
+    EXPECT_EQ(nothing.output, "");
+    EXPECT_EQ(nothing.error, Cictl({"--help"}).output);
 }
 
 TEST(Cictl, TellsWhyThereIsNoDaemon)

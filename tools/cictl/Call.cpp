@@ -29,13 +29,15 @@ std::vector<const json::TCOperationForm*> FindOperations(const std::string& text
         dot == text.npos ? nullptr : json::FindInterface(std::string_view(text).substr(0, dot));
     if (!interface)
     {
-        throw TCFailure(EXIT_USAGE, "\"" + text + "\" is no INTERFACE.OPERATION (see cictl list)");
+        throw TCFailure(EXIT_USAGE, "\"" + text + "\" is no INTERFACE.OPERATION (see cictl list)" +
+                                        json::DidYouMeanOperation(text, /*isSent=*/false));
     }
     std::vector<const json::TCOperationForm*> found = interface->FindAll(std::string_view(text).substr(dot + 1));
     if (found.empty())
     {
         throw TCFailure(EXIT_USAGE, interface->Name() + " has no operation " + text.substr(dot + 1) +
-                                        " (see cictl list " + interface->Name() + ")");
+                                        " (see cictl list " + interface->Name() + ")" +
+                                        json::DidYouMeanOperation(text, /*isSent=*/false));
     }
     return found;
 }

@@ -77,7 +77,7 @@ int Run(int argc, char** argv)
     };
     return RunCommandLine(
         {"cictl", "Talks to the CI daemon: slots, CAMs and their menus, and every operation of the CI library.",
-         CIAPI_VERSION, "verb", true, prepareProgram},
+         CIAPI_VERSION, "verb", prepareProgram},
         commands, argc, argv);
 }
 
