@@ -1,5 +1,7 @@
 #include "CommandLine.h"
 
+#include "Nearest.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -35,6 +37,32 @@ template <class T>
 void AddNumber(CLI::App& app, const std::string& name, T& value, const std::string& help)
 {
     app.add_option(name, value, help)->capture_default_str();
+}
+
+/// As for any other wrong usage.
+constexpr int EXIT_WITHOUT_COMMAND = 2;
+
+/// What the parser has not understood, and the option that was probably meant.
+std::string TextOf(const CLI::ParseError& error, const CLI::App& app)
+{
+    std::string text = error.what();
+    text.resize(std::min(text.find('\n'), text.size()));
+    const auto dashes = text.find(" --");
+    if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::ExtrasError) || dashes == text.npos)
+    {
+        return text;
+    }
+    const std::string wrong = text.substr(dashes + 1, text.find_first_of(" =", dashes + 1) - dashes - 1);
+    const auto used = app.get_subcommands();
+    std::vector<std::string> names;
+    for (const CLI::Option* const option : (used.empty() ? app : *used.front()).get_options())
+    {
+        for (const std::string& name : option->get_lnames())
+        {
+            names.push_back("--" + name);
+        }
+    }
+    return text + DidYouMean(wrong, {names.begin(), names.end()});
 }
 } // namespace
 
@@ -132,7 +160,10 @@ int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands
     if (!first.starts_with('-') &&
         std::none_of(commands.begin(), commands.end(), [&](const TSCommand& command) { return first == command.name; }))
     {
-        throw TCUsageError(std::string("there is no ") + program.commandWord + " \"" + first + '"');
+        throw TCUsageError(
+            std::string("there is no ") + program.commandWord + " \"" + first + '"' +
+            DidYouMean(first,
+                       NamesOf(commands, [](const TSCommand& command) -> const std::string& { return command.name; })));
     }
     CLI::App app(program.description, program.name);
     app.get_formatter()->column_width(HELP_COLUMN);
@@ -140,19 +171,20 @@ int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands
     {
         program.prepare(TCCommandLine(app));
     }
-    app.require_subcommand(program.needsCommand ? 1 : 0, 1);
+    app.require_subcommand(1, 1);
     app.set_version_flag("--version", program.version);
     bool listsCommands = false;
     app.add_flag("--commands", listsCommands, std::string("print the names of the ") + program.commandWord + "s");
     std::function<int()> run;
-    if (!program.needsCommand)
-    {
-        run = commands.front().prepare(TCCommandLine(app));
-    }
     for (const TSCommand& command : commands)
     {
         CLI::App* const sub = app.add_subcommand(command.name, command.help);
         sub->callback([&run, prepared = command.prepare(TCCommandLine(*sub))] { run = prepared; });
+    }
+    if (argc < 2)
+    {
+        std::fprintf(stderr, "%s", Wrapped(app.help(), HELP_COLUMN).c_str());
+        return EXIT_WITHOUT_COMMAND;
     }
     try
     {
@@ -171,8 +203,7 @@ int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands
     {
         if (!listsCommands)
         {
-            const std::string message = error.what();
-            throw TCUsageError(message.substr(0, message.find('\n')));
+            throw TCUsageError(TextOf(error, app));
         }
     }
     if (listsCommands)

@@ -76,7 +76,6 @@ struct TSProgram
     const char* description;
     const char* version;
     const char* commandWord; ///< what its help calls a command
-    bool needsCommand;       ///< otherwise the first one is what runs without
     /// Adds the options in front of the command.
     std::function<void(TCCommandLine line)> prepare = {};
 };
@@ -85,7 +84,8 @@ struct TSProgram
 /// on below its description, where one begins behind two spaces or at the column, and otherwise a little further in.
 std::string Wrapped(const std::string& text, std::size_t column = 0);
 
-/// Parses the command line and runs what it asks for; prints what --help, --version and --commands ask for.
+/// Parses the command line and runs what it asks for; prints what --help, --version and --commands ask for. Without any
+/// word the help goes to standard error: it is wrong usage.
 /// \return the exit status
 /// \throws TCUsageError  also from the command
 int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands, int argc, char** argv);

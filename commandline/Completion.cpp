@@ -72,7 +72,7 @@ TCandidates CommandNames(const TSProgram& program, std::span<const TSCommand> co
     {
         names.push_back({command.name, Brief(command.help)});
     }
-    names.push_back({"--help", "print this help"});
+    names.push_back({"--help", "print the help"});
     names.push_back({"--version", std::string("print the version of ") + program.name});
     return names;
 }

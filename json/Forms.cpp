@@ -1,5 +1,7 @@
 #include "json/Forms.h"
 
+#include "commandline/Nearest.h"
+
 #include <algorithm>
 
 namespace CIM::json
@@ -39,7 +41,8 @@ void RefuseOthers(const TJson& object, std::span<const char* const> known, const
     {
         if (std::find(known.begin(), known.end(), std::string_view(name)) == known.end())
         {
-            throw TCJsonError(TCJsonPath(path, name), std::string("there is no such member in ") + type);
+            throw TCJsonError(TCJsonPath(path, name), std::string("there is no such member in ") + type + "; " +
+                                                          ThereAre({known.begin(), known.end()}, name));
         }
     }
 }

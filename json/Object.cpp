@@ -1,5 +1,7 @@
 #include "json/Object.h"
 
+#include "commandline/Nearest.h"
+
 #include <algorithm>
 
 namespace CIM::json
@@ -23,7 +25,16 @@ void TCJsonObject::Require(const char* name) const
 {
     if (!Has(name))
     {
-        throw TCJsonError(m_path, "\"" + std::string(name) + "\" is missing");
+        std::string message = "\"" + std::string(name) + "\" is missing";
+        const std::string_view misspelt =
+            Nearest(name, NamesOf(MembersOf(m_json, m_path),
+                                  [](const auto& member) -> const std::string& { return member.first; }));
+        if (!misspelt.empty() &&
+            std::none_of(m_known.begin(), m_known.end(), [&](const char* known) { return misspelt == known; }))
+        {
+            message += "; was \"" + std::string(misspelt) + "\" meant to be it?";
+        }
+        throw TCJsonError(m_path, message);
     }
 }
 
@@ -35,14 +46,10 @@ void TCJsonObject::Done() const
             std::any_of(m_known.begin(), m_known.end(), [&](const char* known) { return member.key() == known; });
         if (!isKnown)
         {
-            std::string names;
-            for (const char* const known : m_known)
-            {
-                names += (names.empty() ? "" : ", ") + std::string(known);
-            }
-            throw TCJsonError(TCJsonPath(m_path, member.key()), names.empty()
-                                                                    ? "there are no members here"
-                                                                    : "there is no such member; there are " + names);
+            throw TCJsonError(TCJsonPath(m_path, member.key()),
+                              m_known.empty() ? "there are no members here"
+                                              : "there is no such member; " +
+                                                    ThereAre({m_known.begin(), m_known.end()}, member.key()));
         }
     }
 }

@@ -1,5 +1,6 @@
 #include "json/OperationForm.h"
 
+#include "commandline/Nearest.h"
 #include "json/Payload.h"
 
 #include <tvplatform/MarshallingHelper.h>
@@ -283,7 +284,8 @@ void TCOperationForm::m_Take(const TJson& arguments, TCValues& values) const
         const TSParameter* const parameter = FindParameter(argument.key());
         if (!parameter)
         {
-            throw TCJsonError(TCJsonPath(argument.key()), FullName() + " has no such argument");
+            throw TCJsonError(TCJsonPath(argument.key()),
+                              FullName() + " has no such argument" + DidYouMean(argument.key(), Inputs()));
         }
         if (!IsGiven(parameter->word))
         {
@@ -348,7 +350,15 @@ std::string TCOperationForm::ReplyFromJson(const TJson& reply) const
             const TSParameter* const parameter = FindParameter(output.key());
             if (!parameter || !protocol::IsOutput(parameter->word))
             {
-                throw TCJsonError(place, FullName() + " has no such output");
+                TNames outputs;
+                for (const TSParameter& known : m_parameters)
+                {
+                    if (protocol::IsOutput(known.word))
+                    {
+                        outputs.emplace_back(known.name);
+                    }
+                }
+                throw TCJsonError(place, FullName() + " has no such output" + DidYouMean(output.key(), outputs));
             }
             values.SetParameter(static_cast<std::size_t>(parameter - m_parameters.data()), output.value(), place);
         }

@@ -71,6 +71,8 @@ public:
     const TSType& ResultType() const { return m_result->type(); }
     std::span<const TSParameter> Parameters() const { return m_parameters; }
     const TSParameter* FindParameter(std::string_view name) const;
+    /// The names of its inputs.
+    std::vector<std::string_view> Inputs() const;
     /// Whether one of its inputs is a secret.
     bool HasSecrets() const;
     /// Puts "***" in the place of the secrets among arguments by name. For whatever shows calls to people.
@@ -142,6 +144,9 @@ std::span<const TCInterfaceForm> Interfaces();
 /// An interface by its name ("ICIGeneral", also without its prefix and in any case: "general") or by its bus name.
 /// \return null when there is none
 const TCInterfaceForm* FindInterface(std::string_view name);
+/// What to add to an error about a text that names no operation: "; did you mean ICIGeneral.EnterMenu?", or nothing.
+/// \param[in] isSent  one that is never sent is not meant
+std::string DidYouMeanOperation(std::string_view wrong, bool isSent);
 /// The method identifier that a payload is tagged with. \return nothing when it is not an argument tree
 std::optional<short> MethodOf(std::string_view payload);
 

@@ -1,5 +1,7 @@
 #include "json/Scalars.h"
 
+#include "commandline/Nearest.h"
+#include "utils/Utf8.h"
 #include "json/Object.h"
 #include "json/Secret.h"
 
@@ -87,50 +89,6 @@ int HexDigit(char c)
     c = static_cast<char>(c | 0x20);
     return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
 }
-
-// One code point of UTF-8, at the front of the text. Returns its length, 0 when there is none.
-std::size_t DecodeUtf8(std::string_view text, char32_t& codePoint)
-{
-    const auto at = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    if (at(0) < 0x80)
-    {
-        codePoint = at(0);
-        return 1;
-    }
-    const std::size_t length = at(0) >= 0xF0 ? 4 : at(0) >= 0xE0 ? 3 : 2;
-    if (at(0) < 0xC2 || at(0) > 0xF4 || text.size() < length)
-    {
-        return 0;
-    }
-    codePoint = at(0) & (0xFFu >> (length + 1));
-    for (std::size_t i = 1; i < length; ++i)
-    {
-        if ((at(i) & 0xC0) != 0x80)
-        {
-            return 0;
-        }
-        codePoint = codePoint << 6 | (at(i) & 0x3F);
-    }
-    const char32_t least = length == 2 ? 0x80 : length == 3 ? 0x800 : 0x10000;
-    const bool isSurrogate = codePoint >= 0xD800 && codePoint < 0xE000;
-    return codePoint < least || codePoint > 0x10FFFF || isSurrogate ? 0 : length;
-}
-
-void EncodeUtf8(char32_t codePoint, std::string& out)
-{
-    const auto put = [&](char32_t byte) { out.push_back(static_cast<char>(byte)); };
-    if (codePoint < 0x80)
-    {
-        put(codePoint);
-        return;
-    }
-    const int more = codePoint < 0x800 ? 1 : codePoint < 0x10000 ? 2 : 3;
-    put((0xFF00u >> (more + 1) & 0xFF) | codePoint >> 6 * more);
-    for (int shift = 6 * (more - 1); shift >= 0; shift -= 6)
-    {
-        put(0x80 | (codePoint >> shift & 0x3F));
-    }
-}
 } // namespace
 
 TJson NumberToJson(std::int64_t number) { return number; }
@@ -190,13 +148,9 @@ std::int64_t EnumFromJson(const TSEnumeration& enumeration, const TJson& json, c
         }
         if (!ParseInteger<std::int64_t>(text))
         {
-            std::string names;
-            for (const auto& [number, name] : enumeration.enumerators)
-            {
-                names.append(names.empty() ? "" : ", ").append(name);
-            }
-            throw TCJsonError(path, "\"" + text + "\" is no value of " + std::string(enumeration.type) +
-                                        "; there are " + names);
+            const auto name = [](const TSEnumeration::TSEnumerator& enumerator) { return enumerator.name; };
+            throw TCJsonError(path, "\"" + text + "\" is no value of " + std::string(enumeration.type) + "; " +
+                                        ThereAre(NamesOf(enumeration.enumerators, name), text));
         }
     }
     return SignedFromJson(json, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max(),
@@ -261,7 +215,7 @@ bool IsUtf8(std::string_view text)
     while (!text.empty())
     {
         char32_t codePoint = 0;
-        const std::size_t length = DecodeUtf8(text, codePoint);
+        const std::size_t length = utf8::Decode(text, codePoint);
         if (length == 0)
         {
             return false;
@@ -298,46 +252,24 @@ std::optional<std::string> Utf8FromUnits(std::span<const unsigned short> units)
 {
     std::string text;
     text.reserve(units.size());
-    for (std::size_t i = 0; i < units.size(); ++i)
+    for (std::size_t at = 0; at < units.size();)
     {
-        char32_t codePoint = units[i];
-        if (codePoint >= 0xD800 && codePoint < 0xE000)
+        char32_t codePoint = 0;
+        const std::size_t length = utf8::DecodeUnits(units, at, codePoint);
+        if (length == 0)
         {
-            const bool isPair =
-                codePoint < 0xDC00 && i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000;
-            if (!isPair)
-            {
-                return std::nullopt;
-            }
-            codePoint = 0x10000 + ((codePoint - 0xD800) << 10) + (units[++i] - 0xDC00u);
+            return std::nullopt;
         }
-        EncodeUtf8(codePoint, text);
+        utf8::Encode(codePoint, text);
+        at += length;
     }
     return text;
 }
 
+// JSON's parser lets through no text that is no UTF-8; a terminal may.
 std::vector<unsigned short> UnitsFromUtf8(std::string_view utf8)
 {
-    std::vector<unsigned short> units;
-    units.reserve(utf8.size());
-    while (!utf8.empty())
-    {
-        char32_t codePoint = 0;
-        std::size_t length = DecodeUtf8(utf8, codePoint);
-        if (length == 0)
-        {
-            codePoint = 0xFFFD; // JSON's parser lets none through; a terminal may
-            length = 1;
-        }
-        utf8.remove_prefix(length);
-        if (codePoint >= 0x10000)
-        {
-            units.push_back(static_cast<unsigned short>(0xD800 + ((codePoint - 0x10000) >> 10)));
-            codePoint = 0xDC00 + (codePoint & 0x3FF);
-        }
-        units.push_back(static_cast<unsigned short>(codePoint));
-    }
-    return units;
+    return utf8::ToUnits<std::vector<unsigned short>>(utf8);
 }
 
 TJson WideToJson(std::span<const unsigned short> units)

@@ -49,7 +49,7 @@ unsigned General(unsigned round)
     TCIText menu;
     TCIText maker;
     Require(ci->GetApplicationInfo(slot, type, menu, maker) == (slot == 0 ? 1 : 0), "GetApplicationInfo");
-    Require(Ascii(menu.text) == (slot == 0 ? "Kelvora CAM" : ""), "the application information of another slot");
+    Require(menu.ToUtf8() == (slot == 0 ? "Kelvora CAM" : ""), "the application information of another slot");
     return 2;
 }
 

@@ -1,7 +1,5 @@
 #include "CamBanner.h"
 
-#include <ciapi/CITextUtils.h>
-
 namespace
 {
 constexpr unsigned short MOST_SLOTS = 2;
@@ -68,7 +66,7 @@ void TCCamBanner::m_Refresh()
         }
         else if (m_general.GetApplicationInfo(slot, type, menu, manufacturer) > 0)
         {
-            m_lines[slot] = CIM::TCUnicodeUtils::UnicodeToUtf8({menu.text.begin(), menu.text.end()});
+            m_lines[slot] = menu.ToUtf8();
         }
         else
         {

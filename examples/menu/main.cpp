@@ -8,7 +8,6 @@
 #include "Control.h"
 
 #include <ciapi/CIService.h>
-#include <ciapi/CITextUtils.h>
 
 #include <glib.h>
 
@@ -71,19 +70,6 @@ bool WaitForMmi(CIM::ECiMmiStatus wanted)
     return came;
 }
 
-// The CAM's texts are 16-bit code units.
-std::string Utf8(const CIM::TCIText& text)
-{
-    return CIM::TCUnicodeUtils::UnicodeToUtf8(std::basic_string<unsigned short>(text.text.begin(), text.text.end()));
-}
-
-CIM::TCIText Text(const std::string& ascii)
-{
-    CIM::TCIText text;
-    text.text.assign(ascii.begin(), ascii.end());
-    return text;
-}
-
 bool ShowMenu(CIM::ICIGeneral& ci)
 {
     CIM::TCIText title, subtitle, bottomLine;
@@ -92,10 +78,10 @@ bool ShowMenu(CIM::ICIGeneral& ci)
     {
         return false;
     }
-    std::cout << "\n  == " << Utf8(title) << " == " << Utf8(subtitle) << '\n';
+    std::cout << "\n  == " << title.ToUtf8() << " == " << subtitle.ToUtf8() << '\n';
     for (std::size_t i = 0; i < choices.size(); ++i)
     {
-        std::cout << "     " << i + 1 << "  " << Utf8(choices[i]) << '\n';
+        std::cout << "     " << i + 1 << "  " << choices[i].ToUtf8() << '\n';
     }
     std::cout << '\n';
     return true;
@@ -132,15 +118,15 @@ bool WalkThroughTheMenu(CIM::ICIGeneral& ci)
     {
         return Fail("the CAM's question did not come");
     }
-    std::cout << "\n  The CAM asks: " << Utf8(question) << " (" << int(length) << " characters"
+    std::cout << "\n  The CAM asks: " << question.ToUtf8() << " (" << int(length) << " characters"
               << (isBlind ? ", not to be shown" : "") << ")\n\nThe viewer types 12345: AnswerMmiEnquiry.\n";
     CIM::TCIText text;
-    if (ci.AnswerMmiEnquiry(SLOT, CIM::MMI_ANSWER_ID_ANSWER, Text("12345"), false, false) != 1 ||
+    if (ci.AnswerMmiEnquiry(SLOT, CIM::MMI_ANSWER_ID_ANSWER, CIM::TCIText::FromUtf8("12345"), false, false) != 1 ||
         !WaitForMmi(CIM::CI_MMI_STATUS_TEXT_RECEIVED) || ci.GetMmiText(SLOT, text) != 1)
     {
         return Fail("the CAM did not take the answer");
     }
-    std::cout << "\n  The CAM says: " << Utf8(text) << "\n\nThe viewer has seen enough: CloseMmi.\n";
+    std::cout << "\n  The CAM says: " << text.ToUtf8() << "\n\nThe viewer has seen enough: CloseMmi.\n";
     return (ci.CloseMmi(SLOT, false, false) == 1 && WaitForMmi(CIM::CI_MMI_STATUS_SESSION_CLOSED)) ||
            Fail("the menu did not close");
 }
@@ -184,7 +170,8 @@ bool Run()
     {
         return Fail("no application information");
     }
-    std::cout << "\nThe CAM is ready. It calls itself \"" << Utf8(menu) << "\", made by " << Utf8(maker) << ".\n\n";
+    std::cout << "\nThe CAM is ready. It calls itself \"" << menu.ToUtf8() << "\", made by " << maker.ToUtf8()
+              << ".\n\n";
     return WalkThroughTheMenu(ci);
 }
 } // namespace

@@ -15,4 +15,8 @@ CIAPI_EXPORT long GetPid();
 /// How many signals this process has dropped because their sender runs neither as the user that owns the daemon's bus
 /// name, nor as root, nor as this process's own user. The first of each sender is logged as an error. Thread-safe.
 CIAPI_EXPORT unsigned long long DroppedSignals();
+
+/// Whether this process, or the one that it was forked from, has asked TCCIService for an instance, or whether CI is
+/// operable. The feature keys are read and the bus is chosen then: a change of either comes too late. Thread-safe.
+CIAPI_EXPORT bool HasBeenUsed();
 } // namespace CIM

@@ -5,6 +5,8 @@
 #include <tvplatform/Types.h>
 
 #include <map>
+#include <string>
+#include <string_view>
 #include <vector>
 
 class TCTreeFormatter;
@@ -19,6 +21,11 @@ public:
     bool TreeToClass(TCTreeBranch& branch) override;
     /// The same code units.
     virtual bool operator==(const TCIText& other) const;
+
+    /// The text in UTF-8, read as UTF-16. A surrogate without its other half becomes U+FFFD, a null character stays.
+    std::string ToUtf8() const;
+    /// A text from UTF-8. Each byte that belongs to no well-formed character becomes U+FFFD.
+    static TCIText FromUtf8(std::string_view utf8);
 
     /// 16-bit code units as the CAM sent them, not terminated.
     std::vector<unsigned short> text;

@@ -3,10 +3,13 @@
 #include "KeyFile.h"
 #include "KeyFileStore.h"
 
+#include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 #include <vector>
 
 namespace
@@ -33,6 +36,25 @@ std::vector<std::string> Places()
     return places;
 }
 
+// Tells whoever sits at the terminal, once a process: who asks for keys may ask for long, and log nothing.
+void HintThatThereIsNoFile(const std::vector<std::string>& places)
+{
+    static std::atomic<bool> isTold{false};
+    if (isatty(STDERR_FILENO) != 1 || isTold.exchange(true))
+    {
+        return;
+    }
+    std::string names;
+    for (const std::string& place : places)
+    {
+        names += (names.empty() ? "" : ", ") + place;
+    }
+    dprintf(STDERR_FILENO,
+            "tvplatform: this is no TV: there is no file with feature keys (%s). Without a TV: "
+            "ci-daemon-sim run -- COMMAND\n",
+            names.c_str());
+}
+
 template <class T>
 int Read(const char* key, T* value)
 {
@@ -47,14 +69,24 @@ int Read(const char* key, T* value)
         return -ENOENT;
     }
     const std::string group(whole.substr(0, slash));
-    for (const std::string& place : Places())
+    const std::vector<std::string> places = Places();
+    bool isAnyThere = false;
+    for (const std::string& place : places)
     {
-        const int result =
-            LookUpInFile(place, [&](GKeyFile* file) { return ReadKey(file, group.c_str(), key + slash + 1, *value); });
+        const int result = LookUpInFile(place,
+                                        [&](GKeyFile* file)
+                                        {
+                                            isAnyThere = true;
+                                            return ReadKey(file, group.c_str(), key + slash + 1, *value);
+                                        });
         if (result != -ENOENT)
         {
             return result;
         }
+    }
+    if (!isAnyThere)
+    {
+        HintThatThereIsNoFile(places);
     }
     return -ENOENT;
 }

@@ -1,5 +1,6 @@
 #include "Controls.h"
 
+#include "commandline/Nearest.h"
 #include "simulator/definition/DefinitionJson.h"
 #include "simulator/model/Parts.h"
 #include "json/Signals.h"
@@ -300,7 +301,9 @@ TSOutcome RunControl(TCModel& model, std::string_view name, const json::TJson& a
     const TSControl* const control = FindControl(name);
     if (control == nullptr)
     {
-        return TSOutcome::Refused("there is no control '" + std::string(name) + "'");
+        return TSOutcome::Refused(
+            "there is no control '" + std::string(name) + "'" +
+            DidYouMean(name, NamesOf(Controls(), [](const TSControl& known) { return std::string_view(known.name); })));
     }
     return control->run(model, arguments.is_null() ? json::TJson::object() : arguments, path);
 }

@@ -182,7 +182,7 @@ TCMessagePtr AnswerControl(TCSimulatedDaemon& daemon, DBusMessage* call)
     {
         return MakeError(call, DBUS_ERROR_UNKNOWN_METHOD,
                          std::string("there is no method ") + (interface != nullptr ? interface : "") + '.' +
-                             dbus_message_get_member(call));
+                             dbus_message_get_member(call) + ": " + NoSuchVerb(dbus_message_get_member(call)));
     }
     return AnswerVerb(daemon, call, *verb);
 }

@@ -269,8 +269,19 @@ void TCSimulatedDaemon::m_OnInterfaceCall(DBusMessage* message)
     const std::optional<TSFault> fault =
         m_faults.Meet(entry.interface, entry.OperationName(), SlotOf(entry.operation, request));
     protocol::TISkeleton* const skeleton = m_skeletons.Find(call.interface);
-    const protocol::EHandled handled = skeleton != nullptr ? skeleton->Handle(methodId, call.isOneWay, request, reply)
-                                                           : protocol::EHandled::UNKNOWN_METHOD;
+    protocol::EHandled handled = protocol::EHandled::UNKNOWN_METHOD;
+    try
+    {
+        handled = skeleton != nullptr ? skeleton->Handle(methodId, call.isOneWay, request, reply) : handled;
+    }
+    catch (...)
+    {
+        if (onThrow)
+        {
+            onThrow(entry);
+        }
+        throw;
+    }
     entry.outcome = OutcomeOf(handled);
     entry.request.assign(payload.data, payload.length);
     if (reply.GetUnreadSize() > 0)

@@ -59,6 +59,9 @@ public:
     std::function<void()> onQuit;  ///< somebody wants the simulator to end
     /// A call was handled; its reply is not yet sent.
     std::function<void(const TSJournalEntry&)> onCall;
+    /// Answering a call has thrown, as only an answer that somebody else gives does; called while it is caught, and thrown
+    /// on afterwards: the caller gets an error.
+    std::function<void(const TSJournalEntry&)> onThrow;
     /// A signal is sent.
     std::function<void(const TSSignal&)> onSignal;
     /// The crash of the fault of that name: ends the process unless something else is put here.

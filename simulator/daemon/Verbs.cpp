@@ -1,5 +1,6 @@
 #include "Verbs.h"
 
+#include "commandline/Nearest.h"
 #include "SimulatedDaemon.h"
 #include "simulator/control/Controls.h"
 #include "simulator/model/Model.h"
@@ -172,5 +173,14 @@ const TSVerb* FindVerb(std::string_view name)
     const auto verbs = Verbs();
     const auto found = std::find_if(verbs.begin(), verbs.end(), [&](const TSVerb& verb) { return verb.name == name; });
     return found != verbs.end() ? &*found : nullptr;
+}
+
+std::string NoSuchVerb(std::string_view name)
+{
+    const TSControl* const control = FindControl(name);
+    return "there is no verb " + std::string(name) +
+           (control != nullptr
+                ? "; did you mean " + std::string(control->verb) + "?"
+                : DidYouMean(name, NamesOf(Verbs(), [](const TSVerb& verb) { return std::string_view(verb.name); })));
 }
 } // namespace CIM::sim

@@ -29,6 +29,8 @@ struct TSVerb
 
 std::span<const TSVerb> Verbs();
 const TSVerb* FindVerb(std::string_view name);
+/// "there is no verb NAME", and which was probably meant: by a verb's name or, of a control, by that in a scenario.
+std::string NoSuchVerb(std::string_view name);
 
 inline constexpr const char* CONTROL_NAME = "com.kelvora.cisim";
 inline constexpr const char* CONTROL_OBJECT = "/com/kelvora/cisim";

@@ -24,4 +24,14 @@ const TSCamDefinition* TSSetDefinition::FindCam(const std::string& name) const
         std::find_if(cams.begin(), cams.end(), [&](const TSCamDefinition& cam) { return cam.name == name; });
     return found == cams.end() ? nullptr : &*found;
 }
+
+std::vector<std::string_view> TSSetDefinition::CamNames() const
+{
+    std::vector<std::string_view> names;
+    for (const TSCamDefinition& cam : cams)
+    {
+        names.emplace_back(cam.name);
+    }
+    return names;
+}
 } // namespace CIM::sim

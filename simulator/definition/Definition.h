@@ -267,6 +267,7 @@ struct TSSetDefinition
     std::vector<std::string> protectedServices; ///< the service protection database
 
     const TSCamDefinition* FindCam(const std::string& name) const;
+    std::vector<std::string_view> CamNames() const;
 };
 
 /// The built-in set: two slots, a CI Plus CAM in the first, something for every interface.

@@ -1,5 +1,7 @@
 #include "DefinitionJson.h"
 
+#include "commandline/Nearest.h"
+
 #include <ciapi/CIPlatformEnumNames.h>
 
 #include <algorithm>
@@ -304,7 +306,13 @@ void ReadJson(const TJson& json, TSCamsField& field, const TCJsonPath& path)
             const TSCamDefinition* const origin = found != field.cams.rend() ? &*found : builtIn.FindCam(base);
             if (!origin)
             {
-                throw TCJsonError(basePlace, "the name of a CAM before this one is needed, or of a built-in one");
+                TNames names = builtIn.CamNames();
+                for (const TSCamDefinition& before : field.cams)
+                {
+                    names.emplace_back(before.name);
+                }
+                throw TCJsonError(basePlace, "the name of a CAM before this one is needed, or of a built-in one" +
+                                                 DidYouMean(base, names));
             }
             cam = *origin;
         }
@@ -325,7 +333,8 @@ void CheckInserted(const TSSetDefinition& set, const TCJsonPath& path)
         }
         if (!set.FindCam(cam))
         {
-            throw TCJsonError(TCJsonPath(path, key), "the name of a CAM of this set is needed");
+            throw TCJsonError(TCJsonPath(path, key),
+                              "the name of a CAM of this set is needed; " + ThereAre(set.CamNames(), cam));
         }
     }
 }

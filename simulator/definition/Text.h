@@ -10,7 +10,7 @@
 
 namespace CIM::sim
 {
-/// Reads UTF-8 that is known to be well formed, as the JSON parser leaves it.
+/// What is no UTF-8 becomes U+FFFD.
 std::u16string ToUnits(std::string_view utf8);
 
 /// For showing; a lone surrogate becomes U+FFFD.

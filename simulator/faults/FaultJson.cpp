@@ -1,5 +1,6 @@
 #include "Fault.h"
 
+#include "commandline/Nearest.h"
 #include "json/OperationForm.h"
 #include "json/ValueForms.h"
 
@@ -46,9 +47,9 @@ constexpr TSMember MEMBERS[] = {
     {"probability",
      [](const TJson& value, TSFault& fault, const TCJsonPath& path)
      {
-         if (!value.is_number() || value.get<double>() < 0 || value.get<double>() > 1)
+         if (!value.is_number() || value.get<double>() <= 0 || value.get<double>() > 1)
          {
-             throw json::TCJsonError(path, "a number from 0 to 1 is expected");
+             throw json::TCJsonError(path, "a number above 0, up to 1, is expected");
          }
          fault.probability = value.get<double>();
      },
@@ -133,9 +134,9 @@ bool Contains(std::string_view words, std::string_view word)
     return words.find(' ' + std::string(word) + ' ') != std::string_view::npos;
 }
 
-std::vector<std::string> Words(std::string_view list)
+TNames Words(std::string_view list)
 {
-    std::vector<std::string> words;
+    TNames words;
     for (std::size_t begin = list.find_first_not_of(' '); begin != std::string_view::npos;
          begin = list.find_first_not_of(' ', begin))
     {
@@ -146,16 +147,6 @@ std::vector<std::string> Words(std::string_view list)
     return words;
 }
 
-std::string Joined(const std::vector<std::string>& words)
-{
-    std::string text;
-    for (const std::string& word : words)
-    {
-        text += (text.empty() ? "" : ", ") + word;
-    }
-    return text;
-}
-
 const TSKind& KindOf(const TJson& fault, const TCJsonPath& path)
 {
     if (!fault.is_object() || !fault.contains("kind"))
@@ -164,16 +155,15 @@ const TSKind& KindOf(const TJson& fault, const TCJsonPath& path)
     }
     const TCJsonPath kindPath(path, "kind");
     const std::string name = json::TextFromJson(fault["kind"], kindPath);
-    std::vector<std::string> names;
     for (const TSKind& kind : KINDS)
     {
         if (kind.name == name)
         {
             return kind;
         }
-        names.emplace_back(kind.name);
     }
-    throw json::TCJsonError(kindPath, '"' + name + "\" is no kind of fault; there are " + Joined(names));
+    throw json::TCJsonError(kindPath, '"' + name + "\" is no kind of fault; " +
+                                          ThereAre(NamesOf(KINDS, [](const TSKind& kind) { return kind.name; }), name));
 }
 
 const TSKind& KindOf(const TSFault& fault)
@@ -182,8 +172,9 @@ const TSKind& KindOf(const TSFault& fault)
                          [&](const TSKind& kind) { return kind.kind == fault.kind; });
 }
 
-/// Whether any operation that is sent is meant.
-bool CanBeMet(const TSFault& fault)
+/// Whether any operation that is sent is meant and meets a condition.
+template <class Condition>
+bool CanBeMet(const TSFault& fault, Condition condition)
 {
     const auto interfaces = json::Interfaces();
     return std::any_of(interfaces.begin(), interfaces.end(),
@@ -193,7 +184,8 @@ bool CanBeMet(const TSFault& fault)
                            return std::any_of(operations.begin(), operations.end(),
                                               [&](const json::TCOperationForm& operation) {
                                                   return !operation.IsLocal() &&
-                                                         fault.IsAbout(interface.Name(), operation.Key());
+                                                         fault.IsAbout(interface.Name(), operation.Key()) &&
+                                                         condition(operation);
                                               });
                        });
 }
@@ -205,13 +197,30 @@ void Complete(TSFault& fault, const TSKind& kind, const TCJsonPath& path)
         throw json::TCJsonError(TCJsonPath(path, "operation"),
                                 "a fault of a reply needs an operation, such as ICIGeneral.EnterMenu or *");
     }
-    if (!fault.operation.empty() && !CanBeMet(fault))
+    const bool isConditional = fault.slot || fault.nth != 0 || fault.times != 0 || fault.probability < 1;
+    if (fault.operation.empty() && isConditional)
+    {
+        throw json::TCJsonError(TCJsonPath(path, "operation"),
+                                "slot, nth, times and probability choose among calls: an operation is needed, such as "
+                                "ICIGeneral.EnterMenu or *");
+    }
+    if (!fault.operation.empty() && !CanBeMet(fault, [](const json::TCOperationForm&) { return true; }))
     {
         throw json::TCJsonError(
             TCJsonPath(path, "operation"),
             '"' + fault.operation +
                 "\" is no operation that is sent; ICIGeneral.EnterMenu, EnterMenu, ICIGeneral.* and "
-                "* are ways to name them");
+                "* are ways to name them" +
+                json::DidYouMeanOperation(fault.operation, /*isSent=*/true));
+    }
+    const auto hasSlot = [](const json::TCOperationForm& operation)
+    {
+        const json::TSParameter* const slot = operation.FindParameter("slot");
+        return slot != nullptr && protocol::IsInput(slot->word);
+    };
+    if (fault.slot && !CanBeMet(fault, hasSlot))
+    {
+        throw json::TCJsonError(TCJsonPath(path, "slot"), "calls of " + fault.operation + " are about no slot");
     }
     const TCJsonPath shapePath(path, "shape");
     if (fault.shape.empty() && !kind.shapes.empty())
@@ -220,7 +229,8 @@ void Complete(TSFault& fault, const TSKind& kind, const TCJsonPath& path)
     }
     if (!kind.shapes.empty() && !Contains(kind.shapes, fault.shape))
     {
-        throw json::TCJsonError(shapePath, '"' + fault.shape + "\" is none of " + Joined(Words(kind.shapes)));
+        throw json::TCJsonError(shapePath, '"' + fault.shape + "\" is no shape of this fault; " +
+                                               ThereAre(Words(kind.shapes), fault.shape));
     }
     const TCJsonPath namePath(path, "name");
     if (fault.kind == FAULT_ERROR)
@@ -239,6 +249,14 @@ void Complete(TSFault& fault, const TSKind& kind, const TCJsonPath& path)
     if (fault.kind == FAULT_LOSE_NAME && fault.name.empty())
     {
         throw json::TCJsonError(namePath, "which bus name is lost?");
+    }
+    const auto interfaces = json::Interfaces();
+    const TNames names = NamesOf(
+        interfaces, [](const json::TCInterfaceForm& known) -> const std::string& { return known.ConnectionName(); });
+    if (fault.kind == FAULT_LOSE_NAME && std::find(names.begin(), names.end(), fault.name) == names.end())
+    {
+        throw json::TCJsonError(namePath,
+                                '"' + fault.name + "\" is no bus name of the daemon; " + ThereAre(names, fault.name));
     }
 }
 } // namespace
@@ -260,9 +278,9 @@ void ReadJson(const TJson& json, TSFault& read, const TCJsonPath& path)
                                          [&](const TSMember& candidate) { return candidate.name == name; });
         if (member == std::end(MEMBERS) || !(Contains(WHEN, name) || Contains(kind.members, name)))
         {
+            const std::string members = std::string(WHEN) + std::string(kind.members);
             throw json::TCJsonError(memberPath, "a fault of the kind \"" + std::string(kind.name) +
-                                                    "\" has no such member; it takes " +
-                                                    Joined(Words(std::string(WHEN) + std::string(kind.members))));
+                                                    "\" has no such member; " + ThereAre(Words(members), name));
         }
         member->read(item.value(), fault, memberPath);
     }

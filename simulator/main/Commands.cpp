@@ -5,7 +5,7 @@ namespace CIM::sim
 const std::vector<TSCommand>& Commands()
 {
     static const std::vector<TSCommand> commands = {
-        {"serve", "play the daemon on the system bus until SIGTERM (what happens without a command)", PrepareServe},
+        {"serve", "play the daemon on the system bus until SIGTERM", PrepareServe},
         {"run", "run a command beside a simulator on a private bus: run [OPTIONS] -- COMMAND [ARGUMENT ...]",
          PrepareRun},
         {"ctl", "ask the simulator on the system bus to do something: ctl VERB [ARGUMENT ...]", PrepareControl},

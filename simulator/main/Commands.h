@@ -4,7 +4,7 @@
 
 namespace CIM::sim
 {
-/// All commands of ci-daemon-sim. The first one is also what runs when none is named.
+/// All commands of ci-daemon-sim.
 const std::vector<TSCommand>& Commands();
 
 std::function<int()> PrepareServe(TCCommandLine line);

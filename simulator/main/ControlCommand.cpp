@@ -41,8 +41,8 @@ int Run(const std::vector<std::string>& words)
     const TSVerb* const verb = words.empty() ? nullptr : FindVerb(words.front());
     if (verb == nullptr)
     {
-        std::fprintf(stderr, "ci-daemon-sim: %s: see ci-daemon-sim ctl --help\n",
-                     words.empty() ? "ctl needs a verb" : ("there is no verb " + words.front()).c_str());
+        std::fprintf(stderr, "ci-daemon-sim: %s (see ci-daemon-sim ctl --help)\n",
+                     words.empty() ? "ctl needs a verb" : NoSuchVerb(words.front()).c_str());
         return 2;
     }
     if (words.size() == 2 && words.back() == "--help")

@@ -12,7 +12,7 @@ int main(int argc, char** argv)
         const CIM::TSProgram program = {
             "ci-daemon-sim",
             "A CI daemon and its CAMs without a TV: owns the daemon's bus names and answers every call.", CIAPI_VERSION,
-            "command", false};
+            "command"};
         const bool isAnswered = CIM::AnswerCompletion(
             argc, argv, [&](const auto& words) { return CIM::Complete(program, Commands(), words, &Candidates); });
         const int status = isAnswered ? 0 : CIM::RunCommandLine(program, Commands(), argc, argv);

@@ -1,3 +1,4 @@
+#include "commandline/Nearest.h"
 #include "Commands.h"
 #include "privatebus/BusFolder.h"
 #include "ServeOptions.h"
@@ -8,8 +9,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
-#include <numeric>
-#include <utility>
 
 namespace CIM::sim
 {
@@ -35,24 +34,6 @@ std::vector<std::string> KnownKeys()
             CI_FMS_KEY_IS_PVR_SUPPORTED};
 }
 
-/// How many letters have to be changed, put in or taken out to make one word of the other.
-std::size_t Distance(const std::string& one, const std::string& other)
-{
-    std::vector<std::size_t> row(other.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < one.size(); ++i)
-    {
-        std::size_t diagonal = std::exchange(row[0], i + 1);
-        for (std::size_t j = 0; j < other.size(); ++j)
-        {
-            const std::size_t changed = diagonal + (one[i] == other[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({changed, row[j] + 1, diagonal + 1});
-        }
-    }
-    return row.back();
-}
-
 /// A key that is not known here is taken all the same: the application may have keys of its own. But it may be misspelt.
 void WarnOfUnknown(const std::string& key)
 {
@@ -61,11 +42,8 @@ void WarnOfUnknown(const std::string& key)
     {
         return;
     }
-    const auto nearest = std::min_element(known.begin(), known.end(),
-                                          [&](const std::string& left, const std::string& right)
-                                          { return Distance(left, key) < Distance(right, key); });
-    std::fprintf(stderr, "ci-daemon-sim: warning: %s is no feature key that CI knows; the nearest one is %s\n",
-                 key.c_str(), nearest->c_str());
+    std::fprintf(stderr, "ci-daemon-sim: warning: %s is no feature key that CI knows%s\n", key.c_str(),
+                 DidYouMean(key, {known.begin(), known.end()}).c_str());
 }
 
 struct TSRunOptions

@@ -1,3 +1,4 @@
+#include "commandline/Nearest.h"
 #include "Commands.h"
 #include "ServeOptions.h"
 #include "json/Document.h"
@@ -29,12 +30,7 @@ void Insert(TSSetDefinition& set, const std::string& insertion)
     }
     if (set.FindCam(cam) == nullptr)
     {
-        std::string names;
-        for (const TSCamDefinition& known : set.cams)
-        {
-            names += (names.empty() ? "" : ", ") + known.name;
-        }
-        throw TCUsageError("--insert: there is no CAM " + cam + "; there are " + names);
+        throw TCUsageError("--insert: there is no CAM " + cam + "; " + ThereAre(set.CamNames(), cam));
     }
     set.inserted[slot] = cam;
 }

@@ -1,5 +1,6 @@
 #include "Lifecycle.h"
 
+#include "commandline/Nearest.h"
 #include "Parts.h"
 #include "simulator/definition/Text.h"
 
@@ -36,7 +37,7 @@ TSOutcome TCLifecycle::Insert(unsigned slot, const std::string& cam)
     const TSCamDefinition* const definition = m_world.definition.FindCam(cam);
     if (!definition)
     {
-        return TSOutcome::Refused("there is no CAM '" + cam + "'");
+        return TSOutcome::Refused("there is no CAM '" + cam + "'; " + ThereAre(m_world.definition.CamNames(), cam));
     }
     found->cam = *definition;
     found->phase = CAM_PHASE_INIT;

@@ -1,5 +1,6 @@
 #include "Mmi.h"
 
+#include "commandline/Nearest.h"
 #include "simulator/definition/Text.h"
 
 namespace CIM::sim
@@ -334,7 +335,10 @@ TSOutcome TCMmi::OpenUnsolicited(unsigned slot, const std::string& menu)
     }
     if (!menu.empty() && !HasMenu(*found, menu))
     {
-        return TSOutcome::Refused("the CAM '" + found->cam.name + "' has no menu '" + menu + "'");
+        return TSOutcome::Refused(
+            "the CAM '" + found->cam.name + "' has no menu '" + menu + "'; " +
+            ThereAre(NamesOf(found->cam.menus, [](const auto& known) -> const std::string& { return known.first; }),
+                     menu));
     }
     Open(*found, menu.empty() ? found->cam.menu : found->cam.menus.at(menu));
     return TSOutcome::Done();

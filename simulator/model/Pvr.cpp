@@ -1,5 +1,7 @@
 #include "Pvr.h"
 
+#include "commandline/Nearest.h"
+
 #include <algorithm>
 
 namespace CIM::sim
@@ -23,6 +25,12 @@ TCPvr::TSRecording* TCPvr::m_Find(const std::string& file)
 {
     const auto found = m_recordings.find(file);
     return found == m_recordings.end() ? nullptr : &found->second;
+}
+
+TSOutcome TCPvr::m_NoRecording(const std::string& file) const
+{
+    const auto name = [](const auto& known) -> const std::string& { return known.first; };
+    return TSOutcome::Refused("there is no recording '" + file + "'" + DidYouMean(file, NamesOf(m_recordings, name)));
 }
 
 const TCPvr::TSRecording* TCPvr::m_Playing() const { return m_playing ? &m_recordings.at(*m_playing) : nullptr; }
@@ -257,7 +265,7 @@ TSOutcome TCPvr::Play(const std::string& file, const TVSHandle& pipeline)
     TSRecording* const recording = m_Find(file);
     if (!recording)
     {
-        return TSOutcome::Refused("there is no recording '" + file + "'");
+        return m_NoRecording(file);
     }
     const auto stop = [&](EPvrPlaybackStopReasonByCI reason)
     {
@@ -302,7 +310,7 @@ TSOutcome TCPvr::Expire(const std::string& file)
     TSRecording* const recording = m_Find(file);
     if (!recording)
     {
-        return TSOutcome::Refused("there is no recording '" + file + "'");
+        return m_NoRecording(file);
     }
     recording->isForcedOut = true;
     m_OnExpired(file);
@@ -335,7 +343,7 @@ TSOutcome TCPvr::SetBlocked(const std::string& file, bool isBlocked)
     TSRecording* const recording = m_Find(file);
     if (!recording)
     {
-        return TSOutcome::Refused("there is no recording '" + file + "'");
+        return m_NoRecording(file);
     }
     recording->definition.isBlocked = isBlocked;
     return TSOutcome::Done();

@@ -60,6 +60,7 @@ private:
     };
 
     TSRecording* m_Find(const std::string& file);
+    TSOutcome m_NoRecording(const std::string& file) const;
     const TSRecording* m_Playing() const;
     bool m_IsExceeded(const TSRecording& recording) const;
     bool m_IsCamThere(const TSRecording& recording) const;

@@ -1,10 +1,12 @@
 #include "CallPattern.h"
 
+#include "commandline/Nearest.h"
 #include "protocol/InterfaceList.h"
 #include "simulator/daemon/Journal.h"
 #include "json/OperationForm.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace CIM::sim
 {
@@ -22,30 +24,91 @@ bool Contains(const json::TJson& value, const json::TJson& wanted)
                        { return value.contains(item.key()) && Contains(value.at(item.key()), item.value()); });
 }
 
-std::string ParameterNames(const json::TCOperationForm& form)
+/// Of a value as it is made, the members that are meant.
+json::TJson PartOf(const json::TJson& made, const json::TJson& meant)
 {
-    std::string names;
-    for (const json::TSParameter& parameter : form.Parameters())
+    if (!made.is_object() || !meant.is_object())
     {
-        names += (names.empty() ? "" : ", ") + std::string(parameter.name);
+        return made;
     }
-    return names.empty() ? "none" : names;
+    json::TJson part = json::NewObject();
+    for (const auto& item : meant.items())
+    {
+        const auto found = made.find(item.key());
+        if (found == made.end())
+        {
+            return made; // the key of a map, written in another way
+        }
+        part[item.key()] = PartOf(*found, item.value());
+    }
+    return part;
 }
 
-/// What an argument looks like in a call that is made: a value may be written in several ways. What names some members
-/// of a record only stays as it is.
-/// \throws json::TCJsonError when no call can have it: it would only show as a call that never comes
-json::TJson AsMade(const json::TSParameter& parameter, const json::TJson& value, const json::TCJsonPath& path)
+bool IsSent(const json::TSParameter* parameter)
 {
-    if (!protocol::IsInput(parameter.word) || parameter.nodeCount == 0)
+    return parameter != nullptr && protocol::IsInput(parameter->word) && parameter->nodeCount != 0;
+}
+
+/// What the arguments look like in a call that is made: a value may be written in several ways.
+/// \param[in] known  the inputs of all operations of the name
+/// \throws json::TCJsonError when no call can have them: they would only show as a call that never comes
+json::TJson AsMade(const json::TCOperationForm& form, const TNames& known, const json::TJson& arguments,
+                   const json::TCJsonPath& path)
+{
+    json::TJson made = json::NewObject();
+    for (const auto& item : arguments.items())
     {
-        throw json::TCJsonError(path, "the application does not send this parameter");
+        const json::TCJsonPath place(path, item.key());
+        const json::TSParameter* const parameter = form.FindParameter(item.key());
+        if (parameter == nullptr)
+        {
+            const bool isOthers = std::find(known.begin(), known.end(), item.key()) != known.end();
+            throw json::TCJsonError(place, form.FullName() + " has no such parameter; " +
+                                               (isOthers ? "another operation of that name has it, but not the rest"
+                                                         : ThereAre(known, item.key())));
+        }
+        if (!IsSent(parameter))
+        {
+            throw json::TCJsonError(place, "the application does not send this parameter");
+        }
+        made[item.key()] = PartOf(parameter->AsWritten(item.value(), place), item.value());
     }
-    if (value.is_object() && parameter.type->kind == json::EKind::STRUCTURED)
+    return made;
+}
+
+/// The operations that are sent under a name.
+/// \throws json::TCJsonError when there is none
+std::vector<const json::TCOperationForm*> FindSent(const std::string& operation, const json::TCJsonPath& path)
+{
+    const std::size_t dot = operation.find('.');
+    const json::TCInterfaceForm* const interface = json::FindInterface(operation.substr(0, dot));
+    if (interface == nullptr)
     {
-        return value;
+        TNames names;
+        for (const json::TCInterfaceForm& known : json::Interfaces())
+        {
+            names.emplace_back(known.Name());
+        }
+        throw json::TCJsonError(path, "there is no such interface; " + ThereAre(names, {}) +
+                                          json::DidYouMeanOperation(operation, /*isSent=*/true));
     }
-    return parameter.AsWritten(value, path);
+    const std::string key = dot == operation.npos ? "" : operation.substr(dot + 1);
+    if (key.empty())
+    {
+        throw json::TCJsonError(path, "an operation is named as INTERFACE.NAME, such as ICIGeneral.EnterMenu");
+    }
+    std::vector<const json::TCOperationForm*> forms = interface->FindAll(key);
+    if (forms.empty())
+    {
+        throw json::TCJsonError(path, interface->Name() + " has no operation \"" + key + "\"" +
+                                          json::DidYouMeanOperation(operation, /*isSent=*/true));
+    }
+    std::erase_if(forms, [](const json::TCOperationForm* form) { return form->IsLocal(); });
+    if (forms.empty())
+    {
+        throw json::TCJsonError(path, operation + " is answered by the library itself, never sent");
+    }
+    return forms;
 }
 } // namespace
 
@@ -106,60 +169,54 @@ json::TJson ToShownStep(const json::TJson& step)
 }
 
 TCCallPattern::TCCallPattern(const std::string& operation, const json::TJson& arguments, const json::TCJsonPath& path)
-    : m_operation(operation), m_arguments(arguments.is_null() ? json::TJson::object() : arguments)
+    : m_operation(operation)
 {
-    const json::TCJsonPath operationPath(path, "operation");
-    const std::size_t dot = operation.find('.');
-    const json::TCInterfaceForm* const interface = json::FindInterface(operation.substr(0, dot));
-    if (interface == nullptr)
+    const json::TCJsonPath argumentsPath(path, "arguments");
+    if (!arguments.is_null())
     {
-        std::string names;
-        for (const json::TCInterfaceForm& known : json::Interfaces())
+        json::MembersOf(arguments, argumentsPath);
+    }
+    const auto knows = [&](const json::TCOperationForm* form)
+    {
+        const auto items = arguments.items();
+        return std::all_of(items.begin(), items.end(),
+                           [&](const auto& item) { return IsSent(form->FindParameter(item.key())); });
+    };
+    std::vector<const json::TCOperationForm*> forms = FindSent(operation, json::TCJsonPath(path, "operation"));
+    std::stable_partition(forms.begin(), forms.end(), knows); // whose errors say most
+    TNames known;
+    for (const json::TCOperationForm* const form : forms)
+    {
+        for (const std::string_view input : form->Inputs())
         {
-            names += (names.empty() ? "" : ", ") + known.Name();
+            if (std::find(known.begin(), known.end(), input) == known.end())
+            {
+                known.push_back(input);
+            }
         }
-        throw json::TCJsonError(operationPath, "there is no such interface; there are " + names);
     }
-    const std::string key = operation.substr(dot + 1);
-    if (const json::TCOperationForm* const form = interface->Find(std::string_view(key)); form != nullptr)
+    std::optional<json::TCJsonError> problem;
+    for (const json::TCOperationForm* const form : forms)
     {
-        m_forms = {form};
-    }
-    else
-    {
-        m_forms = interface->FindAll(key);
-    }
-    if (m_forms.empty())
-    {
-        throw json::TCJsonError(operationPath, interface->Name() + " has no operation \"" + key + "\"");
-    }
-    if (m_forms.front()->IsLocal())
-    {
-        throw json::TCJsonError(operationPath, operation + " is answered by the library itself, never sent");
-    }
-    for (auto& item : m_arguments.items())
-    {
-        const json::TCJsonPath argumentsPath(path, "arguments");
-        const json::TCJsonPath place(argumentsPath, item.key());
-        const json::TSParameter* parameter = nullptr;
-        for (const json::TCOperationForm* const form : m_forms)
+        try
         {
-            parameter = parameter != nullptr ? parameter : form->FindParameter(item.key());
+            m_meant.push_back({form->FullName(), AsMade(*form, known, arguments, argumentsPath)});
         }
-        if (parameter == nullptr)
+        catch (const json::TCJsonError& error)
         {
-            throw json::TCJsonError(place, operation + " has no such parameter; there are " +
-                                               ParameterNames(*m_forms.front()));
+            problem = problem ? problem : error;
         }
-        item.value() = AsMade(*parameter, item.value(), place);
+    }
+    if (m_meant.empty())
+    {
+        throw json::TCJsonError(*problem);
     }
 }
 
 bool TCCallPattern::Matches(const TSMadeCall& call) const
 {
-    const bool isMeant =
-        std::any_of(m_forms.begin(), m_forms.end(),
-                    [&](const json::TCOperationForm* form) { return form->FullName() == call.operation; });
-    return isMeant && Contains(call.arguments, m_arguments);
+    return std::any_of(m_meant.begin(), m_meant.end(),
+                       [&](const TSMeant& meant)
+                       { return meant.operation == call.operation && Contains(call.arguments, meant.arguments); });
 }
 } // namespace CIM::sim

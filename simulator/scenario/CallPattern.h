@@ -39,15 +39,21 @@ public:
     ///                       unless '#' and a word tell which
     /// \param[in] arguments  those that matter, by name
     /// \param[in] path       where the two stand as members, for the text of an error
-    /// \throws json::TCJsonError when there is no such operation, parameter or value
+    /// \throws json::TCJsonError when no call can match
     TCCallPattern(const std::string& operation, const json::TJson& arguments, const json::TCJsonPath& path);
 
     bool Matches(const TSMadeCall& call) const;
     const std::string& Operation() const { return m_operation; }
 
 private:
+    /// An operation of the name that can be sent with the arguments.
+    struct TSMeant
+    {
+        std::string operation;
+        json::TJson arguments;
+    };
+
     std::string m_operation;
-    std::vector<const json::TCOperationForm*> m_forms;
-    json::TJson m_arguments;
+    std::vector<TSMeant> m_meant;
 };
 } // namespace CIM::sim

@@ -1,5 +1,6 @@
 #include "Scenario.h"
 
+#include "commandline/Nearest.h"
 #include "simulator/control/Controls.h"
 #include "simulator/definition/DefinitionJson.h"
 #include "simulator/model/Model.h"
@@ -45,20 +46,43 @@ public:
         if (step.name == "insert" && cam != step.arguments.end() && cam->is_string() &&
             m_set.FindCam(cam->get<std::string>()) == nullptr)
         {
-            throw TCJsonError(TCJsonPath(path, "cam"), "the name of a CAM of the set is needed");
+            throw TCJsonError(TCJsonPath(path, "cam"), "the name of a CAM of the set is needed; " +
+                                                           ThereAre(m_set.CamNames(), cam->get<std::string>()));
+        }
+        const auto menu = step.arguments.find("menu");
+        if (step.name == "open-menu" && menu != step.arguments.end() && menu->is_string() && *menu != "")
+        {
+            RequireMenu(menu->get<std::string>(), TCJsonPath(path, "menu"));
         }
         const auto slot = step.arguments.find("slot");
-        if (slot != step.arguments.end() && slot->is_number_unsigned() &&
-            slot->get<std::uint64_t>() >= static_cast<std::uint64_t>(m_set.slots))
+        // What is refused depends on the time of playing; what is wrong is wrong now.
+        RunControl(m_model, step.name, step.arguments, path);
+        if (slot != step.arguments.end() && step.name != "signal" &&
+            json::FromJson<std::uint8_t>(*slot) >= static_cast<unsigned>(m_set.slots))
         {
             throw TCJsonError(TCJsonPath(path, "slot"),
                               "there is no such slot; there are " + std::to_string(m_set.slots));
         }
-        // What is refused depends on the time of playing; what is wrong is wrong now.
-        RunControl(m_model, step.name, step.arguments, path);
     }
 
 private:
+    /// Which CAM is in the slot then is not known now.
+    void RequireMenu(const std::string& menu, const TCJsonPath& path) const
+    {
+        TNames names;
+        for (const TSCamDefinition& cam : m_set.cams)
+        {
+            for (const auto& [name, page] : cam.menus)
+            {
+                names.emplace_back(name);
+            }
+        }
+        if (std::find(names.begin(), names.end(), menu) == names.end())
+        {
+            throw TCJsonError(path, "no CAM of the set has such a menu; " + ThereAre(names, menu));
+        }
+    }
+
     const TSSetDefinition& m_set;
     TCModel m_model;
 };
@@ -172,22 +196,22 @@ TAction ReadAction(const TJson& step, const TCJsonPath& path, TCRehearsal& rehea
     const std::string name = step.items().begin().key();
     const TJson& json = *step.begin();
     const TCJsonPath place(path, name);
-    std::string names;
+    TNames names;
     for (const TSStepReader& known : STEPS)
     {
         if (name == known.name)
         {
             return known.read(json, place);
         }
-        names += (names.empty() ? "" : ", ") + std::string(known.name);
+        names.emplace_back(known.name);
     }
     for (const TSControl& control : Controls())
     {
-        names += ", " + std::string(control.name);
+        names.emplace_back(control.name);
     }
     if (FindControl(name) == nullptr)
     {
-        throw TCJsonError(place, "there is no such step; there are " + names);
+        throw TCJsonError(place, "there is no such step; " + ThereAre(names, name));
     }
     const TSControlStep control{name, json};
     rehearsal.Try(control, place);
@@ -318,6 +342,18 @@ std::vector<TSScenario> ShippedScenarios()
     return scenarios;
 }
 
+std::string NoSuchScenario(const std::string& name, const std::string& folder)
+{
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error))
+    {
+        names.push_back(entry.path().stem().string());
+    }
+    return "there is no scenario \"" + name + "\"; ci-daemon-sim list shows what there is" +
+           DidYouMean(name, {names.begin(), names.end()});
+}
+
 TSScenario FindScenario(const std::string& nameOrPath)
 {
     if (nameOrPath.find('/') != std::string::npos || nameOrPath.ends_with(".json"))
@@ -327,7 +363,7 @@ TSScenario FindScenario(const std::string& nameOrPath)
     const std::string path = ScenarioFolder() + "/" + nameOrPath + ".json";
     if (!std::filesystem::exists(path))
     {
-        throw json::TCFileError("there is no scenario \"" + nameOrPath + "\"; ci-daemon-sim list shows what there is");
+        throw json::TCFileError(NoSuchScenario(nameOrPath, ScenarioFolder()));
     }
     return ReadScenario(json::TCJsonDocument::Load(path));
 }

@@ -94,4 +94,6 @@ std::string ScenarioFolder();
 std::vector<TSScenario> ShippedScenarios();
 /// \param[in] nameOrPath  a shipped one's name; or a file, when it has a '/' or ends in ".json"
 TSScenario FindScenario(const std::string& nameOrPath);
+/// The text of an error about a name that none of a folder's scenarios has.
+std::string NoSuchScenario(const std::string& name, const std::string& folder);
 } // namespace CIM::sim

@@ -3,7 +3,7 @@
 #include "simulator/control/Controls.h"
 #include "simulator/model/Model.h"
 
-#include "json/Scalars.h"
+#include "json/Signals.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -78,8 +78,7 @@ void TCStory::m_OnCall(const TSJournalEntry& entry)
 
 void TCStory::m_OnSignal(const TSSignal& signal)
 {
-    m_Note("signal " + std::string(EnumName(signal.type)) + " " + std::to_string(signal.profile) + "/" +
-           std::to_string(signal.handle) + " " + json::BytesToHex(signal.data.bytes));
+    m_Note("signal " + json::SignalName(signal.type) + " " + json::SignalWords(signal));
 }
 
 void TCStory::m_Note(const std::string& line)

@@ -8,6 +8,7 @@
 #include "ci_connection/SignalReceiver.h"
 #include "utils/CIAPIDebug.h"
 #include "utils/CIAPILog.h"
+#include "utils/DeskHint.h"
 
 #include <tvplatform/BusName.h>
 #include <tvplatform/Sleep.h>
@@ -28,6 +29,7 @@ void LogNoConnection(const TCDBusError& error)
     CIM_LOG_ERROR_AT("t_CreateConnection", __LINE__,
                      "[TCCIMIPCConnection::%s] Failed to connect to the D-BUS daemon: %s", "t_CreateConnection",
                      error.Text());
+    HintThatThereIsNoBus(error.Text());
 }
 
 // The name to receive under, made from the unique name of the connection for calls.

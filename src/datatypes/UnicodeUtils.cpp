@@ -1,5 +1,7 @@
 #include "utils/CIAPILog.h"
+#include "utils/Utf8.h"
 
+#include <ciapi/CIGeneralDataType.h>
 #include <ciapi/CITextUtils.h>
 
 #include <cerrno>
@@ -76,5 +78,14 @@ std::string TCUnicodeUtils::UnicodeToUtf8(const std::basic_string<unsigned short
     }
     utf8.resize(utf8.size() - outLeft);
     return utf8;
+}
+
+std::string TCIText::ToUtf8() const { return utf8::FromUnits(text); }
+
+TCIText TCIText::FromUtf8(std::string_view utf8)
+{
+    TCIText made;
+    made.text = utf8::ToUnits<std::vector<unsigned short>>(utf8);
+    return made;
 }
 } // namespace CIM

@@ -1,3 +1,4 @@
+#include <ciapi/CIDiagnostics.h>
 #include <ciapi/CIService.h>
 
 #include "impl/CIMarshallingHelperProxy.h"
@@ -41,6 +42,7 @@ struct SFacade
 {
     std::recursive_mutex m_mutex; // IsCIOperable is called with it held
     std::atomic<bool> m_canCreateNewInterface{true};
+    std::atomic<bool> m_hasBeenUsed{false};
     std::atomic<bool> m_isExiting{false}; // from now on only null implementations are made
     std::atomic<pid_t> m_process{0};      // whose the instances are; 0: there have been none
     boost::shared_ptr<TCIPCHelper>* m_IPCHelper = nullptr;
@@ -213,8 +215,11 @@ TInterface* Instance()
 }
 } // namespace
 
+bool HasBeenUsed() { return g_facade.m_hasBeenUsed; }
+
 bool TCCIService::IsCIOperable()
 {
+    g_facade.m_hasBeenUsed = true;
     const std::lock_guard lock(g_facade.m_mutex);
     return TCCIUtil::GetSystemInfoNumCI() > 0 && TCCIUtil::IsCISupportedByRegion();
 }

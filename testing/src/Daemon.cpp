@@ -14,6 +14,10 @@
 #include "simulator/scenario/Story.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <mutex>
 #include <stdexcept>
 
 namespace CIM::test
@@ -27,6 +31,49 @@ void Require(const sim::TSOutcome& outcome)
         throw std::invalid_argument(outcome.error);
     }
 }
+
+/// What answers have thrown, until somebody is told. Thread-safe.
+class TCAnswerErrors
+{
+public:
+    /// Called while the exception is caught.
+    void Add(const std::string& operation)
+    {
+        std::string text = "an exception";
+        try
+        {
+            throw;
+        }
+        catch (const std::exception& error)
+        {
+            text = error.what();
+        }
+        catch (...)
+        {
+        }
+        const std::lock_guard lock(m_mutex);
+        m_text = "the test's answer to " + operation + " threw: " + text;
+        std::fprintf(stderr, "ciapi-testing: %s\n", m_text.c_str());
+    }
+    /// \throws std::logic_error when there is something to tell
+    void Tell()
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_text.empty())
+        {
+            throw std::logic_error(std::exchange(m_text, {}));
+        }
+    }
+    bool AreUntold() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return !m_text.empty();
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::string m_text;
+};
 } // namespace
 
 TSSignalData SignalData(unsigned char slot, unsigned char code, unsigned short id, std::uint32_t value)
@@ -38,6 +85,7 @@ TSSignalData SignalData(unsigned char slot, unsigned char code, unsigned short i
 struct TCDaemon::TSImpl
 {
     TCCallRecord calls;
+    TCAnswerErrors errors;
     std::unique_ptr<sim::TCModel> model;
     std::unique_ptr<sim::TCSimulatedDaemon> daemon;
     std::unique_ptr<sim::TCStory> story;
@@ -66,6 +114,8 @@ struct TCDaemon::TSImpl
                 tellStory(entry);
             }
         };
+        daemon->onThrow = [this](const sim::TSJournalEntry& entry)
+        { errors.Add(entry.interface + "." + entry.OperationName()); };
         daemon->onCrash = [this](bool)
         {
             isGone = true;
@@ -118,6 +168,11 @@ TCDaemon::TCDaemon(const TSOptions& options) : m_impl(std::make_unique<TSImpl>()
 TCDaemon::~TCDaemon()
 {
     m_impl->thread.Run([&] { m_impl->End(); });
+    if (m_impl->errors.AreUntold() && std::uncaught_exceptions() == 0) // else the test fails by itself
+    {
+        std::fprintf(stderr, "ciapi-testing: no test was told that: the program ends\n");
+        std::abort();
+    }
 }
 
 void TCDaemon::m_On(const TSMemberKey& member, void* function)
@@ -158,14 +213,23 @@ void TCDaemon::m_Reset(const TSMemberKey& member, void* none)
         });
 }
 
-unsigned TCDaemon::m_CallCount(const TSMemberKey& member) const { return m_impl->calls.Count(FindOperation(member)); }
+unsigned TCDaemon::m_CallCount(const TSMemberKey& member) const
+{
+    m_impl->errors.Tell();
+    return m_impl->calls.Count(FindOperation(member));
+}
 
 std::vector<TSCall> TCDaemon::m_Calls(const TSMemberKey& member) const
 {
+    m_impl->errors.Tell();
     return m_impl->calls.Calls(&FindOperation(member));
 }
 
-std::vector<TSCall> TCDaemon::Calls() const { return m_impl->calls.Calls(nullptr); }
+std::vector<TSCall> TCDaemon::Calls() const
+{
+    m_impl->errors.Tell();
+    return m_impl->calls.Calls(nullptr);
+}
 
 void TCDaemon::ClearCalls()
 {

@@ -105,7 +105,7 @@ std::string TCDaemonBeside::Ask(const std::string& verb, const std::vector<std::
     const sim::TSVerb* const known = sim::FindVerb(verb);
     if (known == nullptr)
     {
-        throw std::invalid_argument("the simulator has no verb " + verb);
+        throw std::invalid_argument(sim::NoSuchVerb(verb));
     }
     const sim::TSControlAnswer answer = sim::CallControl(*known, arguments);
     switch (answer.status)

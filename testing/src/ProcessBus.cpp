@@ -2,12 +2,30 @@
 
 #include "privatebus/Keeper.h"
 
+#include <ciapi/CIDiagnostics.h>
+
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <unistd.h>
 
 namespace CIM::test
 {
+namespace
+{
+privatebus::TCBusFolder MakeFolder()
+{
+    if (HasBeenUsed())
+    {
+        throw std::logic_error(
+            "libciapi was used in this process before the first testing daemon was made: it keeps the "
+            "feature keys and the bus of then, and would wait for a daemon there. Make the daemon "
+            "first, for example as the fixture's first member");
+    }
+    return privatebus::TCBusFolder::Make("ciapi-testing");
+}
+} // namespace
+
 TCProcessBus& TCProcessBus::Instance()
 {
     static std::mutex mutex;
@@ -22,7 +40,7 @@ TCProcessBus& TCProcessBus::Instance()
     return *bus;
 }
 
-TCProcessBus::TCProcessBus() : m_folder(privatebus::TCBusFolder::Make("ciapi-testing"))
+TCProcessBus::TCProcessBus() : m_folder(MakeFolder())
 {
     privatebus::TSKeeperOptions options;
     options.name = "ciapi-test-bus";

@@ -14,7 +14,7 @@ class TCProcessBus
 public:
     /// Starts it the first time, and puts it into the environment. A forked process gets one of its own, if nothing in
     /// its parent has used libdbus.
-    /// \throws std::runtime_error when it does not start
+    /// \throws std::runtime_error when it does not start, std::logic_error when the library has been used before
     static TCProcessBus& Instance();
 
     std::string MarkerPath() const { return m_folder.MarkerFile(); }

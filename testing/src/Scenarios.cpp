@@ -31,8 +31,7 @@ sim::TSScenario LoadScenario(const std::string& nameOrPath)
         file = FileOf(nameOrPath);
         if (!std::filesystem::exists(file))
         {
-            throw std::invalid_argument("there is no scenario \"" + nameOrPath +
-                                        "\"; ci-daemon-sim list shows what there is");
+            throw std::invalid_argument(sim::NoSuchScenario(nameOrPath, file.parent_path().string()));
         }
     }
     try

@@ -1,4 +1,5 @@
 #include <ciapi/CICAMPlayerDataType.h>
+#include <ciapi/CIGeneralDataType.h>
 #include <ciapi/CIOperatorProfileDataType.h>
 #include <ciapi/CISampleDecryptionDataType.h>
 #include <ciapi/CITextUtils.h>
@@ -63,8 +64,35 @@ TEST(Texts, UnicodeBecomesUtf8WhateverTheCamSends)
     for (const auto& [units, utf8] : cases)
     {
         EXPECT_EQ(TCUnicodeUtils::UnicodeToUtf8(units), utf8);
+        TCIText text;
+        text.text.assign(units.begin(), units.end());
+        EXPECT_EQ(text.ToUtf8(), utf8);
     }
     EXPECT_EQ(TCUnicodeUtils::UnicodeToUtf8(TWide(10000, 0xD800)), Repeated(10000, kReplacement));
+}
+
+TEST(Texts, FromUtf8)
+{
+    using TUnits = std::vector<unsigned short>;
+    const std::pair<std::string, TUnits> cases[] = {
+        {"", {}},
+        {"A\xC3\xA4\xE2\x82\xAC", {'A', 0x00E4, 0x20AC}},
+        {"\xF0\x9F\x98\x80", {0xD83D, 0xDE00}},
+        {std::string("a\0b", 3), {'a', 0, 'b'}},
+        {"\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", {0xFFFF, 0xD800, 0xDC00, 0xDBFF, 0xDFFF}},
+        // What is no UTF-8: each such byte is replaced, and what follows is read.
+        {"\xC3(", {0xFFFD, '('}},                                     // a character that breaks off
+        {"x\xE2\x82", {'x', 0xFFFD, 0xFFFD}},                         // at the end, too
+        {"\xBFx", {0xFFFD, 'x'}},                                     // the middle of one
+        {"\xC0\x80", {0xFFFD, 0xFFFD}},                               // longer than need be
+        {"\xED\xA0\xBD", {0xFFFD, 0xFFFD, 0xFFFD}},                   // a surrogate
+        {"\xF4\x90\x80\x80x", {0xFFFD, 0xFFFD, 0xFFFD, 0xFFFD, 'x'}}, // beyond U+10FFFF
+        {"\xFF\xFE", {0xFFFD, 0xFFFD}},
+    };
+    for (const auto& [utf8, units] : cases)
+    {
+        EXPECT_EQ(TCIText::FromUtf8(utf8).text, units) << utf8;
+    }
 }
 
 TEST(Texts, OperatorProfile)

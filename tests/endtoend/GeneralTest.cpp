@@ -22,7 +22,7 @@ protected:
         unsigned char length = 0;
         TCIText text;
         return m_ci->GetMmiEnquiry(0, isBlind, length, text) == 1
-                   ? Ascii(text.text) + (isBlind ? " blind " : " ") + std::to_string(length)
+                   ? text.ToUtf8() + (isBlind ? " blind " : " ") + std::to_string(length)
                    : "";
     }
 
@@ -53,7 +53,7 @@ TEST_F(GeneralEndToEnd, SlotsAndStatus)
     EXPECT_EQ(m_ci->GetApplicationInfo(1, type, menu, maker), 0);
     EXPECT_EQ(m_ci->GetApplicationInfo(0, type, menu, maker), 1);
     EXPECT_EQ(type, CI_APPLICATION_TYPE_CA);
-    EXPECT_EQ(Ascii(menu.text) + " by " + Ascii(maker.text), "Kelvora CAM by Kelvora");
+    EXPECT_EQ(menu.ToUtf8() + " by " + maker.ToUtf8(), "Kelvora CAM by Kelvora");
 
     EXPECT_EQ(m_ci->SendCaPmt(1, m_pipeline, {}, ECAPMTCMD_OKDESCR, false), 0);
     EXPECT_EQ(m_ci->SendCaPmt(0, m_pipeline, {0x0B01}, ECAPMTCMD_OKDESCR, false), 1);
@@ -108,7 +108,7 @@ TEST_F(GeneralEndToEnd, Pin)
     EXPECT_EQ(m_ci->SetCamPin(0, Bytes("4321"), false), 1);
     m_simulator.Advance(200);
     EXPECT_EQ(m_ci->ShowCamPinWindow(m_pipeline), 1);
-    EXPECT_EQ(m_ci->AnswerMmiEnquiry(0, MMI_ANSWER_ID_ANSWER, Text("1234"), false, false), 1);
+    EXPECT_EQ(m_ci->AnswerMmiEnquiry(0, MMI_ANSWER_ID_ANSWER, TCIText::FromUtf8("1234"), false, false), 1);
     EXPECT_EQ(Enquiry(), "Enter PIN (2 tries left) blind 4") << "the old PIN is no longer right";
 }
 

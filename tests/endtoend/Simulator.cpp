@@ -104,11 +104,4 @@ std::vector<unsigned char> Hex(std::string_view digits)
     }
     return bytes;
 }
-
-TCIText Text(std::string_view ascii)
-{
-    TCIText text;
-    text.text.assign(ascii.begin(), ascii.end());
-    return text;
-}
 } // namespace CIM

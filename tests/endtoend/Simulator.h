@@ -65,5 +65,4 @@ std::string Ascii(const Units& units)
 {
     return {units.begin(), units.end()};
 }
-TCIText Text(std::string_view ascii);
 } // namespace CIM

@@ -91,8 +91,17 @@ TEST(ScenarioFile, ErrorsNameLineColumnPlaceAndWhatIsWrong)
         {step("{ \"wait\": 1 },\n{ \"remove\":\n{ \"slto\": 0 } }"), {"f:8:11: timeline[1].remove.slto: ", "slot"}},
         {step("{ \"remove\": { \"slot\": 2 } }"),
          {"f:6:27: timeline[0].remove.slot: there is no such slot; there are 2"}},
+        {step(R"({ "signal": { "type": "SIGNAL_CI_CA_REPLY", "code": "CAM_MODE_CI" } })"),
+         {"f:6:57: timeline[0].signal.code: CAM_MODE_CI means nothing here in SIGNAL_CI_CA_REPLY; there are "
+          "CA_REPLY_"}},
         {step("{ \"insert\": { \"slot\": 1 } }"), {"f:6:17: timeline[0].insert: \"cam\" is missing"}},
         {step("{ \"insert\": { \"cam\": \"none\" } }"), {"timeline[0].insert.cam: the name of a CAM"}},
+        {step(R"({ "insert": { "cma": "plain" } })"), {"insert: \"cam\" is missing; was \"cma\" meant to be it?"}},
+        {step(R"({ "insert": { "cam": "plane" } })"), {"; there are plus, plain; did you mean plain?"}},
+        {step(R"({ "inserts": { "cam": "plain" } })"), {"inserts: there is no such step; did you mean insert?"}},
+        {step(R"({ "remove": { "slot": "0x7" } })"), {"remove.slot: there is no such slot; there are 2"}},
+        {step(R"({ "open-menu": { "menu": "no-entitlment" } })"), {"open-menu.menu: ", "did you mean no-entitlement?"}},
+        {step(R"({ "signal": { "type": "SIGNAL_CI_CA_REPLAY" } })"), {"; did you mean SIGNAL_CI_CA_REPLY?"}},
         {step("{ \"signal\": { \"type\": \"SIGNAL_CI_NONE\" } }"),
          {"timeline[0].signal.type: \"SIGNAL_CI_NONE\" is no value of ECISignalType"}},
         {step("{ \"wait-for-subscription\": { \"signal\": \"SIGNAL_CI_NONE\" } }"),
@@ -112,6 +121,25 @@ TEST(ScenarioFile, ErrorsNameLineColumnPlaceAndWhatIsWrong)
          {"timeline[0].wait-for-call.arguments.text: the application does not send this parameter"}},
         {step("{ \"wait-for-call\": { \"operation\": \"ICIGeneral.IsCiSupported\" } }"),
          {"timeline[0].wait-for-call.operation: ", "never sent"}},
+        // Calls that can never come.
+        {step(R"({ "wait-for-call": { "operation": "EnterMenu" } })"), {"did you mean ICIGeneral.EnterMenu?"}},
+        {step(R"({ "wait-for-call": { "operation": "ICIGeneral" } })"), {"is named as INTERFACE.NAME"}},
+        {step(R"({ "wait-for-call": { "operation": "ICIGenral.EntrMenu" } })"), {"did you mean ICIGeneral.EnterMenu?"}},
+        {step(R"({ "wait-for-call": { "operation": "ICIGeneral.EnterMenu#slot" } })"),
+         {"has no operation \"EnterMenu#"}},
+        {step(R"({ "wait-for-call": { "operation": "ICIGeneral.EnterMenu", "arguments": { "slot": "first" } } })"),
+         {"arguments.slot: \"first\" is no integer"}},
+        {step(R"({ "wait-for-call": { "operation": "ICIGeneral.EnterMenu", "arguments": [] } })"),
+         {"wait-for-call.arguments: an object is needed, not a list"}},
+        {step(
+             R"({ "wait-for-call": { "operation": "ICIGeneral.SendCaPmt", "arguments": { "handle": { "profil": 0 } } } })"),
+         {"arguments.handle.profil: ", "did you mean profile?"}},
+        {step(
+             R"({ "wait-for-call": { "operation": "ICIGeneral.SendCaPmt", "arguments": { "handle": { "handle": -1 } } } })"),
+         {"arguments.handle.handle: -1 is not within 0 to 65535"}},
+        {step(R"({ "wait-for-call": { "operation": "ICISampleDecryption.StartSampleDecryption",
+                                      "arguments": { "tracks": [], "records": [] } } })"),
+         {"has no such parameter; another operation of that name has it, but not the rest"}},
         {step("{ \"expect-no-call\": { \"operation\": \"ICIGeneral.EnterMenu\" } }"),
          {"f:6:25: timeline[0].expect-no-call: \"during\" is missing"}},
         {step("{ \"expect-no-call\": { \"arguments\": {}, \"during\": 1 } }"),
@@ -120,6 +148,21 @@ TEST(ScenarioFile, ErrorsNameLineColumnPlaceAndWhatIsWrong)
         {step("{ \"fault\": { \"kind\": \"never\", \"operation\": \"ICIGeneral.Entermenu\" } }"),
          {"timeline[0].fault.operation: \"ICIGeneral.Entermenu\" is no operation that is sent"}},
         {step("{ \"fault\": { \"kind\": \"late\",\n\"ms\": 5 } }"), {"timeline[0].fault.operation: "}},
+        // Faults that can never happen.
+        {step(R"({ "fault": { "kind": "nevr", "operation": "*" } })"), {"did you mean never?"}},
+        {step(R"({ "fault": { "kind": "never", "operation": "EntrMenu" } })"), {"did you mean ICIGeneral.EnterMenu?"}},
+        {step(R"({ "fault": { "kind": "never", "operation": "ICIGenerl.*" } })"), {"did you mean ICIGeneral.*?"}},
+        {step(R"({ "fault": { "kind": "never", "operation": "ICIGeneral.IsCiSupported" } })"),
+         {"no operation that is sent"}},
+        {step(R"({ "fault": { "kind": "never", "operation": "IPvrCip.*", "slot": 0 } })"),
+         {"fault.slot: calls of IPvrCip.* are about no slot"}},
+        {step(R"({ "fault": { "kind": "never", "operation": "*", "probability": 0 } })"),
+         {"fault.probability: a number above 0"}},
+        {step(R"({ "fault": { "kind": "storm", "signal": 20, "nth": 3 } })"),
+         {"fault.operation: slot, nth, times and"}},
+        {step(R"({ "fault": { "kind": "hostile", "operation": "*", "shape": "deap" } })"), {"did you mean deep?"}},
+        {step(R"({ "fault": { "kind": "lose-name", "name": "com.kelvora.ciapi.ICIGenerl" } })"),
+         {"did you mean com.kelvora.ciapi.ICIGeneral?"}},
         {step("{ \"fault\": { \"kind\": \"malformed-signal\", \"count\": 10001 } }"),
          {"timeline[0].fault.count: at most 10000 are sent at once"}},
         // More than one at once, in the order of their lines.
@@ -140,6 +183,39 @@ TEST(ScenarioFile, ErrorsNameLineColumnPlaceAndWhatIsWrong)
         {
             EXPECT_THAT(error, HasSubstr(expected)) << row.text;
         }
+    }
+}
+
+TEST(CallPattern, MeansWhatACallHas)
+{
+    const char* const start = "ICISampleDecryption.StartSampleDecryption";
+    struct TSCase
+    {
+        const char* operation;
+        const char* meant;
+        const char* madeOperation;
+        const char* made;
+        bool isMatch;
+    };
+    for (const TSCase& row : {
+             // A part of a record, in any way of writing a value.
+             TSCase{"ICIGeneral.SendCaPmt", R"({"handle": {"profile": 1}})", "ICIGeneral.SendCaPmt",
+                    R"({"handle": {"profile": "PROFILE_SUB", "handle": 7}})", true},
+             TSCase{"ICIGeneral.SendCaPmt", R"({"handle": {"handle": "0x7"}})", "ICIGeneral.SendCaPmt",
+                    R"({"handle": {"profile": "PROFILE_SUB", "handle": 7}})", true},
+             TSCase{"ICIGeneral.SendCaPmt", R"({"handle": {"handle": 8}})", "ICIGeneral.SendCaPmt",
+                    R"({"handle": {"profile": "PROFILE_SUB", "handle": 7}})", false},
+             // Of several operations of a name, those that take the arguments.
+             TSCase{start, "{}", "ICISampleDecryption.StartSampleDecryption#tracks", "{}", true},
+             TSCase{start, R"({"tracks": []})", "ICISampleDecryption.StartSampleDecryption#tracks", R"({"tracks": []})",
+                    true},
+             TSCase{start, R"({"records": []})", "ICISampleDecryption.StartSampleDecryption#tracks",
+                    R"({"tracks": []})", false},
+         })
+    {
+        const TCCallPattern pattern(row.operation, CIM::json::TJson::parse(row.meant), CIM::json::TCJsonPath());
+        EXPECT_EQ(pattern.Matches({row.madeOperation, CIM::json::TJson::parse(row.made)}), row.isMatch)
+            << row.operation << row.meant;
     }
 }
 
@@ -252,7 +328,7 @@ TEST(JsonDialect, EveryDoorReadsAValueInOneWay)
         {{{"text", "ABCDEFGH"}}, "4142434445464748"},
         {"010203040506070", "two hexadecimal digits are needed for byte 7"},
         {7, "bytes are needed as hexadecimal text, or {\"text\"}, not a number"},
-        {{{"txt", "A"}}, "\"text\" is missing"},
+        {{{"txt", "A"}}, "\"text\" is missing; was \"txt\" meant to be it?"},
     };
     const TSCase numberCases[] = {
         {65535, "65535"},
@@ -346,7 +422,7 @@ TEST(ScenarioPlay, TheSameSeedGivesTheSameCallsAndSignals)
     for (const std::string name : {"cam-pulled", "enquiry-pin", "sas"})
     {
         const std::string first = journal(name, name, "");
-        EXPECT_THAT(first, HasSubstr(" signal SIGNAL_CI_"));
+        EXPECT_THAT(first, HasSubstr(" signal SIGNAL_CI_CAM_READY_STATUS_CHANGED slot 0: CAM_STATUS_READY\n"));
         EXPECT_THAT(first, testing::Not(HasSubstr("0042"))) << "digits of a PIN are shown nowhere";
         EXPECT_EQ(first, journal(name, name, ""));
     }

@@ -280,6 +280,7 @@ TEST(SimulatorCalls, TheControlObjectReadsWhatItsIntrospectionSays)
         {call + "RaiseSignal ssqay SIGNAL_CI_TTX_STATUS_CHANGE PROFILE_NONE 3 8 1 2 3 4 5 6 7 8", 0, ""},
         {call + "RaiseSignal sssssyqu 19 -1 0x3 01:02:03:04:05:06:07:08 '' 2 1027 134678021", 0, ""},
         {ctl + "RaiseSignal SIGNAL_CI_TTX_STATUS_CHANGE -1 3 '{\"text\": \"ABCDEFGH\"}' 1 2 0x403 134678021", 0, ""},
+        {ctl + "RaiseSignal SIGNAL_CI_TTX_STATUS_CHANGE 0 0 '' 1 CAM_STATUS_READY", 2, "which takes a number"},
         {call + "RaiseSignal sd 17 1.5", 1, "profile: \"s\" is needed, not an argument of the type \"d\""},
         {call + "RaiseSignal sii 17 0 70000", 1, "handle: 70000 is not within 0 to 65535"},
         {call + "RaiseSignal siqau 17 0 0 1 7", 1, "data: \"ay\" is needed, not an argument of the type \"a\""},

@@ -50,15 +50,58 @@ TEST(TestDaemon, AnswersAsTheTestSays)
     EXPECT_EQ(General().GetCiSlotStatus(statuses, 0), 1);
     EXPECT_EQ(statuses.size(), 2u) << "the model's slots";
 
-    // An answer may replace itself, and what it throws is the caller's error.
+    // An answer may replace itself.
     daemon.On(&ICIGeneral::IsCamPinNeeded,
               [&]
               {
-                  daemon.On(&ICIGeneral::IsCamPinNeeded, []() -> int { throw std::runtime_error("thrown by a test"); });
+                  daemon.On(&ICIGeneral::IsCamPinNeeded, [] { return 4; });
                   return 3;
               });
     EXPECT_EQ(General().IsCamPinNeeded(), 3);
-    EXPECT_EQ(General().IsCamPinNeeded(), 0);
+    EXPECT_EQ(General().IsCamPinNeeded(), 4);
+}
+
+TEST(TestDaemon, AnAnswerThatThrowsFailsTheTest)
+{
+    const auto letAnAnswerThrow = [](TCDaemon& daemon)
+    {
+        daemon.On(&ICIGeneral::IsCamPinNeeded, []() -> int { throw std::runtime_error("thrown by a test"); });
+        EXPECT_EQ(General().IsCamPinNeeded(), 0) << "the application is told, too";
+    };
+    {
+        TCDaemon daemon;
+        for (const std::function<void()>& look :
+             {std::function<void()>([&] { daemon.CallCount(&ICIGeneral::EnterMenu); }),
+              std::function<void()>([&] { daemon.Calls(); }),
+              std::function<void()>([&] { daemon.Calls(&ICIGeneral::EnterMenu); }),
+              std::function<void()>([&] { daemon.WaitForCall(&ICIGeneral::EnterMenu, std::chrono::seconds(0)); })})
+        {
+            letAnAnswerThrow(daemon);
+            EXPECT_THAT(look, testing::ThrowsMessage<std::logic_error>(
+                                  HasSubstr("answer to ICIGeneral.IsCamPinNeeded threw: thrown by a test")));
+            EXPECT_NO_THROW(look()) << "told once";
+        }
+    }
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // a program of its own: a bus outlives no fork
+    EXPECT_DEATH(
+        {
+            TCDaemon daemon;
+            letAnAnswerThrow(daemon);
+        },
+        "IsCamPinNeeded threw: thrown by a test\n.*no test was told");
+}
+
+TEST(TestDaemon, RefusesToComeBehindTheLibrarysFirstUse)
+{
+    const auto comeLate = []
+    {
+        const TCFeatureKeys keys{{CI_FMS_NUM_OF_CI, "0"}};
+        TCCIService::IsCIOperable();
+        std::fprintf(stderr, "%s\n", Refusal([] { TCDaemon late; }).c_str());
+        std::exit(7);
+    };
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(comeLate(), testing::ExitedWithCode(7), "libciapi was used .* before the first testing daemon");
 }
 
 TEST(TestDaemon, TellsOverloadsApart)

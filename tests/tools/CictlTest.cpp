@@ -97,14 +97,22 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         std::vector<std::string> arguments;
         const char* text;
     } cases[] = {
-        {{}, "subcommand"},
         {{"frobnicate"}, "no verb \"frobnicate\""},
+        {{"slot"}, "no verb \"slot\"; did you mean slots?"},
+        {{"slots", "--jason"}, "did you mean --json?"},
         {{"slots", "extra"}, "extra"},
         {{"menu", "256"}, "slot: a number from 0 to 255"},
         {{"menu", "x"}, "slot: a number"},
         {{"pin", "0", "guess"}, "verify or set"},
         {{"call", "ICIGeneral"}, "no INTERFACE.OPERATION"},
         {{"call", "ICIGeneral.Frob"}, "no operation Frob"},
+        {{"call", "ICIGeneral.GetMmiTxt"}, "did you mean ICIGeneral.GetMmiText?"},
+        {{"call", "ICIGenral.GetMmiText", "slot=0"}, "did you mean ICIGeneral.GetMmiText?"},
+        {{"call", "GetMmiText", "slot=0"}, "did you mean ICIGeneral.GetMmiText?"},
+        {{"call", "ICIGeneral.GetMmiText", "slit=0"}, "did you mean slot?"},
+        {{"list", "ICIGenerl"}, "did you mean ICIGeneral?"},
+        {{"decode", "ICIGenerl", "00"}, "did you mean ICIGeneral?"},
+        {{"debug", "factory-rest"}, "did you mean factory-reset?"},
         {{"call", "ICIGeneral.GetMmiText"}, "slot: this argument"},
         {{"call", "ICIGeneral.GetMmiText", "slot"}, "NAME=VALUE"},
         {{"call", "ICIGeneral.GetMmiText", "slot=1", "slot=1"}, "given twice"},
@@ -116,6 +124,7 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         {{"player", "speed", "0"}, "handle speed"},
         {{"debug", "factory-reset"}, "--yes"},
         {{"watch", "NO_SUCH_SIGNAL"}, "no value of ECISignalType"},
+        {{"watch", "SIGNAL_CI_CA_REPLI"}, "did you mean SIGNAL_CI_CA_REPLY?"},
         {{"decode", "ICIGeneral", "0g"}, "payload: two hexadecimal digits"},
         {{"slots", "--timeout", "0"}, "timeout: seconds from 0.001"},
         {{"slots", "--timeout", "1e3"}, "timeout: seconds from 0.001"},
@@ -129,9 +138,11 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         {{"wait", std::string(200, '(')}, "character 101: too many parentheses"},
         {{"wait", "slot0.redy"}, "character 7: \"redy\" is no condition"},
         {{"wait", "slot256.ready"}, "character 5: a slot is a number"},
-        {{"wait", "ready", "or", "signal=CI_CA_REPLY,code=256"}, "character 34: code: a number from 0 to 255"},
+        {{"wait", "ready", "or", "signal=CI_CA_REPLY,code=256"}, "character 29: code: 256"},
+        {{"wait", "signal=CI_CA_REPLY,code=CAM_STATUS_READY"},
+         "character 20: code: CAM_STATUS_READY means nothing here"},
         {{"wait", "signal=CI_CA_REPLY,"}, "character 20: FIELD=VALUE"},
-        {{"wait", "signal=CI_CA_REPLY,cod=1"}, "character 20: FIELD=VALUE"},
+        {{"wait", "signal=CI_CA_REPLY,cod=1"}, "character 20: a signal has no \"cod\""},
         {{"wait", "signal=NONE"}, "character 8: "},
         {{"-H", "-oProxyCommand=x", "slots"}, "no [USER@]HOST"},
         {{"-H", "me@-x", "slots"}, "no [USER@]HOST"},
@@ -149,6 +160,10 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         EXPECT_THAT(Cictl(withJson).output,
                     StartsWith(R"({"version":1,"error":{"status":2,"name":"usage","message":)"));
     }
+    const TSRun nothing = Cictl({});
+    EXPECT_EQ(nothing.status, 2);
+    EXPECT_EQ(nothing.output, "");
+    EXPECT_EQ(nothing.error, Cictl({"--help"}).output);
 }
 
 TEST(Cictl, TellsWhyThereIsNoDaemon)
@@ -421,9 +436,11 @@ TEST(Cictl, WatchesSignalsAndUnsubscribesWhenInterrupted)
     }
     TSRun run = counting.Wait();
     EXPECT_EQ(run.status, 0) << run.error;
-    EXPECT_THAT(run.output, HasSubstr(R"("type":"SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE","profile":"PROFILE_MAIN",)"
-                                      R"("handle":3,"data":"020000000000007f","int32":[2,2130706432],)"
-                                      R"("bytes":[2,0,0,0,0,0,0,127]})"));
+    EXPECT_THAT(run.output,
+                HasSubstr(R"("type":"SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE","profile":"PROFILE_MAIN",)"
+                          R"("handle":3,"slot":2,"code":"CAM_UPGRADE_STATUS_RESET","id":0,"value":2130706432,)"
+                          R"("meaning":{"reset":2130706432},)"
+                          R"("words":"PROFILE_MAIN/3, slot 2: CAM_UPGRADE_STATUS_RESET, reset 2130706432"})"));
     EXPECT_EQ(std::count(run.output.begin(), run.output.end(), '\n'), 2) << run.output;
     ASSERT_TRUE(waitFor(2));
     EXPECT_THAT(takeHeard(), testing::ElementsAre("Subscribe \"SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE\"",
@@ -432,13 +449,63 @@ TEST(Cictl, WatchesSignalsAndUnsubscribesWhenInterrupted)
     for (const auto& [signal, status] : {std::pair(SIGINT, 130), std::pair(SIGTERM, 143)})
     {
         TCStartedCommand endless({CICTL, "watch", "CI_CA_REPLY"});
-        ASSERT_TRUE(waitFor(1));
+        ASSERT_TRUE(waitFor(2));
         endless.Signal(signal);
         EXPECT_EQ(endless.Wait().status, status);
-        EXPECT_THAT(takeHeard(),
-                    testing::ElementsAre("Subscribe \"SIGNAL_CI_CA_REPLY\"", "Unsubscribe \"SIGNAL_CI_CA_REPLY\""));
+        EXPECT_THAT(takeHeard(), testing::ElementsAre("GetCiSlotStatus null", "Subscribe \"SIGNAL_CI_CA_REPLY\"",
+                                                      "Unsubscribe \"SIGNAL_CI_CA_REPLY\""));
     }
     EXPECT_EQ(Cictl({"watch", "CI_CA_REPLY", "--count", "1", "--timeout", "0.2"}).status, 6);
+}
+
+TEST(Cictl, TellsSignalsOfAllPipelinesInWordsAndWhatIsWrongWithOthers)
+{
+    TCPlayedDaemon daemon([](const auto& request, const std::string&)
+                          { return TCPlayedDaemon::Answer(request, R"({"result": 1})"); });
+    // Slot 1, code, id 2, value 3; profile 1, handle 3: the pipeline 65539.
+    const auto payload = [](char code) { return std::string{1, code, 2, 0, 3, 0, 0, 0, 1, 0, 0, 0, 3, 0, 0, 0}; };
+    const auto sendAll = [&]
+    {
+        for (const auto& [type, pipeline, data] : {std::tuple("38", "65539", payload('\x71')),
+                                                   {"38", "65539", payload('\x71').substr(0, 15)},
+                                                   {"\x1b[2J", "65539", payload(0)},
+                                                   {"38", "0", payload('\x73')},
+                                                   {"52", "65539", payload(9)},
+                                                   {"99", "65539", payload(7)}})
+        {
+            (*daemon).Send(TCScriptedDaemon::Signal("Signal", type, pipeline, data));
+        }
+    };
+    TCStartedCommand watch({CICTL, "watch", "--count", "3", "--timeout", "30"});
+    ASSERT_TRUE(watch.WaitForError("watching"));
+    sendAll();
+    const TSRun heard = watch.Wait();
+    EXPECT_EQ(heard.status, 0);
+    for (const char* const words :
+         {" SIGNAL_CI_CA_REPLY PROFILE_SUB/3, slot 1: CA_REPLY_NOT_POSSIBLE_NO_ENTITLEMENT, id 2, value 3\n",
+          " SIGNAL_CI_PMT_SENT_TO_CAM PROFILE_SUB/3, slot 1: code 9, id 2, value 3\n",
+          " signal 99 PROFILE_SUB/3, slot 1: code 7, id 2, value 3\n"})
+    {
+        EXPECT_THAT(heard.output, HasSubstr(words));
+    }
+    EXPECT_THAT(heard.error, HasSubstr("left out: its payload has 15 bytes, not 16"));
+    EXPECT_THAT(heard.error, HasSubstr(R"(its type is no number: "\u001b[2J")"));
+    EXPECT_THAT(heard.error, HasSubstr("it is sent for the pipeline \"0\", but is about 65539"));
+
+    for (const bool asJson : {false, true})
+    {
+        TCStartedCommand trace(
+            {CICTL, "trace", "--count", "6", "--timeout", "30", "--raw", asJson ? "--json" : "--raw"});
+        ASSERT_TRUE(trace.WaitForError("tracing"));
+        sendAll();
+        const TSRun traced = trace.Wait();
+        EXPECT_EQ(traced.status, 0) << traced.error;
+        EXPECT_THAT(traced.output, HasSubstr(asJson ? R"("value":3,"words":"PROFILE_SUB/3, slot 1: code 9, id 2)"
+                                                    : "PROFILE_SUB/3, slot 1: code 9, id 2, value 3 data=0109020003"));
+        EXPECT_THAT(traced.output, HasSubstr(asJson ? R"("type":"\u001b[2J","data":"0100020003000000")"
+                                                    : "signal Signal \\x1b[2J data=0100020003000000 error=its type"));
+        EXPECT_THAT(traced.output, HasSubstr("but is about 65539"));
+    }
 }
 
 TEST(Cictl, TracesCallsRepliesAndSignals)

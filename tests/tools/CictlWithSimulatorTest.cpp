@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 #include <filesystem>
 #include <span>
 #include <sstream>
@@ -147,7 +149,8 @@ TEST(CictlWithSimulator, WaitsForWhatHoldsAndForWhatComes)
         // The first two are others: another code, another value. The third is it.
         {then("SIGNAL_CI_CA_REPLY",
               raise + "1 '' 1 0x71 5 7; " + raise + "1 '' 1 0x73 5 8; " + raise + "1 '' 1 0x73 5 0xfffffffe") +
-             "cictl wait signal=CI_CA_REPLY,slot=1,code=0x73,id=5,value=-2 --timeout 20",
+             "cictl wait signal=CI_CA_REPLY,slot=1,code=CA_REPLY_NOT_POSSIBLE_TECHNICAL,id=5,value=0xfffffffe "
+             "--timeout 20",
          0, ""},
         {then("SIGNAL_CI_CA_REPLY", raise + "1 '' 1 0x71 5 7") +
              "cictl wait signal=CI_CA_REPLY,handle=1,code=0x73 --timeout 0.5",
@@ -156,6 +159,10 @@ TEST(CictlWithSimulator, WaitsForWhatHoldsAndForWhatComes)
         {then("SIGNAL_CI_CA_REPLY", ctl + "Restart 300") +
              "cictl wait 'signal=CI_CAM_READY_STATUS_CHANGED,code=1 or signal=CI_CA_REPLY' --timeout 20 --json",
          0, R"("met":["signal=CI_CAM_READY_STATUS_CHANGED,code=1"])"},
+        // What held no longer does.
+        {then("SIGNAL_CI_CA_REPLY", ctl + "RemoveCam 0; " + raise + "0") +
+             "cictl wait slot0.ready and signal=CI_CA_REPLY --timeout 1 --json",
+         6, "not hold: slot0.ready\""},
     };
     RunCases(cases);
 }
@@ -202,6 +209,42 @@ TEST(CictlWithSimulator, KeepsItsHelpWithin80Columns)
         EXPECT_LE(line.size(), 80u) << line;
     }
     EXPECT_GT(count, 500);
+}
+
+TEST(CictlWithSimulator, WatchesEveryPipelineInWordsAndOrder)
+{
+    const std::string ctl = "\"" SIMULATOR_PATH "\" ctl ";
+    // The signal that is subscribed last, for both slots: everything is subscribed then.
+    const std::string subscribed = "until " + ctl + "Subscriptions | grep -c INFO_SPEED | grep -q 2; do :; done\n";
+    // A pipeline that nobody has subscribed, and a daemon that comes back.
+    const TSRun run = RunCommand(
+        WithCam("cictl watch --count 9 --timeout 30 & watch=$!\n" + subscribed + ctl +
+                "RaiseSignal SIGNAL_CI_CA_REPLY PROFILE_RECORD 7 '' 0 CA_REPLY_POSSIBLE\n" + ctl +
+                "AddFault '{\"kind\": \"restart\"}' >/dev/null\nuntil cictl slots | grep -q CAM_STATUS_READY; do :; "
+                "done >/dev/null\n" +
+                ctl + "AskPin 0 16 PROFILE_SUB 2\nwait $watch"));
+    EXPECT_EQ(run.status, 0) << run.error;
+    std::vector<std::string> lines;
+    std::istringstream output(run.output);
+    for (std::string line; std::getline(output, line);)
+    {
+        lines.push_back(line.substr(line.find(' ') + 1)); // behind the time
+    }
+    EXPECT_THAT(
+        lines,
+        testing::ElementsAre(
+            "SIGNAL_CI_CA_REPLY PROFILE_RECORD/7, slot 0: CA_REPLY_POSSIBLE",
+            "SIGNAL_CI_CA_SYSTEMS_CHANGE slot 0: 2 CA systems", "SIGNAL_CI_CAM_MODE_CHANGED slot 0: CAM_MODE_CI_PLUS",
+            "SIGNAL_CI_SAC_STATUS_CHANGE slot 0: SAC_ESTABLISHED",
+            "SIGNAL_CI_CAM_READY_STATUS_CHANGED slot 0: CAM_STATUS_READY",
+            "SIGNAL_CI_FILE_RETRIEVAL_MESSAGE slot 0: CI_FILE_RETRIEVAL_NEW_FILE_SYSTEM, file system 2, "
+            "DOMAIN_IDS_CIMHEGP1",
+            "SIGNAL_CI_OPERATOR_PROFILE_STATUS_CHANGE slot 0: CAM_OP_STATUS_NEW_OP_INSERTED, ANTENNA_MODE_SATELLITE, "
+            "SERVICE_MODE_OPERATOR",
+            "SIGNAL_CI_CHECK_PARENTAL_RATING_HANDLERS PROFILE_SUB/2, slot 0: PIN_WINDOW_SHOW_HANDLER_IS_HOST, rating "
+            "16",
+            "SIGNAL_CI_PIN_REPLY_TO_PIN_EVENT PROFILE_SUB/2, slot 0: CAM_PIN_CODE_SUPPORTED, 3 tries left, rating 16"));
+    EXPECT_THAT(run.error, HasSubstr("the CI daemon is back"));
 }
 
 TEST(CictlWithSimulator, WalksThroughAMenuWithPipedAnswers)

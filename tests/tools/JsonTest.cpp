@@ -243,12 +243,13 @@ TEST(Json, SaysWhatIsWrongAndWhere)
     };
     EXPECT_EQ(read(TCProfiles(), R"([{}, {"slotId": 256}])"), "argument[1].slotId: 256 is not within 0 to 255");
     EXPECT_EQ(read(TCProfiles(), R"([{"slot": 1}])"),
-              "argument[0].slot: there is no such member in TSCIOperatorProfileData");
+              "argument[0].slot: there is no such member in TSCIOperatorProfileData; there are antennaMode, "
+              "serviceMode, slotId, profileName, supportedAntennaModes, profileType; did you mean slotId?");
     EXPECT_EQ(read(TCProfiles(), R"([{"supportedAntennaModes": [1, "ANTENNA_MODE_CABLE"]}])"),
               "argument[0].supportedAntennaModes[1]: this element is in the list already");
     EXPECT_EQ(read(TModes{{1, CAM_MODE_CI}}, R"({"1": 0, "0x1": 1})"), "argument.0x1: this key is in the map already");
-    EXPECT_EQ(read(TModes(), R"({"1": "CAM_MODE"})"),
-              "argument.1: \"CAM_MODE\" is no value of ECamMode; there are CAM_MODE_CI, CAM_MODE_CI_PLUS");
+    EXPECT_EQ(read(TModes(), R"({"1": "CAM_MODE"})"), "argument.1: \"CAM_MODE\" is no value of ECamMode; there are "
+                                                      "CAM_MODE_CI, CAM_MODE_CI_PLUS; did you mean CAM_MODE_CI?");
     EXPECT_EQ(read(TModes(), "[]"), "argument: an object is needed, not a list");
     EXPECT_EQ(read(-5, "2147483648"), "argument: 2147483648 is not within -2147483648 to 2147483647");
     EXPECT_EQ(read(5u, "-1"), "argument: -1 is not within 0 to 4294967295");
@@ -270,7 +271,11 @@ TEST(Json, SaysWhatIsWrongAndWhere)
                       answer.Check({{"slot", 0}, {"text", "x"}});
                   }),
               "text: this is an output of ICIGeneral.GetMmiText");
-    EXPECT_EQ(ErrorOf([&] { answer.Check({{"slots", 0}}); }), "slots: ICIGeneral.GetMmiText has no such argument");
+    EXPECT_EQ(ErrorOf(
+                  [&] {
+                      answer.Check({{"slots", 0}});
+                  }),
+              "slots: ICIGeneral.GetMmiText has no such argument; did you mean slot?");
 
     // What stands too much in a payload, by its argument.
     const TCInterfaceForm& general = *FindInterface("ICIGeneral");

@@ -29,13 +29,15 @@ std::vector<const json::TCOperationForm*> FindOperations(const std::string& text
         dot == text.npos ? nullptr : json::FindInterface(std::string_view(text).substr(0, dot));
     if (!interface)
     {
-        throw TCFailure(EXIT_USAGE, "\"" + text + "\" is no INTERFACE.OPERATION (see cictl list)");
+        throw TCFailure(EXIT_USAGE, "\"" + text + "\" is no INTERFACE.OPERATION (see cictl list)" +
+                                        json::DidYouMeanOperation(text, /*isSent=*/false));
     }
     std::vector<const json::TCOperationForm*> found = interface->FindAll(std::string_view(text).substr(dot + 1));
     if (found.empty())
     {
         throw TCFailure(EXIT_USAGE, interface->Name() + " has no operation " + text.substr(dot + 1) +
-                                        " (see cictl list " + interface->Name() + ")");
+                                        " (see cictl list " + interface->Name() + ")" +
+                                        json::DidYouMeanOperation(text, /*isSent=*/false));
     }
     return found;
 }
@@ -76,14 +78,25 @@ const json::TCOperationForm& Choose(const std::vector<const json::TCOperationFor
     throw TCFailure(EXIT_USAGE, "which is meant: " + names + "?");
 }
 
+void PrintName(const std::string& name, bool asJson)
+{
+    if (asJson)
+    {
+        return PrintJson({{"name", name}});
+    }
+    Out() << name << '\n';
+}
+
 bool HasOneWay(const json::TCOperationForm& operation)
 {
     const json::TSParameter* const flag = operation.FindParameter("oneWay");
     return flag && flag->word == protocol::EWord::ONE_WAY;
 }
+
 // The lists that shell completion asks for, a word a line. Returns false when none is asked for.
 bool ListWords(const TCArguments& arguments)
 {
+    const auto print = [&](const std::string& name) { PrintName(name, arguments.IsJson()); };
     for (const TSVerb& verb : Verbs())
     {
         for (const TSArgument& argument : verb.arguments)
@@ -92,7 +105,7 @@ bool ListWords(const TCArguments& arguments)
                                       argument.kind == EArgument::MANY;
             if (!isByPosition && arguments.Text("options") == verb.name)
             {
-                Out() << "--" << argument.name << '\n';
+                print(std::string("--") + argument.name);
             }
         }
     }
@@ -100,7 +113,7 @@ bool ListWords(const TCArguments& arguments)
     {
         for (const auto& signal : json::Enumeration<ECISignalType>().enumerators)
         {
-            Out() << signal.name << '\n';
+            print(std::string(signal.name));
         }
     }
     if (arguments.Has("inputs"))
@@ -112,7 +125,7 @@ bool ListWords(const TCArguments& arguments)
             {
                 if (protocol::IsInput(parameter.word) && names.insert(parameter.name).second)
                 {
-                    Out() << parameter.name << '\n';
+                    print(parameter.name);
                 }
             }
         }
@@ -246,7 +259,7 @@ EExit ListVerb(const TCArguments& arguments)
     {
         if (arguments.IsSet("names"))
         {
-            Out() << operation->FullName() << '\n';
+            PrintName(operation->FullName(), arguments.IsJson());
         }
         else if (arguments.IsJson())
         {

@@ -1,6 +1,8 @@
 #include "cictl/Call.h"
 #include "cictl/Output.h"
 
+#include "commandline/Nearest.h"
+
 #include <algorithm>
 #include <cctype>
 #include <iostream>
@@ -122,7 +124,10 @@ EExit DebugVerb(const TCArguments& arguments)
     }
     if (!command.empty())
     {
-        throw TCFailure(EXIT_USAGE, "there is no service command \"" + command + "\" (cictl debug lists them)");
+        throw TCFailure(EXIT_USAGE, "there is no service command \"" + command + "\" (cictl debug lists them)" +
+                                        DidYouMean(command, NamesOf(commands,
+                                                                    [](const TJson& known) -> const std::string&
+                                                                    { return *json::TextOf(known["command"]); })));
     }
     PrintTable(COMMAND_FIELDS, commands, arguments.IsJson());
     return EXIT_ANSWERED;

@@ -1,10 +1,11 @@
 #include "cictl/Condition.h"
 
+#include "json/Signals.h"
 #include "json/ToJson.h"
 
 #include <algorithm>
 #include <charconv>
-#include <cstring>
+#include <functional>
 
 namespace CIM::cictl
 {
@@ -29,37 +30,7 @@ constexpr TSPlainWord SLOT_WORDS[] = {
     {"dialogue", TSAtom::EKind::PAGE},
 };
 
-template <class T, std::size_t offset>
-std::int64_t Field(const TSSignal& signal)
-{
-    T value{};
-    std::memcpy(&value, signal.data.bytes + offset, sizeof value);
-    return value;
-}
-
-struct TSSignalField
-{
-    std::string_view name;
-    std::int64_t (*get)(const TSSignal& signal);
-    std::int64_t least;
-    std::int64_t greatest;
-};
-// A value may be meant with or without a sign: both of its readings are tried.
-constexpr TSSignalField SIGNAL_FIELDS[] = {
-    {"slot", Field<std::uint8_t, 0>, 0, UINT8_MAX},
-    {"code", Field<std::uint8_t, 1>, 0, UINT8_MAX},
-    {"id", Field<std::uint16_t, 2>, 0, UINT16_MAX},
-    {"value", Field<std::uint32_t, 4>, INT32_MIN, UINT32_MAX},
-};
-
-std::optional<std::int64_t> NumberFrom(std::string_view text)
-{
-    const bool isHex = text.starts_with("0x");
-    text.remove_prefix(isHex ? 2 : 0);
-    std::int64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, isHex ? 16 : 10);
-    return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
-}
+bool Fits(const std::optional<std::uint32_t>& wanted, std::uint32_t carried) { return !wanted || *wanted == carried; }
 
 bool IsMetIn(const TSAtom& atom, const TSSlotState& slot)
 {
@@ -94,10 +65,10 @@ bool TSAtom::IsMet(const TSSetState& state) const
 
 void TSAtom::Take(const TSSignal& signal)
 {
+    const protocol::SSignalFields carried = protocol::UnpackSignalData(signal.data);
     hasCome |= kind == EKind::SIGNAL && signal.type == type && (!profile || signal.profile == *profile) &&
-               (!handle || signal.handle == *handle) &&
-               std::all_of(fields.begin(), fields.end(),
-                           [&](const TSField& field) { return field.get(signal) == field.value; });
+               (!handle || signal.handle == *handle) && Fits(carriedSlot, carried.slot) && Fits(code, carried.code) &&
+               Fits(id, carried.id) && Fits(value, carried.value);
 }
 
 TCCondition::TCCondition(std::string_view text) : m_text(text)
@@ -196,12 +167,14 @@ TSAtom TCCondition::m_ReadAtom(std::string_view word, std::size_t place) const
     const std::size_t dot = word.find('.');
     if (word.starts_with(SLOT) && dot != word.npos)
     {
-        const auto number = NumberFrom(word.substr(SLOT.size(), dot - SLOT.size()));
-        if (!number || *number < 0 || *number > UINT8_MAX)
+        const std::string_view digits = word.substr(SLOT.size(), dot - SLOT.size());
+        unsigned char number = 0;
+        const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+        if (error != std::errc() || end != digits.data() + digits.size())
         {
             m_Fail(place + SLOT.size(), "a slot is a number from 0 to 255");
         }
-        atom.slot = static_cast<unsigned>(*number);
+        atom.slot = number;
         plain = word.substr(dot + 1);
         place += dot + 1;
     }
@@ -216,60 +189,89 @@ TSAtom TCCondition::m_ReadAtom(std::string_view word, std::size_t place) const
     return atom;
 }
 
+// TYPE[,FIELD=VALUE...]. What a word means depends on the type and the code: those of id and value are read at the end.
 void TCCondition::m_ReadSignal(std::string_view words, std::size_t place, TSAtom& atom) const
 {
-    bool isType = true;
-    while (isType || !words.empty())
+    std::size_t begin = 0;
+    std::function<void()> readId = [] {};
+    std::function<void()> readValue = [] {};
+    while (begin != words.npos)
     {
-        const std::size_t comma = words.find(',');
-        const std::string word(words.substr(0, comma));
-        try
+        const std::size_t comma = words.find(',', begin);
+        const std::string word(words.substr(begin, comma == words.npos ? comma : comma - begin));
+        const std::size_t sign = word.find('=');
+        const std::string name = word.substr(0, sign);
+        const std::string text = sign == word.npos ? "" : word.substr(sign + 1);
+        const auto here = [this, at = place + begin](const auto& read)
         {
-            const std::size_t sign = word.find('=');
-            const std::string name = word.substr(0, sign);
-            const std::string text = sign == word.npos ? "" : word.substr(sign + 1);
-            const auto* const field = std::find_if(std::begin(SIGNAL_FIELDS), std::end(SIGNAL_FIELDS),
-                                                   [&](const TSSignalField& row) { return row.name == name; });
-            if (isType)
+            try
             {
-                atom.type = SignalFromWord(word);
+                read();
             }
-            else if (name == "profile" && sign != word.npos)
+            catch (const json::TCJsonError& error)
             {
-                atom.profile = json::FromJson<EProfile>(text, json::TCJsonPath("profile"));
+                m_Fail(at, error.what());
             }
-            else if (name == "handle" && sign != word.npos)
-            {
-                atom.handle = json::FromJson<unsigned short>(text, json::TCJsonPath("handle"));
-            }
-            else if (field == std::end(SIGNAL_FIELDS) || sign == word.npos)
-            {
-                m_Fail(place, "FIELD=VALUE is expected, with slot, code, id, value, profile or handle");
-            }
-            else if (const auto number = NumberFrom(text);
-                     number && *number >= field->least && *number <= field->greatest)
-            {
-                atom.fields.push_back({field->get, *number < 0 ? *number + UINT32_MAX + 1 : *number});
-            }
-            else
-            {
-                m_Fail(place + sign + 1, name + ": a number from " + std::to_string(field->least) + " to " +
-                                             std::to_string(field->greatest) + " is expected");
-            }
-        }
-        catch (const json::TCJsonError& error)
+        };
+        const json::TCJsonPath path(name);
+        const auto later = [&atom, here, text, name](auto form, auto& field) -> std::function<void()>
         {
-            m_Fail(place, error.what());
-        }
-        isType = false;
-        const std::size_t used = comma == words.npos ? words.size() : comma + 1;
-        if (comma != words.npos && used == words.size())
-        {
-            m_Fail(place + used, "FIELD=VALUE is expected");
-        }
-        words.remove_prefix(used);
-        place += used;
+            return [&atom, here, text, name, form, &field]() mutable
+            {
+                here(
+                    [&]
+                    {
+                        const json::TCJsonPath path(name);
+                        form = json::FromJson<decltype(form)>(text, path);
+                        field = form.For(atom.type, atom.code.value_or(0), path);
+                    });
+            };
+        };
+        here(
+            [&]
+            {
+                if (begin == 0)
+                {
+                    atom.type = json::SignalTypeFromJson(word, json::TCJsonPath("type"));
+                }
+                else if (sign == word.npos)
+                {
+                    m_Fail(place + begin, "FIELD=VALUE is expected");
+                }
+                else if (name == "profile")
+                {
+                    atom.profile = json::FromJson<EProfile>(text, path);
+                }
+                else if (name == "handle")
+                {
+                    atom.handle = json::FromJson<unsigned short>(text, path);
+                }
+                else if (name == "slot")
+                {
+                    atom.carriedSlot = json::FromJson<unsigned char>(text, path);
+                }
+                else if (name == "code")
+                {
+                    atom.code = json::FromJson<json::TSSignalCode>(text, path).For(atom.type, 0, path);
+                }
+                else if (name == "id")
+                {
+                    readId = later(json::TSSignalId(), atom.id);
+                }
+                else if (name == "value")
+                {
+                    readValue = later(json::TSSignalValue(), atom.value);
+                }
+                else
+                {
+                    m_Fail(place + begin,
+                           "a signal has no \"" + name + "\"; it has slot, code, id, value, profile and handle");
+                }
+            });
+        begin = comma == words.npos ? comma : comma + 1;
     }
+    readId();
+    readValue();
 }
 
 bool TCCondition::m_IsMet(const TSNode& node, const TSSetState& state) const

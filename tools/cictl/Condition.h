@@ -2,7 +2,6 @@
 
 #include "cictl/Signals.h"
 
-#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -40,21 +39,17 @@ struct TSAtom
         PAGE,
         SIGNAL,
     };
-    /// A field of a signal and the number that it must have.
-    struct TSField
-    {
-        std::int64_t (*get)(const TSSignal& signal);
-        std::int64_t value;
-    };
-
     std::string text; ///< as it was written
     EKind kind = EKind::DAEMON;
     std::optional<unsigned> slot;          ///< any when not given
     std::optional<ECiMmiStatus> page = {}; ///< any but a closed one when not given
     ECISignalType type = SIGNAL_CI_TYPE_BEGIN;
-    std::vector<TSField> fields = {};
     std::optional<EProfile> profile = {};
     std::optional<unsigned short> handle = {};
+    std::optional<std::uint32_t> carriedSlot = {}; ///< what the signal carries, like the next three
+    std::optional<std::uint32_t> code = {};
+    std::optional<std::uint32_t> id = {};
+    std::optional<std::uint32_t> value = {};
     bool hasCome = false; ///< a signal, which counts from then on
 
     bool IsMet(const TSSetState& state) const;
@@ -98,8 +93,4 @@ private:
     std::vector<TSAtom> m_atoms;
     TNode m_root;
 };
-
-/// A signal type by its name, of which SIGNAL_ or SIGNAL_CI_ may be left out, or by its number.
-/// \throws json::TCJsonError
-ECISignalType SignalFromWord(const std::string& word);
 } // namespace CIM::cictl

@@ -19,7 +19,8 @@ EExit DecodeVerb(const TCArguments& arguments)
     const json::TCInterfaceForm* const interface = json::FindInterface(arguments.Text("interface"));
     if (!interface)
     {
-        throw TCFailure(EXIT_USAGE, "there is no interface " + arguments.Text("interface") + " (see cictl list)");
+        throw TCFailure(EXIT_USAGE, "there is no interface " + arguments.Text("interface") + " (see cictl list)" +
+                                        json::DidYouMeanOperation(arguments.Text("interface"), /*isSent=*/false));
     }
     std::string text = arguments.Text("payload");
     if (text == "-")

@@ -3,6 +3,7 @@
 #include "cictl/Time.h"
 
 #include "bus/Arguments.h"
+#include "json/Signals.h"
 #include "json/ToJson.h"
 
 #include <ciapi/CINames.h>
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <string_view>
 
 namespace CIM::cictl
@@ -63,12 +65,12 @@ EIPCMessageType KindOf(DBusMessage* message)
     return IPC_MESSAGE_SIGNAL;
 }
 
-TJson SignalType(const std::string& identifier)
+std::optional<ECISignalType> SignalType(std::string_view identifier)
 {
     int number = 0;
     const char* const end = identifier.data() + identifier.size();
     const auto [behind, bad] = std::from_chars(identifier.data(), end, number);
-    return bad == std::errc() && behind == end ? json::ToJson(static_cast<ECISignalType>(number)) : TJson(identifier);
+    return bad == std::errc() && behind == end ? std::optional(static_cast<ECISignalType>(number)) : std::nullopt;
 }
 } // namespace
 
@@ -121,7 +123,7 @@ TJson TCDissector::m_DescribeCall(DBusMessage* message)
     if (operation)
     {
         json::TSDecoded decoded = operation->RequestToJson(View(envelope.payload));
-        if (!m_showSecrets)
+        if (!m_wishes.showSecrets)
         {
             operation->HideSecrets(decoded.json);
             if (json::MayHideSecrets(interface, operation, View(envelope.payload)))
@@ -213,18 +215,76 @@ TJson TCDissector::m_DescribeReply(DBusMessage* message)
     return record;
 }
 
-TJson TCDissector::m_DescribeSignal(DBusMessage* message)
+TSSignalRead ReadSignal(DBusMessage* message)
 {
     SSignalEnvelope envelope;
     envelope.type = KindOf(message);
     const auto read = ReadArguments(message, envelope);
+    const std::string_view payload = View(envelope.payload);
+    TSSignalRead signal;
+    signal.type = Text(envelope.identifier);
+    // Behind the data the payload repeats the pipeline.
+    const std::size_t size = std::min(payload.size(), sizeof(TSSignalData));
+    signal.bytes = json::BytesToHex({reinterpret_cast<const unsigned char*>(payload.data()), size});
+    const std::optional<ECISignalType> type = SignalType(signal.type);
+    signal.error = read.IsWhole() ? "" : "the signal is incomplete";
+    if (payload.size() < sizeof(protocol::SSignalPayload))
+    {
+        signal.error = Both(signal.error, "its payload has " + std::to_string(payload.size()) + " bytes, not " +
+                                              std::to_string(sizeof(protocol::SSignalPayload)));
+        return signal;
+    }
+    if (!type)
+    {
+        signal.error = Both(signal.error, "its type is no number: " + json::Dump(signal.type));
+        return signal;
+    }
+    protocol::SSignalPayload content;
+    std::memcpy(&content, payload.data(), sizeof content);
+    signal.signal = {*type, static_cast<EProfile>(content.profile), content.handle, content.data};
+    const std::string pipeline = std::to_string(protocol::HandleValue(signal.signal->profile, content.handle));
+    if (envelope.handle != nullptr && envelope.handle != pipeline)
+    {
+        signal.error = Both(signal.error, "it is sent for the pipeline " + json::Dump(Text(envelope.handle)) +
+                                              ", but is about " + pipeline);
+    }
+    return signal;
+}
+
+void AddSignal(TJson& record, const protocol::SSignal& signal, bool asJson, bool isRaw)
+{
+    if (asJson)
+    {
+        record["type"] = json::ToJson(signal.type);
+        record["profile"] = json::ToJson(signal.profile);
+        record["handle"] = signal.handle;
+        record.update(json::SignalDataToJson(signal));
+    }
+    else
+    {
+        record["type"] = json::SignalName(signal.type);
+        record["words"] = json::SignalWords(signal);
+    }
+    if (isRaw)
+    {
+        record["data"] = json::ToJson(signal.data);
+    }
+}
+
+TJson TCDissector::m_DescribeSignal(DBusMessage* message)
+{
     TJson record = {{"time", Now()}, {"kind", "signal"}, {"operation", Text(dbus_message_get_member(message))}};
-    record["type"] = SignalType(Text(envelope.identifier));
-    record["handle"] = Text(envelope.handle);
-    // Behind the data the payload repeats the handle.
-    const std::size_t size = std::min(View(envelope.payload).size(), sizeof(TSSignalData));
-    record["data"] = json::BytesToHex({reinterpret_cast<const unsigned char*>(envelope.payload.data), size});
-    AddError(record, read.IsWhole() ? "" : "the signal is incomplete");
+    const TSSignalRead read = ReadSignal(message);
+    if (read.signal)
+    {
+        AddSignal(record, *read.signal, m_wishes.asJson, m_wishes.showRaw);
+    }
+    else
+    {
+        record["type"] = read.type;
+        record["data"] = read.bytes;
+    }
+    AddError(record, read.error);
     return record;
 }
 } // namespace CIM::cictl

@@ -84,7 +84,7 @@ TSTable MakeTable(std::vector<std::string>& host)
     };
     return {std::move(commands),
             {"cictl", "Talks to the CI daemon: slots, CAMs and their menus, and every operation of the CI library.",
-             CIAPI_VERSION, "verb", true, prepareProgram}};
+             CIAPI_VERSION, "verb", prepareProgram}};
 }
 
 int Run(int argc, char** argv)

@@ -1,5 +1,6 @@
 #include "cictl/Signals.h"
 
+#include "cictl/AllSignals.h"
 #include "cictl/Verb.h"
 
 #include <ciapi/CIService.h>
@@ -44,10 +45,24 @@ TCSignals::~TCSignals()
         g_source_remove(source);
     }
     m_daemon.Bus().OnHiddenChange(nullptr);
-    if (m_hiddenChange != 0)
+    for (const guint waiting : {m_hiddenChange, m_allWaiting})
     {
-        g_source_remove(m_hiddenChange);
+        if (waiting != 0)
+        {
+            g_source_remove(waiting);
+        }
     }
+}
+
+void TCSignals::HearAll()
+{
+    m_all = std::make_unique<TCAllSignals>(
+        [this](const protocol::SSignal& signal) {
+            m_handler({signal.type, signal.profile, signal.handle, signal.data});
+        });
+    m_sources.push_back(g_unix_fd_add(m_all->Descriptor(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
+                                      &s_OnAllReadable, this));
+    m_allWaiting = g_idle_add(&s_OnAllWaiting, this); // the bus's answers may have come behind signals
 }
 
 void TCSignals::Subscribe(ECISignalType type, EProfile profile, unsigned short handle)
@@ -91,7 +106,7 @@ void TCSignals::Guarded(const std::function<void()>& action)
 
 int TCSignals::s_OnSignal(ECISignalType type, EProfile profile, unsigned short handle, TSSignalData data, void* self)
 {
-    if (self)
+    if (self && !static_cast<TCSignals*>(self)->m_all)
     {
         auto& signals = *static_cast<TCSignals*>(self);
         signals.Guarded([&] { signals.m_handler({type, profile, handle, data}); });
@@ -129,6 +144,21 @@ gboolean TCSignals::s_OnBus(gint, GIOCondition, gpointer self)
     auto& signals = *static_cast<TCSignals*>(self);
     signals.Guarded([&] { signals.m_TakeOwnerChanges(); });
     return G_SOURCE_CONTINUE;
+}
+
+gboolean TCSignals::s_OnAllReadable(gint, GIOCondition, gpointer self)
+{
+    auto& signals = *static_cast<TCSignals*>(self);
+    signals.Guarded([&] { signals.m_all->Take(); });
+    return G_SOURCE_CONTINUE;
+}
+
+gboolean TCSignals::s_OnAllWaiting(gpointer self)
+{
+    auto& signals = *static_cast<TCSignals*>(self);
+    signals.m_allWaiting = 0;
+    signals.Guarded([&] { signals.m_all->Take(); });
+    return G_SOURCE_REMOVE;
 }
 
 gboolean TCSignals::s_OnHiddenChange(gpointer self)

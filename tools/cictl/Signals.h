@@ -28,6 +28,8 @@ struct TSSignal
     unsigned short Number() const;
 };
 
+class TCAllSignals;
+
 /// Subscriptions, and the main loop that they come by. Ends of itself on SIGINT and SIGTERM. Bound to its thread; one
 /// at a time, and not longer than its daemon.
 class TCSignals
@@ -38,6 +40,9 @@ public:
     TCSignals(const TCSignals&) = delete;
     TCSignals& operator=(const TCSignals&) = delete;
 
+    /// From now on calls back for the signals of all pipelines, and for no other reason: what is subscribed tells the
+    /// daemon what is wanted. \throws TCFailure when the bus refuses
+    void HearAll();
     /// Does nothing when it is subscribed already. \throws TCFailure when the daemon or the bus refuses
     void Subscribe(ECISignalType type, EProfile profile, unsigned short handle);
     /// Calls back until Quit, or until the time is over. What a callback throws comes out here.
@@ -73,6 +78,8 @@ private:
     static gboolean s_OnTerminate(gpointer self);
     static gboolean s_OnBus(gint descriptor, GIOCondition condition, gpointer self);
     static gboolean s_OnHiddenChange(gpointer self);
+    static gboolean s_OnAllReadable(gint descriptor, GIOCondition condition, gpointer self);
+    static gboolean s_OnAllWaiting(gpointer self);
     static gboolean s_OnTimeout(gpointer self);
     void m_Subscribe(const TSSubscription& subscription);
     void m_Interrupt(EExit exit);
@@ -82,6 +89,8 @@ private:
     std::function<void(const TSSignal&)> m_handler;
     std::vector<TSSubscription> m_subscriptions;
     std::vector<guint> m_sources;
+    std::unique_ptr<TCAllSignals> m_all; ///< null: the library calls back
+    guint m_allWaiting = 0;
     std::function<void(const TCBus::TSOwnerChange&)> m_onOwner;
     guint m_hiddenChange = 0;
     std::exception_ptr m_thrown;

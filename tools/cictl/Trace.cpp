@@ -19,9 +19,11 @@ namespace CIM::cictl
 namespace
 {
 constexpr TSField TRACE_FIELDS[] = {
-    {"time", ""},          {"kind", ""},           {"from", "from"},  {"operation", ""},    {"type", ""},
-    {"oneWay", "one-way"}, {"program", "program"}, {"arguments", ""}, {"status", "status"}, {"result", "result"},
-    {"outputs", ""},       {"handle", "handle"},   {"data", "data"},  {"after", "ms"},      {"error", "error"},
+    {"time", ""},          {"kind", ""},           {"from", "from"},     {"operation", ""},    {"type", ""},
+    {"oneWay", "one-way"}, {"program", "program"}, {"arguments", ""},    {"status", "status"}, {"result", "result"},
+    {"outputs", ""},       {"profile", "profile"}, {"handle", "handle"}, {"slot", "slot"},     {"code", "code"},
+    {"id", "id"},          {"value", "value"},     {"meaning", ""},      {"words", ""},        {"data", "data"},
+    {"after", "ms"},       {"error", "error"},
 };
 
 void BecomeMonitor(TCBus& bus)
@@ -94,7 +96,9 @@ EExit TraceVerb(const TCArguments& arguments)
     const TCInterruption interruption;
     std::fprintf(stderr, "cictl: tracing, Ctrl-C ends\n");
 
-    TCDissector dissector(arguments.IsSet("show-secrets"));
+    TCDissector dissector({.showSecrets = arguments.IsSet("show-secrets"),
+                           .showRaw = arguments.IsSet("raw"),
+                           .asJson = arguments.IsJson()});
     const TCClock::time_point end = timeout ? TCClock::now() + *timeout : TCClock::time_point::max();
     long seen = 0;
     while (g_interruption == 0 && TCClock::now() < end && (count == 0 || seen < count))

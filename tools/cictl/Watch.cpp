@@ -1,20 +1,22 @@
-#include "cictl/Condition.h"
+#include "cictl/Dissector.h"
 #include "cictl/Output.h"
 #include "cictl/Signals.h"
 #include "cictl/Time.h"
 #include "cictl/Verb.h"
 
+#include "json/Signals.h"
 #include "json/ToJson.h"
 
-#include <cstring>
+#include <algorithm>
+#include <set>
 
 namespace CIM::cictl
 {
 namespace
 {
 constexpr TSField SIGNAL_FIELDS[] = {
-    {"time", ""},     {"type", ""},       {"profile", "profile"}, {"handle", "handle"},
-    {"data", "data"}, {"int32", "int32"}, {"bytes", "bytes"},
+    {"time", ""}, {"type", ""},       {"profile", "profile"}, {"handle", "handle"}, {"slot", "slot"}, {"code", "code"},
+    {"id", "id"}, {"value", "value"}, {"meaning", ""},        {"words", ""},        {"data", "data"},
 };
 
 std::vector<ECISignalType> SignalsFromWords(const std::vector<std::string>& words)
@@ -22,7 +24,7 @@ std::vector<ECISignalType> SignalsFromWords(const std::vector<std::string>& word
     std::vector<ECISignalType> types;
     for (const std::string& word : words)
     {
-        types.push_back(SignalFromWord(word));
+        types.push_back(json::SignalTypeFromJson(word, json::TCJsonPath("type")));
     }
     if (words.empty())
     {
@@ -37,31 +39,41 @@ std::vector<ECISignalType> SignalsFromWords(const std::vector<std::string>& word
     return types;
 }
 
-TJson Record(const TSSignal& signal)
+/// Tells the daemon what is wanted: it may raise nothing that nobody has asked for. Its slots are known; the pipelines
+/// are their applications', which ask for what they need.
+void SubscribeSlots(TCDaemonAccess& daemon, TCSignals& signals, const std::vector<ECISignalType>& types)
 {
-    std::int32_t numbers[2];
-    std::memcpy(numbers, signal.data.bytes, sizeof numbers);
-    return {{"time", Now()},
-            {"type", json::ToJson(signal.type)},
-            {"profile", json::ToJson(signal.profile)},
-            {"handle", signal.handle},
-            {"data", json::ToJson(signal.data)},
-            {"int32", numbers},
-            {"bytes", signal.data.bytes}};
-}
-} // namespace
-
-ECISignalType SignalFromWord(const std::string& word)
-{
-    for (const char* prefix : {"", "SIGNAL_", "SIGNAL_CI_"})
+    constexpr unsigned MOST_SLOTS = 12; // the bus allows 512 rules
+    std::set<unsigned short> slots{0};
+    try
     {
-        if (const auto type = EnumValue<ECISignalType>(prefix + word))
+        const TJson answer = daemon.Call("ICIGeneral", "GetCiSlotStatus", {{"selection", 0}});
+        const TJson statuses = answer.at("outputs").at("statuses");
+        for (const auto& entry : statuses.items())
         {
-            return *type;
+            const unsigned long slot = std::stoul(entry.key());
+            if (slot < MOST_SLOTS)
+            {
+                slots.insert(static_cast<unsigned short>(slot));
+            }
         }
     }
-    return json::FromJson<ECISignalType>(word, json::TCJsonPath("type"));
+    catch (const TCFailure& failure)
+    {
+        std::fprintf(stderr, "cictl: only slot 0 is subscribed: %s\n", Harmless(failure.what()).c_str());
+    }
+    for (const unsigned short slot : slots)
+    {
+        for (const ECISignalType type : types)
+        {
+            if (slot == 0 || protocol::SignalRow(type).subject != protocol::ESubject::PIPELINE)
+            {
+                signals.Subscribe(type, PROFILE_MAIN, slot);
+            }
+        }
+    }
 }
+} // namespace
 
 EExit WatchVerb(const TCArguments& arguments)
 {
@@ -85,9 +97,18 @@ EExit WatchVerb(const TCArguments& arguments)
     TCSignals signals(daemon,
                       [&](const TSSignal& signal)
                       {
+                          const bool isWanted = std::find(types.begin(), types.end(), signal.type) != types.end() ||
+                                                arguments.Many("type").empty();
+                          if (!isWanted)
+                          {
+                              return;
+                          }
                           if (count == 0 || seen < count)
                           {
-                              PrintEvent(SIGNAL_FIELDS, Record(signal), arguments.IsJson());
+                              TJson record = {{"time", Now()}};
+                              AddSignal(record, {signal.type, signal.profile, signal.handle, signal.data},
+                                        arguments.IsJson(), arguments.IsSet("raw"));
+                              PrintEvent(SIGNAL_FIELDS, record, arguments.IsJson());
                               ++seen;
                           }
                           if (seen == count)
@@ -96,11 +117,20 @@ EExit WatchVerb(const TCArguments& arguments)
                           }
                       });
     loop = &signals;
-    for (const unsigned short handle : handles)
+    if (!arguments.Has("profile") && !arguments.Has("handle"))
     {
-        for (const ECISignalType type : types)
+        daemon.Require(*json::FindInterface("ICISignalSubscriber"));
+        signals.HearAll();
+        SubscribeSlots(daemon, signals, types);
+    }
+    else
+    {
+        for (const unsigned short handle : handles)
         {
-            signals.Subscribe(type, profile, handle);
+            for (const ECISignalType type : types)
+            {
+                signals.Subscribe(type, profile, handle);
+            }
         }
     }
     std::fprintf(stderr, "cictl: watching, Ctrl-C ends\n");

@@ -12,13 +12,6 @@ using CIM::test::TCFakeSignalSubscriber;
 
 namespace
 {
-CIM::TCIText TextOf(const std::string& ascii)
-{
-    CIM::TCIText text;
-    text.text.assign(ascii.begin(), ascii.end());
-    return text;
-}
-
 TEST(BannerWithoutBus, SaysThatNobodyAnswers)
 {
     TCFakeGeneral general;
@@ -39,7 +32,7 @@ TEST(BannerWithoutBus, FollowsASignalOfItsSlots)
     general.On(&ICIGeneral::GetApplicationInfo,
                [](unsigned char, auto&, CIM::TCIText& menu, CIM::TCIText&)
                {
-                   menu = TextOf("Pay TV");
+                   menu = CIM::TCIText::FromUtf8("Pay TV");
                    return 1;
                });
     TCFakeSignalSubscriber subscriber;

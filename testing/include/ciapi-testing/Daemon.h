@@ -71,6 +71,10 @@ CIAPI_TESTING_EXPORT TSSignalData SignalData(unsigned char slot, unsigned char c
 /// It must be made before the library, or anything else in the process, uses the system bus. Afterwards each test may
 /// make a fresh one on the same bus, one at a time; what the library has connected and subscribed stays.
 ///
+/// An answer that throws fails the test, whatever its framework: the caller gets an error reply, the text is written to
+/// standard error, and the next CallCount, Calls or WaitForCall throws std::logic_error, which names the operation. Where
+/// none follows, the destructor ends the program.
+///
 /// The daemon runs on a thread of its own with a main context of its own; the default main context stays the
 /// application's. Answers are called on that thread, one at a time: an answer that waits for the test's thread waits
 /// for ever. All operations are thread-safe, may be called from inside an answer, and wait for an answer that is
@@ -79,17 +83,19 @@ class CIAPI_TESTING_EXPORT TCDaemon
 {
 public:
     /// Starts bus and daemon and returns when the daemon is ready.
-    /// \throws std::invalid_argument when an option is wrong, std::runtime_error when bus or daemon do not start
+    /// \throws std::invalid_argument when an option is wrong, std::runtime_error when bus or daemon do not start,
+    ///         std::logic_error when this is the first one and the library has been used already
     explicit TCDaemon(const TSOptions& options = {});
-    /// Leaves the bus: calls fail until there is another one.
+    /// Leaves the bus: calls fail until there is another one. Ends the program when an answer has thrown and nobody
+    /// has been told.
     ~TCDaemon();
     TCDaemon(const TCDaemon&) = delete;
     TCDaemon& operator=(const TCDaemon&) = delete;
 
     /// Lets a function answer an operation from now on, in place of the model.
     /// \param[in] member  the operation; see Overload for those that share a name
-    /// \param[in] answer  takes the operation's parameters and returns its result. When it throws a std::exception,
-    ///                    the caller gets an error reply.
+    /// \param[in] answer  takes the operation's parameters and returns its result. What it throws is the test's
+    ///                    failure, see TCDaemon: for a call that fails there is Fail.
     /// \throws std::invalid_argument when the operation is never sent to the daemon
     template <class Interface, class Result, class... Arguments, class Function>
     void On(Result (Interface::*member)(Arguments...), Function answer)
