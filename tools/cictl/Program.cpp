@@ -146,6 +146,11 @@ TCandidates CompleteWords(std::span<const std::string> words)
     }
     std::vector<std::string> host;
     const TSTable table = MakeTable(host);
-    return Complete(table.program, table.commands, words, &VerbCandidates);
+    TCandidates found = Complete(table.program, table.commands, words, &VerbCandidates);
+    if (words.size() == 1 && std::string_view("-H").starts_with(words.front()))
+    {
+        found.push_back({"-H", "[USER@]HOST: the bus of that machine"});
+    }
+    return found;
 }
 } // namespace CIM::cictl
