@@ -13,7 +13,8 @@ namespace CIM::cictl
 {
 namespace
 {
-constexpr std::chrono::milliseconds PATIENCE{1'600};
+// Behind its end two more answers may be waited for, a third of it each.
+constexpr std::chrono::milliseconds PATIENCE{1'200};
 
 constexpr TSField FINDING_FIELDS[] = {
     {"state", "state"}, {"check", "check"}, {"subject", "subject"},

@@ -52,7 +52,7 @@ public:
             variable != nullptr ? variable : "unix:path=/var/run/dbus/system_bus_socket (the usual one)";
         try
         {
-            m_bus.emplace(m_time / 4);
+            m_bus.emplace(m_time / 3);
             m_Add({EHealth::OK, "bus", address, "lets user " + UserName(geteuid()) + " in", ""});
         }
         catch (const TCFailure& failure)
@@ -209,7 +209,7 @@ private:
             return; // told already
         }
         TCDBusError error;
-        const json::TJson answer = QuickCall(*m_bus, operation, {{"selection", 0}}, m_time / 4, error);
+        const json::TJson answer = QuickCall(*m_bus, operation, {{"selection", 0}}, m_time / 3, error);
         const std::string subject = operation.FullName();
         if (answer.is_null())
         {

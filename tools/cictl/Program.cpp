@@ -89,6 +89,10 @@ TSTable MakeTable(std::vector<std::string>& host)
 
 int Run(int argc, char** argv)
 {
+    if (argc == 3 && std::string_view(argv[1]) == "--serve-shell")
+    {
+        return ServeShell(argv[2]);
+    }
     std::vector<std::string> host;
     const TSTable table = MakeTable(host);
     return CIM::RunCommandLine(table.program, table.commands, argc, argv);
@@ -101,10 +105,6 @@ int RunCommandLine(int argc, char** argv, const TCTell& tell)
     if (AnswerCompletion(argc, argv, [](std::span<const std::string> words) { return CompleteWords(words); }))
     {
         return EXIT_ANSWERED;
-    }
-    if (argc == 3 && std::string_view(argv[1]) == "--serve-shell")
-    {
-        return ServeShell(argv[2]);
     }
     HideSecretWords(argc, argv);
     // Known before the command line is parsed, which may fail. No verb takes this word for anything else.

@@ -28,7 +28,11 @@ class TCRecorder : public std::streambuf
 {
 public:
     explicit TCRecorder(std::ostream& stream) : m_stream(stream), m_target(stream.rdbuf(this)) {}
-    ~TCRecorder() override { m_stream.rdbuf(m_target); }
+    ~TCRecorder() override
+    {
+        m_stream.rdbuf(m_target);
+        Clear();
+    }
     TCRecorder(const TCRecorder&) = delete;
     TCRecorder& operator=(const TCRecorder&) = delete;
 

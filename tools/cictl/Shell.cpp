@@ -52,6 +52,15 @@ class TCNews
 {
 public:
     explicit TCNews(std::function<void(const std::string& line)> tell) : m_tell(std::move(tell)) {}
+    ~TCNews()
+    {
+        if (m_end != 0)
+        {
+            g_source_remove(m_end);
+        }
+    }
+    TCNews(const TCNews&) = delete;
+    TCNews& operator=(const TCNews&) = delete;
 
     /// Begins to listen, when it does not yet and there is a daemon.
     void Listen()
@@ -88,6 +97,15 @@ public:
                         }
                     }
                 });
+            // Not from within what fails: the object goes.
+            m_signals->OnFailure(
+                [this]
+                {
+                    if (m_end == 0)
+                    {
+                        m_end = g_idle_add(&s_OnEnd, this);
+                    }
+                });
             m_why.clear();
         }
         catch (const std::exception& failure)
@@ -103,6 +121,17 @@ public:
     }
 
 private:
+    // The bus has gone, or the daemon that came back refuses.
+    static gboolean s_OnEnd(gpointer self)
+    {
+        auto& news = *static_cast<TCNews*>(self);
+        news.m_end = 0;
+        news.m_signals.reset();
+        news.m_daemon.reset();
+        news.m_tell("there are no signals any more");
+        return G_SOURCE_REMOVE;
+    }
+
     std::vector<unsigned short> Slots()
     {
         std::vector<unsigned short> slots;
@@ -124,6 +153,7 @@ private:
     std::unique_ptr<TCDaemonAccess> m_daemon;
     std::unique_ptr<TCSignals> m_signals;
     std::string m_why;
+    guint m_end = 0;
 };
 
 /// Verbs that show signals by themselves: what comes meanwhile would be told twice.

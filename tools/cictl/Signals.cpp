@@ -101,6 +101,10 @@ void TCSignals::Guarded(const std::function<void()>& action)
     {
         m_thrown = std::current_exception();
         Quit();
+        if (m_onFailure)
+        {
+            m_onFailure();
+        }
     }
 }
 

@@ -51,6 +51,8 @@ public:
     void Quit();
     /// Runs a piece of a GLib callback: what it throws ends Run, which throws it.
     void Guarded(const std::function<void()>& action);
+    /// For who lets the main loop go on without Run: called when there is something that Run would throw.
+    void OnFailure(std::function<void()> handler) { m_onFailure = std::move(handler); }
     bool IsInterrupted() const { return m_interruption != EXIT_ANSWERED; }
     /// What to exit with when interrupted. \param[in] otherwise  when not
     EExit Unless(EExit otherwise) const { return IsInterrupted() ? m_interruption : otherwise; }
@@ -94,6 +96,7 @@ private:
     std::function<void(const TCBus::TSOwnerChange&)> m_onOwner;
     guint m_hiddenChange = 0;
     std::exception_ptr m_thrown;
+    std::function<void()> m_onFailure;
     std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> m_loop;
     EExit m_interruption = EXIT_ANSWERED;
     bool m_isTimeOver = false;

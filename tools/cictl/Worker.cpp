@@ -106,12 +106,15 @@ void TCWorker::Begin(const std::string& line)
 int TCWorker::End()
 {
     int status = EXIT_REFUSED;
-    if (Receive(m_socket, &status, sizeof status) == sizeof status)
+    const bool hasEnded = Receive(m_socket, &status, sizeof status) == sizeof status;
+    if (hasEnded && status != EXIT_NO_BUS)
     {
         return status;
     }
+    // Also where the bus was lost: only a new process has a library that connects again.
     close(m_socket);
-    return m_Reap();
+    const int end = m_Reap();
+    return hasEnded ? status : end;
 }
 
 int TCWorker::m_Reap()
