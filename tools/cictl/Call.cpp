@@ -4,10 +4,7 @@
 #include "cictl/SecretWords.h"
 #include "json/Word.h"
 
-#include <ciapi/CISignalDataType.h>
-
 #include <algorithm>
-#include <set>
 
 namespace CIM::cictl
 {
@@ -91,46 +88,6 @@ bool HasOneWay(const json::TCOperationForm& operation)
 {
     const json::TSParameter* const flag = operation.FindParameter("oneWay");
     return flag && flag->word == protocol::EWord::ONE_WAY;
-}
-
-// The lists that shell completion asks for, a word a line. Returns false when none is asked for.
-bool ListWords(const TCArguments& arguments)
-{
-    const auto print = [&](const std::string& name) { PrintName(name, arguments.IsJson()); };
-    for (const TSVerb& verb : Verbs())
-    {
-        for (const TSArgument& argument : verb.arguments)
-        {
-            const bool isByPosition = argument.kind == EArgument::NEEDED || argument.kind == EArgument::OPTIONAL ||
-                                      argument.kind == EArgument::MANY;
-            if (!isByPosition && arguments.Text("options") == verb.name)
-            {
-                print(std::string("--") + argument.name);
-            }
-        }
-    }
-    if (arguments.IsSet("signals"))
-    {
-        for (const auto& signal : json::Enumeration<ECISignalType>().enumerators)
-        {
-            print(std::string(signal.name));
-        }
-    }
-    if (arguments.Has("inputs"))
-    {
-        std::set<std::string_view> names; // of several operations of one name, all inputs
-        for (const json::TCOperationForm* operation : FindOperations(arguments.Text("inputs")))
-        {
-            for (const json::TSParameter& parameter : operation->Parameters())
-            {
-                if (protocol::IsInput(parameter.word) && names.insert(parameter.name).second)
-                {
-                    print(parameter.name);
-                }
-            }
-        }
-    }
-    return arguments.Has("options") || arguments.IsSet("signals") || arguments.Has("inputs");
 }
 
 // What the word of an input stands for.
@@ -232,10 +189,6 @@ EExit ListVerb(const TCArguments& arguments)
             records.push_back({{"status", exit.status}, {"name", exit.name}, {"meaning", exit.help}});
         }
         PrintTable(STATUS_FIELDS, records, arguments.IsJson());
-        return EXIT_ANSWERED;
-    }
-    if (ListWords(arguments))
-    {
         return EXIT_ANSWERED;
     }
     std::vector<const json::TCOperationForm*> operations;

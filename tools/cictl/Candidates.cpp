@@ -19,19 +19,6 @@ namespace
 {
 constexpr std::chrono::milliseconds PATIENCE{100}; // somebody is typing
 
-std::string InputNames(const json::TCOperationForm& operation)
-{
-    std::string names;
-    for (const json::TSParameter& parameter : operation.Parameters())
-    {
-        if (protocol::IsInput(parameter.word))
-        {
-            names += (names.empty() ? "" : " ") + std::string(parameter.name);
-        }
-    }
-    return names;
-}
-
 // The slots that the daemon tells, each with the status of its CAM. \param[in] suffix  what a slot's number goes on with
 TCandidates Slots(const std::string& prefix = {}, const std::string& suffix = {})
 {

@@ -30,19 +30,6 @@ constexpr std::string_view DELETING[] = {
 };
 
 constexpr TSField COMMAND_FIELDS[] = {{"command", "command"}, {"values", "values"}};
-
-std::string InputNames(const json::TCOperationForm& operation)
-{
-    std::string names;
-    for (const json::TSParameter& parameter : operation.Parameters())
-    {
-        if (protocol::IsInput(parameter.word))
-        {
-            names += (names.empty() ? "" : " ") + std::string(parameter.name);
-        }
-    }
-    return names;
-}
 } // namespace
 
 std::string Dashed(std::string_view name)
@@ -59,6 +46,19 @@ std::string Dashed(std::string_view name)
         dashed += static_cast<char>(std::tolower(name[i]));
     }
     return dashed;
+}
+
+std::string InputNames(const json::TCOperationForm& operation)
+{
+    std::string names;
+    for (const json::TSParameter& parameter : operation.Parameters())
+    {
+        if (protocol::IsInput(parameter.word))
+        {
+            names += (names.empty() ? "" : " ") + std::string(parameter.name);
+        }
+    }
+    return names;
 }
 
 std::vector<std::pair<std::string, std::string>> PlayerActions()
