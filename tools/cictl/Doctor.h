@@ -32,7 +32,7 @@ using TFindings = std::vector<TSFinding>;
 /// What the set says of itself in its feature keys, and where that was looked for.
 TFindings ExamineFeatureKeys();
 
-/// Whether the places of key files can be read without waiting: a pipe in the place of one would wait for ever.
+/// Whether there is a key file, and all can be read without waiting: a pipe in the place of one would wait for ever.
 bool CanReadFeatureKeys();
 
 /// The readiness marker. \param[in] isDaemonThere  whether anybody owns a bus name of the daemon

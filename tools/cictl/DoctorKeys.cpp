@@ -41,11 +41,12 @@ std::vector<TSPlace> Places()
     {
         places.push_back({named, true});
     }
+    const std::string config = VariableOr("XDG_CONFIG_HOME", "");
     const std::string home = VariableOr("HOME", "");
-    const std::string config = VariableOr("XDG_CONFIG_HOME", home.starts_with('/') ? home + "/.config" : "");
-    if (config.starts_with('/'))
+    if (config.starts_with('/') || home.starts_with('/'))
     {
-        places.push_back({config + "/tvplatform/system-info.conf", false});
+        places.push_back(
+            {(config.starts_with('/') ? config : home + "/.config") + "/tvplatform/system-info.conf", false});
     }
     places.push_back({"/etc/tvplatform/system-info.conf", false});
     return places;
@@ -103,13 +104,14 @@ std::string Line(const std::string& key, const char* value)
     return '"' + key.substr(slash + 1) + '=' + value + "\" under \"[" + key.substr(0, slash) + "]\"";
 }
 
-TSFinding Examine(const TSKey& key, const std::string& place)
+TSFinding Examine(const TSKey& key, const std::string& place, bool canRead)
 {
     constexpr const char* CHECK = "feature key";
     int number = 0;
     bool flag = false;
-    const int error = key.isNumber ? system_info_get_custom_int(key.name.c_str(), &number)
-                                   : system_info_get_custom_bool(key.name.c_str(), &flag);
+    const int error = !canRead       ? -ENOENT
+                      : key.isNumber ? system_info_get_custom_int(key.name.c_str(), &number)
+                                     : system_info_get_custom_bool(key.name.c_str(), &flag);
     const char* const good = key.isNumber ? "1" : "true";
     if (error == 0)
     {
@@ -134,15 +136,20 @@ TSFinding Examine(const TSKey& key, const std::string& place)
 
 bool CanReadFeatureKeys()
 {
-    const std::vector<TSPlace> places = Places();
-    return std::all_of(places.begin(), places.end(),
-                       [](const TSPlace& place)
-                       {
-                           struct stat status
-                           {
-                           };
-                           return stat(place.path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
-                       });
+    bool isAnyThere = false;
+    for (const TSPlace& place : Places())
+    {
+        struct stat status
+        {
+        };
+        const bool isThere = stat(place.path.c_str(), &status) == 0;
+        if (isThere && !S_ISREG(status.st_mode))
+        {
+            return false;
+        }
+        isAnyThere = isAnyThere || isThere;
+    }
+    return isAnyThere;
 }
 
 TFindings ExamineFeatureKeys()
@@ -163,10 +170,7 @@ TFindings ExamineFeatureKeys()
     };
     for (const TSKey& key : keys)
     {
-        if (canRead)
-        {
-            findings.push_back(Examine(key, places.front().path));
-        }
+        findings.push_back(Examine(key, places.front().path, canRead));
     }
     return findings;
 }
