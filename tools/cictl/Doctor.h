@@ -32,8 +32,9 @@ using TFindings = std::vector<TSFinding>;
 /// What the set says of itself in its feature keys, and where that was looked for.
 TFindings ExamineFeatureKeys();
 
-/// Whether there is a key file, and all can be read without waiting: a pipe in the place of one would wait for ever.
-bool CanReadFeatureKeys();
+/// Whether the library can be asked for keys. \return 0; -ENOENT when there is no key file, -EIO when a pipe or the like is
+/// in the place of one, which would be waited for
+int TryFeatureKeys();
 
 /// The readiness marker. \param[in] isDaemonThere  whether anybody owns a bus name of the daemon
 TFindings ExamineMarker(bool isDaemonThere);

@@ -231,7 +231,7 @@ private:
         const std::size_t slots = answer["outputs"]["statuses"].size();
         const std::string found = std::to_string(slots) + (slots == 1 ? " slot" : " slots");
         int stated = 0;
-        const bool isOdd = HostName().empty() && CanReadFeatureKeys() &&
+        const bool isOdd = HostName().empty() && TryFeatureKeys() == 0 &&
                            system_info_get_custom_int(CI_FMS_NUM_OF_CI.c_str(), &stated) == 0 && stated > 0 &&
                            static_cast<std::size_t>(stated) != slots;
         m_Add({isOdd ? EHealth::WARNING : EHealth::OK, CHECK, subject,

@@ -104,12 +104,12 @@ std::string Line(const std::string& key, const char* value)
     return '"' + key.substr(slash + 1) + '=' + value + "\" under \"[" + key.substr(0, slash) + "]\"";
 }
 
-TSFinding Examine(const TSKey& key, const std::string& place, bool canRead)
+TSFinding Examine(const TSKey& key, const std::string& place, int readable)
 {
     constexpr const char* CHECK = "feature key";
     int number = 0;
     bool flag = false;
-    const int error = !canRead       ? -ENOENT
+    const int error = readable != 0  ? readable
                       : key.isNumber ? system_info_get_custom_int(key.name.c_str(), &number)
                                      : system_info_get_custom_bool(key.name.c_str(), &flag);
     const char* const good = key.isNumber ? "1" : "true";
@@ -134,9 +134,9 @@ TSFinding Examine(const TSKey& key, const std::string& place, bool canRead)
 }
 } // namespace
 
-bool CanReadFeatureKeys()
+int TryFeatureKeys()
 {
-    bool isAnyThere = false;
+    int result = -ENOENT;
     for (const TSPlace& place : Places())
     {
         struct stat status
@@ -145,17 +145,17 @@ bool CanReadFeatureKeys()
         const bool isThere = stat(place.path.c_str(), &status) == 0;
         if (isThere && !S_ISREG(status.st_mode))
         {
-            return false;
+            return -EIO;
         }
-        isAnyThere = isAnyThere || isThere;
+        result = isThere ? 0 : result;
     }
-    return isAnyThere;
+    return result;
 }
 
 TFindings ExamineFeatureKeys()
 {
     TFindings findings;
-    const bool canRead = CanReadFeatureKeys();
+    const int readable = TryFeatureKeys();
     const std::vector<TSPlace> places = Places();
     for (const TSPlace& place : places)
     {
@@ -170,7 +170,7 @@ TFindings ExamineFeatureKeys()
     };
     for (const TSKey& key : keys)
     {
-        findings.push_back(Examine(key, places.front().path, canRead));
+        findings.push_back(Examine(key, places.front().path, readable));
     }
     return findings;
 }
@@ -187,7 +187,7 @@ TFindings ExamineMarker(bool isDaemonThere)
         return {{EHealth::OK, CHECK, path, "there", ""}};
     }
     int model = 0;
-    const bool isNeeded = CanReadFeatureKeys() &&
+    const bool isNeeded = TryFeatureKeys() == 0 &&
                           system_info_get_custom_int(CI_FMS_TV_MODEL_TYPE.c_str(), &model) == 0 &&
                           model == MODEL_TYPE_WITH_LATE_DAEMON;
     if (!isNeeded)
