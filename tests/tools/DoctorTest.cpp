@@ -138,12 +138,15 @@ TEST(Doctor, FindsWhatIsWrongWithoutADaemon)
                  "wrong    feature key: com.kelvora/featureconf/broadcasting.certification", "wrong    bus"}},
                DOCTOR);
         ASSERT_EQ(mkfifo(folder.File("none").c_str(), 0600), 0);
-        Expect({"a pipe for a key file",
-                5,
-                {"wrong    key file", "wrong    feature key: com.kelvora/featureconf/product.num_of_ci: in no key file",
-                 "wrong    feature key: com.kelvora/featureconf/broadcasting.ci",
-                 "wrong    feature key: com.kelvora/featureconf/broadcasting.certification", "wrong    bus"}},
-               DOCTOR);
+        Expect(
+            {"a pipe for a key file",
+             5,
+             {"wrong    key file", "wrong    feature key: com.kelvora/featureconf/product.num_of_ci: a key file cannot",
+              "wrong    feature key: com.kelvora/featureconf/broadcasting.ci", "wrong    bus",
+              "wrong    feature key: com.kelvora/featureconf/broadcasting.certification",
+              "wrong    feature key: com.kelvora/featureconf/broadcasting.tvs",
+              "wrong    feature key: com.kelvora/featureconf/tv_model"}},
+            DOCTOR);
         std::filesystem::remove(folder.File("none"));
         std::ofstream(folder.File("none")) << "nonsense\n";
         Expect(
