@@ -186,7 +186,7 @@ TEST(Completion, WorksInFish)
     NoBus();
     const SPrograms programs;
     const std::pair<const char*, const char*> cases[] = {
-        {"cictl wat", "watch\tprint the daemon's signals as they come\n"},
+        {"cictl wat", "watch\tprint the daemon's signals as they come"},
         {"cictl call general.AnswerMmiEnquiry slot=0 answerId=MMI_ANSWER_ID_C", "answerId=MMI_ANSWER_ID_CANCEL\t0\n"},
         {"ci-daemon-sim play ", "two-slots\t"},
     };
