@@ -103,7 +103,8 @@ public:
                 {
                     if (m_end == 0)
                     {
-                        m_end = g_idle_add(&s_OnEnd, this);
+                        // Before what fails can do so again.
+                        m_end = g_idle_add_full(G_PRIORITY_HIGH, &s_OnEnd, this, nullptr);
                     }
                 });
             m_why.clear();
