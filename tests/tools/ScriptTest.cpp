@@ -187,4 +187,25 @@ TEST(Shell, EndsAVerbThatADaemonDoesNotAnswer)
                        {"cictl> ", "\x04"}});
     EXPECT_EQ(run.status, 0) << run.output;
 }
+
+TEST(Shell, OutlivesItsBus)
+{
+    const TCTempFolder folder;
+    const TCEnvironmentVariable state("XDG_STATE_HOME", folder.File("state"));
+    std::ofstream(folder.File("end-bus"))
+        << "bus=$(dbus-send --system --print-reply=literal --dest=org.freedesktop.DBus / org.freedesktop.DBus."
+           "GetConnectionUnixProcessID string:org.freedesktop.DBus | awk '{print $2}')\n"
+           "until grep -q slots "
+        << folder.File("state/cictl/history")
+        << " 2>/dev/null; do sleep 0.02; done\n"
+           "[ \"$(cat /proc/$bus/comm)\" = dbus-daemon ] && kill -9 $bus\n";
+    RunInTerminal(
+        Beside("{ timeout 20 sh " + folder.File("end-bus") + " & } && \"" CICTL_PATH "\" shell; echo \"@ $?\""),
+        {{"cictl> ", "slots\n"},
+         {"no signals any more", ""},
+         {"cictl> ", "info\n"},
+         {"there is no system bus", ""},
+         {"cictl> ", "\x04"},
+         {"@ 0", ""}});
+}
 } // namespace CIM

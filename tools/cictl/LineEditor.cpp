@@ -108,6 +108,8 @@ std::optional<std::string> TCLineEditor::Read()
     m_isInterrupted = false;
     m_isReading = true;
     int count = 0;
+    // Before the prompt is there, or a Ctrl-D that is typed at once comes as something else.
+    el_set(m_editor.get(), EL_PREP_TERM, 1);
     const char* const line = el_gets(m_editor.get(), &count);
     m_isReading = false;
     if (m_isInterrupted)
