@@ -44,6 +44,11 @@ public:
 
     bool Matches(const TSMadeCall& call) const;
     const std::string& Operation() const { return m_operation; }
+    /// The arguments that matter, as a call has them; they may hold secrets.
+    const json::TJson& Arguments() const { return m_arguments; }
+    const std::vector<const json::TCOperationForm*>& Forms() const { return m_forms; }
+    /// In words, without secrets: "AnswerMmiMenu with choice 1".
+    std::string Words() const;
 
 private:
     std::string m_operation;

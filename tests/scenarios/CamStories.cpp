@@ -161,14 +161,14 @@ void NeedPrompt(TCApplication& application, std::u16string_view expected)
 void PinEnquiry(TCApplication& application)
 {
     application.Subscribe({MMI});
-    OpenPage(application, {2, 1}, CI_MMI_STATUS_ENQUIRY_RECEIVED);
+    OpenPage(application, {}, CI_MMI_STATUS_ENQUIRY_RECEIVED);
     NeedPrompt(application, u"Enter your PIN (3 tries left)");
     NEED(Answer(application, MMI_ANSWER_ID_ANSWER, u"0042") == 1);
     application.Next(MMI, CI_MMI_STATUS_LIST_RECEIVED);
     NEED(ReadList(application).subtitle == u"Unlocked");
     NEED(application.general.AnswerMmiMenu(0, 0, false, false) == 1);
-    application.Next(MMI, CI_MMI_STATUS_MENU_RECEIVED);
-    NEED(application.general.AnswerMmiMenu(0, 1, false, false) == 1);
+    application.Next(MMI, CI_MMI_STATUS_SESSION_CLOSED);
+    NEED(application.general.EnterMenu(0, false) == 1);
     for (const auto* const wrong : {u"42", u"0420"})
     {
         application.Next(MMI, CI_MMI_STATUS_ENQUIRY_RECEIVED);

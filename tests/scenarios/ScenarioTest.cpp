@@ -72,7 +72,7 @@ TEST(ScenarioFile, ErrorsNameLineColumnPlaceAndWhatIsWrong)
         {"", {"f:1:1: "}},
         {std::string(40'000, '['), {"f:1:", "values are nested deeper than 128 levels"}},
         {"[]", {"f:1:1: an object is needed, not a list"}},
-        {"{\n  \"name\": \"x\",\n  \"description\": \"y\"\n}", {"f:1:1: timeline: a list of steps is needed"}},
+        {"{\n  \"name\": \"x\",\n  \"description\": \"y\"\n}", {"f:1:1: story: a story, a list of events, is needed"}},
         {"{\n  \"name\": \"x\",\n  \"description\": \"y\",\n  \"timline\": []\n}",
          {"f:4:14: timline: there is no such member"}},
         {Document("\"name\": \"twice\","), {"f:4:3: name: this member stands here a second time"}},
@@ -154,7 +154,7 @@ TEST(ScenarioFile, ReadsCommentsAndKeepsTheOrderOfTheTimeline)
     ASSERT_EQ(scenario.timeline.size(), 2u);
     EXPECT_TRUE(std::get<TSWait>(scenario.timeline[0].action).isAbsolute);
     EXPECT_EQ(scenario.timeline[1].line, 9);
-    EXPECT_EQ(std::get<TSEnd>(scenario.timeline[1].action).status, 4);
+    EXPECT_EQ(std::get<TSEnd>(std::get<TDeed>(scenario.timeline[1].action)).status, 4);
 }
 
 // The same value, written in the same way, is the same or is refused in the same words wherever it is written.
