@@ -10,8 +10,9 @@ namespace CIM::sim
 {
 namespace
 {
-/// So long without a call, and a manual clock goes on by itself: whoever waits for a signal gets it.
-constexpr unsigned IDLE_MS = 250;
+/// So long without a call behind the first one, and a manual clock goes on by itself: whoever waits for a signal gets
+/// it.
+constexpr unsigned IDLE_MS = 400;
 } // namespace
 
 TCStory::TCStory(TSScenario scenario, TCSimulatedDaemon& daemon, TSPlayOptions options)
@@ -337,7 +338,7 @@ void TCStory::m_WakeAt(TTime due)
 
 void TCStory::m_Nudge()
 {
-    if (m_nudge == 0 && m_scenario.isManualClock)
+    if (m_nudge == 0 && m_scenario.isManualClock && m_history.calls.End() > 0)
     {
         m_nudge = m_timers.After(IDLE_MS,
                                  [this]
