@@ -1,10 +1,8 @@
 #include "Story.h"
 
 #include "simulator/model/Model.h"
-#include "Words.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace CIM::sim
 {
@@ -33,9 +31,9 @@ void TCStory::m_OnCall(const TSMadeCall& call)
     {
         if (!m_hasFailed && !m_isOver && !watch.Take(call))
         {
-            const bool isNever = watch.Expectation().IsNever();
-            m_FailWatch(watch, isNever ? "it came" : "it came " + std::to_string(watch.Count()) + " times",
-                        call.Text());
+            m_FailWatch(watch, watch.Expectation().IsNever()
+                                   ? "but " + call.Text() + " came"
+                                   : "but it came " + std::to_string(watch.Count()) + " times");
         }
     }
     m_Proceed();
@@ -106,7 +104,7 @@ TCStory::EProgress TCStory::m_Try(const TSEvent& event)
         });
     if (missing)
     {
-        return m_PassOver(event, "it follows " + m_Step(*missing) + ", which was not played") ? PASSED : FAILED;
+        return m_PassOver(event, "it follows " + m_Reference(*missing) + ", which was not played") ? PASSED : FAILED;
     }
     const TTime now = m_daemon.Model().Now();
     const TTime due = std::max(event.when.afterMs ? m_since.now + *event.when.afterMs : 0, event.when.atMs.value_or(0));
@@ -205,7 +203,7 @@ bool TCStory::m_Leave(std::optional<TSMoment> moment)
         }
         else if (expectation.before == index)
         {
-            if (!m_Close(watch, "before " + m_Step(index)))
+            if (!m_Close(watch, "before that"))
             {
                 return false;
             }
@@ -226,7 +224,7 @@ bool TCStory::m_Open(TCWatch& watch)
         m_timers.After(*within,
                        [this, &watch, within]
                        {
-                           m_Close(watch, "within " + std::to_string(*within) + " ms");
+                           m_Close(watch, "in that time");
                            m_Proceed();
                        });
     }
@@ -240,73 +238,8 @@ bool TCStory::m_Close(TCWatch& watch, const std::string& when)
     {
         return true;
     }
-    const std::string times = watch.Count() == 0 ? "none came" : "only " + std::to_string(watch.Count()) + " came";
-    return m_FailWatch(watch, times + " " + when, m_InsteadOf(watch));
-}
-
-void TCStory::m_AtEnd()
-{
-    std::string waits;
-    bool isLimited = false;
-    for (TCWatch& watch : m_watches)
-    {
-        if (watch.State() != TCWatch::OPEN)
-        {
-            continue;
-        }
-        const bool isWindow = watch.Expectation().withinMs.has_value();
-        if (m_isEnding || (m_isTimeOver && !isWindow && !watch.HasEnough()))
-        {
-            if (!m_Close(watch, m_isEnding ? "before the application ended"
-                                           : "within " + std::to_string(m_options.stepMs) + " ms of the last event"))
-            {
-                return;
-            }
-        }
-        else if (isWindow || !watch.HasEnough())
-        {
-            waits = watch.Expectation().says;
-            isLimited = isLimited || !isWindow;
-        }
-    }
-    if (waits.empty())
-    {
-        m_Finish();
-        return;
-    }
-    m_Tell(waits);
-    if (isLimited)
-    {
-        m_LimitTo(std::nullopt);
-    }
-    m_Nudge();
-}
-
-void TCStory::m_End()
-{
-    m_isProceeding = false;
-    m_Proceed();
-    if (!m_hasFailed && !m_isOver && !m_hasBegun)
-    {
-        m_FailEvent(m_Events().front(), "the application ended before the daemon was ready");
-    }
-}
-
-void TCStory::m_Finish()
-{
-    for (TCWatch& watch : m_watches)
-    {
-        watch.Close();
-    }
-    m_Progress("");
-    for (std::size_t i = 0; i < m_passedOver.size(); ++i)
-    {
-        if (!m_passedOver[i].empty())
-        {
-            std::fprintf(stderr, "ci-daemon-sim: not played: %s: %s\n", m_Step(i).c_str(), m_passedOver[i].c_str());
-        }
-    }
-    m_Over();
+    return m_FailWatch(watch, watch.Count() == 0 ? m_InsteadOf(watch)
+                                                 : "but only " + std::to_string(watch.Count()) + " came " + when);
 }
 
 void TCStory::m_LimitTo(std::optional<unsigned> milliseconds)

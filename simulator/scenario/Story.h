@@ -45,11 +45,13 @@ private:
     void m_Tell(const std::string& waits);
 
     bool m_FailEvent(const TSEvent& event, const std::string& why);
-    bool m_FailWatch(const TCWatch& watch, const std::string& why, const std::string& instead);
+    /// \param[in] but  what came instead, in words
+    bool m_FailWatch(const TCWatch& watch, const std::string& but);
     std::string m_Instead(const TSWhen& when);
     std::string m_InsteadOf(const TCWatch& watch) const;
     std::string m_Window(const TSExpectation& expectation) const;
     std::string m_Step(std::size_t index) const;
+    std::string m_Reference(std::size_t index) const;
 
     TSHistory m_history;
     std::vector<TCWatch> m_watches;

@@ -12,6 +12,11 @@ std::string TCStory::m_Step(std::size_t index) const
            m_Events()[index].says;
 }
 
+std::string TCStory::m_Reference(std::size_t index) const
+{
+    return "step " + std::to_string(index + 1) + " (" + m_Events()[index].says + ")";
+}
+
 bool TCStory::m_FailEvent(const TSEvent& event, const std::string& why)
 {
     m_failure = why;
@@ -20,11 +25,11 @@ bool TCStory::m_FailEvent(const TSEvent& event, const std::string& why)
     return false;
 }
 
-bool TCStory::m_FailWatch(const TCWatch& watch, const std::string& why, const std::string& instead)
+bool TCStory::m_FailWatch(const TCWatch& watch, const std::string& but)
 {
     const TSExpectation& expectation = watch.Expectation();
-    m_failure = expectation.call.Words() + " is due " + expectation.Times() + m_Window(expectation) + "; " + why +
-                (instead.empty() ? "" : "\n  " + instead);
+    m_failure = expectation.call.Words() + (expectation.IsNever() ? " must not come" : " is due ") +
+                (expectation.IsNever() ? "" : expectation.Times()) + m_Window(expectation) + "\n  " + but;
     m_Fail(expectation.line,
            (expectation.IsNever() ? "never: " : "expected: ") + expectation.says + "\n  " + m_failure);
     return false;
@@ -35,11 +40,11 @@ std::string TCStory::m_Window(const TSExpectation& expectation) const
     std::string words;
     if (expectation.after)
     {
-        words += " after " + m_Step(*expectation.after);
+        words += " after " + m_Reference(*expectation.after);
     }
     if (expectation.before)
     {
-        words += (words.empty() ? " before " : ", before ") + m_Step(*expectation.before);
+        words += (words.empty() ? " before " : " and before ") + m_Reference(*expectation.before);
     }
     if (expectation.withinMs)
     {
@@ -51,7 +56,7 @@ std::string TCStory::m_Window(const TSExpectation& expectation) const
 std::string TCStory::m_Instead(const TSWhen& when)
 {
     std::string words;
-    const std::string since = m_next > 0 ? "since " + m_Step(m_next - 1) : "at all";
+    const std::string since = m_next > 0 ? "since " + m_Reference(m_next - 1) : "at all";
     when.ForEach(
         [&](const TSCondition& condition)
         {
@@ -62,12 +67,12 @@ std::string TCStory::m_Instead(const TSWhen& when)
             }
             if (condition.now)
             {
-                words += "\n  " + condition.now(m_Scene());
+                words += "\n  but " + condition.now(m_Scene());
             }
             if (condition.call)
             {
                 std::string nearest = NearestTo(*condition.call, m_history.calls, m_since.calls);
-                words += "\n  " + (nearest.empty() ? "no call came " + since : nearest);
+                words += "\n  but " + (nearest.empty() ? "no call came " + since : nearest);
             }
         });
     return words;
@@ -80,11 +85,11 @@ std::string TCStory::m_InsteadOf(const TCWatch& watch) const
     {
         if (pattern.Matches(m_history.calls[i]))
         {
-            return "it came too early: before " + m_Step(*watch.Expectation().after);
+            return "but it came too early: before " + m_Reference(*watch.Expectation().after);
         }
     }
     const std::string nearest = NearestTo(pattern, m_history.calls, watch.Begin());
-    return nearest.empty() ? "no call came at all in that time" : nearest;
+    return "but " + (nearest.empty() ? "no call came in that time" : nearest);
 }
 
 std::vector<TSPartResult> TCStory::Results() const

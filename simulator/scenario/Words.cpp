@@ -111,7 +111,11 @@ std::string WhatDiffers(const TCCallPattern& pattern, const TSMadeCall& call)
         }
         else if (!json::IsSame(made, item.value()))
         {
+            const bool isAsLong =
+                made.is_string() && item.value().is_string() &&
+                made.get_ref<const std::string&>().size() == item.value().get_ref<const std::string&>().size();
             words += (words.empty() ? "another " : ", another ") + item.key();
+            words += isAsLong || made.is_null() ? "" : ", of another length";
         }
     }
     return words;
