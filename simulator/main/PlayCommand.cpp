@@ -293,7 +293,8 @@ std::function<int()> PreparePlay(TCCommandLine line)
     line.Option("--junit", options->junit, "write what was met and what was not to this file, as JUnit XML");
     line.Option("--step-timeout", options->stepTimeout,
                 "seconds that the application is waited for where the scenario says nothing; 10 unless given");
-    line.Flag("--patient", options->isPatient, "wait for the application without end, as for a person");
+    line.Flag("--patient", options->isPatient,
+              "wait for the application without end where the scenario says nothing, as for a person");
     line.Flag("--whole", options->isWhole, "nothing may be passed over: also what is optional has to be played");
     line.Flag("--end", options->endsWithStory, "when the story is over, ask the command to end, and give 0");
     line.Flag("--verbose", options->isVerbose, "say on standard error where the story is");

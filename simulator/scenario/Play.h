@@ -22,7 +22,7 @@ struct TSPlayOptions
     /// standard error, and the play goes on.
     std::ostream* journal = nullptr;
     unsigned stepMs = DEFAULT_WITHIN_MS; ///< how long the application is waited for where the scenario says nothing
-    bool isPatient = false;              ///< the application is waited for without end
+    bool isPatient = false;              ///< ... without end, that is
     bool isWhole = false;                ///< nothing may be passed over
     std::function<void(const std::string&)> onProgress; ///< where the story is, whenever that changes; empty: nowhere
     std::function<void()> onOver;                       ///< the scenario is over, and was met

@@ -244,7 +244,7 @@ bool TCStory::m_Close(TCWatch& watch, const std::string& when)
 
 void TCStory::m_LimitTo(std::optional<unsigned> milliseconds)
 {
-    if (m_limit == 0 && !m_options.isPatient)
+    if (m_limit == 0 && (milliseconds || !m_options.isPatient))
     {
         m_limit = m_timers.After(milliseconds.value_or(m_options.stepMs),
                                  [this]

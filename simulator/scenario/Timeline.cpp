@@ -107,7 +107,7 @@ void TCTimeline::m_LimitTo(unsigned milliseconds)
 
 void TCTimeline::m_AwaitApplication(std::optional<unsigned> withinMs)
 {
-    if (!m_options.isPatient)
+    if (withinMs || !m_options.isPatient)
     {
         m_LimitTo(withinMs.value_or(m_options.stepMs));
     }

@@ -1,8 +1,7 @@
 #include "simulator/scenario/Scenario.h"
+#include "ScenarioFiles.h"
 #include "simulator/control/Controls.h"
 #include "simulator/definition/DefinitionJson.h"
-#include "support/Shell.h"
-#include "support/TestEnvironment.h"
 #include "json/OperationForm.h"
 
 #include <gmock/gmock.h>
@@ -16,31 +15,10 @@
 #include <sstream>
 
 using namespace CIM::sim;
-using CIM::Shell;
-using CIM::TSOutput;
 using testing::HasSubstr;
 
 namespace
 {
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream stream(path);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-std::string Sim() { return SIMULATOR; }
-
-class TCFolder : public CIM::TCTempFolder
-{
-public:
-    std::string operator/(const std::string& file) const { return File(file); }
-    std::string Write(const std::string& file, const std::string& text) const
-    {
-        std::ofstream(*this / file) << text;
-        return *this / file;
-    }
-};
-
 /// A scenario with these members; the timeline's first step stands on line 6.
 std::string Document(const std::string& members, const std::string& step = R"({ "wait": 1 })")
 {
@@ -386,21 +364,11 @@ TEST(Scenarios, EachIsListedGoodAndHasItsStory)
     EXPECT_GE(shipped.size(), 20u);
 }
 
-TEST(Scenarios, TheManualShowsThemAndAnExampleThatWorks)
+TEST(Scenarios, TheManualShowsThem)
 {
     const std::string manual = ReadFile(SOURCES "/docs/simulator.md");
     for (const auto& entry : std::filesystem::directory_iterator(SOURCES "/simulator/scenarios"))
     {
         EXPECT_THAT(manual, HasSubstr("| `" + entry.path().stem().string() + "` |"));
     }
-    const std::string fence = "```jsonc\n";
-    const std::size_t begin = manual.find(fence);
-    ASSERT_NE(begin, std::string::npos);
-    const std::size_t text = begin + fence.size();
-    const TCFolder folder;
-    const std::string file = folder.Write("example.json", manual.substr(text, manual.find("```", text) - text));
-    const TSOutput checked = Shell(Sim() + " check " + file);
-    EXPECT_EQ(checked.status, 0) << checked.text;
-    const TSOutput played = Shell(Sim() + " play " + file + " -- " CLIENT " menu-walk");
-    EXPECT_EQ(played.status, 0) << played.text;
 }
