@@ -123,11 +123,15 @@ public:
         m_options.onProgress = TCTeller(isAlone && isTerminal && !m_wanted.isVerbose, isTerminal || m_wanted.isVerbose);
         m_options.onOver = [this, isAlone, isTerminal, over = std::move(over)]
         {
-            if (!isAlone || isTerminal || m_wanted.isVerbose)
+            if (m_scenario.Steps() > 0 && (!isAlone || isTerminal || m_wanted.isVerbose))
             {
                 TellOver();
             }
             over();
+            if (isAlone && m_wanted.endsWithStory)
+            {
+                m_quit(0);
+            }
         };
         const int status = Serve(ServeOptions(ready));
         const int verdict = status == 0 && m_play && !m_hasBegun ? m_play->Verdict() : m_verdict;
@@ -150,6 +154,7 @@ private:
         options.daemon.nameStepMs = m_scenario.nameStepMs;
         options.company = [this](TCSimulatedDaemon& daemon, std::function<void(int)> quit)
         {
+            m_quit = quit;
             m_options.quit = std::move(quit);
             m_play = MakePlay(m_scenario, daemon, m_options);
             return std::shared_ptr<void>(m_play.get(), [this](void*) { Finish(); });
@@ -193,6 +198,7 @@ private:
     std::ofstream m_journal;
     std::ofstream m_junit;
     std::unique_ptr<TCPlay> m_play;
+    std::function<void(int)> m_quit;
     bool m_hasBegun = false;
     int m_verdict = 0;
 };
@@ -296,7 +302,7 @@ std::function<int()> PreparePlay(TCCommandLine line)
     line.Flag("--patient", options->isPatient,
               "wait for the application without end where the scenario says nothing, as for a person");
     line.Flag("--whole", options->isWhole, "nothing may be passed over: also what is optional has to be played");
-    line.Flag("--end", options->endsWithStory, "when the story is over, ask the command to end, and give 0");
+    line.Flag("--end", options->endsWithStory, "when the story is over, ask the command to end, or without one end, and give 0");
     line.Flag("--verbose", options->isVerbose, "say on standard error where the story is");
     line.Words("command", options->command, EHowMany::ANY,
                "run this command beside it on a private bus; without: on the system bus, until SIGTERM");

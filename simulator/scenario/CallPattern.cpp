@@ -157,9 +157,12 @@ TCCallPattern::TCCallPattern(const std::string& operation, const json::TJson& ar
 
 bool TCCallPattern::Matches(const TSMadeCall& call) const
 {
-    const bool isMeant =
-        std::any_of(m_forms.begin(), m_forms.end(),
-                    [&](const json::TCOperationForm* form) { return form->FullName() == call.operation; });
-    return isMeant && Contains(call.arguments, m_arguments);
+    return IsOf(call) && Contains(call.arguments, m_arguments);
+}
+
+bool TCCallPattern::IsOf(const TSMadeCall& call) const
+{
+    return std::any_of(m_forms.begin(), m_forms.end(),
+                       [&](const json::TCOperationForm* form) { return form->FullName() == call.operation; });
 }
 } // namespace CIM::sim

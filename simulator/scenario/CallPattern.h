@@ -43,6 +43,8 @@ public:
     TCCallPattern(const std::string& operation, const json::TJson& arguments, const json::TCJsonPath& path);
 
     bool Matches(const TSMadeCall& call) const;
+    /// Whether it is a call of the operation, with whatever arguments.
+    bool IsOf(const TSMadeCall& call) const;
     const std::string& Operation() const { return m_operation; }
     /// The arguments that matter, as a call has them; they may hold secrets.
     const json::TJson& Arguments() const { return m_arguments; }

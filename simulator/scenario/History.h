@@ -38,6 +38,7 @@ public:
     std::uint64_t End() const { return m_first + m_values.size(); }
     /// The first that is still known.
     std::uint64_t Begin() const { return m_first; }
+    T& Last() { return m_values.back(); }
     const T& operator[](std::uint64_t number) const { return m_values[static_cast<std::size_t>(number - m_first)]; }
 
 private:

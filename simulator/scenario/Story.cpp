@@ -11,6 +11,23 @@ namespace
 /// So long without a call behind the first one, and a manual clock goes on by itself: whoever waits for a signal gets
 /// it.
 constexpr unsigned IDLE_MS = 400;
+
+/// Long values of a call that is only remembered to be shown: there may be many such calls.
+void Shorten(json::TJson& value)
+{
+    constexpr std::size_t LONGEST = 200;
+    if (value.is_structured())
+    {
+        for (json::TJson& part : value)
+        {
+            Shorten(part);
+        }
+    }
+    else if (value.is_string() && value.get_ref<const std::string&>().size() > LONGEST)
+    {
+        value = value.get_ref<const std::string&>().substr(0, LONGEST) + "...";
+    }
+}
 } // namespace
 
 TCStory::TCStory(TSScenario scenario, TCSimulatedDaemon& daemon, TSPlayOptions options)
@@ -19,12 +36,38 @@ TCStory::TCStory(TSScenario scenario, TCSimulatedDaemon& daemon, TSPlayOptions o
     for (const TSExpectation& expectation : m_scenario.story->expectations)
     {
         m_watches.emplace_back(expectation);
+        m_patterns.push_back(expectation.call);
     }
+    for (const TSEvent& event : m_Events())
+    {
+        event.when.ForEach(
+            [this](const TSCondition& condition)
+            {
+                if (condition.call)
+                {
+                    m_patterns.push_back(*condition.call);
+                }
+            });
+    }
+}
+
+bool TCStory::m_IsAbout(const TSMadeCall& call) const
+{
+    return std::any_of(m_patterns.begin(), m_patterns.end(),
+                       [&](const TCCallPattern& pattern) { return pattern.IsOf(call); });
 }
 
 void TCStory::m_OnCall(const TSMadeCall& call)
 {
+    if (m_isOver || m_hasFailed)
+    {
+        return;
+    }
     m_history.calls.Add(call);
+    if (!m_IsAbout(call))
+    {
+        Shorten(m_history.calls.Last().arguments);
+    }
     m_timers.Cancel(m_nudge);
     m_nudge = 0;
     for (TCWatch& watch : m_watches)
@@ -282,6 +325,10 @@ void TCStory::m_Nudge()
                                          m_daemon.Clock().Advance(*next - m_daemon.Model().Now());
                                      }
                                      m_Proceed();
+                                     if (m_isOver)
+                                     {
+                                         m_Nudge(); // the application goes on
+                                     }
                                  });
     }
 }

@@ -44,6 +44,8 @@ private:
     void m_Nudge();
     void m_Tell(const std::string& waits);
 
+    bool m_IsAbout(const TSMadeCall& call) const;
+
     bool m_FailEvent(const TSEvent& event, const std::string& why);
     /// \param[in] but  what came instead, in words
     bool m_FailWatch(const TCWatch& watch, const std::string& but);
@@ -56,6 +58,7 @@ private:
     TSHistory m_history;
     std::vector<TCWatch> m_watches;
     std::vector<std::string> m_passedOver; ///< why, by event; empty for those that were played
+    std::vector<TCCallPattern> m_patterns; ///< all that the story is about
     std::string m_failure;
     std::optional<std::size_t> m_failedEvent;
     std::string m_told;

@@ -69,5 +69,7 @@ void TCStory::m_Finish()
         }
     }
     m_Over();
+    m_nudge = 0;
+    m_Nudge();
 }
 } // namespace CIM::sim

@@ -63,13 +63,6 @@ void Differ(const std::string& name, const TJson& made, const TJson& wanted, std
     }
 }
 
-bool IsOf(const TSMadeCall& call, const TCCallPattern& pattern)
-{
-    const auto& forms = pattern.Forms();
-    return std::any_of(forms.begin(), forms.end(),
-                       [&](const json::TCOperationForm* form) { return form->FullName() == call.operation; });
-}
-
 /// How much two operations have to do with each other: the words that their names share, but for what is done.
 int Kinship(const std::string& left, const std::string& right)
 {
@@ -131,7 +124,7 @@ std::string NearestTo(const TCCallPattern& pattern, const TCArrivals<TSMadeCall>
     {
         const TSMadeCall& call = calls[i];
         const int kinship = Kinship(call.operation, pattern.Operation());
-        same = IsOf(call, pattern) && !pattern.Matches(call) ? &call : same;
+        same = pattern.IsOf(call) && !pattern.Matches(call) ? &call : same;
         if (!call.isSubscription && kinship >= std::max(most, 1))
         {
             related = &call;
