@@ -302,7 +302,8 @@ std::function<int()> PreparePlay(TCCommandLine line)
     line.Flag("--patient", options->isPatient,
               "wait for the application without end where the scenario says nothing, as for a person");
     line.Flag("--whole", options->isWhole, "nothing may be passed over: also what is optional has to be played");
-    line.Flag("--end", options->endsWithStory, "when the story is over, ask the command to end, or without one end, and give 0");
+    line.Flag("--end", options->endsWithStory,
+              "when the story is over, ask the command to end, or without one end, and give 0");
     line.Flag("--verbose", options->isVerbose, "say on standard error where the story is");
     line.Words("command", options->command, EHowMany::ANY,
                "run this command beside it on a private bus; without: on the system bus, until SIGTERM");
