@@ -28,6 +28,7 @@ struct TSPlayer
     }
     void operator()(const TSAdvance& advance) { model.AdvanceTo(model.Now() + std::min<TTime>(advance.ms, MOST_MS)); }
     void operator()(const TSControlStep& step) { RunControl(model, step.name, step.arguments); }
+    void operator()(const TDeed& deed) { std::visit(*this, deed); }
     template <class Step>
     void operator()(const Step&)
     {
@@ -42,6 +43,13 @@ void Play(const TSScenario& scenario)
     for (const TSStep& step : scenario.timeline)
     {
         std::visit(TSPlayer{model}, step.action);
+    }
+    for (const TSEvent& event : scenario.story ? scenario.story->events : std::vector<TSEvent>())
+    {
+        for (const TDeed& deed : event.deeds)
+        {
+            std::visit(TSPlayer{model}, deed);
+        }
     }
     model.AdvanceTo(model.Now() + MOST_MS);
     if (signals % 8 == 0) // not always: this takes more time than all the rest

@@ -105,9 +105,12 @@ int main(int argc, char** argv)
                                      "Calls and signals through the library beside plain libdbus, sd-bus and a bare "
                                      "socket, in turns, on a private bus. Prints Markdown tables; a ratio is to plain "
                                      "libdbus in the same round.",
-                                     "", "command", false};
+                                     "", "command"};
         const CIM::TSCommand commands[] = {{"run", "the same", CIM::bench::Prepare}};
-        return CIM::RunCommandLine(program, commands, argc, argv);
+        char command[] = "run"; // the only one, so that nobody has to name it
+        std::vector<char*> words(argv, argv + argc);
+        words.insert(words.begin() + 1, command);
+        return CIM::RunCommandLine(program, commands, argc + 1, words.data());
     }
     catch (const std::exception& error)
     {

@@ -12,6 +12,7 @@
 #include <memory>
 #include <random>
 #include <string_view>
+#include <vector>
 
 namespace CIM::soak
 {
@@ -145,9 +146,12 @@ int main(int argc, char** argv)
                                      "Applications, a daemon and a bus of their own, with faults at random, in rounds "
                                      "of some seconds. Every answer and every signal is checked; the exit status is 1 "
                                      "when anything was wrong.",
-                                     "", "command", false};
+                                     "", "command"};
         const CIM::TSCommand commands[] = {{"run", "the same", Prepare}};
-        return CIM::RunCommandLine(program, commands, argc, argv);
+        char command[] = "run"; // the only one, so that nobody has to name it
+        std::vector<char*> words(argv, argv + argc);
+        words.insert(words.begin() + 1, command);
+        return CIM::RunCommandLine(program, commands, argc + 1, words.data());
     }
     catch (const std::exception& error)
     {

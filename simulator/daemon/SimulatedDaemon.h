@@ -69,6 +69,8 @@ public:
 
     TCModel& Model() { return m_model; }
     TCSkeletons& Skeletons() { return m_skeletons; }
+    /// Of the thread that it is bound to; null: the default one.
+    GMainContext* Context() const { return m_options.context; }
     TCClients& Clients() { return m_clients; }
     TCClockDriver& Clock() { return m_clock; }
     TCFaults& Faults() { return m_faults; }

@@ -14,9 +14,15 @@ struct TSTask
 
 TCTimers::TId TCTimers::After(unsigned milliseconds, std::function<void()> action)
 {
+    // As a mere idle source it would starve while messages pour in.
+    return m_Add(milliseconds == 0 ? g_idle_source_new() : g_timeout_source_new(milliseconds), G_PRIORITY_DEFAULT,
+                 std::move(action));
+}
+
+TCTimers::TId TCTimers::m_Add(GSource* source, int priority, std::function<void()> action)
+{
     const TId id = ++m_lastId;
-    GSource* const source = milliseconds == 0 ? g_idle_source_new() : g_timeout_source_new(milliseconds);
-    g_source_set_priority(source, G_PRIORITY_DEFAULT); // idle sources would starve while messages pour in
+    g_source_set_priority(source, priority);
     g_source_set_callback(
         source,
         [](void* data) -> gboolean

@@ -22,11 +22,15 @@ public:
 
     /// Runs an action after so many real milliseconds, never before this returns. An action must not throw.
     TId After(unsigned milliseconds, std::function<void()> action);
+    /// Runs an action as soon as this has returned, before the next message is handled.
+    TId Soon(std::function<void()> action) { return m_Add(g_idle_source_new(), G_PRIORITY_HIGH, std::move(action)); }
     /// Takes an action back; nothing happens when it has run already.
     void Cancel(TId id);
     void CancelAll();
 
 private:
+    TId m_Add(GSource* source, int priority, std::function<void()> action);
+
     GMainContext* m_context;
     TId m_lastId = 0;
     std::unordered_map<TId, GSource*> m_sources;

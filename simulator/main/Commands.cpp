@@ -11,6 +11,7 @@ const std::vector<TSCommand>& Commands()
         {"ctl", "ask the simulator on the system bus to do something: ctl VERB [ARGUMENT ...]", PrepareControl},
         {"play", "play a scenario: play NAME|FILE [-- COMMAND [ARGUMENT ...]]", PreparePlay},
         {"list", "the scenarios that came with this program", PrepareList},
+        {"describe", "what happens in a scenario, and what it expects: describe NAME|FILE", PrepareDescribe},
         {"check", "check scenario files, without playing them", PrepareCheck},
     };
     return commands;

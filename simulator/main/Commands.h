@@ -12,5 +12,6 @@ std::function<int()> PrepareRun(TCCommandLine line);
 std::function<int()> PrepareControl(TCCommandLine line);
 std::function<int()> PreparePlay(TCCommandLine line);
 std::function<int()> PrepareList(TCCommandLine line);
+std::function<int()> PrepareDescribe(TCCommandLine line);
 std::function<int()> PrepareCheck(TCCommandLine line);
 } // namespace CIM::sim

@@ -200,7 +200,7 @@ TCCallPattern::TCCallPattern(const std::string& operation, const json::TJson& ar
     {
         try
         {
-            m_meant.push_back({form->FullName(), AsMade(*form, known, arguments, argumentsPath)});
+            m_meant.push_back({form, AsMade(*form, known, arguments, argumentsPath)});
         }
         catch (const json::TCJsonError& error)
         {
@@ -216,7 +216,14 @@ TCCallPattern::TCCallPattern(const std::string& operation, const json::TJson& ar
 bool TCCallPattern::Matches(const TSMadeCall& call) const
 {
     return std::any_of(m_meant.begin(), m_meant.end(),
-                       [&](const TSMeant& meant)
-                       { return meant.operation == call.operation && Contains(call.arguments, meant.arguments); });
+                       [&](const TSMeant& meant) {
+                           return meant.form->FullName() == call.operation && Contains(call.arguments, meant.arguments);
+                       });
+}
+
+bool TCCallPattern::IsOf(const TSMadeCall& call) const
+{
+    return std::any_of(m_meant.begin(), m_meant.end(),
+                       [&](const TSMeant& meant) { return meant.form->FullName() == call.operation; });
 }
 } // namespace CIM::sim

@@ -43,17 +43,25 @@ public:
     TCCallPattern(const std::string& operation, const json::TJson& arguments, const json::TCJsonPath& path);
 
     bool Matches(const TSMadeCall& call) const;
+    /// Whether it is a call of the operation, with whatever arguments.
+    bool IsOf(const TSMadeCall& call) const;
     const std::string& Operation() const { return m_operation; }
+    /// The arguments that matter, as a call of the first operation that it may be has them; they may hold secrets.
+    const json::TJson& Arguments() const { return m_meant.front().arguments; }
+    /// ... and that operation.
+    const json::TCOperationForm& Form() const { return *m_meant.front().form; }
+    /// In words, without secrets: "AnswerMmiMenu with choice 1".
+    std::string Words() const;
 
 private:
     /// An operation of the name that can be sent with the arguments.
     struct TSMeant
     {
-        std::string operation;
+        const json::TCOperationForm* form;
         json::TJson arguments;
     };
 
     std::string m_operation;
-    std::vector<TSMeant> m_meant;
+    std::vector<TSMeant> m_meant; ///< at least one
 };
 } // namespace CIM::sim

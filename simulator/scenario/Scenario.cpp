@@ -1,11 +1,7 @@
 #include "Scenario.h"
 
 #include "commandline/Nearest.h"
-#include "simulator/control/Controls.h"
 #include "simulator/definition/DefinitionJson.h"
-#include "simulator/model/Model.h"
-
-#include <ciapi/CIPlatformEnumNames.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -20,211 +16,58 @@ using json::TCJsonObject;
 using json::TCJsonPath;
 using json::TJson;
 
-constexpr std::uint32_t MOST_MS = 4'000'000'000;
-
-std::uint32_t ReadMs(const TJson& json, const TCJsonPath& path)
-{
-    return static_cast<std::uint32_t>(json::UnsignedFromJson(json, MOST_MS, path));
-}
-
-/// Milliseconds as a member of an object.
-struct TSMs
-{
-    std::uint32_t& value;
-};
-void ReadJson(const TJson& json, TSMs& ms, const TCJsonPath& path) { ms.value = ReadMs(json, path); }
-
-/// Tries controls on a set of its own, to find out what is wrong with them before anything is played.
-class TCRehearsal
-{
-public:
-    explicit TCRehearsal(const TSScenario& scenario) : m_set(scenario.set), m_model(scenario.set, scenario.seed) {}
-
-    void Try(const TSControlStep& step, const TCJsonPath& path)
-    {
-        const auto cam = step.arguments.find("cam");
-        if (step.name == "insert" && cam != step.arguments.end() && cam->is_string() &&
-            m_set.FindCam(cam->get<std::string>()) == nullptr)
-        {
-            throw TCJsonError(TCJsonPath(path, "cam"), "the name of a CAM of the set is needed; " +
-                                                           ThereAre(m_set.CamNames(), cam->get<std::string>()));
-        }
-        const auto menu = step.arguments.find("menu");
-        if (step.name == "open-menu" && menu != step.arguments.end() && menu->is_string() && *menu != "")
-        {
-            RequireMenu(menu->get<std::string>(), TCJsonPath(path, "menu"));
-        }
-        const auto slot = step.arguments.find("slot");
-        // What is refused depends on the time of playing; what is wrong is wrong now.
-        RunControl(m_model, step.name, step.arguments, path);
-        if (slot != step.arguments.end() && step.name != "signal" &&
-            json::FromJson<std::uint8_t>(*slot) >= static_cast<unsigned>(m_set.slots))
-        {
-            throw TCJsonError(TCJsonPath(path, "slot"),
-                              "there is no such slot; there are " + std::to_string(m_set.slots));
-        }
-    }
-
-private:
-    /// Which CAM is in the slot then is not known now.
-    void RequireMenu(const std::string& menu, const TCJsonPath& path) const
-    {
-        TNames names;
-        for (const TSCamDefinition& cam : m_set.cams)
-        {
-            for (const auto& [name, page] : cam.menus)
-            {
-                names.emplace_back(name);
-            }
-        }
-        if (std::find(names.begin(), names.end(), menu) == names.end())
-        {
-            throw TCJsonError(path, "no CAM of the set has such a menu; " + ThereAre(names, menu));
-        }
-    }
-
-    const TSSetDefinition& m_set;
-    TCModel m_model;
-};
-
-/// The operation and the arguments of a call that a step is about.
-TCCallPattern TakePattern(TCJsonObject& object, const TCJsonPath& path)
-{
-    std::string operation;
-    object.Needed("operation", operation);
-    const TJson* const arguments = object.Take("arguments");
-    return TCCallPattern(operation, arguments != nullptr ? *arguments : TJson(), path);
-}
-
-TSWaitForCall ReadWaitForCall(const TJson& json, const TCJsonPath& path, bool isNext)
-{
-    TCJsonObject object(json, path);
-    TSWaitForCall step{TakePattern(object, path), DEFAULT_WITHIN_MS, isNext};
-    TSMs within{step.withinMs};
-    object.Field("within", within).Done();
-    return step;
-}
-
-TSExpectNoCall ReadExpectNoCall(const TJson& json, const TCJsonPath& path)
-{
-    TSExpectNoCall step;
-    TCJsonObject object(json, path);
-    TSMs during{step.duringMs};
-    object.Needed("during", during);
-    if (object.Has("operation"))
-    {
-        step.call = TakePattern(object, path);
-    }
-    else if (object.Take("arguments") != nullptr)
-    {
-        throw TCJsonError(TCJsonPath(path, "arguments"), "an \"operation\" that has them is missing");
-    }
-    object.Done();
-    return step;
-}
-
-TSWaitForSubscription ReadSubscription(const TJson& json, const TCJsonPath& path)
-{
-    TSWaitForSubscription step;
-    TSMs within{step.withinMs};
-    TCJsonObject(json, path)
-        .Needed("signal", step.signal)
-        .Field("profile", step.profile)
-        .Field("handle", step.handle)
-        .Field("clients", step.clients)
-        .Field("within", within)
-        .Done();
-    if (step.clients == 0)
-    {
-        throw TCJsonError(TCJsonPath(path, "clients"), "at least 1 client subscribes");
-    }
-    return step;
-}
-
-TSEnd ReadEnd(const TJson& json, const TCJsonPath& path)
-{
-    unsigned char status = 0;
-    TCJsonObject(json, path).Field("status", status).Done();
-    return {status};
-}
-
-using TAction = decltype(TSStep::action);
-
-/// A step that is no control, by its name.
-struct TSStepReader
-{
-    const char* name;
-    TAction (*read)(const TJson& json, const TCJsonPath& path);
-};
-constexpr TSStepReader STEPS[] = {
-    {"wait-for-call",
-     [](const TJson& json, const TCJsonPath& path) -> TAction
-     { return ReadWaitForCall(json, path, /*isNext=*/false); }},
-    {"expect-call",
-     [](const TJson& json, const TCJsonPath& path) -> TAction { return ReadWaitForCall(json, path, /*isNext=*/true); }},
-    {"expect-no-call",
-     [](const TJson& json, const TCJsonPath& path) -> TAction { return ReadExpectNoCall(json, path); }},
-    {"wait-for-subscription",
-     [](const TJson& json, const TCJsonPath& path) -> TAction { return ReadSubscription(json, path); }},
-    {"wait",
-     [](const TJson& json, const TCJsonPath& path) -> TAction {
-         return TSWait{ReadMs(json, path), false};
-     }},
-    {"at",
-     [](const TJson& json, const TCJsonPath& path) -> TAction {
-         return TSWait{ReadMs(json, path), true};
-     }},
-    {"advance", [](const TJson& json, const TCJsonPath& path) -> TAction { return TSAdvance{ReadMs(json, path)}; }},
-    {"fault",
-     [](const TJson& json, const TCJsonPath& path) -> TAction
-     { return TSFaultStep{json::FromJson<TSFault>(json, path)}; }},
-    {"clear-faults",
-     [](const TJson& json, const TCJsonPath& path) -> TAction
-     {
-         TCJsonObject(json, path).Done();
-         return TSClearFaults{};
-     }},
-    {"end", [](const TJson& json, const TCJsonPath& path) -> TAction { return ReadEnd(json, path); }},
-};
-
-TAction ReadAction(const TJson& step, const TCJsonPath& path, TCRehearsal& rehearsal)
-{
-    if (!step.is_object() || step.size() != 1)
-    {
-        throw TCJsonError(path, "a step is an object with one member, the step's name");
-    }
-    const std::string name = step.items().begin().key();
-    const TJson& json = *step.begin();
-    const TCJsonPath place(path, name);
-    TNames names;
-    for (const TSStepReader& known : STEPS)
-    {
-        if (name == known.name)
-        {
-            return known.read(json, place);
-        }
-        names.emplace_back(known.name);
-    }
-    for (const TSControl& control : Controls())
-    {
-        names.emplace_back(control.name);
-    }
-    if (FindControl(name) == nullptr)
-    {
-        throw TCJsonError(place, "there is no such step; " + ThereAre(names, name));
-    }
-    const TSControlStep control{name, json};
-    rehearsal.Try(control, place);
-    return control;
-}
-
 bool IsName(const std::string& text)
 {
     return !text.empty() && text.front() != '-' && text.back() != '-' && text.find("--") == text.npos &&
            text.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-") == text.npos;
 }
 
-/// Everything but the timeline.
+/// A paragraph: a text, or several that are joined.
+std::string ReadParagraph(const TJson& json, const TCJsonPath& path)
+{
+    if (!json.is_array())
+    {
+        return json::FromJson<std::string>(json, path);
+    }
+    std::string paragraph;
+    for (const std::string& part : json::FromJson<std::vector<std::string>>(json, path))
+    {
+        paragraph += (paragraph.empty() ? "" : " ") + part;
+    }
+    return paragraph;
+}
+
+/// Timeline or story: one of them, and what goes with it.
+void CheckForm(TCJsonObject& object, const TCJsonPath& path)
+{
+    const TJson* const timeline = object.Take("timeline");
+    const TJson* const story = object.Take("story");
+    const bool hasExpectations = object.Take("expect") != nullptr;
+    const bool hasNever = object.Take("never") != nullptr;
+    object.Done(); // a misspelt timeline is named as it stands there
+    if (timeline != nullptr && story != nullptr)
+    {
+        throw TCJsonError(TCJsonPath(path, "timeline"), "a scenario has a timeline or a story, not both");
+    }
+    if (timeline == nullptr && story == nullptr)
+    {
+        throw TCJsonError(TCJsonPath(path, "story"), "a story, a list of events, is needed (or a timeline)");
+    }
+    if (timeline != nullptr && !timeline->is_array())
+    {
+        throw TCJsonError(TCJsonPath(path, "timeline"), "a list of steps is needed");
+    }
+    if (story != nullptr && (!story->is_array() || story->empty()))
+    {
+        throw TCJsonError(TCJsonPath(path, "story"), "a list of events is needed");
+    }
+    if (timeline != nullptr && (hasExpectations || hasNever))
+    {
+        throw TCJsonError(TCJsonPath(path, hasNever ? "never" : "expect"), "this goes with a story only");
+    }
+}
+
+/// Everything but the timeline or the story.
 void ReadHead(const TJson& root, const TCJsonPath& path, TSScenario& scenario)
 {
     std::string clock = "real";
@@ -245,12 +88,11 @@ void ReadHead(const TJson& root, const TCJsonPath& path, TSScenario& scenario)
         TSMs step{scenario.nameStepMs};
         TCJsonObject(*daemon, TCJsonPath(path, "daemon")).Field("namesAfterMs", after).Field("nameStepMs", step).Done();
     }
-    const TJson* const timeline = object.Take("timeline");
-    object.Done(); // a misspelt timeline is named as it stands there
-    if (timeline == nullptr || !timeline->is_array())
+    if (const TJson* const tells = object.Take("tells"))
     {
-        throw TCJsonError(TCJsonPath(path, "timeline"), "a list of steps is needed");
+        scenario.tells = ReadParagraph(*tells, TCJsonPath(path, "tells"));
     }
+    CheckForm(object, path);
     if (!IsName(scenario.name))
     {
         throw TCJsonError(TCJsonPath(path, "name"), "a name is made of small letters, digits and '-'");
@@ -267,6 +109,24 @@ void ReadHead(const TJson& root, const TCJsonPath& path, TSScenario& scenario)
     if (scenario.msPerCall > 0 && !scenario.isManualClock)
     {
         throw TCJsonError(TCJsonPath(path, "msPerCall"), "this goes with \"clock\": \"manual\" only");
+    }
+}
+
+void ReadTimeline(const json::TCJsonDocument& file, TCRehearsal& rehearsal, const TAttempt& attempt,
+                  std::vector<TSStep>& steps)
+{
+    const TJson& timeline = file.Root()["timeline"];
+    const TCJsonPath path;
+    const TCJsonPath timelinePath(path, "timeline");
+    for (std::size_t i = 0; i < timeline.size(); ++i)
+    {
+        const TCJsonPath place(timelinePath, i);
+        attempt(
+            [&]
+            {
+                steps.push_back({static_cast<int>(i) + 1, file.LineOf(json::TCJsonPlace(place)),
+                                 json::Dump(ToShownStep(timeline[i])), ReadStep(timeline[i], place, rehearsal)});
+            });
     }
 }
 } // namespace
@@ -294,19 +154,14 @@ TSScenario ReadScenario(const json::TCJsonDocument& file)
     {
         throw json::TCFileError(file, problems);
     }
-    TCRehearsal rehearsal(scenario);
-    const TJson& timeline = root["timeline"];
-    const TCJsonPath timelinePath(path, "timeline");
-    for (std::size_t i = 0; i < timeline.size(); ++i)
+    TCRehearsal rehearsal(scenario.set, scenario.seed);
+    if (root.contains("story"))
     {
-        const TCJsonPath place(timelinePath, i);
-        attempt(
-            [&]
-            {
-                scenario.timeline.push_back({static_cast<int>(i) + 1, file.LineOf(json::TCJsonPlace(place)),
-                                             json::Dump(ToShownStep(timeline[i])),
-                                             ReadAction(timeline[i], place, rehearsal)});
-            });
+        attempt([&] { scenario.story = ReadStory(file, rehearsal, attempt); });
+    }
+    else
+    {
+        ReadTimeline(file, rehearsal, attempt, scenario.timeline);
     }
     if (!problems.empty())
     {

@@ -1,257 +1,347 @@
 #include "Story.h"
 
-#include "simulator/control/Controls.h"
 #include "simulator/model/Model.h"
 
-#include "json/Signals.h"
-
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <ostream>
 
 namespace CIM::sim
 {
 namespace
 {
-constexpr std::size_t MAX_CALLS = 65'536;
+/// So long without a call behind the first one, and a manual clock goes on by itself: whoever waits for a signal gets
+/// it.
+constexpr unsigned IDLE_MS = 400;
 
-/// Whether a step needs something of the application.
-bool Expects(const TSStep& step)
+/// Long values of a call that is only remembered to be shown: there may be many such calls.
+void Shorten(json::TJson& value)
 {
-    return std::holds_alternative<TSWaitForCall>(step.action) ||
-           std::holds_alternative<TSWaitForSubscription>(step.action);
+    constexpr std::size_t LONGEST = 200;
+    if (value.is_structured())
+    {
+        for (json::TJson& part : value)
+        {
+            Shorten(part);
+        }
+    }
+    else if (value.is_string() && value.get_ref<const std::string&>().size() > LONGEST)
+    {
+        value = value.get_ref<const std::string&>().substr(0, LONGEST) + "...";
+    }
 }
 } // namespace
 
-TCStory::TCStory(TSScenario scenario, TCSimulatedDaemon& daemon, std::function<void(int)> quit, std::ostream* journal)
-    : m_scenario(std::move(scenario)), m_daemon(daemon), m_quit(std::move(quit)), m_journal(journal), m_timers(nullptr)
+TCStory::TCStory(TSScenario scenario, TCSimulatedDaemon& daemon, TSPlayOptions options)
+    : TCPlay(std::move(scenario), daemon, std::move(options)), m_passedOver(m_Events().size())
 {
-    m_daemon.onCall = [this](const TSJournalEntry& entry) { m_OnCall(entry); };
-    m_daemon.onSignal = [this](const TSSignal& signal) { m_OnSignal(signal); };
-}
-
-void TCStory::Begin()
-{
-    if (!m_hasBegun)
+    for (const TSExpectation& expectation : m_scenario.story->expectations)
     {
-        m_hasBegun = true;
-        m_Proceed();
+        m_watches.emplace_back(expectation);
+        m_patterns.push_back(expectation.call);
+    }
+    for (const TSEvent& event : m_Events())
+    {
+        event.when.ForEach(
+            [this](const TSCondition& condition)
+            {
+                if (condition.call)
+                {
+                    m_patterns.push_back(*condition.call);
+                }
+            });
     }
 }
 
-int TCStory::Verdict()
+bool TCStory::m_IsAbout(const TSMadeCall& call) const
 {
-    if (m_hasFailed)
-    {
-        return EXIT_UNMET;
-    }
-    const auto first = m_scenario.timeline.begin() + static_cast<std::ptrdiff_t>(m_next);
-    const auto waiting = std::find_if(first, m_scenario.timeline.end(), Expects);
-    if (waiting == m_scenario.timeline.end())
-    {
-        return 0;
-    }
-    m_next = static_cast<std::size_t>(waiting - m_scenario.timeline.begin());
-    m_quit = {};
-    m_Fail("the application ended before");
-    return EXIT_UNMET;
+    return std::any_of(m_patterns.begin(), m_patterns.end(),
+                       [&](const TCCallPattern& pattern) { return pattern.IsOf(call); });
 }
 
-void TCStory::m_OnCall(const TSJournalEntry& entry)
+void TCStory::m_OnCall(const TSMadeCall& call)
 {
-    TSMadeCall made = ToMadeCall(entry);
-    m_Note("call " + made.Text());
-    const bool isSubscription = made.isSubscription;
-    m_calls.push_back(std::move(made));
-    if (m_calls.size() > MAX_CALLS)
+    if (m_isOver || m_hasFailed)
     {
-        m_calls.pop_front();
+        return;
+    }
+    m_history.calls.Add(call);
+    if (!m_IsAbout(call))
+    {
+        Shorten(m_history.calls.Last().arguments);
+    }
+    m_timers.Cancel(m_nudge);
+    m_nudge = 0;
+    for (TCWatch& watch : m_watches)
+    {
+        if (!m_hasFailed && !m_isOver && !watch.Take(call))
+        {
+            m_FailWatch(watch, watch.Expectation().IsNever()
+                                   ? "but " + call.Text() + " came"
+                                   : "but it came " + std::to_string(watch.Count()) + " times");
+        }
     }
     m_Proceed();
-    if (m_scenario.msPerCall > 0 && !isSubscription)
-    {
-        m_daemon.Clock().Advance(m_scenario.msPerCall);
-    }
 }
 
 void TCStory::m_OnSignal(const TSSignal& signal)
 {
-    m_Note("signal " + json::SignalName(signal.type) + " " + json::SignalWords(signal));
-}
-
-void TCStory::m_Note(const std::string& line)
-{
-    if (m_journal == nullptr || !*m_journal)
+    m_history.signals.Add(signal);
+    // The model is in the middle of something, so that it cannot be looked at yet.
+    if (m_look == 0 && !m_isOver && !m_hasFailed)
     {
-        return;
-    }
-    errno = 0;
-    if (m_scenario.isManualClock)
-    {
-        *m_journal << m_daemon.Model().Now() << ' ';
-    }
-    *m_journal << line << std::endl;
-    if (!*m_journal)
-    {
-        std::fprintf(stderr, "ci-daemon-sim: the journal cannot be written%s%s; it is incomplete\n",
-                     errno != 0 ? ": " : "", errno != 0 ? std::strerror(errno) : "");
+        m_look = m_timers.Soon(
+            [this]
+            {
+                m_look = 0;
+                m_Proceed();
+            });
     }
 }
 
 void TCStory::m_Proceed()
 {
-    while (m_hasBegun && !m_hasFailed && m_next < m_scenario.timeline.size())
+    if (!m_hasBegun || m_isProceeding)
     {
-        const EProgress progress =
-            std::visit([this](const auto& step) { return m_Try(step); }, m_scenario.timeline[m_next].action);
-        m_isEntered = true;
-        if (progress != DONE)
-        {
-            return;
-        }
-        m_timers.Cancel(m_timer);
-        m_timer = 0;
-        m_isEntered = false;
-        m_isTimeOver = false;
-        ++m_next;
+        return;
     }
-    m_calls.clear();
+    m_isProceeding = true;
+    m_daemon.Clock().CatchUp();
+    m_daemon.Clock().Settle();
+    EProgress progress = HAPPENS;
+    while (!m_hasFailed && !m_isOver && progress != WAITS && m_next < m_Events().size())
+    {
+        const TSEvent& event = m_Events()[m_next];
+        m_Enter();
+        progress = m_Try(event);
+        if (progress == HAPPENS)
+        {
+            m_Happen(event);
+        }
+    }
+    if (!m_hasFailed && !m_isOver && m_next == m_Events().size())
+    {
+        m_AtEnd();
+    }
+    m_isProceeding = false;
 }
 
-void TCStory::m_LimitTo(unsigned milliseconds)
+void TCStory::m_Enter()
 {
-    if (m_timer == 0)
+    if (!m_isEntered)
     {
-        m_timer = m_timers.After(milliseconds,
+        m_isEntered = true;
+        m_isTimeOver = false;
+        m_when = m_Events()[m_next].when;
+    }
+}
+
+TCStory::EProgress TCStory::m_Try(const TSEvent& event)
+{
+    std::optional<std::size_t> missing;
+    m_when.ForEach(
+        [&](const TSCondition& condition)
+        {
+            if (condition.since && !m_history.events[*condition.since])
+            {
+                missing = condition.since;
+            }
+        });
+    if (missing)
+    {
+        return m_PassOver(event, "it follows " + m_Reference(*missing) + ", which was not played") ? PASSED : FAILED;
+    }
+    const TTime now = m_daemon.Model().Now();
+    const TTime due = std::max(event.when.afterMs ? m_since.now + *event.when.afterMs : 0, event.when.atMs.value_or(0));
+    const bool isDue = now >= due || m_scenario.isManualClock || m_isEnding;
+    if (m_when.Holds(m_Scene()) && isDue)
+    {
+        m_daemon.Clock().Advance(m_scenario.isManualClock ? std::max<TTime>(due - now, 0) : 0);
+        return HAPPENS;
+    }
+    if (m_isEnding)
+    {
+        return m_GiveUp(event, "the application ended before");
+    }
+    if (m_isTimeOver)
+    {
+        return m_GiveUp(event, "that did not come within " + std::to_string(event.withinMs.value_or(m_options.stepMs)) +
+                                   " ms");
+    }
+    m_Tell(m_when.Words());
+    if (!isDue)
+    {
+        m_WakeAt(due);
+        return WAITS;
+    }
+    m_LimitTo(event.withinMs);
+    m_Nudge();
+    return WAITS;
+}
+
+TCStory::EProgress TCStory::m_GiveUp(const TSEvent& event, const std::string& why)
+{
+    if (event.IsOptional())
+    {
+        return m_PassOver(event, event.otherwise) ? PASSED : FAILED;
+    }
+    m_FailEvent(event, "waits " + m_when.Words() + "; " + why + m_Instead(m_when));
+    return FAILED;
+}
+
+bool TCStory::m_Happen(const TSEvent& event)
+{
+    const std::size_t index = m_next;
+    if (!m_Leave(m_history.Moment(m_daemon.Model().Now())))
+    {
+        return false;
+    }
+    for (const TDeed& deed : event.deeds)
+    {
+        if (m_isEnding && std::holds_alternative<TSFaultStep>(deed))
+        {
+            continue; // there is nobody to see it, and the simulator has to write its verdict yet
+        }
+        if (std::holds_alternative<TSEnd>(deed))
+        {
+            m_next = m_Events().size(); // nothing comes after the end
+        }
+        const TSOutcome outcome = Do(deed, m_daemon, m_options.quit);
+        if (!outcome)
+        {
+            m_next = index;
+            return m_FailEvent(event, "the set refuses it: " + outcome.error);
+        }
+    }
+    m_since.now = m_daemon.Model().Now();
+    m_history.events[index]->now = m_since.now;
+    return true;
+}
+
+bool TCStory::m_PassOver(const TSEvent& event, const std::string& why)
+{
+    if (m_options.isWhole)
+    {
+        return m_FailEvent(event, "not played: " + why + m_Instead(m_when));
+    }
+    m_passedOver[m_next] = why;
+    return m_Leave(std::nullopt);
+}
+
+bool TCStory::m_Leave(std::optional<TSMoment> moment)
+{
+    const std::size_t index = m_next++;
+    m_history.events.push_back(moment);
+    m_since = moment.value_or(m_history.Moment(m_daemon.Model().Now()));
+    m_isEntered = false;
+    for (TCTimers::TId* const timer : {&m_limit, &m_wake, &m_nudge})
+    {
+        m_timers.Cancel(*timer);
+        *timer = 0;
+    }
+    for (TCWatch& watch : m_watches)
+    {
+        const TSExpectation& expectation = watch.Expectation();
+        if (!moment && (expectation.after == index || expectation.before == index))
+        {
+            watch.PassOver();
+        }
+        else if (expectation.before == index)
+        {
+            if (!m_Close(watch, "before that"))
+            {
+                return false;
+            }
+        }
+        else if (expectation.after == index)
+        {
+            m_Open(watch);
+        }
+    }
+    return true;
+}
+
+bool TCStory::m_Open(TCWatch& watch)
+{
+    watch.Open(m_history.calls.End());
+    if (const auto within = watch.Expectation().withinMs)
+    {
+        m_timers.After(*within,
+                       [this, &watch, within]
+                       {
+                           m_Close(watch, "in that time");
+                           m_Proceed();
+                       });
+    }
+    return true;
+}
+
+bool TCStory::m_Close(TCWatch& watch, const std::string& when)
+{
+    watch.Close();
+    if (watch.State() != TCWatch::UNMET || m_hasFailed)
+    {
+        return true;
+    }
+    return m_FailWatch(watch, watch.Count() == 0 ? m_InsteadOf(watch)
+                                                 : "but only " + std::to_string(watch.Count()) + " came " + when);
+}
+
+void TCStory::m_LimitTo(std::optional<unsigned> milliseconds)
+{
+    if (m_limit == 0 && (milliseconds || !m_options.isPatient))
+    {
+        m_limit = m_timers.After(milliseconds.value_or(m_options.stepMs),
                                  [this]
                                  {
-                                     m_timer = 0;
+                                     m_limit = 0;
                                      m_isTimeOver = true;
                                      m_Proceed();
                                  });
     }
 }
 
-TCStory::EProgress TCStory::m_Fail(const std::string& why)
+void TCStory::m_WakeAt(TTime due)
 {
-    const TSStep& step = m_scenario.timeline[m_next];
-    std::fprintf(stderr, "ci-daemon-sim: %s:%d: step %d is not met: %s\n  %s\n", m_scenario.file.c_str(), step.line,
-                 step.number, why.c_str(), step.text.c_str());
-    m_hasFailed = true;
-    m_timers.CancelAll();
-    if (m_quit)
-    {
-        m_quit(EXIT_UNMET);
-    }
-    return FAILED;
-}
-
-TCStory::EProgress TCStory::m_Try(const TSWaitForCall& step)
-{
-    while (!m_calls.empty())
-    {
-        const TSMadeCall call = std::move(m_calls.front());
-        m_calls.pop_front();
-        if (step.call.Matches(call))
-        {
-            return DONE;
-        }
-        if (step.isNext && !call.isSubscription)
-        {
-            return m_Fail("another call came: " + call.Text());
-        }
-    }
-    if (m_isTimeOver)
-    {
-        return m_Fail("no such call came within " + std::to_string(step.withinMs) + " ms");
-    }
-    m_LimitTo(step.withinMs);
-    return WAITING;
-}
-
-TCStory::EProgress TCStory::m_Try(const TSExpectNoCall& step)
-{
-    const auto unwanted = std::find_if(m_calls.begin(), m_calls.end(),
-                                       [&](const TSMadeCall& call)
-                                       { return step.call ? step.call->Matches(call) : !call.isSubscription; });
-    if (unwanted != m_calls.end())
-    {
-        return m_Fail("a call came: " + unwanted->Text());
-    }
-    m_LimitTo(step.duringMs);
-    return m_isTimeOver ? DONE : WAITING;
-}
-
-TCStory::EProgress TCStory::m_Try(const TSWaitForSubscription& step)
-{
-    if (m_daemon.Clients().CountSubscribers(step.signal, step.profile, step.handle) >= step.clients)
-    {
-        return DONE;
-    }
-    if (m_isTimeOver)
-    {
-        return m_Fail("no such subscription came within " + std::to_string(step.withinMs) + " ms");
-    }
-    m_LimitTo(step.withinMs);
-    return WAITING;
-}
-
-TCStory::EProgress TCStory::m_Try(const TSWait& step)
-{
-    TCClockDriver& clock = m_daemon.Clock();
-    clock.CatchUp();
-    const TTime now = m_daemon.Model().Now();
-    if (!m_isEntered)
-    {
-        m_until = step.isAbsolute ? step.ms : now + step.ms;
-    }
-    if (m_scenario.isManualClock)
-    {
-        clock.Advance(m_until - now);
-        return DONE;
-    }
-    clock.Settle();
-    if (now >= m_until)
-    {
-        return DONE;
-    }
+    m_timers.Cancel(m_wake);
     // One millisecond more: the virtual clock is cut down to whole ones.
-    m_LimitTo(static_cast<unsigned>(std::min<TTime>(m_until - now + 1, UINT32_MAX)));
-    return WAITING;
+    const TTime wait = std::min<TTime>(due - m_daemon.Model().Now() + 1, UINT32_MAX);
+    m_wake = m_timers.After(static_cast<unsigned>(wait),
+                            [this]
+                            {
+                                m_wake = 0;
+                                m_Proceed();
+                            });
 }
 
-TCStory::EProgress TCStory::m_Try(const TSAdvance& step)
+void TCStory::m_Nudge()
 {
-    m_daemon.Clock().Advance(step.ms);
-    return DONE;
+    if (m_nudge == 0 && m_scenario.isManualClock && m_history.calls.End() > 0)
+    {
+        m_nudge = m_timers.After(IDLE_MS,
+                                 [this]
+                                 {
+                                     m_nudge = 0;
+                                     if (const auto next = m_daemon.Model().NextEventAt())
+                                     {
+                                         m_daemon.Clock().Advance(*next - m_daemon.Model().Now());
+                                     }
+                                     m_Proceed();
+                                     if (m_isOver)
+                                     {
+                                         m_Nudge(); // the application goes on
+                                     }
+                                 });
+    }
 }
 
-TCStory::EProgress TCStory::m_Try(const TSControlStep& step)
+void TCStory::m_Tell(const std::string& waits)
 {
-    m_daemon.Clock().CatchUp();
-    const TSOutcome outcome = RunControl(m_daemon.Model(), step.name, step.arguments);
-    m_daemon.Clock().Settle();
-    return outcome ? DONE : m_Fail(outcome.error);
-}
-
-TCStory::EProgress TCStory::m_Try(const TSFaultStep& step)
-{
-    m_daemon.AddFault(step.fault);
-    return DONE;
-}
-
-TCStory::EProgress TCStory::m_Try(const TSClearFaults&)
-{
-    m_daemon.Faults().Clear();
-    return DONE;
-}
-
-TCStory::EProgress TCStory::m_Try(const TSEnd& step)
-{
-    m_quit(step.status);
-    m_next = m_scenario.timeline.size() - 1; // nothing comes after the end
-    return DONE;
+    const std::string told = m_next < m_Events().size()
+                                 ? m_Step(m_next) + (waits.empty() ? "" : "; waits " + waits)
+                                 : "all " + std::to_string(m_next) + " steps are over; waits for this: " + waits;
+    if (told != m_told)
+    {
+        m_told = told;
+        m_Progress(told);
+    }
 }
 } // namespace CIM::sim

@@ -1,75 +1,76 @@
 #pragma once
 
-#include "Scenario.h"
-#include "simulator/daemon/SimulatedDaemon.h"
-
-#include <deque>
-#include <functional>
-#include <iosfwd>
+#include "Play.h"
+#include "Watch.h"
 
 namespace CIM::sim
 {
-/// The exit status of a simulator whose scenario was not met.
-inline constexpr int EXIT_UNMET = 3;
-/// The exit status of one whose scenario was met, but whose journal lacks what could not be written.
-inline constexpr int EXIT_NO_JOURNAL = 4;
-
-/// Plays a scenario on a daemon. Bound to the daemon's thread.
-class TCStory
+/// Plays a story: each event when its condition holds, while the expectations watch what the application does.
+class TCStory final : public TCPlay
 {
 public:
-    /// \param[in] daemon   over a model of the scenario's set and seed
-    /// \param[in] quit     ends the simulator with an exit status
-    /// \param[in] journal  gets a line for each call and signal; null: no journal; outlives this. That it takes no
-    ///                     more is told once on standard error, and the story goes on
-    TCStory(TSScenario scenario, TCSimulatedDaemon& daemon, std::function<void(int)> quit, std::ostream* journal);
-    TCStory(const TCStory&) = delete;
-    TCStory& operator=(const TCStory&) = delete;
-
-    /// Begins with the first step; a second time, nothing.
-    void Begin();
-
-    /// After the simulator has ended; the daemon may be gone.
-    /// \return 0, or EXIT_UNMET, with a line on standard error, when a step still waits for the application
-    int Verdict();
+    TCStory(TSScenario scenario, TCSimulatedDaemon& daemon, TSPlayOptions options);
+    std::vector<TSPartResult> Results() const override;
 
 private:
     enum EProgress
     {
-        DONE,
-        WAITING,
+        HAPPENS,
+        WAITS,
+        PASSED,
         FAILED,
     };
 
-    void m_OnCall(const TSJournalEntry& entry);
-    void m_OnSignal(const TSSignal& signal);
-    void m_Proceed();
-    void m_LimitTo(unsigned milliseconds);
-    EProgress m_Fail(const std::string& why);
-    void m_Note(const std::string& line);
+    void m_OnCall(const TSMadeCall& call) override;
+    void m_OnSignal(const TSSignal& signal) override;
+    void m_Proceed() override;
+    void m_End() override;
 
-    EProgress m_Try(const TSWaitForCall& step);
-    EProgress m_Try(const TSExpectNoCall& step);
-    EProgress m_Try(const TSWaitForSubscription& step);
-    EProgress m_Try(const TSWait& step);
-    EProgress m_Try(const TSAdvance& step);
-    EProgress m_Try(const TSControlStep& step);
-    EProgress m_Try(const TSFaultStep& step);
-    EProgress m_Try(const TSClearFaults& step);
-    EProgress m_Try(const TSEnd& step);
+    const std::vector<TSEvent>& m_Events() const { return m_scenario.story->events; }
+    TSScene m_Scene() { return {m_daemon.Model(), m_daemon.Clients(), m_history}; }
+    void m_Enter();
+    EProgress m_Try(const TSEvent& event);
+    EProgress m_GiveUp(const TSEvent& event, const std::string& why);
+    bool m_Happen(const TSEvent& event);
+    bool m_PassOver(const TSEvent& event, const std::string& why);
+    bool m_Leave(std::optional<TSMoment> moment);
+    bool m_Open(TCWatch& watch);
+    bool m_Close(TCWatch& watch, const std::string& when);
+    void m_AtEnd();
+    void m_Finish();
 
-    TSScenario m_scenario;
-    TCSimulatedDaemon& m_daemon;
-    std::function<void(int)> m_quit;
-    std::ostream* m_journal;
-    TCTimers m_timers;
-    TCTimers::TId m_timer = 0;
-    bool m_hasBegun = false;
-    bool m_hasFailed = false;
-    bool m_isEntered = false;  ///< the step has been tried before
-    bool m_isTimeOver = false; ///< of the step
-    TTime m_until = 0;         ///< what a wait waits for
+    void m_LimitTo(std::optional<unsigned> milliseconds);
+    void m_WakeAt(TTime due);
+    void m_Nudge();
+    void m_Tell(const std::string& waits);
+
+    bool m_IsAbout(const TSMadeCall& call) const;
+
+    bool m_FailEvent(const TSEvent& event, const std::string& why);
+    /// \param[in] but  what came instead, in words
+    bool m_FailWatch(const TCWatch& watch, const std::string& but);
+    std::string m_Instead(const TSWhen& when);
+    std::string m_InsteadOf(const TCWatch& watch) const;
+    std::string m_Window(const TSExpectation& expectation) const;
+    std::string m_Step(std::size_t index) const;
+    std::string m_Reference(std::size_t index) const;
+
+    TSHistory m_history;
+    std::vector<TCWatch> m_watches;
+    std::vector<std::string> m_passedOver; ///< why, by event; empty for those that were played
+    std::vector<TCCallPattern> m_patterns; ///< all that the story is about
+    std::string m_failure;
+    std::optional<std::size_t> m_failedEvent;
+    std::string m_told;
     std::size_t m_next = 0;
-    std::deque<TSMadeCall> m_calls; ///< since the last one that a step has waited for
+    TSWhen m_when;    ///< of the next event, as far as it has counted
+    TSMoment m_since; ///< when the event before it happened
+    bool m_isEntered = false;
+    bool m_isProceeding = false;
+    bool m_isTimeOver = false;
+    TCTimers::TId m_limit = 0;
+    TCTimers::TId m_wake = 0;
+    TCTimers::TId m_nudge = 0;
+    TCTimers::TId m_look = 0;
 };
 } // namespace CIM::sim

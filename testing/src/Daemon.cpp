@@ -11,7 +11,7 @@
 #include "simulator/control/Controls.h"
 #include "simulator/daemon/SimulatedDaemon.h"
 #include "simulator/model/Parts.h"
-#include "simulator/scenario/Story.h"
+#include "simulator/scenario/Play.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -88,7 +88,7 @@ struct TCDaemon::TSImpl
     TCAnswerErrors errors;
     std::unique_ptr<sim::TCModel> model;
     std::unique_ptr<sim::TCSimulatedDaemon> daemon;
-    std::unique_ptr<sim::TCStory> story;
+    std::unique_ptr<sim::TCPlay> story;
     std::map<TSMemberKey, std::vector<unsigned>> failures; ///< their numbers
     bool isGone = false;
     TCDaemonThread thread; // the last one: ends first
@@ -104,8 +104,7 @@ struct TCDaemon::TSImpl
         options.namesAfterMs = scenario.namesAfterMs;
         options.nameStepMs = scenario.nameStepMs;
         daemon = std::make_unique<sim::TCSimulatedDaemon>(*model, options);
-        story = std::make_unique<sim::TCStory>(
-            scenario, *daemon, [](int) {}, nullptr);
+        story = sim::MakePlay(scenario, *daemon, {});
         daemon->onCall = [this, tellStory = daemon->onCall](const sim::TSJournalEntry& entry)
         {
             calls.Add(entry);

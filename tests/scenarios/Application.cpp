@@ -92,6 +92,18 @@ TSSeen TCApplication::Next(ECISignalType type, int code)
     return seen;
 }
 
+void TCApplication::SkipTo(ECISignalType type, int code)
+{
+    for (bool hasCome = false; !hasCome; m_seen.pop_front())
+    {
+        if (!m_Await(LIMIT_MS))
+        {
+            throw std::runtime_error("no signal came, but " + std::string(EnumName(type)) + " was due");
+        }
+        hasCome = m_seen.front().type == type && m_seen.front().code == code;
+    }
+}
+
 void TCApplication::NeedSilence()
 {
     bool needed = false;

@@ -36,6 +36,8 @@ public:
     TSSeen Next(CIM::ECISignalType type);
     /// ... and have this code.
     TSSeen Next(CIM::ECISignalType type, int code);
+    /// Lets signals go until this one comes.
+    void SkipTo(CIM::ECISignalType type, int code);
     /// Signals that have come are all taken; asks the daemon something first, so that nothing is on its way.
     void NeedSilence();
 

@@ -131,7 +131,7 @@ int Answer(TCApplication& application, EMmiAnswerId id, std::u16string_view text
 void VisibleEnquiry(TCApplication& application)
 {
     application.Subscribe({MMI});
-    OpenPage(application, {2, 2, 1}, CI_MMI_STATUS_ENQUIRY_RECEIVED);
+    OpenPage(application, {}, CI_MMI_STATUS_ENQUIRY_RECEIVED);
     bool isBlind = true;
     unsigned char length = 0;
     TCIText prompt;
@@ -139,9 +139,8 @@ void VisibleEnquiry(TCApplication& application)
     NEED(!isBlind && length == 8 && prompt == u"Enter your postcode");
     NEED(Answer(application, MMI_ANSWER_ID_ANSWER, u"123456789") == 0);
     NEED(Answer(application, MMI_ANSWER_ID_CANCEL, u"") == 1);
-    application.Next(MMI, CI_MMI_STATUS_MENU_RECEIVED);
-    NEED(application.general.AnswerMmiMenu(0, 1, false, false) == 1);
-    application.Next(MMI, CI_MMI_STATUS_ENQUIRY_RECEIVED);
+    application.Next(MMI, CI_MMI_STATUS_SESSION_CLOSED);
+    OpenPage(application, {}, CI_MMI_STATUS_ENQUIRY_RECEIVED);
     NEED(Answer(application, MMI_ANSWER_ID_ANSWER, u"1015 \u00C4\u00D6") == 1);
     application.Next(MMI, CI_MMI_STATUS_TEXT_RECEIVED);
     NEED(application.general.GetMmiText(0, prompt) == 1 && prompt == u"Thank you. Your regional channels follow.");
@@ -161,14 +160,14 @@ void NeedPrompt(TCApplication& application, std::u16string_view expected)
 void PinEnquiry(TCApplication& application)
 {
     application.Subscribe({MMI});
-    OpenPage(application, {2, 1}, CI_MMI_STATUS_ENQUIRY_RECEIVED);
+    OpenPage(application, {}, CI_MMI_STATUS_ENQUIRY_RECEIVED);
     NeedPrompt(application, u"Enter your PIN (3 tries left)");
     NEED(Answer(application, MMI_ANSWER_ID_ANSWER, u"0042") == 1);
     application.Next(MMI, CI_MMI_STATUS_LIST_RECEIVED);
     NEED(ReadList(application).subtitle == u"Unlocked");
     NEED(application.general.AnswerMmiMenu(0, 0, false, false) == 1);
-    application.Next(MMI, CI_MMI_STATUS_MENU_RECEIVED);
-    NEED(application.general.AnswerMmiMenu(0, 1, false, false) == 1);
+    application.Next(MMI, CI_MMI_STATUS_SESSION_CLOSED);
+    NEED(application.general.EnterMenu(0, false) == 1);
     for (const auto* const wrong : {u"42", u"0420"})
     {
         application.Next(MMI, CI_MMI_STATUS_ENQUIRY_RECEIVED);

@@ -33,14 +33,16 @@ void CamPulled(TCApplication& application)
     NEED(TCCIService::PvrCipInstance()->SetRecordingEsPids(MAIN, {100, 101}, false) == 1);
     NEED(general.ConnectToSasApplication(1, session) == 1);
     NEED(decryption.StartSampleDecryption(MAIN, 0xFFFF, {Record()}));
-    NEED(general.EnterMenu(0, false) == 1);
     NEED(player.PlayRequest(TSIPServiceLocationData("<location>live</location>")).IsValid());
     application.Subscribe({SIGNAL_CI_MMI_STATUS_CHANGED, SIGNAL_CI_SAS_STATUS_CHANGE, SIGNAL_CI_FILE_RETRIEVAL_MESSAGE,
                            SIGNAL_CI_CICAM_PLAYER_ERROR, SIGNAL_CI_CICAM_PLAYER_PLAYBACK_STATUS,
                            SIGNAL_CI_RECORD_STOP_REQUEST, SIGNAL_CI_SAMPLE_DECRYPTION_STATUS_CHANGED,
                            SIGNAL_CI_CAM_CONNECTED_TO_PIPELINE, SIGNAL_CI_CA_SYSTEMS_CHANGE,
                            SIGNAL_CI_SAC_STATUS_CHANGE, SIGNAL_CI_CAM_READY_STATUS_CHANGED});
-    general.IsCamPinNeeded(); // the CAM is pulled meanwhile
+    application.SkipTo(SIGNAL_CI_CICAM_PLAYER_PLAYBACK_STATUS, 1);
+    NEED(general.EnterMenu(0, false) == 1);
+    application.SkipTo(SIGNAL_CI_MMI_STATUS_CHANGED, CI_MMI_STATUS_MENU_RECEIVED);
+    ReadMenu(application); // then the CAM is pulled
 
     application.Next(SIGNAL_CI_MMI_STATUS_CHANGED, CI_MMI_STATUS_SESSION_CLOSED);
     NEED(application.Next(SIGNAL_CI_SAS_STATUS_CHANGE, CAM_SAS_STATUS_SESSION_CLOSED).id == session);
@@ -55,8 +57,7 @@ void CamPulled(TCApplication& application)
     application.Next(SIGNAL_CI_CAM_READY_STATUS_CHANGED, CAM_STATUS_NO_CAM);
     application.NeedSilence();
 
-    NEED(general.AnswerMmiMenu(0, 1, false, false) == 0);
-    NEED(general.SendSasData(session, Bytes("late")) == 0); // the CAM comes back meanwhile
+    NEED(general.SendSasData(session, Bytes("late")) == 0); // then the CAM comes back
     NEED(application.Next(SIGNAL_CI_CA_SYSTEMS_CHANGE).value == 2);
     application.Next(SIGNAL_CI_SAC_STATUS_CHANGE, 1);
     application.Next(SIGNAL_CI_CAM_READY_STATUS_CHANGED, CAM_STATUS_READY);

@@ -231,20 +231,26 @@ TEST(TestDaemon, MayFollowEachOther)
 TEST(TestDaemon, PlaysAScenario)
 {
     const TCTempFolder folder;
-    std::ofstream(folder.File("pin.json"))
-        << R"({"name": "pin", "description": "asks", "clock": "manual", "set": {"slots": 1},
-        "timeline": [{"wait-for-call": {"operation": "ICIGeneral.IsCamPinNeeded"}}]})";
-    TSOptions options;
-    options.scenario = folder.File("pin.json");
-    for (const bool isMet : {true, false})
+    const std::string call = R"({"operation": "ICIGeneral.IsCamPinNeeded"})";
+    for (const std::string& form :
+         {R"("timeline": [{"wait-for-call": )" + call + "}]",
+          R"("story": [{"says": "asks", "when": {"called": )" + call + "}}]",
+          R"("story": [{"says": "begins"}], "expect": [{"says": "asks", "call": )" + call + "}]"})
     {
-        TCDaemon daemon(options);
-        if (isMet)
+        std::ofstream(folder.File("pin.json"))
+            << R"({"name": "pin", "description": "asks", "clock": "manual", "set": {"slots": 1}, )" << form << "}";
+        TSOptions options;
+        options.scenario = folder.File("pin.json");
+        for (const bool isMet : {true, false})
         {
-            General().IsCamPinNeeded();
+            TCDaemon daemon(options);
+            if (isMet)
+            {
+                General().IsCamPinNeeded();
+            }
+            EXPECT_EQ(daemon.EndScenario(), isMet) << form;
+            EXPECT_EQ(daemon.CallCount(&ICIGeneral::IsCamPinNeeded), isMet ? 1u : 0u);
         }
-        EXPECT_EQ(daemon.EndScenario(), isMet);
-        EXPECT_EQ(daemon.CallCount(&ICIGeneral::IsCamPinNeeded), isMet ? 1u : 0u);
     }
 }
 } // namespace

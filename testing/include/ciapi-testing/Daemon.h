@@ -23,7 +23,7 @@ struct TSOptions
     /// The CAMs, recordings and the rest, as JSON; docs/simulator-model.md says how. Empty: the built-in set.
     std::string set;
     /// A scenario to play, by the name of a shipped one or as the path of a file; it brings its own set, seed and
-    /// clock. Its timeline begins at once; TCDaemon::EndScenario says whether its expectations were met.
+    /// clock. It begins at once; TCDaemon::EndScenario says whether its expectations were met.
     std::string scenario;
     /// The seed of everything random: the same seed gives the same calls the same answers.
     std::uint64_t seed = 1;

@@ -1,0 +1,316 @@
+#include "Commands.h"
+#include "privatebus/BusFolder.h"
+#include "simulator/daemon/Sandbox.h"
+#include "simulator/daemon/Serve.h"
+#include "simulator/scenario/Junit.h"
+#include "simulator/scenario/Play.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <new>
+#include <optional>
+
+#include <glib.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace CIM::sim
+{
+namespace
+{
+struct TSWanted
+{
+    std::vector<std::string> scenario; ///< one
+    std::optional<std::uint64_t> seed;
+    std::string journal;
+    std::string junit;
+    std::string stepTimeout; ///< in seconds
+    unsigned stepMs = DEFAULT_WITHIN_MS;
+    bool isPatient = false;
+    bool isWhole = false;
+    bool isVerbose = false;
+    bool endsWithStory = false;
+    std::vector<std::string> command;
+};
+
+/// \throws TCUsageError
+unsigned MsFromSeconds(const std::string& text)
+{
+    constexpr double MOST = 1'000'000;
+    double seconds = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, seconds);
+    if (error != std::errc() || rest != end || !(seconds >= 0 && seconds <= MOST))
+    {
+        throw TCUsageError("--step-timeout: a number of seconds is needed");
+    }
+    return static_cast<unsigned>(seconds * 1'000);
+}
+
+/// Says on standard error where the story is.
+class TCTeller
+{
+public:
+    /// \param[in] isLive  one line that is written over again and again
+    TCTeller(bool isLive, bool isTold) : m_isLive(isLive), m_isTold(isTold) {}
+
+    void operator()(const std::string& words)
+    {
+        if (!m_isTold)
+        {
+            return;
+        }
+        if (m_isLive)
+        {
+            std::fprintf(stderr, "\r\033[K%s", words.c_str());
+            std::fflush(stderr);
+        }
+        else if (!words.empty())
+        {
+            std::fprintf(stderr, "ci-daemon-sim: %s\n", words.c_str());
+        }
+    }
+
+private:
+    bool m_isLive;
+    bool m_isTold;
+};
+
+std::string Reason() { return errno != 0 ? std::string(": ") + std::strerror(errno) : std::string(); }
+
+/// Opens a file to write, unless its path is empty. \return false with a line on standard error when that fails
+bool Open(std::ofstream& file, const std::string& path)
+{
+    if (!path.empty())
+    {
+        errno = 0;
+        file.open(path);
+        if (!file)
+        {
+            std::fprintf(stderr, "ci-daemon-sim: cannot write %s%s\n", path.c_str(), Reason().c_str());
+            return false;
+        }
+    }
+    return true;
+}
+
+/// A play as this command tells of it.
+class TCPlayer
+{
+public:
+    TCPlayer(const TSScenario& scenario, const TSWanted& wanted) : m_scenario(scenario), m_wanted(wanted) {}
+
+    /// Plays, until the simulator ends. \return its exit status
+    int Run(const std::function<void()>& ready, std::function<void()> over)
+    {
+        if (!Open(m_journal, m_wanted.journal) || !Open(m_junit, m_wanted.junit))
+        {
+            return 1;
+        }
+        const bool isAlone = m_wanted.command.empty();
+        const bool isTerminal = isatty(STDERR_FILENO) == 1;
+        m_options.journal = m_journal.is_open() ? &m_journal : nullptr;
+        m_options.stepMs = m_wanted.stepMs;
+        m_options.isPatient = m_wanted.isPatient;
+        m_options.isWhole = m_wanted.isWhole;
+        m_options.onProgress = TCTeller(isAlone && isTerminal && !m_wanted.isVerbose, isTerminal || m_wanted.isVerbose);
+        m_options.onOver = [this, isAlone, isTerminal, over = std::move(over)]
+        {
+            if (m_scenario.Steps() > 0 && (!isAlone || isTerminal || m_wanted.isVerbose))
+            {
+                TellOver();
+            }
+            over();
+            if (isAlone && m_wanted.endsWithStory)
+            {
+                m_quit(0);
+            }
+        };
+        const int status = Serve(ServeOptions(ready));
+        const int verdict = status == 0 && m_play && !m_hasBegun ? m_play->Verdict() : m_verdict;
+        if (m_play && m_junit.is_open())
+        {
+            m_junit << JunitReport(m_scenario.name, m_play->Results()) << std::flush;
+        }
+        return status != 0 ? status : verdict != 0 ? verdict : !m_journal || !m_junit ? EXIT_NO_JOURNAL : 0;
+    }
+
+private:
+    TSServeOptions ServeOptions(const std::function<void()>& ready)
+    {
+        TSServeOptions options;
+        options.set = m_scenario.set;
+        options.seed = m_scenario.seed;
+        options.daemon.seed = m_scenario.seed;
+        options.daemon.isManualClock = m_scenario.isManualClock;
+        options.daemon.namesAfterMs = m_scenario.namesAfterMs;
+        options.daemon.nameStepMs = m_scenario.nameStepMs;
+        options.company = [this](TCSimulatedDaemon& daemon, std::function<void(int)> quit)
+        {
+            m_quit = quit;
+            m_options.quit = std::move(quit);
+            m_play = MakePlay(m_scenario, daemon, m_options);
+            return std::shared_ptr<void>(m_play.get(), [this](void*) { Finish(); });
+        };
+        options.onReady = [this, ready]
+        {
+            m_hasBegun = true;
+            m_play->Begin();
+            if (ready)
+            {
+                ready();
+            }
+        };
+        return options;
+    }
+
+    // The daemon is there yet; what the application has sent last may still be on its way.
+    void Finish()
+    {
+        for (int i = 0; i < 1'000 && g_main_context_iteration(nullptr, FALSE); ++i)
+        {
+        }
+        if (m_hasBegun)
+        {
+            m_verdict = m_play->Verdict();
+        }
+    }
+
+    void TellOver() const
+    {
+        const auto results = m_play->Results();
+        const auto played = std::count_if(results.begin(), results.begin() + static_cast<long>(m_scenario.Steps()),
+                                          [](const TSPartResult& result) { return result.state == TSPartResult::MET; });
+        std::fprintf(stderr, "ci-daemon-sim: %s is over and met: %ld of %zu steps were played\n",
+                     m_scenario.name.c_str(), static_cast<long>(played), m_scenario.Steps());
+    }
+
+    const TSScenario& m_scenario;
+    const TSWanted& m_wanted;
+    TSPlayOptions m_options;
+    std::ofstream m_journal;
+    std::ofstream m_junit;
+    std::unique_ptr<TCPlay> m_play;
+    std::function<void(int)> m_quit;
+    bool m_hasBegun = false;
+    int m_verdict = 0;
+};
+
+/// What the simulator's process leaves for this one.
+struct TSMarks
+{
+    std::atomic<bool> isUnmet;
+    std::atomic<bool> isOver;
+    std::atomic<int> status;
+};
+class TCSharedMarks
+{
+public:
+    TCSharedMarks()
+        : m_marks(static_cast<TSMarks*>(
+              mmap(nullptr, sizeof *m_marks, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)))
+    {
+        if (m_marks == MAP_FAILED)
+        {
+            throw std::bad_alloc();
+        }
+    }
+    ~TCSharedMarks() { munmap(m_marks, sizeof *m_marks); }
+    TCSharedMarks(const TCSharedMarks&) = delete;
+    TCSharedMarks& operator=(const TCSharedMarks&) = delete;
+
+    TSMarks* operator->() const { return m_marks; }
+
+private:
+    TSMarks* m_marks;
+};
+
+pid_t thePlayer = -1;
+
+/// Here the signal is no more than a message, which may come when the command has ended already; the command's process
+/// is ended by it even before it has become the command.
+void OnTerminate(int number)
+{
+    if (getpid() != thePlayer)
+    {
+        std::signal(number, SIG_DFL);
+        std::raise(number);
+    }
+}
+
+/// Plays with the command beside. \return EXIT_UNMET when a step was not met, else the command's exit status, or the
+///         simulator's when the command was asked to end because the scenario was over
+int PlayBeside(const TSScenario& scenario, const TSWanted& wanted)
+{
+    TCSharedMarks marks;
+    thePlayer = getpid();
+    TSSandboxOptions sandbox;
+    sandbox.command = wanted.command;
+    sandbox.featureKeys = privatebus::DefaultFeatureKeys(scenario.set.slots);
+    sandbox.simulator = [&](const std::function<void()>& ready)
+    {
+        const auto over = [&]
+        {
+            if (wanted.endsWithStory)
+            {
+                marks->isOver = true;
+                kill(thePlayer, SIGTERM); // which hands it on to the command
+            }
+        };
+        const int status = TCPlayer(scenario, wanted).Run(ready, over);
+        marks->status = status;
+        if (status == EXIT_UNMET)
+        {
+            marks->isUnmet = true;
+            kill(thePlayer, SIGTERM); // without its daemon the command would wait for long
+        }
+        return status;
+    };
+    std::signal(SIGTERM, OnTerminate);
+    const int status = RunInSandbox(sandbox);
+    return marks->isUnmet ? EXIT_UNMET : marks->isOver ? marks->status.load() : status;
+}
+
+int PlayCommand(const TSWanted& wanted)
+{
+    TSScenario scenario = FindScenario(wanted.scenario.front());
+    scenario.seed = wanted.seed.value_or(scenario.seed);
+    if (wanted.command.empty())
+    {
+        return TCPlayer(scenario, wanted).Run({}, [] {});
+    }
+    return PlayBeside(scenario, wanted);
+}
+} // namespace
+
+std::function<int()> PreparePlay(TCCommandLine line)
+{
+    auto options = std::make_shared<TSWanted>();
+    line.Words("scenario", options->scenario, EHowMany::ONE, "a scenario's name, see list; or a file");
+    line.Option("--seed", options->seed, "another seed than the scenario's");
+    line.Option("--journal", options->journal, "write each call and each signal to this file");
+    line.Option("--junit", options->junit, "write what was met and what was not to this file, as JUnit XML");
+    line.Option("--step-timeout", options->stepTimeout,
+                "seconds that the application is waited for where the scenario says nothing; 10 unless given");
+    line.Flag("--patient", options->isPatient,
+              "wait for the application without end where the scenario says nothing, as for a person");
+    line.Flag("--whole", options->isWhole, "nothing may be passed over: also what is optional has to be played");
+    line.Flag("--end", options->endsWithStory,
+              "when the story is over, ask the command to end, or without one end, and give 0");
+    line.Flag("--verbose", options->isVerbose, "say on standard error where the story is");
+    line.Words("command", options->command, EHowMany::ANY,
+               "run this command beside it on a private bus; without: on the system bus, until SIGTERM");
+    return [options]
+    {
+        options->stepMs = options->stepTimeout.empty() ? options->stepMs : MsFromSeconds(options->stepTimeout);
+        return PlayCommand(*options);
+    };
+}
+} // namespace CIM::sim
