@@ -54,7 +54,7 @@ TEST(ScenarioFile, ErrorsNameLineColumnPlaceAndWhatIsWrong)
         {"{\n  \"name\": \"x\",\n  \"description\": \"y\",\n  \"timline\": []\n}",
          {"f:4:14: timline: there is no such member"}},
         {Document("\"name\": \"twice\","), {"f:4:3: name: this member stands here a second time"}},
-        {Document("\"clok\": \"manual\","), {"f:4:11: clok: there is no such member; there are $schema, name"}},
+        {Document("\"clok\": \"manual\","), {"f:4:11: clok: there is no such member; did you mean clock?"}},
         {Document("\"clock\": \"solar\","), {"f:4:12: clock: \"real\" or \"manual\" is needed"}},
         {Document("\"msPerCall\": 5,"), {"f:4:16: msPerCall: this goes with"}},
         {Document("\"seed\": -1,"), {"f:4:11: seed: -1 is not within 0 to"}},
