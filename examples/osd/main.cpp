@@ -8,7 +8,6 @@
 // is there. Behind the last one the viewer closes the menu.
 
 #include <ciapi/CIService.h>
-#include <ciapi/CITextUtils.h>
 
 #include <glib-unix.h>
 
@@ -22,18 +21,6 @@ namespace
 {
 constexpr unsigned char SLOT = 0;
 constexpr unsigned THINKING_MS = 150; ///< how long the viewer looks at a page
-
-std::string Utf8(const CIM::TCIText& text)
-{
-    return CIM::TCUnicodeUtils::UnicodeToUtf8(std::basic_string<unsigned short>(text.text.begin(), text.text.end()));
-}
-
-CIM::TCIText Text(const std::string& ascii)
-{
-    CIM::TCIText text;
-    text.text.assign(ascii.begin(), ascii.end());
-    return text;
-}
 
 /// Everything runs on the thread of the default GLib main context, so that nothing needs a lock.
 class TCOsd
@@ -135,12 +122,12 @@ private:
             return false; // the page is gone already, and its signal is on its way
         }
         m_entries = lines.size();
-        std::cout << "== " << Utf8(title) << " == " << Utf8(subtitle) << '\n';
+        std::cout << "== " << title.ToUtf8() << " == " << subtitle.ToUtf8() << '\n';
         for (std::size_t i = 0; i < lines.size(); ++i)
         {
-            std::cout << "   " << i + 1 << "  " << Utf8(lines[i]).substr(0, 60) << '\n';
+            std::cout << "   " << i + 1 << "  " << lines[i].ToUtf8().substr(0, 60) << '\n';
         }
-        std::cout << Utf8(bottomLine) << std::endl;
+        std::cout << bottomLine.ToUtf8() << std::endl;
         return true;
     }
 
@@ -158,7 +145,7 @@ private:
         if (m_page == CIM::CI_MMI_STATUS_ENQUIRY_RECEIVED)
         {
             const auto id = word.empty() ? CIM::MMI_ANSWER_ID_CANCEL : CIM::MMI_ANSWER_ID_ANSWER;
-            m_ci->AnswerMmiEnquiry(SLOT, id, Text(word), false, false);
+            m_ci->AnswerMmiEnquiry(SLOT, id, CIM::TCIText::FromUtf8(word), false, false);
         }
         else if (m_page == CIM::CI_MMI_STATUS_MENU_RECEIVED && !word.empty())
         {
