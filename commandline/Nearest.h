@@ -1,7 +1,9 @@
 #pragma once
 
+#include <iterator>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 // For whoever refuses a name: which of the right ones was probably meant.
@@ -23,6 +25,8 @@ std::string ThereAre(const TNames& known, std::string_view wrong);
 template <class Range, class Name>
 TNames NamesOf(const Range& range, Name name)
 {
+    static_assert(!std::is_same_v<decltype(name(*std::begin(range))), std::string>,
+                  "a text that is made for the question is gone before the names are read");
     TNames names;
     for (const auto& each : range)
     {

@@ -56,8 +56,10 @@ std::optional<std::size_t> TSConditionReader::Event(const std::string& label, co
     const auto found = labels.find(label);
     if (found == labels.end())
     {
-        Refuse(member, "no event before this one has the name \"" + label + "\"" +
-                           DidYouMean(label, NamesOf(labels, [](const auto& entry) { return entry.first; })));
+        Refuse(member,
+               "no event before this one has the name \"" + label + "\"" +
+                   DidYouMean(label,
+                              NamesOf(labels, [](const auto& entry) -> const std::string& { return entry.first; })));
     }
     return found->second;
 }

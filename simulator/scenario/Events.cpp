@@ -89,9 +89,11 @@ std::optional<std::size_t> TakeEvent(TCJsonObject& object, const char* member, c
     const auto found = labels.find(label);
     if (found == labels.end())
     {
-        throw TCJsonError(TCJsonPath(path, member),
-                          "no event has the name \"" + label + "\"" +
-                              DidYouMean(label, NamesOf(labels, [](const auto& entry) { return entry.first; })));
+        throw TCJsonError(
+            TCJsonPath(path, member),
+            "no event has the name \"" + label + "\"" +
+                DidYouMean(label,
+                           NamesOf(labels, [](const auto& entry) -> const std::string& { return entry.first; })));
     }
     return found->second;
 }

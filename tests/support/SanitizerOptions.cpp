@@ -8,6 +8,9 @@ VISIBLE const char* __asan_default_options() { return "handle_segv=0:handle_abor
 // Children that exit are waited for: the sanitizer's second of patience at every exit would be all that is measured.
 VISIBLE const char* __tsan_default_options() { return "handle_segv=0:handle_abort=0:atexit_sleep_ms=0"; }
 
+// libedit forgets the name and the help of a function that is given to it; nobody else calls wcsdup.
+VISIBLE const char* __lsan_default_suppressions() { return "leak:wcsdup\n"; }
+
 // What libdbus and GLib do among themselves: neither is built with the sanitizer. A line hides what they touch and lock
 // themselves, not what this project's code does when they call it: that begins in functions without instrumentation
 // (CIM_CALLED_BY_LIBDBUS), so that no frame of theirs is on its stack. tests/sanitizers plants faults there.
