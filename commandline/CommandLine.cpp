@@ -47,12 +47,24 @@ std::string TextOf(const CLI::ParseError& error, const CLI::App& app)
 {
     std::string text = error.what();
     text.resize(std::min(text.find('\n'), text.size()));
-    const auto dashes = text.find(" --");
-    if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::ExtrasError) || dashes == text.npos)
+    if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::ExtrasError))
     {
         return text;
     }
-    const std::string wrong = text.substr(dashes + 1, text.find_first_of(" =", dashes + 1) - dashes - 1);
+    // The parser's text has them backwards.
+    const std::vector<std::string> extras = app.remaining(true);
+    text = extras.size() == 1 ? "this argument is not expected:" : "these arguments are not expected:";
+    for (const std::string& extra : extras)
+    {
+        text += " " + extra;
+    }
+    const auto option =
+        std::find_if(extras.begin(), extras.end(), [](const std::string& extra) { return extra.starts_with("--"); });
+    if (option == extras.end())
+    {
+        return text;
+    }
+    const std::string wrong = option->substr(0, option->find('='));
     const auto used = app.get_subcommands();
     std::vector<std::string> names;
     for (const CLI::Option* const option : (used.empty() ? app : *used.front()).get_options())

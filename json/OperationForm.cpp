@@ -187,7 +187,7 @@ TJson TCOperationForm::Describe() const
         }
         parameters.push_back(std::move(described));
     }
-    TJson described = {{"interface", m_interfaceName}, {"operation", m_key}, {"id", Id()}};
+    TJson described = {{"interface", m_interfaceName}, {"operation", FullName()}, {"id", Id()}};
     if (IsLocal())
     {
         described["local"] = true;

@@ -100,7 +100,8 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         {{"frobnicate"}, "no verb \"frobnicate\""},
         {{"slot"}, "no verb \"slot\"; did you mean slots?"},
         {{"slots", "--jason"}, "did you mean --json?"},
-        {{"slots", "extra"}, "extra"},
+        {{"slots", "|", "cat"}, "not expected: | cat "},
+        {{"slots", "extra"}, "this argument is not expected: extra "},
         {{"menu", "256"}, "slot: a number from 0 to 255"},
         {{"menu", "x"}, "slot: a number"},
         {{"pin", "0", "guess"}, "verify or set"},
@@ -123,8 +124,9 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
         {{"player", "seek", "0", "5", "sideways"}, "absolute or relative"},
         {{"player", "speed", "0"}, "handle speed"},
         {{"debug", "factory-reset"}, "--yes"},
-        {{"watch", "NO_SUCH_SIGNAL"}, "no value of ECISignalType"},
+        {{"watch", "NO_SUCH_SIGNAL"}, "\"NO_SUCH_SIGNAL\" (see cictl list --signals)\n"},
         {{"watch", "SIGNAL_CI_CA_REPLI"}, "did you mean SIGNAL_CI_CA_REPLY?"},
+        {{"watch", "ca_repli"}, "did you mean SIGNAL_CI_CA_REPLY?"},
         {{"decode", "ICIGeneral", "0g"}, "payload: two hexadecimal digits"},
         {{"slots", "--timeout", "0"}, "timeout: seconds from 0.001"},
         {{"slots", "--timeout", "1e3"}, "timeout: seconds from 0.001"},
@@ -143,7 +145,7 @@ TEST(Cictl, TellsWrongUsageInOneLineWithoutABus)
          "character 20: code: CAM_STATUS_READY means nothing here"},
         {{"wait", "signal=CI_CA_REPLY,"}, "character 20: FIELD=VALUE"},
         {{"wait", "signal=CI_CA_REPLY,cod=1"}, "character 20: a signal has no \"cod\""},
-        {{"wait", "signal=NONE"}, "character 8: "},
+        {{"wait", "signal=NONE"}, "character 8: type: there is no signal \"NONE\" (see cictl list --signals)"},
         {{"-H", "-oProxyCommand=x", "slots"}, "no [USER@]HOST"},
         {{"-H", "me@-x", "slots"}, "no [USER@]HOST"},
         {{"-H", "", "slots"}, "no [USER@]HOST"},
@@ -182,11 +184,16 @@ TEST(Cictl, TellsWhyThereIsNoDaemon)
     };
     TCFeatureKeys keys;
     const TCEnvironmentVariable noHome("XDG_CONFIG_HOME", "/nonexistent");
+    {
+        const TCEnvironmentVariable noFile("TVPLATFORM_SYSTEM_INFO", "/nonexistent/keys");
+        expect(5, "no-ci", "there is no file with feature keys");
+        EXPECT_THAT(RunInTerminal({CICTL, "slots"}, {}).output, Not(HasSubstr("tvplatform:"))); // who says the same
+    }
+    keys.Set(SUPPORT, "true");
     expect(5, "no-ci", "product.num_of_ci cannot be read");
     keys.Set(COUNT, "0");
     expect(5, "no-ci", "no CI slot");
     keys.Set(COUNT, "2");
-    keys.Set(SUPPORT, "true");
     keys.Set(CERTIFICATION, "false");
     expect(5, "no-ci", "not certified");
     keys.Set(CERTIFICATION, "true");
@@ -252,6 +259,18 @@ TEST(Cictl, TellsWhatThePolicyOfTheBusDenies)
         const TSRun run = Cictl(arguments);
         EXPECT_EQ(run.status, 7) << arguments[0] << run.error;
         EXPECT_THAT(run.error, HasSubstr("does not let this user")) << arguments[0];
+    }
+}
+
+TEST(Cictl, TellsThatTheBusDoesNotLetItIn)
+{
+    const TCPrivateBus bus(R"(<policy context="mandatory"><deny user="*"/></policy>)");
+    const TCFeatureKeys keys{{COUNT, "2"}, {SUPPORT, "true"}, {CERTIFICATION, "true"}};
+    for (const char* const verb : {"slots", "doctor"})
+    {
+        const TSRun run = Cictl({verb});
+        EXPECT_EQ(run.status, 7) << verb;
+        EXPECT_THAT(run.output + run.error, HasSubstr("the system bus does not let this user in"));
     }
 }
 

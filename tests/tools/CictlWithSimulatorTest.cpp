@@ -71,9 +71,14 @@ TEST(CictlWithSimulator, ShowsTheSet)
         {"cictl info 0 --json", 0, R"("caSystems":["0x0b00","0x0b01"])"},
         {"cictl info 7", 1, ""},
         {"cictl ca-systems --json", 0, R"({"version":1,"slot":0,"caSystems":["0x0b00","0x0b01"]})"},
-        {"cictl profiles --json", 0, R"("state":"offered","slotId":0,"profileName":"Kelvora Sat")"},
+        {"cictl profiles --json", 0, R"("state":"offered","slot":0,"name":"Kelvora Sat")"},
         {"cictl recording /pvr/rated.ts --json", 0, R"("blocked":true)"},
-        {"cictl recording /pvr/none.ts 2>&1", 1, "knows no such recording"},
+        {"cictl recording /pvr/none.ts 2>&1 | wc -l", 0, "1\n"},
+        {"cictl recording /pvr/none.ts --json", 1, "knows no such recording"},
+        {"cictl debug --json", 0, R"("command":"print-status","values":[]})"},
+        {"cictl list general.EnterMenu --json", 0, R"("operation":"ICIGeneral.EnterMenu","id")"},
+        {"cictl list --names --json", 0, R"({"version":1,"operation":"ICIGeneral.EnterMenu"})"},
+        {"cictl list --signals --json", 0, R"({"version":1,"type":"SIGNAL_CI_CA_REPLY","number":38})"},
         {"cictl player play '<location>news</location>' --json && cictl player stop --json", 0, R"("result":true)"},
         {"cictl player speed 77 -100", 1, "false"},
         {"cictl debug get-slots-count --json", 0, R"("outputs":{"count":2})"},
@@ -118,6 +123,9 @@ TEST(CictlWithSimulator, ExitsWithWhatFailed)
         {faulty(R"("kind": "restart", "ms": 300)", "--json"), 3,
          R"({"version":1,"error":{"status":3,"name":"no-daemon",)"},
         {"cictl wait daemon --timeout 20", 0, ""},
+        {"(until " SIMULATOR_PATH " ctl Journal | grep -q GetMmiMenu; do :; done; " SIMULATOR_PATH
+         " ctl Restart 5000 >/dev/null; echo 1) | cictl menu 0 2>&1",
+         3, "the CI daemon is gone: nobody owns com.kelvora.ciapi.ICIGeneral any more\n"},
     };
     RunCases(cases);
 }
@@ -135,7 +143,7 @@ TEST(CictlWithSimulator, WaitsForWhatHoldsAndForWhatComes)
     const TSCase cases[] = {
         {"cictl wait slot0.ready", 0, ""},
         {"cictl wait daemon and slot1.empty --json", 0,
-         R"({"version":1,"condition":"daemon and slot1.empty","met":["daemon","slot1.empty"],"after":)"},
+         R"({"version":1,"condition":"daemon and slot1.empty","met":["daemon","slot1.empty"],"seconds":)"},
         {"cictl wait slot0.ready or slot1.ready and menu --json", 0, R"("met":["slot0.ready"])"},
         {"cictl wait '(slot0.ready or slot1.ready) and menu' --timeout 0.2 --json", 6, "not hold: slot1.ready, menu"},
         {"cictl wait slot9.ready --json", 1, "there is no slot 9"},

@@ -148,6 +148,17 @@ TEST(Doctor, FindsWhatIsWrongWithoutADaemon)
               "wrong    feature key: com.kelvora/featureconf/tv_model"}},
             DOCTOR);
         std::filesystem::remove(folder.File("none"));
+        std::filesystem::create_symlink("none", folder.File("none")); // not even root can look at it
+        Expect(
+            {"a key file that cannot be looked at",
+             5,
+             {"wrong    key file", "wrong    feature key: com.kelvora/featureconf/product.num_of_ci: a key file cannot",
+              "wrong    feature key: com.kelvora/featureconf/broadcasting.ci", "wrong    bus",
+              "wrong    feature key: com.kelvora/featureconf/broadcasting.certification",
+              "wrong    feature key: com.kelvora/featureconf/broadcasting.tvs",
+              "wrong    feature key: com.kelvora/featureconf/tv_model"}},
+            DOCTOR);
+        std::filesystem::remove(folder.File("none"));
         std::ofstream(folder.File("none")) << "nonsense\n";
         Expect(
             {"no syntax",

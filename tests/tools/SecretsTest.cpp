@@ -85,7 +85,7 @@ TEST(Secrets, AreShownInNoWay)
                                "until grep -qs tracing $FOLDER/ready; do :; done; ";
     const TSWay besideSimulator[] = {
         {"cictl call general.VerifyCamPin slot=0 pin=$BYTES; \"$SIM\" ctl Journal", R"("pin": "***")"},
-        {"cictl call general.VerifyCamPin slot=0 pin=$PIN", "result:"},
+        {"cictl call general.VerifyCamPin slot=0 pin=$PIN", "pin=- and pin=@FILE take characters"},
         {"cictl call general.SetCamPin slot=0 pin=@$FOLDER/pin", "result:"},
         {"echo $PIN | cictl call general.VerifyCamPin slot=0 pin=-", "result:    1"},
         {"cictl pin 0 verify @$FOLDER/pin", "CAM_PIN_CODE_STATUS_BAD"},

@@ -36,19 +36,29 @@ void FailForBus(const std::string& what, const TCDBusError& error)
 
 TCBus::TCBus(std::optional<std::chrono::milliseconds> patience) : m_patience(patience.value_or(PATIENCE))
 {
-    const std::string what = "there is no system bus" + (HostName().empty() ? "" : " on " + HostName());
     TCDBusError error;
+    const auto fail = [&]
+    {
+        // A bus closes at once only for whom it does not want; on another machine, ssh may have ended.
+        const bool isGone = m_connection ? dbus_connection_get_is_connected(m_connection.get()) == FALSE
+                                         : error.Name() == std::string_view(DBUS_ERROR_DISCONNECTED);
+        const bool isClosed = isGone && HostName().empty();
+        const EExit exit = isClosed ? EXIT_DENIED : ExitFor(error.Name());
+        throw TCFailure(exit,
+                        (exit == EXIT_DENIED ? "the system bus does not let this user in" : "there is no system bus") +
+                            (HostName().empty() ? std::string() : " on " + HostName()) + ": " + error.Text());
+    };
     m_connection = OpenUnregisteredSystemBus(m_patience, error);
     if (!m_connection)
     {
-        FailForBus(what, error);
+        fail();
     }
     const TCMessagePtr hello = BusCall("Hello");
     const TCMessagePtr reply = Ask(hello.get(), error);
     const char* name = nullptr;
     if (!reply || !dbus_message_get_args(reply.get(), error.Get(), DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID))
     {
-        FailForBus(what, error);
+        fail();
     }
     dbus_bus_set_unique_name(m_connection.get(), name);
 }

@@ -2,9 +2,11 @@
 
 #include "cictl/Output.h"
 #include "cictl/SecretWords.h"
+#include "cictl/Signals.h"
 #include "json/Word.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace CIM::cictl
 {
@@ -17,6 +19,7 @@ constexpr TSField ANSWER_FIELDS[] = {
 };
 
 constexpr TSField STATUS_FIELDS[] = {{"status", "status"}, {"name", "name"}, {"meaning", "meaning"}};
+constexpr TSField SIGNAL_FIELDS[] = {{"type", "type"}, {"number", "number"}};
 
 // An operation by "INTERFACE.NAME"; several when the name alone does not tell.
 std::vector<const json::TCOperationForm*> FindOperations(const std::string& text)
@@ -79,7 +82,7 @@ void PrintName(const std::string& name, bool asJson)
 {
     if (asJson)
     {
-        return PrintJson({{"name", name}});
+        return PrintJson({{"operation", name}});
     }
     Out() << name << '\n';
 }
@@ -96,6 +99,29 @@ TJson ValueOf(const json::TSParameter& parameter, const std::string& word, TCSec
     const json::TCSecret real = WordBehind(parameter.name, word);
     return parameter.IsSecret() ? secrets.Value(parameter, real)
                                 : json::ValueFromWord(*parameter.type, std::string(real.Text()), parameter.name);
+}
+// A PIN's digits that were given as bytes are not refused as words: 1234 is the two bytes 0x12 and 0x34.
+void HintAtCharacters(const json::TCOperationForm& operation, const std::map<std::string, std::string>& given)
+{
+    for (const auto& [name, word] : given)
+    {
+        const json::TSParameter* const parameter = operation.FindParameter(name);
+        if (!parameter || !parameter->IsSecret() || parameter->type->kind != json::EKind::BYTES || IsPointer(word))
+        {
+            continue;
+        }
+        const json::TCSecret real = WordBehind(name, word);
+        bool isMeant = false; // "31323334" are characters
+        for (std::size_t i = 0; i < real.Text().size(); i += 2)
+        {
+            isMeant |= real.Text()[i] != '3';
+        }
+        if (isMeant && real.Text().find_first_not_of("0123456789") == std::string_view::npos)
+        {
+            std::fprintf(stderr, "cictl: %s was given as bytes; %s=- and %s=@FILE take characters, such as digits\n",
+                         name.c_str(), name.c_str(), name.c_str());
+        }
+    }
 }
 } // namespace
 
@@ -176,7 +202,12 @@ EExit CallVerb(const TCArguments& arguments)
     }
     operation.Check(values); // wrong arguments are told even where there is no daemon
     TCDaemonAccess daemon(arguments.Timeout());
-    return CallAndPrint(daemon, operation, values, arguments.IsJson());
+    const EExit exit = CallAndPrint(daemon, operation, values, arguments.IsJson());
+    if (exit != EXIT_ANSWERED)
+    {
+        HintAtCharacters(operation, given);
+    }
+    return exit;
 }
 
 EExit ListVerb(const TCArguments& arguments)
@@ -189,6 +220,16 @@ EExit ListVerb(const TCArguments& arguments)
             records.push_back({{"status", exit.status}, {"name", exit.name}, {"meaning", exit.help}});
         }
         PrintTable(STATUS_FIELDS, records, arguments.IsJson());
+        return EXIT_ANSWERED;
+    }
+    if (arguments.IsSet("signals"))
+    {
+        TJson records = TJson::array();
+        for (const auto& [type, number] : NamedSignalTypes())
+        {
+            records.push_back({{"type", type}, {"number", number}});
+        }
+        PrintTable(SIGNAL_FIELDS, records, arguments.IsJson());
         return EXIT_ANSWERED;
     }
     std::vector<const json::TCOperationForm*> operations;

@@ -12,8 +12,8 @@ TJson ArgumentsInOrder(const json::TCOperationForm& operation, std::span<const s
 /// What the name of a service command is: "get-slots-count" for GetSlotsCount. Runs of capitals stay together:
 /// "op-clear-schedule" for OPClearSchedule.
 std::string Dashed(std::string_view operation);
-/// The names of its inputs, a blank between two.
-std::string InputNames(const json::TCOperationForm& operation);
+/// The names of its inputs, in order.
+std::vector<std::string> InputNames(const json::TCOperationForm& operation);
 /// What the CAM's player can be asked to do, and by which operation.
 std::vector<std::pair<std::string, std::string>> PlayerActions();
 } // namespace CIM::cictl

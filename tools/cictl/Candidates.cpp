@@ -47,6 +47,16 @@ TCandidates Slots(const std::string& prefix = {}, const std::string& suffix = {}
     return slots;
 }
 
+std::string Inputs(const json::TCOperationForm& operation)
+{
+    std::string names;
+    for (const std::string& name : InputNames(operation))
+    {
+        names += (names.empty() ? "" : " ") + name;
+    }
+    return names;
+}
+
 TCandidates Enumerators(const json::TSEnumeration& enumeration, const std::string& prefix = {})
 {
     TCandidates names;
@@ -110,7 +120,7 @@ TCandidates Operations(const std::string& typed)
     TCandidates names;
     for (const json::TCOperationForm& operation : interface->Operations())
     {
-        names.push_back({typed.substr(0, dot + 1) + operation.Key(), InputNames(operation)});
+        names.push_back({typed.substr(0, dot + 1) + operation.Key(), Inputs(operation)});
     }
     return names;
 }
@@ -211,7 +221,7 @@ TCandidates DebugWords(const TSPlace& place)
         const std::string name = Dashed(operation.Name());
         if (place.words.empty())
         {
-            found.push_back({name, InputNames(operation)});
+            found.push_back({name, Inputs(operation)});
         }
         else if (place.words.front() == name || place.words.front() == operation.Name())
         {

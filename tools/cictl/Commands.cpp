@@ -48,14 +48,14 @@ std::string Dashed(std::string_view name)
     return dashed;
 }
 
-std::string InputNames(const json::TCOperationForm& operation)
+std::vector<std::string> InputNames(const json::TCOperationForm& operation)
 {
-    std::string names;
+    std::vector<std::string> names;
     for (const json::TSParameter& parameter : operation.Parameters())
     {
         if (protocol::IsInput(parameter.word))
         {
-            names += (names.empty() ? "" : " ") + std::string(parameter.name);
+            names.emplace_back(parameter.name);
         }
     }
     return names;

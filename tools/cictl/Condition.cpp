@@ -232,7 +232,7 @@ void TCCondition::m_ReadSignal(std::string_view words, std::size_t place, TSAtom
             {
                 if (begin == 0)
                 {
-                    atom.type = json::SignalTypeFromJson(word, json::TCJsonPath("type"));
+                    atom.type = SignalTypeFromWord(word);
                 }
                 else if (sign == word.npos)
                 {

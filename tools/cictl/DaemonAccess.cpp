@@ -1,5 +1,6 @@
 #include "cictl/DaemonAccess.h"
 
+#include "cictl/Doctor.h"
 #include "cictl/Host.h"
 #include "cictl/Verb.h"
 
@@ -11,6 +12,7 @@
 
 #include <tvplatform/SystemInfo.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <string_view>
 #include <tuple>
@@ -25,6 +27,14 @@ std::string Hint() { return HostName().empty() ? " (to try without a TV: ci-daem
 // The library reads these keys patiently, because at the set's start they may come late; by hand nobody waits so long.
 void RequireFeatureKeys()
 {
+#ifdef CIAPI_PORTABLE_PLATFORM
+    if (TryFeatureKeys() == -ENOENT) // said here alone: the platform would tell the terminal the same
+    {
+        throw TCFailure(EXIT_NO_CI, "there is no file with feature keys (see cictl doctor), so it is not known whether "
+                                    "this set has CI" +
+                                        Hint());
+    }
+#endif
     int slots = 0;
     bool flag = false;
     const std::pair<const std::string&, int> readings[] = {
@@ -154,12 +164,18 @@ void TCDaemonAccess::RequireThrough(const std::string& what, const json::TCInter
 void TCDaemonAccess::Require(const json::TCInterfaceForm& interface)
 {
     m_owner = m_bus.OwnerOf(interface.ConnectionName());
+    if (m_owner.empty() && m_wasThere)
+    {
+        throw TCFailure(EXIT_NO_DAEMON,
+                        "the CI daemon is gone: nobody owns " + interface.ConnectionName() + " any more");
+    }
     if (m_owner.empty())
     {
         throw TCFailure(EXIT_NO_DAEMON, "there is no CI daemon: nobody owns " + interface.ConnectionName() +
                                             " on the system bus" + (HostName().empty() ? "" : " of " + HostName()) +
                                             Hint());
     }
+    m_wasThere = true;
     m_BeAdmitted();
 }
 

@@ -41,6 +41,7 @@ private:
 
     TCBus m_bus;
     std::string m_owner;       ///< of the bus name that was required last
+    bool m_wasThere = false;   ///< some name had an owner
     bool m_isAdmitted = false; ///< the bus lets this user be an application
 };
 

@@ -142,12 +142,13 @@ int TryFeatureKeys()
         struct stat status
         {
         };
-        const bool isThere = stat(place.path.c_str(), &status) == 0;
-        if (isThere && !S_ISREG(status.st_mode))
+        const bool isKnown = stat(place.path.c_str(), &status) == 0;
+        if (isKnown && !S_ISREG(status.st_mode))
         {
             return -EIO;
         }
-        result = isThere ? 0 : result;
+        const bool isAbsent = !isKnown && (errno == ENOENT || errno == ENOTDIR);
+        result = isAbsent ? result : 0; // one that may not be read is told as such, for each key
     }
     return result;
 }

@@ -84,6 +84,26 @@ const TJson* Member(const TJson& record, std::string_view path)
     return found;
 }
 
+// With runs of blanks as one: how wide a column is depends on what else stands in it.
+std::string Squeezed(const std::string& text)
+{
+    const auto isBlank = [](char c) { return c == ' ' || c == '\t'; };
+    std::string squeezed;
+    squeezed.reserve(text.size()); // no copy is left behind that nobody wipes
+    for (const char c : text)
+    {
+        if (!isBlank(c))
+        {
+            squeezed += c;
+        }
+        else if (squeezed.empty() || squeezed.back() != ' ')
+        {
+            squeezed += ' ';
+        }
+    }
+    return squeezed;
+}
+
 bool HasMembers(const std::string& line, std::span<const std::string> members)
 {
     const TJson record = TJson::parse(line, nullptr, false);
@@ -139,7 +159,7 @@ public:
         m_verb = words.front();
         m_hasRun = true;
         m_recorder.Clear();
-        const EExit expected = std::exchange(m_expected, EXIT_ANSWERED);
+        const EExit expected = std::exchange(m_expected, std::nullopt).value_or(EXIT_ANSWERED);
         bool isTold = false;
         const int status = RunWords(words,
                                     [&](EExit failed, const std::string& message, bool asJson)
@@ -165,6 +185,18 @@ public:
         return status == EXIT_ANSWERED ? EXIT_REFUSED : static_cast<EExit>(status);
     }
 
+    /// \return what the script ends with, when it must not end here
+    std::optional<EExit> End()
+    {
+        if (!m_expected)
+        {
+            return std::nullopt;
+        }
+        m_line = m_expectedLine;
+        PrintFailure(EXIT_USAGE, Place() + "no verb stands behind expect-status", false);
+        return EXIT_USAGE;
+    }
+
 private:
     std::string Place() const { return m_name + ":" + std::to_string(m_line) + ": "; }
 
@@ -177,7 +209,13 @@ private:
             {
                 throw TCFailure(EXIT_USAGE, "expect-status takes an exit status");
             }
+            if (m_expected)
+            {
+                throw TCFailure(EXIT_USAGE, "expect-status stands behind another, of line " +
+                                                std::to_string(m_expectedLine) + ", without a verb between them");
+            }
             m_expected = StatusFromWord(words[1]);
+            m_expectedLine = m_line;
             return true;
         }
         if (words.front() == "expect")
@@ -209,7 +247,13 @@ private:
         {
             wanted += (wanted.empty() ? "" : " ") + word;
         }
-        bool isFound = !isJson && m_recorder.Text().find(wanted) != std::string::npos;
+        bool isFound = false;
+        if (!isJson)
+        {
+            std::string text = Squeezed(m_recorder.Text());
+            const json::TCWipeAtEnd wipe(text);
+            isFound = text.find(Squeezed(wanted)) != std::string::npos;
+        }
         for (std::size_t at = 0; isJson && !isFound && at < m_recorder.Text().size();)
         {
             const std::size_t end = std::min(m_recorder.Text().find('\n', at), m_recorder.Text().size());
@@ -228,7 +272,8 @@ private:
     std::size_t m_line = 0;
     std::string m_verb;
     bool m_hasRun = false;
-    EExit m_expected = EXIT_ANSWERED;
+    std::optional<EExit> m_expected; ///< of the next verb
+    std::size_t m_expectedLine = 0;
 };
 } // namespace
 
@@ -294,7 +339,7 @@ EExit RunScript(const std::string& name, const std::function<std::optional<TSLin
     {
         end = script.Run(std::move(line->text), line->number);
     }
-    return end.value_or(EXIT_ANSWERED);
+    return (end ? end : script.End()).value_or(EXIT_ANSWERED);
 }
 
 EExit RunStandardInput()

@@ -26,9 +26,6 @@ std::map<std::string, TCSecret, std::less<>>& HiddenWords()
     return words;
 }
 
-// Whether a word of a secret's place tells only where the secret is.
-bool IsPointer(std::string_view word) { return word == "-" || (word.starts_with('@') && !word.starts_with("@@")); }
-
 void Hide(const std::string& name, char* word)
 {
     if (!IsPointer(word))
@@ -65,6 +62,8 @@ TCSecret CheckedLine(std::string_view line, const char* where)
     return TCSecret(line);
 }
 } // namespace
+
+bool IsPointer(std::string_view word) { return word == "-" || (word.starts_with('@') && !word.starts_with("@@")); }
 
 void HideSecretWords(int argc, char** argv)
 {

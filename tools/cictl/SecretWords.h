@@ -6,6 +6,7 @@
 
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace CIM::cictl
 {
@@ -22,6 +23,9 @@ bool MayHoldSecret(std::span<const std::string> words);
 
 /// What stood in the place of a hidden word. \param[in] name  of the argument
 json::TCSecret WordBehind(const std::string& name, const std::string& word);
+
+/// Whether a word in the place of a secret only tells where the secret is.
+bool IsPointer(std::string_view word);
 
 /// Reads secrets from where they do not stand on a command line.
 class TCSecretInput

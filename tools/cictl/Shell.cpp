@@ -147,7 +147,7 @@ private:
     void Tell(const TSSignal& signal)
     {
         const protocol::SSignal told{signal.type, signal.profile, signal.handle, signal.data};
-        m_tell(Now() + " " + json::SignalName(signal.type) + ": " + json::SignalWords(told));
+        m_tell(Now() + " " + json::SignalName(signal.type) + " " + json::SignalWords(told));
     }
 
     std::function<void(const std::string& line)> m_tell;

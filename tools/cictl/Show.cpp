@@ -29,8 +29,8 @@ constexpr TSField CA_FIELDS[] = {{"slot", "slot"}, {"caSystems", "CA systems"}};
 
 constexpr TSField PROFILE_FIELDS[] = {
     {"state", "state"},
-    {"slotId", "slot"},
-    {"profileName", "name"},
+    {"slot", "slot"},
+    {"name", "name"},
     {"antennaMode", "antenna mode"},
     {"serviceMode", "service mode"},
     {"supportedAntennaModes", "supported antenna modes"},
@@ -46,6 +46,13 @@ constexpr TSField RECORDING_FIELDS[] = {
     {"blocked", "blocked by parental control"},
     {"expiredSections", "expired sections"},
 };
+
+// As all verbs name it.
+void Rename(TJson& record, const char* from, const char* to)
+{
+    record[to] = record[from];
+    record.erase(from);
+}
 
 TJson HexNumbers(const TJson& numbers)
 {
@@ -170,6 +177,8 @@ EExit ProfilesVerb(const TCArguments& arguments)
         for (TJson record : answer["outputs"]["profiles"])
         {
             record["state"] = state;
+            Rename(record, "slotId", "slot");
+            Rename(record, "profileName", "name");
             records.push_back(std::move(record));
         }
     }
@@ -208,11 +217,11 @@ EExit RecordingVerb(const TCArguments& arguments)
             }
         }
     }
-    PrintRecord(RECORDING_FIELDS, record, arguments.IsJson());
     if (!isAnswered)
     {
         throw TCFailure(EXIT_REFUSED, arguments.Text("file") + ": copy control knows no such recording");
     }
+    PrintRecord(RECORDING_FIELDS, record, arguments.IsJson());
     return EXIT_ANSWERED;
 }
 } // namespace CIM::cictl

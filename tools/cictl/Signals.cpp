@@ -5,6 +5,10 @@
 
 #include <ciapi/CIService.h>
 
+#include "commandline/Nearest.h"
+#include "json/Signals.h"
+#include "json/ToJson.h"
+
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
@@ -19,6 +23,39 @@ namespace
 ICISignalSubscriber* Subscriber() { return TCCIService::CISignalSubscriberInstance(nullptr); }
 const json::TCInterfaceForm& SubscriberForm() { return *json::FindInterface("ICISignalSubscriber"); }
 } // namespace
+
+std::vector<std::pair<std::string_view, int>> NamedSignalTypes()
+{
+    std::vector<std::pair<std::string_view, int>> types;
+    for (const auto& [value, name] : json::Enumeration<ECISignalType>().enumerators)
+    {
+        if (value != SIGNAL_CI_TYPE_BEGIN && value != SIGNAL_CI_TYPE_END)
+        {
+            types.emplace_back(name, static_cast<int>(value));
+        }
+    }
+    return types;
+}
+
+ECISignalType SignalTypeFromWord(const std::string& word)
+{
+    const json::TCJsonPath path("type");
+    try
+    {
+        return json::SignalTypeFromJson(word, path);
+    }
+    catch (const json::TCJsonError&) // it may name them all, which are too many to be read
+    {
+        const auto types = NamedSignalTypes();
+        const TNames names = NamesOf(types, [](const auto& type) { return type.first; });
+        std::string question;
+        for (const char* const prefix : {"", "SIGNAL_", "SIGNAL_CI_"})
+        {
+            question = question.empty() ? DidYouMean(prefix + word, names) : question;
+        }
+        throw json::TCJsonError(path, "there is no signal \"" + word + "\" (see cictl list --signals)" + question);
+    }
+}
 
 unsigned short TSSignal::Number() const
 {

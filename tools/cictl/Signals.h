@@ -10,6 +10,9 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace CIM::cictl
@@ -27,6 +30,12 @@ struct TSSignal
     unsigned char Code() const { return data.bytes[1]; }
     unsigned short Number() const;
 };
+
+/// The types of signals by name, and their numbers.
+std::vector<std::pair<std::string_view, int>> NamedSignalTypes();
+
+/// A type by its name, of which SIGNAL_ or SIGNAL_CI_ may be left out, or by its number. \throws json::TCJsonError
+ECISignalType SignalTypeFromWord(const std::string& word);
 
 class TCAllSignals;
 

@@ -111,6 +111,7 @@ std::span<const TSVerb> Verbs()
          {{"interface", EArgument::OPTIONAL, "such as ICIGeneral, or ICIGeneral.EnterMenu"},
           {"names", EArgument::FLAG, "only the operations' names"},
           {"statuses", EArgument::FLAG, "what cictl exits with, and what that means"},
+          {"signals", EArgument::FLAG, "the types of the daemon's signals"},
           JSON},
          ListVerb},
         {"call",

@@ -15,7 +15,7 @@ namespace
 using TClock = std::chrono::steady_clock;
 
 constexpr unsigned ASK_MS = 250; ///< how often the daemon is asked for what no signal tells
-constexpr TSField WAIT_FIELDS[] = {{"condition", "condition"}, {"met", "met"}, {"after", "after"}};
+constexpr TSField WAIT_FIELDS[] = {{"condition", "condition"}, {"met", "met"}, {"seconds", "seconds"}};
 
 /// Follows the set until a condition holds. A daemon that is not there yet, or goes, is waited for, too.
 class TCWaiting
@@ -333,11 +333,10 @@ EExit WaitVerb(const TCArguments& arguments)
     if (exit == EXIT_ANSWERED && arguments.IsJson())
     {
         const auto after = std::chrono::duration_cast<std::chrono::milliseconds>(TClock::now() - begin);
-        PrintRecord(WAIT_FIELDS,
-                    {{"condition", text},
-                     {"met", waiting.Atoms(true)},
-                     {"after", static_cast<double>(after.count()) / 1000}}, // seconds, like --timeout
-                    true);
+        PrintRecord(
+            WAIT_FIELDS,
+            {{"condition", text}, {"met", waiting.Atoms(true)}, {"seconds", static_cast<double>(after.count()) / 1000}},
+            true);
     }
     return exit;
 }

@@ -24,7 +24,7 @@ std::vector<ECISignalType> SignalsFromWords(const std::vector<std::string>& word
     std::vector<ECISignalType> types;
     for (const std::string& word : words)
     {
-        types.push_back(json::SignalTypeFromJson(word, json::TCJsonPath("type")));
+        types.push_back(SignalTypeFromWord(word));
     }
     if (words.empty())
     {
