@@ -63,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     fuzz::TCInput input(data, size);
     const bool showsSecrets = (input.Byte() & 1) != 0;
-    cictl::TCDissector dissector(showsSecrets);
+    cictl::TCDissector dissector({.showSecrets = showsSecrets});
     std::size_t calls = 0;
     std::size_t replies = 0;
     while (!input.IsEmpty())
@@ -73,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         {
             continue;
         }
-        const json::TJson record = dissector.Describe(message.get());
+        const json::TJson record = dissector.Describe(message.get(), recording::TSMoment()).record;
         if (record.is_null())
         {
             continue;

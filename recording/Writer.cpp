@@ -1,5 +1,7 @@
 #include "Writer.h"
 
+#include "PcapNg.h"
+
 #include <cerrno>
 #include <cinttypes>
 #include <cstdio>

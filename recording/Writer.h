@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PcapNg.h"
+#include "Moment.h"
 
 #include <cstdint>
 #include <optional>
@@ -9,15 +9,6 @@
 
 namespace CIM::recording
 {
-/// When something came, by both clocks of the machine.
-struct TSMoment
-{
-    std::int64_t real = 0;      ///< nanoseconds since 1970; jumps when the clock is set
-    std::int64_t monotonic = 0; ///< nanoseconds since the machine started
-
-    static TSMoment Now();
-};
-
 /// Writes messages to a file as pcapng, which every viewer opens. The clock that does not jump is told in the comment of a
 /// message whenever the two have moved against each other ("monotonic clock 12.345678901 s"), beginning with the first.
 ///

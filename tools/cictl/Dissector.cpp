@@ -72,36 +72,67 @@ std::optional<ECISignalType> SignalType(std::string_view identifier)
     const auto [behind, bad] = std::from_chars(identifier.data(), end, number);
     return bad == std::errc() && behind == end ? std::optional(static_cast<ECISignalType>(number)) : std::nullopt;
 }
+
+/// The slot that the arguments of a call name.
+std::optional<std::int64_t> SlotIn(const TJson& arguments)
+{
+    const auto slot = arguments.find("slot");
+    return slot != arguments.end() && slot->is_number_integer() ? std::optional(slot->get<std::int64_t>())
+                                                                : std::nullopt;
+}
 } // namespace
 
-TJson TCDissector::Describe(DBusMessage* message)
+TCDissector::TSDescribed TCDissector::Describe(DBusMessage* message, const recording::TSMoment& moment)
 {
+    m_moment = moment;
+    TSDescribed described;
+    described.moment = moment;
     switch (dbus_message_get_type(message))
     {
     case DBUS_MESSAGE_TYPE_METHOD_CALL:
-        return m_DescribeCall(message);
+        m_DescribeCall(message, described);
+        break;
     case DBUS_MESSAGE_TYPE_SIGNAL:
-        return dbus_message_has_interface(message, CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME.c_str())
-                   ? m_DescribeSignal(message)
-                   : TJson();
+        if (dbus_message_has_interface(message, CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME.c_str()))
+        {
+            m_DescribeSignal(message, described);
+        }
+        else if (dbus_message_is_signal(message, MARK_INTERFACE, MARK_MEMBER))
+        {
+            m_DescribeMark(message, described);
+        }
+        break;
     default:
-        return m_DescribeReply(message);
+        m_DescribeReply(message, described);
+        break;
     }
+    return described;
 }
 
-TJson TCDissector::m_DescribeCall(DBusMessage* message)
+std::map<std::string, std::uint64_t> TCDissector::Unanswered() const
+{
+    std::map<std::string, std::uint64_t> counts;
+    for (const auto& [key, call] : m_calls)
+    {
+        ++counts[call.name];
+    }
+    return counts;
+}
+
+void TCDissector::m_DescribeCall(DBusMessage* message, TSDescribed& described)
 {
     const char* const called = dbus_message_get_interface(message); // may be left out: the name says it, too
     const json::TCInterfaceForm* const interface =
         json::FindInterface(Text(called ? called : dbus_message_get_destination(message)));
     if (!interface)
     {
-        return {};
+        return;
     }
     if (!dbus_message_has_member(message, protocol::CALL_MEMBER) ||
         !dbus_message_has_path(message, protocol::CALL_OBJECT_PATH))
     {
-        return m_DescribeForeignCall(message, *interface);
+        m_DescribeForeignCall(message, *interface, described);
+        return;
     }
     SCallEnvelope envelope;
     const auto read = ReadArguments(message, envelope);
@@ -109,8 +140,10 @@ TJson TCDissector::m_DescribeCall(DBusMessage* message)
     const bool hasId = !read.isEmpty && !read.IsWrong<&SCallEnvelope::header>();
     const json::TCOperationForm* const operation = hasId ? interface->Find(id) : nullptr;
     const std::string nameOfOther = interface->Name() + "." + (hasId ? std::to_string(id) : "?");
-    TSCall call{operation, operation ? operation->FullName() : nameOfOther, std::chrono::steady_clock::now()};
-    TJson record = {{"time", Now()}, {"kind", "call"}, {"from", envelope.processId}, {"operation", call.name}};
+    TSCall call{operation, operation ? operation->FullName() : nameOfOther, m_moment};
+    TJson& record = described.record;
+    record = {
+        {"time", TimeText(m_moment.real)}, {"kind", "call"}, {"from", envelope.processId}, {"operation", call.name}};
     if ((protocol::FlagsOf(envelope.header) & protocol::CALL_FLAG_ONE_WAY) != 0)
     {
         record["oneWay"] = true;
@@ -131,6 +164,7 @@ TJson TCDissector::m_DescribeCall(DBusMessage* message)
                 decoded.json.clear();
             }
         }
+        call.slot = SlotIn(decoded.json);
         if (!decoded.json.empty())
         {
             record["arguments"] = std::move(decoded.json);
@@ -138,24 +172,25 @@ TJson TCDissector::m_DescribeCall(DBusMessage* message)
         error = Both(error, decoded.error);
     }
     AddError(record, error);
+    described.operation = operation;
+    described.slot = call.slot;
     m_AwaitReply(message, std::move(call));
-    return record;
 }
 
-TJson TCDissector::m_DescribeForeignCall(DBusMessage* message, const json::TCInterfaceForm& interface)
+void TCDissector::m_DescribeForeignCall(DBusMessage* message, const json::TCInterfaceForm& interface,
+                                        TSDescribed& described)
 {
     const std::string member = Text(dbus_message_get_member(message));
     const std::string object = Text(dbus_message_get_path(message));
-    TSCall call{nullptr, interface.Name() + " " + object + " " + member, std::chrono::steady_clock::now()};
-    const TJson record = {{"time", Now()},
-                          {"kind", "call"},
-                          {"from", Text(dbus_message_get_sender(message))},
-                          {"operation", call.name},
-                          {"error", std::string("this is none of the CI daemon's calls, which go to ") +
-                                        protocol::CALL_MEMBER + " of " + protocol::CALL_OBJECT_PATH}};
+    TSCall call{nullptr, interface.Name() + " " + object + " " + member, m_moment};
+    described.record = {{"time", TimeText(m_moment.real)},
+                        {"kind", "call"},
+                        {"from", Text(dbus_message_get_sender(message))},
+                        {"operation", call.name},
+                        {"error", std::string("this is none of the CI daemon's calls, which go to ") +
+                                      protocol::CALL_MEMBER + " of " + protocol::CALL_OBJECT_PATH}};
     call.isForeign = true;
     m_AwaitReply(message, std::move(call));
-    return record;
 }
 
 void TCDissector::m_AwaitReply(DBusMessage* message, TSCall call)
@@ -171,31 +206,33 @@ void TCDissector::m_AwaitReply(DBusMessage* message, TSCall call)
     m_calls[{Text(dbus_message_get_sender(message)), dbus_message_get_serial(message)}] = std::move(call);
 }
 
-TJson TCDissector::m_DescribeReply(DBusMessage* message)
+void TCDissector::m_DescribeReply(DBusMessage* message, TSDescribed& described)
 {
     const auto found =
         m_calls.find({Text(dbus_message_get_destination(message)), dbus_message_get_reply_serial(message)});
     if (found == m_calls.end())
     {
-        return {};
+        return;
     }
     const TSCall call = found->second;
     m_calls.erase(found);
-    const std::chrono::duration<double, std::milli> after = std::chrono::steady_clock::now() - call.sent;
-    TJson record = {{"time", Now()},
-                    {"kind", "reply"},
-                    {"operation", call.name},
-                    {"after", std::round(after.count() * 1000) / 1000}};
+    const bool isMonotonic = m_moment.monotonic != 0 && call.sent.monotonic != 0;
+    const std::int64_t after = isMonotonic ? m_moment.monotonic - call.sent.monotonic : m_moment.real - call.sent.real;
+    described.operation = call.operation;
+    described.slot = call.slot;
+    described.ms = std::round(static_cast<double>(after) / 1000) / 1000;
+    TJson& record = described.record;
+    record = {{"time", TimeText(m_moment.real)}, {"kind", "reply"}, {"operation", call.name}, {"after", *described.ms}};
     if (dbus_message_get_type(message) == DBUS_MESSAGE_TYPE_ERROR)
     {
         const char* text = nullptr;
         dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
         record["error"] = Text(dbus_message_get_error_name(message)) + ": " + Text(text);
-        return record;
+        return;
     }
     if (call.isForeign)
     {
-        return record; // nobody knows what it carries
+        return; // nobody knows what it carries
     }
     SReplyEnvelope envelope;
     const auto read = ReadArguments(message, envelope);
@@ -212,7 +249,6 @@ TJson TCDissector::m_DescribeReply(DBusMessage* message)
         error = Both(error, decoded.error);
     }
     AddError(record, error);
-    return record;
 }
 
 TSSignalRead ReadSignal(DBusMessage* message)
@@ -271,13 +307,26 @@ void AddSignal(TJson& record, const protocol::SSignal& signal, bool asJson, bool
     }
 }
 
-TJson TCDissector::m_DescribeSignal(DBusMessage* message)
+void TCDissector::m_DescribeMark(DBusMessage* message, TSDescribed& described) const
 {
-    TJson record = {{"time", Now()}, {"kind", "signal"}, {"operation", Text(dbus_message_get_member(message))}};
+    const char* text = nullptr;
+    dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+    described.record = {
+        {"time", TimeText(m_moment.real)}, {"kind", "mark"}, {"operation", MARK_MEMBER}, {"text", Text(text)}};
+}
+
+void TCDissector::m_DescribeSignal(DBusMessage* message, TSDescribed& described)
+{
+    TJson& record = described.record;
+    record = {
+        {"time", TimeText(m_moment.real)}, {"kind", "signal"}, {"operation", Text(dbus_message_get_member(message))}};
     const TSSignalRead read = ReadSignal(message);
     if (read.signal)
     {
         AddSignal(record, *read.signal, m_wishes.asJson, m_wishes.showRaw);
+        const std::uint8_t slot = protocol::UnpackSignalData(read.signal->data).slot;
+        described.signal = read.signal->type;
+        described.slot = slot != protocol::NO_SLOT ? std::optional<std::int64_t>(slot) : std::nullopt;
     }
     else
     {
@@ -285,6 +334,5 @@ TJson TCDissector::m_DescribeSignal(DBusMessage* message)
         record["data"] = read.bytes;
     }
     AddError(record, read.error);
-    return record;
 }
 } // namespace CIM::cictl

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "protocol/SignalData.h"
+#include "recording/Moment.h"
 #include "json/OperationForm.h"
 
 #include <dbus/dbus.h>
 
-#include <chrono>
 #include <map>
 #include <optional>
 #include <string>
@@ -13,6 +13,11 @@
 namespace CIM::cictl
 {
 using json::TJson;
+
+/// Where the marks of people go, which stand among the traffic: signals with a text.
+inline constexpr const char* MARK_PATH = "/com/kelvora/cictl";
+inline constexpr const char* MARK_INTERFACE = "com.kelvora.cictl";
+inline constexpr const char* MARK_MEMBER = "Mark";
 
 /// A signal as it is on the bus.
 struct TSSignalRead
@@ -40,26 +45,46 @@ public:
         bool asJson = false;      ///< for programs: also the parts of what text tells in words
     };
     explicit TCDissector(const TSWishes& wishes) : m_wishes(wishes) {}
-    /// \return what a message says; null when it is none of the CI daemon's
-    TJson Describe(DBusMessage* message);
+    /// A message, told.
+    struct TSDescribed
+    {
+        TJson record;                                     ///< null when it is none of the CI daemon's
+        const json::TCOperationForm* operation = nullptr; ///< of a call or reply; null: unknown, or a signal
+        std::optional<std::int64_t> slot;                 ///< that a call, its reply or a signal is about
+        std::optional<ECISignalType> signal;              ///< of a signal whose data can be read
+        std::optional<double> ms;                         ///< from the call to this reply
+        recording::TSMoment moment;
+    };
+    /// \param[in] moment  when it came; of two messages the monotonic clock counts where both have it
+    TSDescribed Describe(DBusMessage* message, const recording::TSMoment& moment);
+    /// Whether a call that was described waits for this reply.
+    bool Awaits(std::string_view caller, std::uint32_t serial) const
+    {
+        return !m_calls.empty() && m_calls.count({std::string(caller), serial}) > 0;
+    }
+    /// Calls that wait for their replies, by what they call.
+    std::map<std::string, std::uint64_t> Unanswered() const;
 
 private:
     struct TSCall
     {
         const json::TCOperationForm* operation; ///< null when the interface has none of that identifier
         std::string name;
-        std::chrono::steady_clock::time_point sent;
+        recording::TSMoment sent;
+        std::optional<std::int64_t> slot = {};
         bool isForeign = false; ///< of another member or object than the daemon's calls
     };
     using TKey = std::pair<std::string, dbus_uint32_t>; // who called, and the call's serial
 
-    TJson m_DescribeCall(DBusMessage* message);
-    TJson m_DescribeForeignCall(DBusMessage* message, const json::TCInterfaceForm& interface);
+    void m_DescribeCall(DBusMessage* message, TSDescribed& described);
+    void m_DescribeForeignCall(DBusMessage* message, const json::TCInterfaceForm& interface, TSDescribed& described);
+    void m_DescribeMark(DBusMessage* message, TSDescribed& described) const;
     void m_AwaitReply(DBusMessage* message, TSCall call);
-    TJson m_DescribeReply(DBusMessage* message);
-    TJson m_DescribeSignal(DBusMessage* message);
+    void m_DescribeReply(DBusMessage* message, TSDescribed& described);
+    void m_DescribeSignal(DBusMessage* message, TSDescribed& described);
 
     TSWishes m_wishes;
+    recording::TSMoment m_moment; ///< of the message that is being described
     std::map<TKey, TSCall> m_calls;
 };
 } // namespace CIM::cictl

@@ -1,37 +1,31 @@
 #include "cictl/Bus.h"
-#include "cictl/Dissector.h"
-#include "cictl/Output.h"
-#include "cictl/Verb.h"
+#include "cictl/Recorder.h"
+#include "cictl/TraceOutput.h"
 
 #include "protocol/Envelope.h"
 
 #include <ciapi/CINames.h>
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <iterator>
+#include <memory>
 #include <vector>
 
 namespace CIM::cictl
 {
 namespace
 {
-constexpr TSField TRACE_FIELDS[] = {
-    {"time", ""},          {"kind", ""},           {"from", "from"},     {"operation", ""},    {"type", ""},
-    {"oneWay", "one-way"}, {"program", "program"}, {"arguments", ""},    {"status", "status"}, {"result", "result"},
-    {"outputs", ""},       {"profile", "profile"}, {"handle", "handle"}, {"slot", "slot"},     {"code", "code"},
-    {"id", "id"},          {"value", "value"},     {"meaning", ""},      {"words", ""},        {"data", "data"},
-    {"after", "ms"},       {"error", "error"},
-};
-
 void BecomeMonitor(TCBus& bus)
 {
     // Also calls that name no interface, and calls of other members and objects: somebody may have got them wrong.
     std::vector<std::string> rules = {std::string("type='method_call',member='") + protocol::CALL_MEMBER + "'",
                                       "type='signal',interface='" + CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME + "'",
                                       "type='method_return'", "type='error'"};
+    rules.push_back(std::string("type='signal',interface='") + MARK_INTERFACE + "'");
     for (const json::TCInterfaceForm& interface : json::Interfaces())
     {
         rules.push_back("type='method_call',interface='" + interface.ConnectionName() + "'");
@@ -84,49 +78,120 @@ private:
     {
     };
 };
-} // namespace
+/// "64M", in bytes.
+std::uint64_t RingBytes(const TCArguments& arguments)
+{
+    const std::string text = arguments.Text("ring");
+    std::uint64_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [unit, error] = std::from_chars(text.data(), end, number);
+    const std::string_view name(unit, static_cast<std::size_t>(end - unit));
+    const unsigned shift = name == "G" ? 30 : name == "M" ? 20 : 10;
+    constexpr std::uint64_t LEAST = 64U << 10;
+    if (error != std::errc() || (name != "K" && name != "M" && name != "G") || number > UINT32_MAX ||
+        number << shift < LEAST)
+    {
+        throw TCFailure(EXIT_USAGE, "ring: a size such as 64M is needed, at least 64K, not \"" + text + "\"");
+    }
+    return number << shift;
+}
 
-EExit TraceVerb(const TCArguments& arguments)
+std::unique_ptr<TCRecorder> MakeRecorder(const TCArguments& arguments)
+{
+    if (!arguments.Has("record"))
+    {
+        if (arguments.Has("ring") || arguments.IsSet("with-secrets"))
+        {
+            throw TCFailure(EXIT_USAGE, "--ring and --with-secrets go with --record");
+        }
+        return nullptr;
+    }
+    try
+    {
+        return std::make_unique<TCRecorder>(arguments.Text("record"), arguments.Has("ring") ? RingBytes(arguments) : 0,
+                                            arguments.IsSet("with-secrets"));
+    }
+    catch (const std::runtime_error& error)
+    {
+        throw TCFailure(EXIT_REFUSED, error.what());
+    }
+}
+
+/// Shows and records what the bus hands out until something ends it.
+EExit Follow(TCBus& bus, const TCArguments& arguments, TCTraceOutput& output, TCRecorder* recorder)
 {
     using TCClock = std::chrono::steady_clock;
-    const long count = arguments.Number("count", 1, 1'000'000'000, 0);
     const auto timeout = arguments.Seconds("timeout");
-    TCBus bus;
-    BecomeMonitor(bus);
-    const TCInterruption interruption;
-    std::fprintf(stderr, "cictl: tracing, Ctrl-C ends\n");
-
-    TCDissector dissector({.showSecrets = arguments.IsSet("show-secrets"),
-                           .showRaw = arguments.IsSet("raw"),
-                           .asJson = arguments.IsJson()});
     const TCClock::time_point end = timeout ? TCClock::now() + *timeout : TCClock::time_point::max();
-    long seen = 0;
-    while (g_interruption == 0 && TCClock::now() < end && (count == 0 || seen < count))
+    while (g_interruption == 0 && TCClock::now() < end && !output.IsFull())
     {
         // Short waits: libdbus goes on waiting after a signal of the operating system.
         if (!dbus_connection_read_write(bus.Get(), 100))
         {
             throw TCFailure(EXIT_NO_BUS, "the system bus is gone");
         }
-        while (count == 0 || seen < count)
+        while (!output.IsFull())
         {
             const TCMessagePtr message(dbus_connection_pop_message(bus.Get()));
             if (!message)
             {
                 break;
             }
-            const TJson record = dissector.Describe(message.get());
-            if (!record.is_null())
+            const recording::TSMoment moment = recording::TSMoment::Now();
+            const TJson record = output.Take(message.get(), moment).record;
+            if (recorder != nullptr && !record.is_null())
             {
-                PrintEvent(TRACE_FIELDS, record, arguments.IsJson());
-                ++seen;
+                recorder->Record(message.get(), moment, record.value("text", ""));
             }
+        }
+        if (recorder != nullptr)
+        {
+            recorder->Tick();
         }
     }
     if (g_interruption != 0)
     {
         return g_interruption == SIGINT ? EXIT_INTERRUPTED : EXIT_TERMINATED;
     }
-    return count == 0 || seen == count ? EXIT_ANSWERED : EXIT_TIMEOUT;
+    return output.IsFull() || !output.HasCount() ? EXIT_ANSWERED : EXIT_TIMEOUT;
+}
+} // namespace
+
+EExit TraceVerb(const TCArguments& arguments)
+{
+    if (arguments.Has("file"))
+    {
+        return TraceFile(arguments);
+    }
+    TCTraceOutput output(arguments);
+    const std::unique_ptr<TCRecorder> recorder = MakeRecorder(arguments);
+    TCBus bus;
+    BecomeMonitor(bus);
+    const TCInterruption interruption;
+    std::fprintf(stderr, "cictl: tracing, Ctrl-C ends\n");
+    const EExit exit = Follow(bus, arguments, output, recorder.get());
+    output.Finish();
+    const bool isRecorded = recorder == nullptr || recorder->Close();
+    return isRecorded ? exit : EXIT_REFUSED;
+}
+
+EExit MarkVerb(const TCArguments& arguments)
+{
+    std::string text;
+    for (const std::string& word : arguments.Many("text"))
+    {
+        text += (text.empty() ? "" : " ") + word;
+    }
+    if (text.empty() || !json::IsUtf8(text))
+    {
+        throw TCFailure(EXIT_USAGE, text.empty() ? "text: what is the mark to say?" : "text: this is no UTF-8");
+    }
+    TCBus bus;
+    const TCMessagePtr mark(dbus_message_new_signal(MARK_PATH, MARK_INTERFACE, MARK_MEMBER));
+    const char* const bytes = text.c_str();
+    dbus_message_append_args(mark.get(), DBUS_TYPE_STRING, &bytes, DBUS_TYPE_INVALID);
+    dbus_connection_send(bus.Get(), mark.get(), nullptr);
+    bus.OwnerOf(DBUS_SERVICE_DBUS); // once the bus has answered, it has taken the mark, too
+    return EXIT_ANSWERED;
 }
 } // namespace CIM::cictl

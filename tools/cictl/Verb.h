@@ -77,6 +77,7 @@ EExit DoctorVerb(const TCArguments& arguments);
 EExit WatchVerb(const TCArguments& arguments);
 EExit WaitVerb(const TCArguments& arguments);
 EExit TraceVerb(const TCArguments& arguments);
+EExit MarkVerb(const TCArguments& arguments);
 EExit DecodeVerb(const TCArguments& arguments);
 EExit SlotsVerb(const TCArguments& arguments);
 EExit InfoVerb(const TCArguments& arguments);

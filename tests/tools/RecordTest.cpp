@@ -1,0 +1,146 @@
+#include "support/Shell.h"
+#include "support/TestEnvironment.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <regex>
+
+// Traffic that cictl records, and recordings that it reads: its own, and those of others.
+
+using CIM::Shell;
+using CIM::TCTempFolder;
+using CIM::TSOutput;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace
+{
+const std::string CICTL = CICTL_PATH;
+
+std::string Content(const std::string& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+/// What a set does, beside a simulator: slots are read, a mark is set, a PIN is wrong, a menu opens by itself, and
+/// somebody asks for what is not there.
+TSOutput Record(const TCTempFolder& folder, const std::string& recorder)
+{
+    const std::string script = folder.File("script.sh");
+    std::ofstream(script) << recorder << " > " << folder.File("live.txt") << " 2> " << folder.File("err.txt") << " &\n"
+                          << "recorder=$!\n"
+                          << "for i in $(seq 400); do [ -s " << folder.File("err.txt") << " ] || [ -s "
+                          << folder.File("live.txt") << " ] && break; sleep 0.025; done\n"
+                          << CICTL << " slots\n"
+                          << CICTL << " mark it fails here\n"
+                          << "echo 471147 | " << CICTL << " call ICIGeneral.VerifyCamPin slot=0 pin=-\n"
+                          << SIMULATOR_PATH << " ctl OpenMenu 0\n"
+                          << CICTL << " call ICIGeneral.GetMmiEnquiry slot=0\n"
+                          << CICTL << " wait slot0.menu --timeout 10\n"
+                          << "kill -TERM $recorder; wait $recorder\n";
+    return Shell(std::string(SIMULATOR_PATH) + " run -- bash " + script);
+}
+
+/// Without what differs between two readings.
+std::string WithoutTimes(const std::string& text)
+{
+    return std::regex_replace(text, std::regex("(^|\n)[^ ]+ | ms=[0-9.]+"), "$1");
+}
+
+std::size_t Lines(const std::string& text)
+{
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+} // namespace
+
+TEST(Recordings, WhatIsReadIsWhatWasShownAndHoldsNoPin)
+{
+    for (const bool withSecrets : {false, true})
+    {
+        const TCTempFolder folder;
+        const std::string file = folder.File("r.pcapng");
+        const TSOutput run =
+            Record(folder, CICTL + " trace --record " + file + (withSecrets ? " --with-secrets --show-secrets" : ""));
+        EXPECT_EQ(run.status, 143) << run.text;
+        const std::string live = Content(folder.File("live.txt"));
+        const TSOutput read = Shell(CICTL + " trace " + file + (withSecrets ? " --show-secrets" : ""));
+        EXPECT_EQ(read.status, 0);
+        EXPECT_GT(Lines(live), 10U);
+        EXPECT_EQ(WithoutTimes(read.text), WithoutTimes(live));
+        EXPECT_THAT(read.text, HasSubstr("mark Mark it fails here\n"));
+        EXPECT_THAT(read.text, HasSubstr("slot 0: CI_MMI_STATUS_MENU_RECEIVED, 4 entries\n"));
+        EXPECT_EQ(Content(file).find("471147") != std::string::npos, withSecrets);
+        EXPECT_THAT(read.text, ContainsRegex(withSecrets ? "VerifyCamPin.*pin: 34" : "VerifyCamPin.*pin: \\*\\*\\*"));
+    }
+}
+
+TEST(Recordings, FiltersShowWhatIsAskedForAndRefuseWhatCannotBe)
+{
+    const TCTempFolder folder;
+    const std::string file = folder.File("r.pcapng");
+    Record(folder, CICTL + " trace --record " + file);
+    const struct
+    {
+        std::string options;
+        int status;
+        const char* has;   ///< a regular expression
+        const char* lacks; ///< likewise; empty: nothing
+    } cases[] = {
+        {"--operation VerifyCamPin", 0, "reply ICIGeneral.VerifyCamPin", "GetCiSlotStatus|signal "},
+        {"--operation ICIGeneral.GetCamModes --operation GetCiSlotStatus", 0, "reply ICIGeneral.GetCamModes", "Pin"},
+        {"--signal CI_MMI_STATUS_CHANGED", 0, "CI_MMI_STATUS_MENU_RECEIVED", "call |PIN_REPLY"},
+        {"--slot 1", 0, "GetApplicationInfo.*slot: 1", "slot: 0|slot 0"},
+        {"--errors", 0, "GetMmiEnquiry.*result=0", "call |GetCamModes"},
+        {"--slower-than 60s", 0, "mark Mark", "call |reply |signal "},
+        {"--from 2026-01-01T00:00 --to 2026-01-01T00:01:00.5", 0, "^$", "."},
+        {"--summary", 0, "ICIGeneral.VerifyCamPin +1 +0 +0 ", "call "},
+        {"--summary --json", 0, "\"version\":1,\"operation\":\"ICIGeneral.GetMmiEnquiry\",\"count\":2,\"failures\":2",
+         ""},
+        {"--count 2", 0, "call ", "mark"},
+        {"--operation VerifyPin", 2, "did you mean ICIGeneral.VerifyCamPin", "reply"},
+        {"--signal MMI_STATUS", 2, "signal", "reply"},
+        {"--slot 255", 2, "slot: a number from 0 to 254", "reply"},
+        {"--slower-than 5m", 2, "slower-than: a time such as 50ms", "reply"},
+        {"--from yesterday", 2, "from: a time such as", "reply"},
+        {"--from 2026-01-02T00:00 --to 2026-01-01T00:00", 2, "from: this is behind", "reply"},
+        {"--record other.pcapng", 2, "--record goes with the bus", "reply"},
+    };
+    for (const auto& row : cases)
+    {
+        const TSOutput read = Shell(CICTL + " trace " + file + " " + row.options);
+        EXPECT_EQ(read.status, row.status) << row.options << '\n' << read.text;
+        EXPECT_TRUE(std::regex_search(read.text, std::regex(row.has))) << row.options << '\n' << read.text;
+        if (*row.lacks != '\0')
+        {
+            EXPECT_FALSE(std::regex_search(read.text, std::regex(row.lacks))) << row.options << '\n' << read.text;
+        }
+    }
+    // What a pulled plug leaves, and what is none.
+    const TSOutput cut = Shell("head -c -10 " + file + " | " + CICTL + " trace -");
+    EXPECT_EQ(cut.status, 0);
+    EXPECT_THAT(cut.text, HasSubstr("cictl: the file ends within a block, "));
+    EXPECT_THAT(cut.text, HasSubstr("GetCamModes"));
+    const TSOutput none = Shell(CICTL + " trace " + CICTL_PATH);
+    EXPECT_EQ(none.status, 8);
+    EXPECT_THAT(none.text, HasSubstr("this is no recording: neither pcapng nor pcap"));
+    EXPECT_EQ(Shell(CICTL + " trace " + folder.File("absent")).status, 1);
+    EXPECT_EQ(Shell(std::string(SIMULATOR_PATH) + " run -- " + CICTL + " trace --record /dev/full").status, 1);
+}
+
+TEST(Recordings, OfOthersAreRead)
+{
+    const TCTempFolder folder;
+    const std::string file = folder.File("live.txt");
+    Record(folder, "dbus-monitor --system --pcap");
+    const TSOutput read = Shell(CICTL + " trace " + file);
+    EXPECT_EQ(read.status, 0) << read.text;
+    EXPECT_THAT(read.text, HasSubstr("reply ICIGeneral.GetCamModes"));
+    EXPECT_THAT(read.text, HasSubstr("mark Mark it fails here"));
+    EXPECT_THAT(read.text, HasSubstr("pin: ***"));
+    EXPECT_THAT(read.text, Not(HasSubstr("org.freedesktop")));
+}

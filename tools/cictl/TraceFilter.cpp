@@ -1,0 +1,202 @@
+#include "cictl/TraceFilter.h"
+
+#include "json/Signals.h"
+#include "protocol/Envelope.h"
+
+#include <ciapi/CINames.h>
+
+#include <charconv>
+#include <cstdlib>
+#include <ctime>
+#include <map>
+
+namespace CIM::cictl
+{
+namespace
+{
+constexpr std::int64_t SECOND = 1'000'000'000;
+
+const json::TCInterfaceForm* InterfaceOf(const recording::TSMessageHead& head)
+{
+    static const std::map<std::string_view, const json::TCInterfaceForm*> interfaces = []
+    {
+        std::map<std::string_view, const json::TCInterfaceForm*> all;
+        for (const json::TCInterfaceForm& interface : json::Interfaces())
+        {
+            all.emplace(interface.ConnectionName(), &interface);
+        }
+        return all;
+    }();
+    const auto found = interfaces.find(head.interface.empty() ? head.destination : head.interface);
+    return found != interfaces.end() ? found->second : nullptr;
+}
+
+/// "50ms", "1.5s" or "2" seconds, in milliseconds.
+double Milliseconds(const std::string& text)
+{
+    double number = -1;
+    const char* const end = text.data() + text.size();
+    const auto [unit, error] = std::from_chars(text.data(), end, number);
+    const std::string_view name(unit, static_cast<std::size_t>(end - unit));
+    if (error != std::errc() || number < 0 || (name != "ms" && name != "s" && !name.empty()))
+    {
+        throw TCFailure(EXIT_USAGE, "slower-than: a time such as 50ms or 1.5s is needed, not \"" + text + "\"");
+    }
+    return name == "ms" ? number : number * 1000;
+}
+
+/// A local time, as records show it, with or without its parts behind the minute.
+std::int64_t TimeFrom(const char* option, const std::string& text)
+{
+    std::tm parts{};
+    parts.tm_isdst = -1;
+    const char* rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M", &parts);
+    char* end = nullptr;
+    double seconds = 0;
+    if (rest != nullptr && *rest == ':')
+    {
+        seconds = std::strtod(rest + 1, &end);
+        rest = end;
+    }
+    const std::time_t time = rest != nullptr ? std::mktime(&parts) : -1;
+    if (rest == nullptr || *rest != '\0' || time < 0 || !(seconds >= 0 && seconds < 61))
+    {
+        throw TCFailure(EXIT_USAGE, std::string(option) + ": a time such as 2026-01-31T20:15:04.117 is needed, not \"" +
+                                        text + "\"");
+    }
+    return time * SECOND + static_cast<std::int64_t>(seconds * SECOND);
+}
+} // namespace
+
+TCTraceFilter::TCTraceFilter(const TCArguments& arguments) : m_errorsOnly(arguments.IsSet("errors"))
+{
+    for (const std::string& word : arguments.Many("operation"))
+    {
+        m_TakeOperation(word);
+    }
+    for (const std::string& word : arguments.Many("signal"))
+    {
+        m_signals.insert(json::SignalTypeFromJson(word, json::TCJsonPath("signal")));
+    }
+    if (arguments.Has("slot"))
+    {
+        m_slot = arguments.Number("slot", 0, 254);
+    }
+    if (arguments.Has("slower-than"))
+    {
+        m_slowerThanMs = Milliseconds(arguments.Text("slower-than"));
+    }
+    for (const auto& [option, place] : {std::pair("from", &m_from), std::pair("to", &m_to)})
+    {
+        if (arguments.Has(option))
+        {
+            *place = TimeFrom(option, arguments.Text(option));
+        }
+    }
+    if (m_from && m_to && *m_from > *m_to)
+    {
+        throw TCFailure(EXIT_USAGE, "from: this is behind the time of --to");
+    }
+    if (m_slowerThanMs && !m_signals.empty())
+    {
+        throw TCFailure(EXIT_USAGE, "slower-than: a signal is never slow");
+    }
+}
+
+void TCTraceFilter::m_TakeOperation(const std::string& word)
+{
+    const std::size_t dot = word.find('.');
+    const std::string name = dot == word.npos ? word : word.substr(dot + 1);
+    const std::size_t before = m_operations.size();
+    for (const json::TCInterfaceForm& interface : json::Interfaces())
+    {
+        if (dot == word.npos || json::FindInterface(word.substr(0, dot)) == &interface)
+        {
+            const json::TCOperationForm* const whole = interface.Find(std::string_view(name));
+            for (const json::TCOperationForm* const form :
+                 whole != nullptr ? std::vector{whole} : interface.FindAll(name))
+            {
+                m_operations.insert(form);
+            }
+        }
+    }
+    if (m_operations.size() == before)
+    {
+        throw TCFailure(EXIT_USAGE, "operation: there is no operation \"" + word + "\"" +
+                                        json::DidYouMeanOperation(word, /*isSent=*/true) + " (see cictl list)");
+    }
+}
+
+bool TCTraceFilter::MayBeWanted(const recording::TSMessageHead& head, std::int64_t time,
+                                const TCDissector& dissector) const
+{
+    if (IsOver(time))
+    {
+        return false;
+    }
+    switch (head.type)
+    {
+    case DBUS_MESSAGE_TYPE_METHOD_CALL:
+        return (m_signals.empty() || !m_operations.empty()) &&
+               m_IsWantedCall(head); // one before --from may be answered
+    case DBUS_MESSAGE_TYPE_METHOD_RETURN:
+    case DBUS_MESSAGE_TYPE_ERROR:
+        return dissector.Awaits(head.destination, head.replySerial);
+    case DBUS_MESSAGE_TYPE_SIGNAL:
+        if (m_from && time < *m_from)
+        {
+            return false;
+        }
+        if (head.interface == MARK_INTERFACE)
+        {
+            return true;
+        }
+        return head.interface == CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME && (m_operations.empty() || !m_signals.empty());
+    default:
+        return false;
+    }
+}
+
+bool TCTraceFilter::m_IsWantedCall(const recording::TSMessageHead& head) const
+{
+    const json::TCInterfaceForm* const interface = InterfaceOf(head);
+    if (interface == nullptr || m_operations.empty())
+    {
+        return interface != nullptr;
+    }
+    return m_operations.count(interface->Find(protocol::MethodIdOf(head.FirstNumber()))) > 0;
+}
+
+bool TCTraceFilter::IsWanted(const TCDissector::TSDescribed& described) const
+{
+    const TJson& record = described.record;
+    if (record.is_null())
+    {
+        return false;
+    }
+    const std::string kind = record["kind"];
+    if (kind == "mark")
+    {
+        return true;
+    }
+    if ((m_slot && described.slot != m_slot) || (m_errorsOnly && !IsFailure(record)) ||
+        (m_slowerThanMs && (!described.ms || *described.ms <= *m_slowerThanMs)) ||
+        (m_from && described.moment.real < *m_from) || IsOver(described.moment.real))
+    {
+        return false;
+    }
+    if (kind == "signal")
+    {
+        return m_signals.empty() ? m_operations.empty() : described.signal && m_signals.count(*described.signal) > 0;
+    }
+    return m_operations.empty() ? m_signals.empty() : m_operations.count(described.operation) > 0;
+}
+
+bool IsFailure(const TJson& record)
+{
+    const auto result = record.find("result");
+    const bool isRefusal =
+        result != record.end() && (*result == false || (result->is_number_integer() && *result <= 0));
+    return isRefusal || record.contains("error");
+}
+} // namespace CIM::cictl

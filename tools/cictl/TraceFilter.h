@@ -1,0 +1,40 @@
+#pragma once
+
+#include "cictl/Dissector.h"
+#include "cictl/Verb.h"
+#include "recording/MessageHead.h"
+
+#include <set>
+
+namespace CIM::cictl
+{
+/// Which messages of a trace are wanted, as its options say. Bound to its thread.
+class TCTraceFilter
+{
+public:
+    /// \throws TCFailure for an option that could never let anything pass
+    explicit TCTraceFilter(const TCArguments& arguments);
+
+    /// Looks at a message before it is decoded. \param[in] time  nanoseconds since 1970
+    /// \return false when it cannot be wanted, nor is needed to understand another one
+    bool MayBeWanted(const recording::TSMessageHead& head, std::int64_t time, const TCDissector& dissector) const;
+    bool IsWanted(const TCDissector::TSDescribed& described) const;
+    /// Whether nothing that comes at a later time is wanted. \param[in] time  nanoseconds since 1970
+    bool IsOver(std::int64_t time) const { return m_to && time > *m_to; }
+
+private:
+    void m_TakeOperation(const std::string& word);
+    bool m_IsWantedCall(const recording::TSMessageHead& head) const;
+
+    std::set<const json::TCOperationForm*> m_operations; ///< empty: all
+    std::set<ECISignalType> m_signals;                   ///< empty: all
+    std::optional<std::int64_t> m_slot;
+    std::optional<double> m_slowerThanMs;
+    std::optional<std::int64_t> m_from;
+    std::optional<std::int64_t> m_to;
+    bool m_errorsOnly = false;
+};
+
+/// Whether something went wrong with what a record tells: an error, a reply that cannot be read, a refusal.
+bool IsFailure(const TJson& record);
+} // namespace CIM::cictl

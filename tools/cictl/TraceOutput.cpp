@@ -1,0 +1,52 @@
+#include "cictl/TraceOutput.h"
+
+#include "cictl/Output.h"
+
+namespace CIM::cictl
+{
+namespace
+{
+constexpr TSField TRACE_FIELDS[] = {
+    {"time", ""},          {"kind", ""},           {"from", "from"},     {"operation", ""},    {"type", ""},
+    {"oneWay", "one-way"}, {"program", "program"}, {"arguments", ""},    {"status", "status"}, {"result", "result"},
+    {"outputs", ""},       {"profile", "profile"}, {"handle", "handle"}, {"slot", "slot"},     {"code", "code"},
+    {"id", "id"},          {"value", "value"},     {"meaning", ""},      {"words", ""},        {"text", ""},
+    {"data", "data"},      {"after", "ms"},        {"error", "error"},
+};
+} // namespace
+
+TCTraceOutput::TCTraceOutput(const TCArguments& arguments)
+    : m_filter(arguments), m_dissector({.showSecrets = arguments.IsSet("show-secrets"),
+                                        .showRaw = arguments.IsSet("raw"),
+                                        .asJson = arguments.IsJson()}),
+      m_isSummary(arguments.IsSet("summary")), m_asJson(arguments.IsJson()),
+      m_count(arguments.Number("count", 1, 1'000'000'000, 0))
+{
+}
+
+TCDissector::TSDescribed TCTraceOutput::Take(DBusMessage* message, const recording::TSMoment& moment)
+{
+    TCDissector::TSDescribed described = m_dissector.Describe(message, moment);
+    if (m_filter.IsWanted(described))
+    {
+        ++m_seen;
+        if (m_isSummary)
+        {
+            m_summary.Add(described);
+        }
+        else
+        {
+            PrintEvent(TRACE_FIELDS, described.record, m_asJson);
+        }
+    }
+    return described;
+}
+
+void TCTraceOutput::Finish()
+{
+    if (m_isSummary)
+    {
+        m_summary.Print(m_dissector.Unanswered(), m_asJson);
+    }
+}
+} // namespace CIM::cictl

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "cictl/TraceFilter.h"
+#include "cictl/TraceSummary.h"
+
+namespace CIM::cictl
+{
+/// What is shown of a trace, as its options say: a line a message, or a summary at the end. Bound to its thread.
+class TCTraceOutput
+{
+public:
+    /// \throws TCFailure
+    explicit TCTraceOutput(const TCArguments& arguments);
+
+    TCDissector& Dissector() { return m_dissector; }
+    const TCTraceFilter& Filter() const { return m_filter; }
+    /// \return what was told of the message, wanted or not
+    TCDissector::TSDescribed Take(DBusMessage* message, const recording::TSMoment& moment);
+    /// Whether as many messages have been shown as --count says.
+    bool IsFull() const { return m_count != 0 && m_seen >= m_count; }
+    bool HasCount() const { return m_count != 0; }
+    /// What comes at the end.
+    void Finish();
+
+private:
+    TCTraceFilter m_filter;
+    TCDissector m_dissector;
+    TCTraceSummary m_summary;
+    bool m_isSummary;
+    bool m_asJson;
+    long m_count;
+    long m_seen = 0;
+};
+
+/// Reads a recording instead of the bus. \throws TCFailure
+EExit TraceFile(const TCArguments& arguments);
+} // namespace CIM::cictl
