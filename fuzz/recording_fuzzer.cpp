@@ -1,4 +1,3 @@
-#include "Memory.h"
 #include "Messages.h"
 
 #include "recording/MessageHead.h"
