@@ -3,6 +3,9 @@ include(CMakePackageConfigHelpers)
 
 set(ciapi_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ciapi)
 set(exported ciapi)
+# The pkg-config files lead from where they lie to their prefix: that of "cmake --install --prefix" is not known here.
+file(RELATIVE_PATH ciapi_pc_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" ciapi_pc_to_prefix "${ciapi_pc_to_prefix}")
 install(DIRECTORY include/ciapi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 if(CIAPI_PLATFORM STREQUAL "portable")
   list(APPEND exported tvplatform)
