@@ -7,7 +7,9 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <exception>
+#include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,49 +20,140 @@ namespace
 {
 void Complain(const std::string& text) { std::fprintf(stderr, "ci-daemon-sim: %s\n", text.c_str()); }
 
-/// Runs the command and passes on what is sent to us. The signals are blocked.
-int RunCommand(const std::vector<std::string>& command, const sigset_t& waited, const sigset_t& before)
+/// Becomes the command. \param[in] report  hears why that is not possible
+[[noreturn]] void Become(const std::vector<std::string>& command, int report)
 {
-    const pid_t maker = getpid();
-    const pid_t child = fork();
-    if (child < 0)
+    std::vector<char*> arguments;
+    for (const std::string& argument : command)
     {
-        Complain(std::string("no process for the command: ") + std::strerror(errno));
-        return EXIT_SANDBOX_FAILED;
+        arguments.push_back(const_cast<char*>(argument.c_str()));
     }
-    if (child == 0)
-    {
-        prctl(PR_SET_PDEATHSIG, SIGTERM);
-        if (getppid() != maker)
-        {
-            _exit(EXIT_SANDBOX_FAILED);
-        }
-        sigprocmask(SIG_SETMASK, &before, nullptr);
-        std::vector<char*> arguments;
-        for (const std::string& argument : command)
-        {
-            arguments.push_back(const_cast<char*>(argument.c_str()));
-        }
-        arguments.push_back(nullptr);
-        execvp(arguments[0], arguments.data());
-        const int error = errno;
-        Complain(command[0] + ": " + std::strerror(error));
-        _exit(error == ENOENT ? EXIT_NOT_FOUND : EXIT_NOT_EXECUTABLE);
-    }
-    for (;;)
-    {
-        if (const std::optional<int> status = privatebus::CheckForEnd(child))
-        {
-            return *status;
-        }
-        siginfo_t info{};
-        // What the terminal sends (SI_KERNEL) the command has got already.
-        if (sigwaitinfo(&waited, &info) > 0 && info.si_signo != SIGCHLD && info.si_code != SI_KERNEL)
-        {
-            privatebus::SendSignal(child, info.si_signo);
-        }
-    }
+    arguments.push_back(nullptr);
+    execvp(arguments[0], arguments.data());
+    const int error = errno;
+    Complain(command[0] + ": " + std::strerror(error));
+    [[maybe_unused]] const auto written = write(report, &error, sizeof error);
+    _exit(error == ENOENT ? EXIT_NOT_FOUND : EXIT_NOT_EXECUTABLE);
 }
+
+/// A command that runs beside its simulator. The signals are blocked.
+class TCCommand
+{
+public:
+    TCCommand(const TSSandboxOptions& options, const sigset_t& waited) : m_options(options), m_waited(waited) {}
+
+    TSCommandEnd Run(const sigset_t& before)
+    {
+        int report[2] = {-1, -1};
+        const pid_t maker = getpid();
+        m_child = pipe2(report, O_CLOEXEC) == 0 ? fork() : -1;
+        if (m_child < 0)
+        {
+            m_end.startError = errno;
+            m_end.status = EXIT_SANDBOX_FAILED;
+            Complain(std::string("no process for the command: ") + std::strerror(m_end.startError));
+            return m_end;
+        }
+        if (m_child == 0)
+        {
+            prctl(PR_SET_PDEATHSIG, SIGTERM);
+            if (getppid() != maker)
+            {
+                _exit(EXIT_SANDBOX_FAILED);
+            }
+            sigprocmask(SIG_SETMASK, &before, nullptr);
+            Become(m_options.command, report[1]);
+        }
+        close(report[1]);
+        // Until it has become the command, so that nothing that is sent to it hides that this is not possible.
+        int error = 0;
+        m_end.startError = read(report[0], &error, sizeof error) == sizeof error ? error : 0;
+        close(report[0]);
+        if (m_end.startError != 0)
+        {
+            m_end.status = privatebus::WaitForEnd(m_child);
+            return m_end;
+        }
+        while (!m_HasEnded())
+        {
+            m_AwaitSignal();
+        }
+        const timespec atOnce{};
+        siginfo_t info{};
+        while (sigtimedwait(&m_waited, &info, &atOnce) > 0) // the terminal's interrupt may come behind what it ended
+        {
+            m_Note(info);
+        }
+        return m_end;
+    }
+
+private:
+    static constexpr int PATIENCE_S = 2; ///< without a word for a command that was asked to end
+    static constexpr int MORE_S = 3;     ///< ... and with one
+
+    bool m_HasEnded()
+    {
+        siginfo_t info{};
+        if (waitid(P_PID, static_cast<id_t>(m_child), &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid == 0)
+        {
+            return false;
+        }
+        m_end.signal = info.si_code == CLD_EXITED ? 0 : info.si_status;
+        m_end.status = privatebus::WaitForEnd(m_child);
+        if (m_end.signal == SIGINT)
+        {
+            m_end.interruption = SIGINT;
+        }
+        return true;
+    }
+
+    void m_AwaitSignal()
+    {
+        siginfo_t info{};
+        const timespec limit{m_isHeldUp ? MORE_S : PATIENCE_S, 0};
+        const int number =
+            m_end.wasAsked && !m_isKilled ? sigtimedwait(&m_waited, &info, &limit) : sigwaitinfo(&m_waited, &info);
+        if (number > 0)
+        {
+            m_Note(info);
+            // What the terminal sends (SI_KERNEL) the command has got already.
+            if (number != SIGCHLD && info.si_code != SI_KERNEL)
+            {
+                privatebus::SendSignal(m_child, number);
+            }
+        }
+        else if (errno == EAGAIN && !m_isHeldUp)
+        {
+            m_isHeldUp = true;
+            Complain(m_options.command[0] + " was asked to end (SIGTERM) and goes on; waiting for it");
+        }
+        else if (errno == EAGAIN)
+        {
+            m_isKilled = privatebus::SendSignal(m_child, SIGKILL);
+            Complain(m_options.command[0] + " does not end within " + std::to_string(PATIENCE_S + MORE_S) +
+                     " s and is killed");
+        }
+    }
+
+    void m_Note(const siginfo_t& info)
+    {
+        if (info.si_signo == SIGTERM && m_options.isOver && m_options.isOver())
+        {
+            m_end.wasAsked = true;
+        }
+        else if (info.si_signo != SIGCHLD)
+        {
+            m_end.interruption = info.si_signo;
+        }
+    }
+
+    const TSSandboxOptions& m_options;
+    const sigset_t& m_waited;
+    TSCommandEnd m_end;
+    pid_t m_child = -1;
+    bool m_isHeldUp = false;
+    bool m_isKilled = false;
+};
 } // namespace
 
 int RunInSandbox(const TSSandboxOptions& options)
@@ -90,7 +183,12 @@ try
         privatebus::TCKeeper keeper;
         privatebus::WriteFeatureKeys(folder.FeatureKeyFile(), options.featureKeys);
         keeper.Start(folder, held);
-        status = RunCommand(options.command, waited, before);
+        const TSCommandEnd end = TCCommand(options, waited).Run(before);
+        status = end.status;
+        if (options.onCommandEnd)
+        {
+            options.onCommandEnd(end);
+        }
         const int simulatorStatus = keeper.LetGo();
         status = status == 0 ? simulatorStatus : status;
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "CommandEnd.h"
+
 #include <functional>
 #include <map>
 #include <string>
@@ -20,6 +22,11 @@ struct TSSandboxOptions
     /// \return its exit status
     std::function<int(const std::function<void()>& ready)> simulator;
     std::vector<std::string> command;
+    /// Whether the simulator wants the command to end: a SIGTERM then comes from it, not from a user. A command that
+    /// goes on all the same is ended after 5 seconds. May be empty.
+    std::function<bool()> isOver;
+    /// Called when the command has ended, or could not be started, and the simulator is there yet. May be empty.
+    std::function<void(const TSCommandEnd&)> onCommandEnd;
 };
 
 /// Runs a command beside a simulator on a private system bus with its own feature keys and readiness marker. All of it

@@ -15,19 +15,12 @@ namespace
 class TCLoop
 {
 public:
-    TCLoop() : m_loop(g_main_loop_new(nullptr, FALSE))
+    explicit TCLoop(std::function<void(int)> onSignal)
+        : m_loop(g_main_loop_new(nullptr, FALSE)), m_onSignal(std::move(onSignal))
     {
-        for (const int number : {SIGTERM, SIGINT, SIGHUP})
-        {
-            m_signals.push_back(g_unix_signal_add(
-                number,
-                [](void* self) -> gboolean
-                {
-                    static_cast<TCLoop*>(self)->Quit(0);
-                    return G_SOURCE_CONTINUE;
-                },
-                this));
-        }
+        m_Hear<SIGTERM>();
+        m_Hear<SIGINT>();
+        m_Hear<SIGHUP>();
     }
     ~TCLoop()
     {
@@ -60,7 +53,26 @@ public:
     }
 
 private:
+    template <int NUMBER>
+    void m_Hear()
+    {
+        m_signals.push_back(g_unix_signal_add(
+            NUMBER,
+            [](void* data) -> gboolean
+            {
+                auto* const self = static_cast<TCLoop*>(data);
+                if (self->m_onSignal && !self->m_isQuitting)
+                {
+                    self->m_onSignal(NUMBER);
+                }
+                self->Quit(0);
+                return G_SOURCE_CONTINUE;
+            },
+            this));
+    }
+
     GMainLoop* m_loop;
+    std::function<void(int)> m_onSignal;
     std::vector<guint> m_signals;
     bool m_isQuitting = false;
     int m_status = 0;
@@ -69,7 +81,7 @@ private:
 
 int Serve(const TSServeOptions& options)
 {
-    TCLoop loop;
+    TCLoop loop(options.onSignal);
     TCModel model(options.set, options.seed);
     model.AdvanceTo(options.warmUpMs);
     TCSimulatedDaemon daemon(model, options.daemon);

@@ -19,6 +19,8 @@ struct TSServeOptions
     std::vector<TSFault> faults; ///< of calls, on from the beginning
     /// Called once all names are owned.
     std::function<void()> onReady;
+    /// Called when a signal ends the simulator. May be empty.
+    std::function<void(int number)> onSignal;
     /// Called before the daemon goes on the bus, with a function that ends the simulator with an exit status; what it
     /// returns lives as long as the daemon. For whoever plays a story.
     std::function<std::shared_ptr<void>(TCSimulatedDaemon& daemon, std::function<void(int)> quit)> company;

@@ -4,6 +4,8 @@
 #include "simulator/daemon/Serve.h"
 #include "simulator/scenario/Junit.h"
 #include "simulator/scenario/Play.h"
+#include "simulator/scenario/Tell.h"
+#include "json/Harmless.h"
 
 #include <algorithm>
 #include <atomic>
@@ -18,6 +20,7 @@
 #include <optional>
 
 #include <glib.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -40,16 +43,19 @@ struct TSWanted
     std::vector<std::string> command;
 };
 
-/// \throws TCUsageError
-unsigned MsFromSeconds(const std::string& text)
+/// \return nothing with a line on standard error when it is no time to wait
+std::optional<unsigned> MsFromSeconds(const std::string& text)
 {
+    constexpr double LEAST = 0.001;
     constexpr double MOST = 1'000'000;
     double seconds = 0;
     const char* const end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, seconds);
-    if (error != std::errc() || rest != end || !(seconds >= 0 && seconds <= MOST))
+    if (error != std::errc() || rest != end || !(seconds >= LEAST && seconds <= MOST))
     {
-        throw TCUsageError("--step-timeout: a number of seconds is needed");
+        Tell("--step-timeout: a number of seconds from 0.001 to 1000000 is needed, not " + text +
+             " (see ci-daemon-sim play --help)");
+        return std::nullopt;
     }
     return static_cast<unsigned>(seconds * 1'000);
 }
@@ -69,16 +75,24 @@ public:
         }
         if (m_isLive)
         {
-            std::fprintf(stderr, "\r\033[K%s", words.c_str());
+            std::fprintf(stderr, "\r\033[K%s", CutToWidth(json::Harmless(words), Columns()).c_str());
             std::fflush(stderr);
         }
         else if (!words.empty())
         {
-            std::fprintf(stderr, "ci-daemon-sim: %s\n", words.c_str());
+            Tell(words);
         }
     }
 
 private:
+    /// Of the terminal, but for the one where a cursor that has come to its end would begin a new line.
+    static unsigned Columns()
+    {
+        winsize size{};
+        const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
+        return (isKnown ? size.ws_col : 80u) - 1;
+    }
+
     bool m_isLive;
     bool m_isTold;
 };
@@ -94,7 +108,7 @@ bool Open(std::ofstream& file, const std::string& path)
         file.open(path);
         if (!file)
         {
-            std::fprintf(stderr, "ci-daemon-sim: cannot write %s%s\n", path.c_str(), Reason().c_str());
+            Tell("cannot write " + path + Reason());
             return false;
         }
     }
@@ -108,8 +122,10 @@ public:
     TCPlayer(const TSScenario& scenario, const TSWanted& wanted) : m_scenario(scenario), m_wanted(wanted) {}
 
     /// Plays, until the simulator ends. \return its exit status
-    int Run(const std::function<void()>& ready, std::function<void()> over)
+    /// \param[in] end  how the command has ended, asked once it has; none: there is no command
+    int Run(const std::function<void()>& ready, std::function<void()> over, std::function<TSCommandEnd()> end)
     {
+        m_end = end ? std::move(end) : [this] { return m_ownEnd; };
         if (!Open(m_journal, m_wanted.journal) || !Open(m_junit, m_wanted.junit))
         {
             return 1;
@@ -134,10 +150,20 @@ public:
             }
         };
         const int status = Serve(ServeOptions(ready));
-        const int verdict = status == 0 && m_play && !m_hasBegun ? m_play->Verdict() : m_verdict;
+        if (status != 0 && isAlone && !m_hasBegun)
+        {
+            Tell("or give a command, which gets a bus of its own: ci-daemon-sim play " + m_wanted.scenario.front() +
+                 " -- COMMAND");
+        }
+        const int verdict = status == 0 && m_play && !m_hasBegun ? m_play->Verdict(m_end()) : m_verdict;
         if (m_play && m_junit.is_open())
         {
+            errno = 0;
             m_junit << JunitReport(m_scenario.name, m_play->Results()) << std::flush;
+            if (!m_junit)
+            {
+                Tell("the report cannot be written" + Reason());
+            }
         }
         return status != 0 ? status : verdict != 0 ? verdict : !m_journal || !m_junit ? EXIT_NO_JOURNAL : 0;
     }
@@ -159,6 +185,7 @@ private:
             m_play = MakePlay(m_scenario, daemon, m_options);
             return std::shared_ptr<void>(m_play.get(), [this](void*) { Finish(); });
         };
+        options.onSignal = [this](int number) { m_ownEnd.interruption = number; };
         options.onReady = [this, ready]
         {
             m_hasBegun = true;
@@ -179,7 +206,7 @@ private:
         }
         if (m_hasBegun)
         {
-            m_verdict = m_play->Verdict();
+            m_verdict = m_play->Verdict(m_end());
         }
     }
 
@@ -188,8 +215,8 @@ private:
         const auto results = m_play->Results();
         const auto played = std::count_if(results.begin(), results.begin() + static_cast<long>(m_scenario.Steps()),
                                           [](const TSPartResult& result) { return result.state == TSPartResult::MET; });
-        std::fprintf(stderr, "ci-daemon-sim: %s is over and met: %ld of %zu steps were played\n",
-                     m_scenario.name.c_str(), static_cast<long>(played), m_scenario.Steps());
+        Tell(m_scenario.name + " is over and met: " + std::to_string(played) + " of " +
+             std::to_string(m_scenario.Steps()) + " steps were played");
     }
 
     const TSScenario& m_scenario;
@@ -199,16 +226,19 @@ private:
     std::ofstream m_junit;
     std::unique_ptr<TCPlay> m_play;
     std::function<void(int)> m_quit;
+    std::function<TSCommandEnd()> m_end;
+    TSCommandEnd m_ownEnd; ///< without a command a signal is all that ends the play
     bool m_hasBegun = false;
     int m_verdict = 0;
 };
 
-/// What the simulator's process leaves for this one.
+/// What the simulator's process and this one leave for each other.
 struct TSMarks
 {
-    std::atomic<bool> isUnmet;
-    std::atomic<bool> isOver;
-    std::atomic<int> status;
+    std::atomic<bool> isOver; ///< the simulator asks the command to end
+    std::atomic<int> status;  ///< the simulator's
+    std::atomic<bool> hasEnded;
+    TSCommandEnd end; ///< the command's, once it has
 };
 class TCSharedMarks
 {
@@ -245,8 +275,9 @@ void OnTerminate(int number)
     }
 }
 
-/// Plays with the command beside. \return EXIT_UNMET when a step was not met, else the command's exit status, or the
-///         simulator's when the command was asked to end because the scenario was over
+/// Plays with the command beside. \return EXIT_NOT_FOUND and the like when there is no command to play with; else
+///         EXIT_UNMET when a step was not met; 128 and the signal when a user interrupted the play; else the command's
+///         exit status, or the simulator's when the command ended as it was asked to because the scenario was over
 int PlayBeside(const TSScenario& scenario, const TSWanted& wanted)
 {
     TCSharedMarks marks;
@@ -264,18 +295,32 @@ int PlayBeside(const TSScenario& scenario, const TSWanted& wanted)
                 kill(thePlayer, SIGTERM); // which hands it on to the command
             }
         };
-        const int status = TCPlayer(scenario, wanted).Run(ready, over);
+        const auto end = [&] { return marks->hasEnded ? marks->end : TSCommandEnd(); };
+        const int status = TCPlayer(scenario, wanted).Run(ready, over, end);
         marks->status = status;
         if (status == EXIT_UNMET)
         {
-            marks->isUnmet = true;
+            marks->isOver = true;
             kill(thePlayer, SIGTERM); // without its daemon the command would wait for long
         }
         return status;
     };
+    sandbox.isOver = [&] { return marks->isOver.load(); };
+    sandbox.onCommandEnd = [&](const TSCommandEnd& end)
+    {
+        marks->end = end;
+        marks->hasEnded = true;
+    };
     std::signal(SIGTERM, OnTerminate);
     const int status = RunInSandbox(sandbox);
-    return marks->isUnmet ? EXIT_UNMET : marks->isOver ? marks->status.load() : status;
+    const int verdict = marks->status;
+    if (marks->end.startError != 0)
+    {
+        return status;
+    }
+    const bool isInterrupted = marks->end.interruption != 0 && verdict == 128 + marks->end.interruption;
+    const bool isAsked = marks->isOver && !marks->end.IsBad();
+    return verdict == EXIT_UNMET || isInterrupted || isAsked ? verdict : status;
 }
 
 int PlayCommand(const TSWanted& wanted)
@@ -284,7 +329,7 @@ int PlayCommand(const TSWanted& wanted)
     scenario.seed = wanted.seed.value_or(scenario.seed);
     if (wanted.command.empty())
     {
-        return TCPlayer(scenario, wanted).Run({}, [] {});
+        return TCPlayer(scenario, wanted).Run({}, [] {}, {});
     }
     return PlayBeside(scenario, wanted);
 }
@@ -309,8 +354,10 @@ std::function<int()> PreparePlay(TCCommandLine line)
                "run this command beside it on a private bus; without: on the system bus, until SIGTERM");
     return [options]
     {
-        options->stepMs = options->stepTimeout.empty() ? options->stepMs : MsFromSeconds(options->stepTimeout);
-        return PlayCommand(*options);
+        const std::optional<unsigned> stepMs =
+            options->stepTimeout.empty() ? options->stepMs : MsFromSeconds(options->stepTimeout);
+        options->stepMs = stepMs.value_or(0);
+        return stepMs ? PlayCommand(*options) : 2;
     };
 }
 } // namespace CIM::sim

@@ -100,16 +100,21 @@ int TCMmi::GetEnquiry(unsigned char slot, bool& blind, unsigned char& length, TC
     {
         return 0;
     }
+    blind = page->blind;
+    length = page->length;
+    Assign(text, m_Prompt(slot, *page));
+    return 1;
+}
+
+std::u16string TCMmi::m_Prompt(std::size_t slot, const TSMmiPage& page) const
+{
     static constexpr std::u16string_view placeholder = u"{tries}";
-    std::u16string prompt = page->prompt;
+    std::u16string prompt = page.prompt;
     if (const std::size_t at = prompt.find(placeholder); at != std::u16string::npos)
     {
         prompt.replace(at, placeholder.size(), ToUnits(std::to_string(m_pin.TriesLeft(m_world.slots[slot]))));
     }
-    blind = page->blind;
-    length = page->length;
-    Assign(text, prompt);
-    return 1;
+    return prompt;
 }
 
 int TCMmi::GetChoices(unsigned char slot, EMmiKind kind, TCIText& title, TCIText& subtitle, TCIText& bottom,
@@ -378,7 +383,7 @@ json::TCDraft TCMmi::State() const
             result.Append(json::Record({{"slot", slot},
                                         {"kind", ToName(page.kind)},
                                         {"depth", path.size()},
-                                        {"text", ToUtf8(isEnquiry ? page.prompt : page.title)},
+                                        {"text", ToUtf8(isEnquiry ? m_Prompt(slot, page) : page.title)},
                                         {"entries", page.entries.size()}}));
         }
     }

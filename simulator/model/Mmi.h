@@ -52,6 +52,8 @@ private:
     };
 
     const TSMmiPage* m_Page(unsigned char slot, EMmiKind kind) const;
+    /// The question of an enquiry as it is shown.
+    std::u16string m_Prompt(std::size_t slot, const TSMmiPage& page) const;
     void m_Go(const TSSlot& slot, const TSMmiPage& page);
     void m_Back(const TSSlot& slot);
     void m_Follow(const TSSlot& slot, const std::vector<TSMmiPage>& next, bool stays);

@@ -44,6 +44,18 @@ json::TJson PartOf(const json::TJson& made, const json::TJson& meant)
     return part;
 }
 
+/// Of a text, however it is written.
+std::size_t CharactersOf(const json::TJson& text)
+{
+    if (!text.is_string())
+    {
+        return text.size();
+    }
+    const auto& utf8 = text.get_ref<const std::string&>();
+    return static_cast<std::size_t>(
+        std::count_if(utf8.begin(), utf8.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
 bool IsSent(const json::TSParameter* parameter)
 {
     return parameter != nullptr && protocol::IsInput(parameter->word) && parameter->nodeCount != 0;
@@ -112,6 +124,20 @@ std::vector<const json::TCOperationForm*> FindSent(const std::string& operation,
 }
 } // namespace
 
+namespace
+{
+/// Whether it answers a CAM's dialogue, and the CAM does not take it.
+bool IsRefusedAnswer(const TSJournalEntry& entry)
+{
+    if (entry.operation->FullName().find(".AnswerMmi") == std::string::npos || entry.reply.empty())
+    {
+        return false;
+    }
+    const json::TJson reply = entry.operation->ReplyToJson(entry.reply).json;
+    return reply.is_object() && reply.contains("result") && reply.at("result") == 0;
+}
+} // namespace
+
 std::string TSMadeCall::Text() const
 {
     json::TJson shown(arguments);
@@ -135,6 +161,7 @@ TSMadeCall ToMadeCall(const TSJournalEntry& entry)
     {
         made.form = entry.operation;
         made.operation = entry.operation->FullName();
+        made.isRefused = IsRefusedAnswer(entry);
         if (!json::MayHideSecrets(json::FindInterface(entry.interface), entry.operation, entry.request))
         {
             made.arguments = entry.operation->RequestToJson(entry.request).json;
@@ -213,12 +240,38 @@ TCCallPattern::TCCallPattern(const std::string& operation, const json::TJson& ar
     }
 }
 
+void TCCallPattern::MustBeShorter(const json::TJson& lengths, const json::TCJsonPath& path)
+{
+    for (const auto& [name, length] : json::MembersOf(lengths, path))
+    {
+        const json::TCJsonPath place(path, name);
+        const bool isText = std::any_of(m_meant.begin(), m_meant.end(),
+                                        [&, argument = std::string(name)](const TSMeant& meant)
+                                        {
+                                            const json::TSParameter* const parameter =
+                                                meant.form->FindParameter(argument);
+                                            return IsSent(parameter) && parameter->type->kind == json::EKind::TEXT;
+                                        });
+        if (!isText)
+        {
+            throw json::TCJsonError(place, m_operation + " sends no text of that name");
+        }
+        m_shorter[name] = json::UnsignedFromJson(length, UINT16_MAX, place);
+    }
+}
+
 bool TCCallPattern::Matches(const TSMadeCall& call) const
 {
-    return std::any_of(m_meant.begin(), m_meant.end(),
-                       [&](const TSMeant& meant) {
-                           return meant.form->FullName() == call.operation && Contains(call.arguments, meant.arguments);
-                       });
+    const bool areShort = std::all_of(m_shorter.begin(), m_shorter.end(),
+                                      [&](const auto& entry) {
+                                          return call.arguments.contains(entry.first) &&
+                                                 CharactersOf(call.arguments.at(entry.first)) < entry.second;
+                                      });
+    return areShort && std::any_of(m_meant.begin(), m_meant.end(),
+                                   [&](const TSMeant& meant) {
+                                       return meant.form->FullName() == call.operation &&
+                                              Contains(call.arguments, meant.arguments);
+                                   });
 }
 
 bool TCCallPattern::IsOf(const TSMadeCall& call) const

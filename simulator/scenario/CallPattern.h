@@ -2,6 +2,7 @@
 
 #include "json/Json.h"
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,7 @@ struct TSMadeCall
     json::TJson arguments; ///< by name; what could not be decoded is missing
     const json::TCOperationForm* form = nullptr; ///< null: unknown
     bool isSubscription = false;
+    bool isRefused = false; ///< an answer that the CAM did not take
 
     /// The call for people and journals: digits of PINs and process ids, which differ between runs, are not shown.
     std::string Text() const;
@@ -41,6 +43,9 @@ public:
     /// \param[in] path       where the two stand as members, for the text of an error
     /// \throws json::TCJsonError when no call can match
     TCCallPattern(const std::string& operation, const json::TJson& arguments, const json::TCJsonPath& path);
+
+    /// Only calls whose texts have fewer characters than these, by argument. \throws json::TCJsonError
+    void MustBeShorter(const json::TJson& lengths, const json::TCJsonPath& path);
 
     bool Matches(const TSMadeCall& call) const;
     /// Whether it is a call of the operation, with whatever arguments.
@@ -63,5 +68,6 @@ private:
 
     std::string m_operation;
     std::vector<TSMeant> m_meant; ///< at least one
+    std::map<std::string, std::size_t> m_shorter;
 };
 } // namespace CIM::sim

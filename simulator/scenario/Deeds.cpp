@@ -101,6 +101,10 @@ void TCRehearsal::Try(const TSControlStep& step, const TCJsonPath& path)
         throw TCJsonError(TCJsonPath(path, "cam"), "the name of a CAM of the set is needed; " +
                                                        ThereAre(m_set.CamNames(), cam->get<std::string>()));
     }
+    if (step.name == "insert" && cam != step.arguments.end() && cam->is_string())
+    {
+        m_inserted.insert(cam->get<std::string>());
+    }
     const auto menu = step.arguments.find("menu");
     if (step.name == "open-menu" && menu != step.arguments.end() && menu->is_string() && *menu != "")
     {
@@ -115,20 +119,26 @@ void TCRehearsal::Try(const TSControlStep& step, const TCJsonPath& path)
     }
 }
 
-/// Which CAM is in the slot then is not known now.
+/// Which of the CAMs is in the slot then is not known now.
 void TCRehearsal::m_NeedMenu(const std::string& menu, const TCJsonPath& path) const
 {
     TNames names;
+    bool isInserted = false;
     for (const TSCamDefinition& cam : m_set.cams)
     {
         for (const auto& [name, page] : cam.menus)
         {
             names.emplace_back(name);
+            isInserted = isInserted || (name == menu && m_inserted.count(cam.name) > 0);
         }
     }
     if (std::find(names.begin(), names.end(), menu) == names.end())
     {
         throw TCJsonError(path, "no CAM of the set has such a menu; " + ThereAre(names, menu));
+    }
+    if (!isInserted)
+    {
+        throw TCJsonError(path, "no CAM that has been inserted by then has such a menu");
     }
 }
 

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <variant>
 
@@ -47,7 +48,13 @@ class TCRehearsal
 {
 public:
     /// \param[in] set  outlives this
-    TCRehearsal(const TSSetDefinition& set, std::uint64_t seed) : m_set(set), m_model(set, seed) {}
+    TCRehearsal(const TSSetDefinition& set, std::uint64_t seed) : m_set(set), m_model(set, seed)
+    {
+        for (const auto& [slot, cam] : set.inserted)
+        {
+            m_inserted.insert(cam);
+        }
+    }
 
     void Try(const TSControlStep& step, const json::TCJsonPath& path);
     /// \throws json::TCJsonError when the set has no such slot
@@ -59,6 +66,7 @@ private:
 
     const TSSetDefinition& m_set;
     TCModel m_model;
+    std::set<std::string> m_inserted; ///< the CAMs that may be in a slot by now
 };
 
 /// The name and the value of what is written as an object with one member.

@@ -36,8 +36,8 @@ std::string JunitReport(const std::string& suite, const std::vector<TSPartResult
     };
     const std::string name = Escaped(suite);
     std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuite name=\"" + name + "\" tests=\"" +
-                      std::to_string(results.size()) + "\" failures=\"" + count(TSPartResult::UNMET) +
-                      "\" errors=\"0\" skipped=\"" + count(TSPartResult::PASSED_OVER) + "\">\n";
+                      std::to_string(results.size()) + "\" failures=\"" + count(TSPartResult::UNMET) + "\" errors=\"" +
+                      count(TSPartResult::BROKEN) + "\" skipped=\"" + count(TSPartResult::PASSED_OVER) + "\">\n";
     for (const TSPartResult& result : results)
     {
         xml += "  <testcase classname=\"" + name + "\" name=\"" + Escaped(result.name) + "\"";
@@ -46,10 +46,12 @@ std::string JunitReport(const std::string& suite, const std::vector<TSPartResult
             xml += "/>\n";
             continue;
         }
-        const std::string element = result.state == TSPartResult::UNMET ? "failure" : "skipped";
+        const std::string element = result.state == TSPartResult::UNMET    ? "failure"
+                                    : result.state == TSPartResult::BROKEN ? "error"
+                                                                           : "skipped";
         const std::string words = Escaped(result.words);
         xml += "><" + element + " message=\"" + words.substr(0, words.find('\n')) + "\"";
-        xml += element == "failure" ? ">" + words + "</failure>" : "/>";
+        xml += element != "skipped" ? ">" + words + "</" + element + ">" : "/>";
         xml += "</testcase>\n";
     }
     return xml + "</testsuite>\n";

@@ -2,12 +2,12 @@
 
 #include "simulator/model/Model.h"
 #include "Story.h"
+#include "Tell.h"
 #include "Timeline.h"
 
 #include "json/Signals.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <ostream>
 
@@ -43,19 +43,57 @@ void TCPlay::Begin()
     }
 }
 
-int TCPlay::Verdict()
+int TCPlay::Verdict(const TSCommandEnd& end)
 {
     m_options.quit = {};
     m_isEnding = true;
-    if (!m_hasFailed && !m_isOver)
+    m_end = end;
+    if (m_hasFailed)
+    {
+        return EXIT_UNMET;
+    }
+    if (!m_isOver && (end.interruption != 0 || end.startError != 0))
+    {
+        m_unreached = end.startError != 0 ? "the application was not started" : "interrupted";
+        if (end.startError != 0)
+        {
+            return 0; // which was told, and is no matter of the scenario's
+        }
+        const std::string where = m_where;
+        m_Progress("");
+        Tell("interrupted" + (where.empty() ? "" : ": " + where));
+        return 128 + end.interruption;
+    }
+    if (!m_isOver)
     {
         m_End();
+    }
+    if (!m_hasFailed && end.IsBad() && end.startError == 0)
+    {
+        Tell("the application does not end well: " + end.Words());
     }
     return m_hasFailed ? EXIT_UNMET : 0;
 }
 
+std::vector<TSPartResult> TCPlay::Results() const
+{
+    std::vector<TSPartResult> results = m_Results();
+    if (m_end.IsBad())
+    {
+        results.push_back({"the application ends well", TSPartResult::BROKEN, m_end.Words()});
+    }
+    return results;
+}
+
+std::string TCPlay::m_EndedBefore() const
+{
+    const std::string how = m_end.Words();
+    return "the application ended before" + (how.empty() ? "" : ": " + how);
+}
+
 void TCPlay::m_Progress(const std::string& words)
 {
+    m_where = words;
     if (m_options.onProgress)
     {
         m_options.onProgress(words);
@@ -65,7 +103,7 @@ void TCPlay::m_Progress(const std::string& words)
 void TCPlay::m_Fail(int line, const std::string& text)
 {
     m_Progress("");
-    std::fprintf(stderr, "ci-daemon-sim: %s:%d: %s\n", m_scenario.file.c_str(), line, text.c_str());
+    Tell(m_scenario.file + ":" + std::to_string(line) + ": " + text);
     m_hasFailed = true;
     m_timers.CancelAll();
     if (m_options.quit)
@@ -99,8 +137,8 @@ void TCPlay::m_Note(const std::string& line)
     *journal << line << std::endl;
     if (!*journal)
     {
-        std::fprintf(stderr, "ci-daemon-sim: the journal cannot be written%s%s; it is incomplete\n",
-                     errno != 0 ? ": " : "", errno != 0 ? std::strerror(errno) : "");
+        Tell("the journal cannot be written" + (errno != 0 ? std::string(": ") + std::strerror(errno) : "") +
+             "; it is incomplete");
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Scenario.h"
+#include "simulator/daemon/CommandEnd.h"
 #include "simulator/daemon/SimulatedDaemon.h"
 
 #include <functional>
@@ -36,6 +37,7 @@ struct TSPartResult
         MET,
         UNMET,
         PASSED_OVER,
+        BROKEN, ///< not by the scenario: the application fails by itself
     };
     std::string name;
     EState state = MET;
@@ -56,9 +58,12 @@ public:
     void Begin();
 
     /// The application has ended, the daemon has not.
-    /// \return 0, or EXIT_UNMET, with a line on standard error, when a part still waits for the application
-    int Verdict();
-    virtual std::vector<TSPartResult> Results() const = 0;
+    /// \param[in] end  how, as far as that is known
+    /// \return 0; EXIT_UNMET, with a line on standard error, when a part still waits for the application; 128 and the
+    ///         signal, with such a line, when a user has interrupted it instead
+    int Verdict(const TSCommandEnd& end = {});
+    /// What became of each part, and behind them of the application, if it has failed by itself.
+    std::vector<TSPartResult> Results() const;
 
 protected:
     /// Goes as far as it can.
@@ -67,6 +72,9 @@ protected:
     virtual void m_OnSignal(const TSSignal&) {}
     /// Nothing more comes of the application: says what is unmet then.
     virtual void m_End() = 0;
+    virtual std::vector<TSPartResult> m_Results() const = 0;
+    /// "the application ended before", and how.
+    std::string m_EndedBefore() const;
 
     /// Says on standard error what is not met, and ends the play.
     /// \param[in] text  behind file and line
@@ -81,9 +89,12 @@ protected:
     bool m_hasBegun = false;
     bool m_hasFailed = false;
     bool m_isOver = false;
-    bool m_isEnding = false; ///< the application has ended
+    bool m_isEnding = false;                        ///< the application has ended
+    TSCommandEnd m_end;                             ///< ... in this way
+    std::string m_unreached = "it was not reached"; ///< why the rest was not played
 
 private:
+    std::string m_where; ///< told last
     void m_Note(const std::string& line);
 };
 

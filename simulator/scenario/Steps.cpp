@@ -90,7 +90,12 @@ TCCallPattern TakePattern(TCJsonObject& object, const TCJsonPath& path)
     std::string operation;
     object.Needed("operation", operation);
     const TJson* const arguments = object.Take("arguments");
-    return TCCallPattern(operation, arguments != nullptr ? *arguments : TJson(), path);
+    TCCallPattern pattern(operation, arguments != nullptr ? *arguments : TJson(), path);
+    if (const TJson* const lengths = object.Take("shorterThan"))
+    {
+        pattern.MustBeShorter(*lengths, TCJsonPath(path, "shorterThan"));
+    }
+    return pattern;
 }
 
 TAction ReadStep(const TJson& step, const TCJsonPath& path, TCRehearsal& rehearsal)

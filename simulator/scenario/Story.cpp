@@ -1,6 +1,7 @@
 #include "Story.h"
 
 #include "simulator/model/Model.h"
+#include "json/Harmless.h"
 
 #include <algorithm>
 
@@ -159,14 +160,14 @@ TCStory::EProgress TCStory::m_Try(const TSEvent& event)
     }
     if (m_isEnding)
     {
-        return m_GiveUp(event, "the application ended before");
+        return m_GiveUp(event, m_EndedBefore());
     }
     if (m_isTimeOver)
     {
         return m_GiveUp(event, "that did not come within " + std::to_string(event.withinMs.value_or(m_options.stepMs)) +
                                    " ms");
     }
-    m_Tell(m_when.Words());
+    m_Tell(json::Harmless(m_when.Words()));
     if (!isDue)
     {
         m_WakeAt(due);
@@ -183,7 +184,7 @@ TCStory::EProgress TCStory::m_GiveUp(const TSEvent& event, const std::string& wh
     {
         return m_PassOver(event, event.otherwise) ? PASSED : FAILED;
     }
-    m_FailEvent(event, "waits " + m_when.Words() + "; " + why + m_Instead(m_when));
+    m_FailEvent(event, "waits " + json::Harmless(m_when.Words()) + "; " + why + m_Instead(m_when));
     return FAILED;
 }
 

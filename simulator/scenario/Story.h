@@ -10,7 +10,6 @@ class TCStory final : public TCPlay
 {
 public:
     TCStory(TSScenario scenario, TCSimulatedDaemon& daemon, TSPlayOptions options);
-    std::vector<TSPartResult> Results() const override;
 
 private:
     enum EProgress
@@ -25,6 +24,7 @@ private:
     void m_OnSignal(const TSSignal& signal) override;
     void m_Proceed() override;
     void m_End() override;
+    std::vector<TSPartResult> m_Results() const override;
 
     const std::vector<TSEvent>& m_Events() const { return m_scenario.story->events; }
     TSScene m_Scene() { return {m_daemon.Model(), m_daemon.Clients(), m_history}; }

@@ -1,11 +1,16 @@
 #include "Story.h"
 
-#include <cstdio>
+#include "Tell.h"
 
 // When a story is over: its last event has happened or was passed over, and no expectation waits for anything more.
 
 namespace CIM::sim
 {
+namespace
+{
+std::string Behind(const std::string& words) { return words.empty() ? words : ": " + words; }
+} // namespace
+
 void TCStory::m_AtEnd()
 {
     std::string waits;
@@ -19,7 +24,7 @@ void TCStory::m_AtEnd()
         const bool isWindow = watch.Expectation().withinMs.has_value();
         if (m_isEnding || (m_isTimeOver && !isWindow && !watch.HasEnough()))
         {
-            if (!m_Close(watch, m_isEnding ? "before the application ended"
+            if (!m_Close(watch, m_isEnding ? "before the application ended" + Behind(m_end.Words())
                                            : "within " + std::to_string(m_options.stepMs) + " ms of the last event"))
             {
                 return;
@@ -50,7 +55,7 @@ void TCStory::m_End()
     m_Proceed();
     if (!m_hasFailed && !m_isOver && !m_hasBegun)
     {
-        m_FailEvent(m_Events().front(), "the application ended before the daemon was ready");
+        m_FailEvent(m_Events().front(), m_EndedBefore() + ": the daemon was not ready");
     }
 }
 
@@ -65,7 +70,7 @@ void TCStory::m_Finish()
     {
         if (!m_passedOver[i].empty())
         {
-            std::fprintf(stderr, "ci-daemon-sim: not played: %s: %s\n", m_Step(i).c_str(), m_passedOver[i].c_str());
+            sim::Tell("not played: " + m_Step(i) + ": " + m_passedOver[i]);
         }
     }
     m_Over();

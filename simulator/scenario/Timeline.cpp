@@ -18,7 +18,7 @@ bool Expects(const TSStep& step)
 }
 } // namespace
 
-std::vector<TSPartResult> TCTimeline::Results() const
+std::vector<TSPartResult> TCTimeline::m_Results() const
 {
     std::vector<TSPartResult> results;
     for (const TSStep& step : m_scenario.timeline)
@@ -33,7 +33,7 @@ std::vector<TSPartResult> TCTimeline::Results() const
         else if (index >= m_next)
         {
             result.state = TSPartResult::PASSED_OVER;
-            result.words = "it was not reached";
+            result.words = m_unreached;
         }
         results.push_back(std::move(result));
     }
@@ -47,7 +47,7 @@ void TCTimeline::m_End()
     if (waiting != m_scenario.timeline.end())
     {
         m_next = static_cast<std::size_t>(waiting - m_scenario.timeline.begin());
-        m_Fail("the application ended before");
+        m_Fail(m_EndedBefore());
     }
 }
 

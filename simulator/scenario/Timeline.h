@@ -11,7 +11,6 @@ class TCTimeline final : public TCPlay
 {
 public:
     using TCPlay::TCPlay;
-    std::vector<TSPartResult> Results() const override;
 
 private:
     enum EProgress
@@ -24,6 +23,7 @@ private:
     void m_OnCall(const TSMadeCall& call) override;
     void m_Proceed() override;
     void m_End() override;
+    std::vector<TSPartResult> m_Results() const override;
     void m_LimitTo(unsigned milliseconds);
     void m_AwaitApplication(std::optional<unsigned> withinMs);
     EProgress m_Fail(const std::string& why);

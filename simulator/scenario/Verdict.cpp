@@ -1,6 +1,9 @@
 #include "Story.h"
 
 #include "Words.h"
+#include "json/Harmless.h"
+
+#include <algorithm>
 
 // What a story says about itself: what is not met, and what came instead.
 
@@ -67,7 +70,11 @@ std::string TCStory::m_Instead(const TSWhen& when)
             }
             if (condition.now)
             {
-                words += "\n  but " + condition.now(m_Scene());
+                // The event before may have been the call itself.
+                const std::string refused =
+                    LastRefused(m_history.calls, m_since.calls - std::min<std::uint64_t>(m_since.calls, 1));
+                words +=
+                    "\n  but " + json::Harmless(condition.now(m_Scene())) + (refused.empty() ? "" : ", and " + refused);
             }
             if (condition.call)
             {
@@ -92,7 +99,7 @@ std::string TCStory::m_InsteadOf(const TCWatch& watch) const
     return "but " + (nearest.empty() ? "no call came in that time" : nearest);
 }
 
-std::vector<TSPartResult> TCStory::Results() const
+std::vector<TSPartResult> TCStory::m_Results() const
 {
     std::vector<TSPartResult> results;
     for (std::size_t i = 0; i < m_Events().size(); ++i)
@@ -102,7 +109,7 @@ std::vector<TSPartResult> TCStory::Results() const
         {
             const bool isUnmet = m_failedEvent == i;
             result.state = isUnmet ? TSPartResult::UNMET : TSPartResult::PASSED_OVER;
-            result.words = isUnmet ? m_failure : i < m_next ? m_passedOver[i] : "it was not reached";
+            result.words = isUnmet ? m_failure : i < m_next ? m_passedOver[i] : m_unreached;
         }
         results.push_back(std::move(result));
     }
@@ -119,7 +126,7 @@ std::vector<TSPartResult> TCStory::Results() const
         else if (watch.State() != TCWatch::MET)
         {
             result.state = TSPartResult::PASSED_OVER;
-            result.words = "what it is about was not played to its end";
+            result.words = m_end.interruption != 0 ? m_unreached : "what it is about was not played to its end";
         }
         results.push_back(std::move(result));
     }

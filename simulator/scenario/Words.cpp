@@ -51,6 +51,8 @@ void Differ(const std::string& name, const TJson& made, const TJson& wanted, std
     }
 }
 
+std::string Refusal(const TSMadeCall& call) { return call.isRefused ? " and was refused" : ""; }
+
 /// How much two operations have to do with each other: the words that their names share, but for what is done.
 int Kinship(const std::string& left, const std::string& right)
 {
@@ -75,6 +77,11 @@ std::string TCCallPattern::Words() const
         words += isFirst ? " with " : ", ";
         isFirst = false;
         words += IsSecret(*this, item.key()) ? "a certain " + item.key() : item.key() + " " + Shown(item.value());
+    }
+    for (const auto& [name, length] : m_shorter)
+    {
+        words += (isFirst ? " with " : ", ") + name + " of fewer than " + std::to_string(length) + " characters";
+        isFirst = false;
     }
     return words;
 }
@@ -102,6 +109,18 @@ std::string WhatDiffers(const TCCallPattern& pattern, const TSMadeCall& call)
     return words;
 }
 
+std::string LastRefused(const TCArrivals<TSMadeCall>& calls, std::uint64_t begin)
+{
+    for (std::uint64_t i = calls.End(); i > std::max(begin, calls.Begin()); --i)
+    {
+        if (calls[i - 1].isRefused)
+        {
+            return WithoutInterface(calls[i - 1].operation) + " came and was refused";
+        }
+    }
+    return {};
+}
+
 std::string NearestTo(const TCCallPattern& pattern, const TCArrivals<TSMadeCall>& calls, std::uint64_t begin)
 {
     const TSMadeCall* same = nullptr;
@@ -122,13 +141,13 @@ std::string NearestTo(const TCCallPattern& pattern, const TCArrivals<TSMadeCall>
     }
     if (same != nullptr)
     {
-        return WithoutInterface(same->operation) + " came with " + WhatDiffers(pattern, *same);
+        return WithoutInterface(same->operation) + " came with " + WhatDiffers(pattern, *same) + Refusal(*same);
     }
     if (related == nullptr)
     {
         return others > 0 ? "nothing like it came" : std::string();
     }
-    return related->Text() + " came" +
+    return related->Text() + " came" + Refusal(*related) +
            (others > 1 ? ", the nearest of " + std::to_string(others) + " calls" : ", and nothing else");
 }
 } // namespace CIM::sim

@@ -23,7 +23,7 @@ WORDS = {
 # else may be passed over.
 PASSED_OVER = {
     "ca-pmt-life": {3, 4, 5, 6, 8},
-    "cam-pulled": {4, 7, 10},
+    "cam-pulled": {4, 7, 10, 11},
     "enquiry-pin": {7, 9, 10},
     "enquiry-visible": {7, 8},
     "malformed-data": {3, 4},

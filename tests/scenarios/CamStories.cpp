@@ -168,7 +168,7 @@ void PinEnquiry(TCApplication& application)
     NEED(application.general.AnswerMmiMenu(0, 0, false, false) == 1);
     application.Next(MMI, CI_MMI_STATUS_SESSION_CLOSED);
     NEED(application.general.EnterMenu(0, false) == 1);
-    for (const auto* const wrong : {u"42", u"0420"})
+    for (const auto* const wrong : {u"4200", u"0420"})
     {
         application.Next(MMI, CI_MMI_STATUS_ENQUIRY_RECEIVED);
         NEED(Answer(application, MMI_ANSWER_ID_ANSWER, wrong) == 1);

@@ -87,6 +87,15 @@ TEST(StoryFile, WhatNoApplicationCouldMeetIsFound)
         {Story(R"({ "says": "s", "do": [{ "wait": 5 }] })"),
          "story[0].do[0].wait: there is nothing of that name to do"},
         {Story(R"({ "says": "s", "do": [{ "remove": { "slot": 2 } }] })"), "do[0].remove.slot: there is no such slot"},
+        {Story(
+             R"({ "says": "s", "do": [{ "remove": { "slot": 0 } }, { "open-menu": { "menu": "no-entitlement" } }] })"),
+         ""},
+        {Story(R"({ "says": "s", "do": [{ "open-menu": { "menu": "no-entitlement" } }] })",
+               R"(, "set": { "base": "default", "inserted": {} })"),
+         "f:5:52: story[0].do[0].open-menu.menu: no CAM that has been inserted by then has such a menu"},
+        {expect(R"(, "after": "a", "before": "b" }, { "says": "v", "call": { "operation": "ICIGeneral.AnswerMmiEnquiry",
+                   "shorterThan": { "slot": 4 } })"),
+         "expect[1].call.shorterThan.slot: ICIGeneral.AnswerMmiEnquiry sends no text of that name"},
         {Story(R"({ "says": "s", "name": "a" }, { "says": "t", "name": "a" })"),
          "story[1].name: another event has this"},
         {when(R"({ "cma": {} })"), "f:5:37: story[0].when.cma: there is no such condition; did you mean cam?"},
@@ -184,8 +193,11 @@ TEST(StoryPlay, WhatIsOptionalIsPassedOverUnlessTheWholeIsWanted)
         {"--patient", "true", 0, {"not played: step 1 of 3"}}, // the application ends first
         {"--whole --end", "sleep 20", 3, {"x.json:5: step 1 of 3", "not played: nobody asks"}},
         {"--verbose --end", "sleep 20", 0, {"step 1 of 3: a <PIN> & \"more\"; waits for IsCamPinNeeded\n"}},
-        {"", "sh -c \"exit 41\"", 41, {}},
-        {"--step-timeout soon", "true", 2, {"--step-timeout: a number of seconds is needed"}},
+        {"", "sh -c \"exit 41\"", 41, {"the application does not end well: with status 41\n"}},
+        {"--step-timeout soon",
+         "true",
+         2,
+         {"--step-timeout: a number of seconds from 0.001 to 1000000 is needed, not soon"}},
     };
     for (const TSCase& row : cases)
     {
@@ -206,7 +218,8 @@ TEST(StoryPlay, WhatIsOptionalIsPassedOverUnlessTheWholeIsWanted)
         }
         else if (!xml.empty())
         {
-            EXPECT_THAT(xml, AllOf(HasSubstr("tests=\"4\" failures=\"0\" errors=\"0\" skipped=\"3\""),
+            EXPECT_THAT(xml, AllOf(HasSubstr(row.status == 0 ? "tests=\"4\" failures=\"0\" errors=\"0\" skipped=\"3\""
+                                                             : "tests=\"5\" failures=\"0\" errors=\"1\" skipped=\"3\""),
                                    HasSubstr("<skipped message=\"nobody asks\"/>")));
         }
     }

@@ -1,7 +1,5 @@
 #include "cictl/Output.h"
 
-#include "json/Scalars.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -16,13 +14,6 @@ using json::TJson;
 
 namespace
 {
-// What may change how a terminal shows what follows: the C0 and C1 controls, and what turns writing directions around.
-bool IsDangerous(unsigned unit)
-{
-    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || unit == 0x200E || unit == 0x200F ||
-           (unit >= 0x2028 && unit <= 0x202E) || (unit >= 0x2066 && unit <= 0x2069);
-}
-
 void CheckKeys(std::span<const TSField> fields, const TJson& record)
 {
     for (const auto& member : record.items())
@@ -84,27 +75,6 @@ void PrintValue(const std::string& label, const TJson& value, std::size_t width,
     }
 }
 } // namespace
-
-std::string Harmless(std::string_view text)
-{
-    const std::vector<unsigned short> units = json::UnitsFromUtf8(text);
-    std::string safe;
-    safe.reserve(text.size());
-    for (std::size_t i = 0; i < units.size(); ++i)
-    {
-        if (IsDangerous(units[i]))
-        {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, units[i] < 0x100 ? "\\x%02x" : "\\u%04x", units[i]);
-            safe += escaped;
-            continue;
-        }
-        const bool isPair = units[i] >= 0xD800 && units[i] < 0xDC00; // made from UTF-8, so that the other half follows
-        safe += json::Utf8FromUnits({units.data() + i, isPair ? 2u : 1u}).value_or("\xEF\xBF\xBD");
-        i += isPair ? 1 : 0;
-    }
-    return safe;
-}
 
 std::string InWords(const TJson& value)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cictl/Exit.h"
+#include "json/Harmless.h"
 #include "json/Json.h"
 
 #include <ostream>
@@ -17,9 +18,7 @@ struct TSField
     const char* label;
 };
 
-/// Makes a text that came from elsewhere safe for a terminal: control characters become "\x1b" and the like, and bytes
-/// that are not UTF-8 the replacement character.
-std::string Harmless(std::string_view text);
+using json::Harmless;
 
 /// A value in one line of text.
 std::string InWords(const json::TJson& value);

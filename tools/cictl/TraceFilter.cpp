@@ -1,7 +1,7 @@
 #include "cictl/TraceFilter.h"
 
-#include "json/Signals.h"
 #include "protocol/Envelope.h"
+#include "json/Signals.h"
 
 #include <ciapi/CINames.h>
 
