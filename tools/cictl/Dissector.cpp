@@ -222,7 +222,7 @@ void TCDissector::m_DescribeReply(DBusMessage* message, TSDescribed& described)
     described.slot = call.slot;
     described.ms = std::round(static_cast<double>(after) / 1000) / 1000;
     TJson& record = described.record;
-    record = {{"time", TimeText(m_moment.real)}, {"kind", "reply"}, {"operation", call.name}, {"after", *described.ms}};
+    record = {{"time", TimeText(m_moment.real)}, {"kind", "reply"}, {"operation", call.name}, {"ms", *described.ms}};
     if (dbus_message_get_type(message) == DBUS_MESSAGE_TYPE_ERROR)
     {
         const char* text = nullptr;

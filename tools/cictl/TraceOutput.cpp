@@ -11,7 +11,7 @@ constexpr TSField TRACE_FIELDS[] = {
     {"oneWay", "one-way"}, {"program", "program"}, {"arguments", ""},    {"status", "status"}, {"result", "result"},
     {"outputs", ""},       {"profile", "profile"}, {"handle", "handle"}, {"slot", "slot"},     {"code", "code"},
     {"id", "id"},          {"value", "value"},     {"meaning", ""},      {"words", ""},        {"text", ""},
-    {"data", "data"},      {"after", "ms"},        {"error", "error"},
+    {"data", "data"},      {"ms", "ms"},           {"error", "error"},
 };
 } // namespace
 
