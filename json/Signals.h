@@ -2,11 +2,11 @@
 
 #include "json/Forms.h"
 
-#include "protocol/SignalData.h"
+#include "protocol/SignalRows.h"
 
 #include <string>
 
-// What signals carry, in words and as JSON, by the rows of protocol/SignalData.h. All functions are reentrant.
+// What signals carry, in words and as JSON, by the rows of protocol/SignalRows.h. All functions are reentrant.
 
 namespace CIM::json
 {

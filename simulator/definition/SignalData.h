@@ -1,8 +1,8 @@
 #pragma once
 
-#include "protocol/SignalData.h"
+#include "protocol/SignalRows.h"
 
-// What the simulator puts into its signals: docs/signals.md, and the rows in protocol/SignalData.h.
+// What the simulator puts into its signals: docs/signals.md, and the rows in protocol/SignalRows.h.
 
 namespace CIM::sim
 {

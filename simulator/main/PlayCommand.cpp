@@ -1,3 +1,5 @@
+#include "commandline/Duration.h"
+#include "commandline/TerminalWidth.h"
 #include "Commands.h"
 #include "privatebus/BusFolder.h"
 #include "simulator/daemon/Sandbox.h"
@@ -10,7 +12,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -20,7 +21,6 @@
 #include <optional>
 
 #include <glib.h>
-#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -43,23 +43,6 @@ struct TSWanted
     std::vector<std::string> command;
 };
 
-/// \return nothing with a line on standard error when it is no time to wait
-std::optional<unsigned> MsFromSeconds(const std::string& text)
-{
-    constexpr double LEAST = 0.001;
-    constexpr double MOST = 1'000'000;
-    double seconds = 0;
-    const char* const end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, seconds);
-    if (error != std::errc() || rest != end || !(seconds >= LEAST && seconds <= MOST))
-    {
-        Tell("--step-timeout: a number of seconds from 0.001 to 1000000 is needed, not " + text +
-             " (see ci-daemon-sim play --help)");
-        return std::nullopt;
-    }
-    return static_cast<unsigned>(seconds * 1'000);
-}
-
 /// Says on standard error where the story is.
 class TCTeller
 {
@@ -75,7 +58,9 @@ public:
         }
         if (m_isLive)
         {
-            std::fprintf(stderr, "\r\033[K%s", CutToWidth(json::Harmless(words), Columns()).c_str());
+            // But for the column where a cursor that has come to its end would begin a new line.
+            const unsigned columns = std::max(TerminalColumns(STDERR_FILENO), 2u) - 1;
+            std::fprintf(stderr, "\r\033[K%s", CutToWidth(json::Harmless(words), columns).c_str());
             std::fflush(stderr);
         }
         else if (!words.empty())
@@ -85,14 +70,6 @@ public:
     }
 
 private:
-    /// Of the terminal, but for the one where a cursor that has come to its end would begin a new line.
-    static unsigned Columns()
-    {
-        winsize size{};
-        const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
-        return (isKnown ? size.ws_col : 80u) - 1;
-    }
-
     bool m_isLive;
     bool m_isTold;
 };
@@ -354,10 +331,18 @@ std::function<int()> PreparePlay(TCCommandLine line)
                "run this command beside it on a private bus; without: on the system bus, until SIGTERM");
     return [options]
     {
-        const std::optional<unsigned> stepMs =
-            options->stepTimeout.empty() ? options->stepMs : MsFromSeconds(options->stepTimeout);
-        options->stepMs = stepMs.value_or(0);
-        return stepMs ? PlayCommand(*options) : 2;
+        if (!options->stepTimeout.empty())
+        {
+            const auto patience = PatienceFrom(options->stepTimeout);
+            if (!patience)
+            {
+                Tell(std::string("--step-timeout: ") + PATIENCE_WORDS + " are needed, not " + options->stepTimeout +
+                     " (see ci-daemon-sim play --help)");
+                return 2;
+            }
+            options->stepMs = static_cast<unsigned>(patience->count());
+        }
+        return PlayCommand(*options);
     };
 }
 } // namespace CIM::sim

@@ -194,10 +194,7 @@ TEST(StoryPlay, WhatIsOptionalIsPassedOverUnlessTheWholeIsWanted)
         {"--whole --end", "sleep 20", 3, {"x.json:5: step 1 of 3", "not played: nobody asks"}},
         {"--verbose --end", "sleep 20", 0, {"step 1 of 3: a <PIN> & \"more\"; waits for IsCamPinNeeded\n"}},
         {"", "sh -c \"exit 41\"", 41, {"the application does not end well: with status 41\n"}},
-        {"--step-timeout soon",
-         "true",
-         2,
-         {"--step-timeout: a number of seconds from 0.001 to 1000000 is needed, not soon"}},
+        {"--step-timeout soon", "true", 2, {"--step-timeout: seconds from 0.001 to 2000000 are needed, not soon"}},
     };
     for (const TSCase& row : cases)
     {

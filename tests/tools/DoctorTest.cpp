@@ -137,38 +137,27 @@ TEST(Doctor, FindsWhatIsWrongWithoutADaemon)
                  "wrong    feature key: com.kelvora/featureconf/broadcasting.ci",
                  "wrong    feature key: com.kelvora/featureconf/broadcasting.certification", "wrong    bus"}},
                DOCTOR);
-        ASSERT_EQ(mkfifo(folder.File("none").c_str(), 0600), 0);
-        Expect(
-            {"a pipe for a key file",
-             5,
-             {"wrong    key file", "wrong    feature key: com.kelvora/featureconf/product.num_of_ci: a key file cannot",
-              "wrong    feature key: com.kelvora/featureconf/broadcasting.ci", "wrong    bus",
-              "wrong    feature key: com.kelvora/featureconf/broadcasting.certification",
-              "wrong    feature key: com.kelvora/featureconf/broadcasting.tvs",
-              "wrong    feature key: com.kelvora/featureconf/tv_model"}},
-            DOCTOR);
-        std::filesystem::remove(folder.File("none"));
-        std::filesystem::create_symlink("none", folder.File("none")); // not even root can look at it
-        Expect(
-            {"a key file that cannot be looked at",
-             5,
-             {"wrong    key file", "wrong    feature key: com.kelvora/featureconf/product.num_of_ci: a key file cannot",
-              "wrong    feature key: com.kelvora/featureconf/broadcasting.ci", "wrong    bus",
-              "wrong    feature key: com.kelvora/featureconf/broadcasting.certification",
-              "wrong    feature key: com.kelvora/featureconf/broadcasting.tvs",
-              "wrong    feature key: com.kelvora/featureconf/tv_model"}},
-            DOCTOR);
-        std::filesystem::remove(folder.File("none"));
-        std::ofstream(folder.File("none")) << "nonsense\n";
-        Expect(
-            {"no syntax",
-             5,
-             {"wrong    key file", "wrong    feature key: com.kelvora/featureconf/product.num_of_ci: a key file cannot",
-              "wrong    feature key: com.kelvora/featureconf/broadcasting.ci", "wrong    bus",
-              "wrong    feature key: com.kelvora/featureconf/broadcasting.certification",
-              "wrong    feature key: com.kelvora/featureconf/broadcasting.tvs",
-              "wrong    feature key: com.kelvora/featureconf/tv_model"}},
-            DOCTOR);
+        const std::string place = folder.File("none");
+        const std::pair<const char*, std::function<void()>> unreadable[] = {
+            {"a pipe for a key file", [&] { ASSERT_EQ(mkfifo(place.c_str(), 0600), 0); }},
+            // Not even root can look at it.
+            {"a key file that cannot be looked at", [&] { std::filesystem::create_symlink("none", place); }},
+            {"no syntax", [&] { std::ofstream(place) << "nonsense\n"; }},
+        };
+        for (const auto& [name, make] : unreadable)
+        {
+            make();
+            Expect({name,
+                    5,
+                    {"wrong    key file",
+                     "wrong    feature key: com.kelvora/featureconf/product.num_of_ci: a key file cannot",
+                     "wrong    feature key: com.kelvora/featureconf/broadcasting.ci", "wrong    bus",
+                     "wrong    feature key: com.kelvora/featureconf/broadcasting.certification",
+                     "wrong    feature key: com.kelvora/featureconf/broadcasting.tvs",
+                     "wrong    feature key: com.kelvora/featureconf/tv_model"}},
+                   DOCTOR);
+            std::filesystem::remove(place);
+        }
     }
     {
         const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);

@@ -15,36 +15,24 @@ namespace CIM::cictl
 namespace
 {
 const std::string& DaemonName() { return json::FindInterface("ICISignalSubscriber")->ConnectionName(); }
-
-TCMessagePtr BusCall(const char* method, const char* argument)
-{
-    TCMessagePtr call(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, method));
-    dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &argument, DBUS_TYPE_INVALID);
-    return call;
-}
 } // namespace
 
 TCAllSignals::TCAllSignals(std::function<void(const protocol::SSignal&)> handler) : m_handler(std::move(handler))
 {
     // Who owns the name is known in the order of the signals: the owner itself counts, also when it has died meanwhile.
-    m_Add(std::string("type='signal',sender='" DBUS_SERVICE_DBUS "',interface='" DBUS_INTERFACE_DBUS
-                      "',member='NameOwnerChanged',arg0='") +
-          DaemonName() + "'");
+    constexpr const char* REFUSED = "the bus refuses a match rule";
+    m_bus.AddMatch(std::string("type='signal',sender='" DBUS_SERVICE_DBUS "',interface='" DBUS_INTERFACE_DBUS
+                               "',member='NameOwnerChanged',arg0='") +
+                       DaemonName() + "'",
+                   REFUSED);
     if (const std::string owner = m_bus.OwnerOf(DaemonName()); !owner.empty())
     {
         m_senders[owner] = true;
     }
-    m_Add("type='signal',path='" + CI_SIGNAL_SUBSCRIBER_OBJECT_NAME + "',interface='" +
-          CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME + "',member='" + protocol::SIGNAL_KINDS[IPC_MESSAGE_SIGNAL].member + "'");
-}
-
-void TCAllSignals::m_Add(const std::string& rule)
-{
-    TCDBusError error;
-    if (!m_bus.Ask(BusCall("AddMatch", rule.c_str()).get(), error))
-    {
-        FailForBus("the bus refuses a match rule", error);
-    }
+    m_bus.AddMatch("type='signal',path='" + CI_SIGNAL_SUBSCRIBER_OBJECT_NAME + "',interface='" +
+                       CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME + "',member='" +
+                       protocol::SIGNAL_KINDS[IPC_MESSAGE_SIGNAL].member + "'",
+                   REFUSED);
 }
 
 void TCAllSignals::Take()
@@ -100,25 +88,16 @@ bool TCAllSignals::m_Counts(DBusMessage* signal)
     const auto [known, isNew] = m_senders.try_emplace(sender, false);
     if (isNew)
     {
-        const long user = m_UserOf(sender);
-        known->second =
-            user >= 0 && (user == 0 || user == static_cast<long>(geteuid()) || user == m_UserOf(DaemonName()));
+        constexpr const char* USER = "GetConnectionUnixUser";
+        const std::optional<std::uint32_t> user = m_bus.NumberOf(USER, sender);
+        known->second = user && (*user == 0 || *user == geteuid() || user == m_bus.NumberOf(USER, DaemonName()));
         if (!known->second)
         {
             std::fprintf(stderr, "cictl: the signals of %s do not count: it %s\n", sender,
-                         user < 0 ? "has left the bus" : "is not of the CI daemon's user");
+                         !user ? "has left the bus" : "is not of the CI daemon's user");
         }
     }
     return known->second;
 }
 
-long TCAllSignals::m_UserOf(const std::string& name)
-{
-    TCDBusError error;
-    const TCMessagePtr reply = m_bus.Ask(BusCall("GetConnectionUnixUser", name.c_str()).get(), error);
-    dbus_uint32_t user = 0;
-    const bool isKnown =
-        reply && dbus_message_get_args(reply.get(), nullptr, DBUS_TYPE_UINT32, &user, DBUS_TYPE_INVALID);
-    return isKnown ? static_cast<long>(user) : -1;
-}
 } // namespace CIM::cictl

@@ -24,10 +24,8 @@ public:
     void Take();
 
 private:
-    void m_Add(const std::string& rule);
     void m_Handle(DBusMessage* message);
     bool m_Counts(DBusMessage* signal);
-    long m_UserOf(const std::string& name);
 
     TCBus m_bus;
     std::function<void(const protocol::SSignal&)> m_handler;

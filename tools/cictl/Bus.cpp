@@ -27,6 +27,14 @@ TCMessagePtr BusCall(const char* method)
 {
     return TCMessagePtr(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, method));
 }
+
+TCMessagePtr BusCall(const char* method, const std::string& argument)
+{
+    TCMessagePtr call = BusCall(method);
+    const char* const text = argument.c_str();
+    dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+    return call;
+}
 } // namespace
 
 void FailForBus(const std::string& what, const TCDBusError& error)
@@ -76,9 +84,7 @@ TCMessagePtr TCBus::Ask(DBusMessage* call, TCDBusError& error)
 
 std::string TCBus::OwnerOf(const std::string& name)
 {
-    const TCMessagePtr call = BusCall("GetNameOwner");
-    const char* const text = name.c_str();
-    dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+    const TCMessagePtr call = BusCall("GetNameOwner", name);
     TCDBusError error;
     const TCMessagePtr reply = Ask(call.get(), error);
     const char* owner = nullptr;
@@ -91,6 +97,25 @@ std::string TCBus::OwnerOf(const std::string& name)
         return {};
     }
     FailForBus("the system bus does not answer", error);
+}
+
+std::optional<std::uint32_t> TCBus::NumberOf(const char* method, const std::string& name)
+{
+    TCDBusError error;
+    const TCMessagePtr reply = Ask(BusCall(method, name).get(), error);
+    dbus_uint32_t number = 0;
+    const bool isTold =
+        reply && dbus_message_get_args(reply.get(), error.Get(), DBUS_TYPE_UINT32, &number, DBUS_TYPE_INVALID);
+    return isTold ? std::optional(number) : std::nullopt;
+}
+
+void TCBus::AddMatch(const std::string& rule, const char* what)
+{
+    TCDBusError error;
+    if (!Ask(BusCall("AddMatch", rule).get(), error))
+    {
+        FailForBus(what, error);
+    }
 }
 
 void TCBus::RequireApplicationName()
@@ -111,23 +136,16 @@ void TCBus::RequireApplicationName()
     {
         FailForBus("the bus does not let this user be an application of the CI daemon", error);
     }
-    const TCMessagePtr release = BusCall("ReleaseName");
-    dbus_message_append_args(release.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+    const TCMessagePtr release = BusCall("ReleaseName", text);
     dbus_message_set_no_reply(release.get(), TRUE);
     dbus_connection_send(m_connection.get(), release.get(), nullptr);
 }
 
 void TCBus::FollowOwners()
 {
-    const char* const rule = "type='signal',sender='" DBUS_SERVICE_DBUS "',interface='" DBUS_INTERFACE_DBUS
-                             "',member='NameOwnerChanged',arg0namespace='com.kelvora.ciapi'";
-    const TCMessagePtr call = BusCall("AddMatch");
-    dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &rule, DBUS_TYPE_INVALID);
-    TCDBusError error;
-    if (!Ask(call.get(), error))
-    {
-        FailForBus("the bus does not tell who comes and goes", error);
-    }
+    AddMatch("type='signal',sender='" DBUS_SERVICE_DBUS "',interface='" DBUS_INTERFACE_DBUS
+             "',member='NameOwnerChanged',arg0namespace='com.kelvora.ciapi'",
+             "the bus does not tell who comes and goes");
 }
 
 std::vector<TCBus::TSOwnerChange> TCBus::TakeOwnerChanges()

@@ -3,6 +3,7 @@
 #include "bus/Handles.h"
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -28,6 +29,12 @@ public:
     /// The unique name that owns a bus name; empty when nobody does. Blocks for the bus's answer.
     /// \throws TCFailure when the bus is gone
     std::string OwnerOf(const std::string& name);
+    /// What the bus knows of a connection. \param[in] method  such as GetConnectionUnixUser
+    /// \return nothing when it does not tell: the connection may be gone
+    std::optional<std::uint32_t> NumberOf(const char* method, const std::string& name);
+    /// Has the bus send on what fits a match rule. \param[in] what  failed when it does not, for the failure's text
+    /// \throws TCFailure
+    void AddMatch(const std::string& rule, const char* what);
     /// Blocks for the reply to a call. \return null, with the error set, when there is none or it is an error
     TCMessagePtr Ask(DBusMessage* call, TCDBusError& error);
     /// \throws TCFailure when the bus does not let this user be an application: the library would end the process

@@ -208,6 +208,18 @@ TJson TCDaemonAccess::Call(const char* interface, const char* operation, const T
     return Call(*json::FindInterface(interface)->Find(operation), arguments);
 }
 
+std::map<unsigned char, ECamStatus> TCDaemonAccess::SlotStatuses()
+{
+    std::map<unsigned char, ECamStatus> slots;
+    TJson answer = Call("ICIGeneral", "GetCiSlotStatus", {{"selection", 0}});
+    const json::TCJsonPath path("statuses");
+    for (const auto& entry : answer["outputs"]["statuses"].items())
+    {
+        slots[static_cast<unsigned char>(std::stoul(entry.key()))] = json::FromJson<ECamStatus>(entry.value(), path);
+    }
+    return slots;
+}
+
 bool IsYes(const json::TCOperationForm& operation, const TJson& answer)
 {
     const bool isPlayerHandle = operation.ResultType().text == "uint16";

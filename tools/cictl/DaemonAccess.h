@@ -3,7 +3,10 @@
 #include "cictl/Bus.h"
 #include "json/OperationForm.h"
 
+#include <ciapi/CIEnumerations.h>
+
 #include <chrono>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -30,6 +33,8 @@ public:
     TJson Call(const json::TCOperationForm& operation, const TJson& arguments);
     /// The same, by name ("ICIGeneral", "GetMmiText").
     TJson Call(const char* interface, const char* operation, const TJson& arguments);
+    /// The slots of the set, and whether their CAMs are ready. \throws TCFailure when the call does not get through
+    std::map<unsigned char, ECamStatus> SlotStatuses();
     /// Asks what became of the operation that was just called, behind Require.
     /// \param[in] what  what was called, for the failure's text
     /// \throws TCFailure when the call did not get through

@@ -172,6 +172,7 @@ void TCDissector::m_DescribeCall(DBusMessage* message, TSDescribed& described)
         error = Both(error, decoded.error);
     }
     AddError(record, error);
+    call.isBad = !error.empty();
     described.operation = operation;
     described.slot = call.slot;
     m_AwaitReply(message, std::move(call));
@@ -190,6 +191,7 @@ void TCDissector::m_DescribeForeignCall(DBusMessage* message, const json::TCInte
                         {"error", std::string("this is none of the CI daemon's calls, which go to ") +
                                       protocol::CALL_MEMBER + " of " + protocol::CALL_OBJECT_PATH}};
     call.isForeign = true;
+    call.isBad = true;
     m_AwaitReply(message, std::move(call));
 }
 
@@ -220,6 +222,7 @@ void TCDissector::m_DescribeReply(DBusMessage* message, TSDescribed& described)
     const std::int64_t after = isMonotonic ? m_moment.monotonic - call.sent.monotonic : m_moment.real - call.sent.real;
     described.operation = call.operation;
     described.slot = call.slot;
+    described.isOfBadCall = call.isBad;
     described.ms = std::round(static_cast<double>(after) / 1000) / 1000;
     TJson& record = described.record;
     record = {{"time", TimeText(m_moment.real)}, {"kind", "reply"}, {"operation", call.name}, {"ms", *described.ms}};

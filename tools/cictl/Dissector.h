@@ -53,6 +53,7 @@ public:
         std::optional<std::int64_t> slot;                 ///< that a call, its reply or a signal is about
         std::optional<ECISignalType> signal;              ///< of a signal whose data can be read
         std::optional<double> ms;                         ///< from the call to this reply
+        bool isOfBadCall = false;                         ///< a reply to a call whose record has told an error
         recording::TSMoment moment;
     };
     /// \param[in] moment  when it came; of two messages the monotonic clock counts where both have it
@@ -73,6 +74,7 @@ private:
         recording::TSMoment sent;
         std::optional<std::int64_t> slot = {};
         bool isForeign = false; ///< of another member or object than the daemon's calls
+        bool isBad = false;     ///< its record tells an error
     };
     using TKey = std::pair<std::string, dbus_uint32_t>; // who called, and the call's serial
 

@@ -116,18 +116,7 @@ private:
     std::optional<unsigned long> m_Credential(const char* method, const std::string& name)
     {
         m_CheckTime();
-        const TCMessagePtr call(
-            dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, method));
-        const char* const text = name.c_str();
-        dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
-        TCDBusError error;
-        const TCMessagePtr reply = m_bus->Ask(call.get(), error);
-        dbus_uint32_t number = 0;
-        if (!reply || !dbus_message_get_args(reply.get(), error.Get(), DBUS_TYPE_UINT32, &number, DBUS_TYPE_INVALID))
-        {
-            return std::nullopt;
-        }
-        return number;
+        return m_bus->NumberOf(method, name);
     }
 
     // \return whether anybody owns any name of the daemon

@@ -1,5 +1,7 @@
 #include "cictl/LineEditor.h"
 
+#include "commandline/TerminalWidth.h"
+
 #include <glib-unix.h>
 #include <histedit.h>
 
@@ -10,7 +12,6 @@
 #include <cwchar>
 #include <fcntl.h>
 #include <string_view>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace CIM::cictl
@@ -35,11 +36,7 @@ std::string CommonStart(const TCandidates& candidates)
     return common;
 }
 
-std::size_t Columns()
-{
-    winsize size{};
-    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
-}
+std::size_t Columns() { return TerminalColumns(STDOUT_FILENO); }
 
 // The word that ends at the cursor.
 std::string_view LastWord(std::string_view text)

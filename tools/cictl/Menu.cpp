@@ -87,17 +87,19 @@ private:
     // A CAM needs some seconds from its insertion on. Returns false when the viewer does not want to wait.
     bool AwaitCam()
     {
-        const TJson answer = m_daemon.Call("ICIGeneral", "GetCiSlotStatus", {{"selection", 0}});
-        const TJson& statuses = answer["outputs"]["statuses"];
-        const auto status = statuses.find(std::to_string(m_slot));
-        if (status == statuses.end() || *status == EnumName(CAM_STATUS_READY))
+        const std::map<unsigned char, ECamStatus> statuses = m_daemon.SlotStatuses();
+        const auto status = statuses.find(m_slot);
+        if (status == statuses.end() || status->second == CAM_STATUS_READY)
         {
             return true;
         }
         std::fprintf(stderr, "cictl: waiting for the CAM in slot %u\n", static_cast<unsigned>(m_slot));
-        m_signals.Wait(
-            READY_MS, [](const TSSignal& signal)
-            { return signal.type == SIGNAL_CI_CAM_READY_STATUS_CHANGED && signal.Code() == CAM_STATUS_READY; });
+        m_signals.Wait(READY_MS,
+                       [](const TSSignal& signal)
+                       {
+                           return signal.type == SIGNAL_CI_CAM_READY_STATUS_CHANGED &&
+                                  protocol::UnpackSignalData(signal.data).code == CAM_STATUS_READY;
+                       });
         return !m_signals.IsInterrupted();
     }
 
@@ -107,7 +109,7 @@ private:
         {
             return;
         }
-        switch (static_cast<ECiMmiStatus>(signal.Code()))
+        switch (static_cast<ECiMmiStatus>(protocol::UnpackSignalData(signal.data).code))
         {
         case CI_MMI_STATUS_SESSION_CLOSED:
             Out() << "(the CAM has closed its menu)" << std::endl;

@@ -81,10 +81,11 @@ EExit PinVerb(const TCArguments& arguments)
         signals.Wait(arguments.Timeout() ? static_cast<unsigned>(arguments.Timeout()->count()) : REPLY_MS,
                      [&](const TSSignal& signal)
                      {
-                         const auto status = static_cast<ECamPinCodeStatus>(signal.Code());
+                         const auto status =
+                             static_cast<ECamPinCodeStatus>(protocol::UnpackSignalData(signal.data).code);
                          isRight = status != CAM_PIN_CODE_STATUS_BAD && status != CAM_PIN_CODE_STATUS_CAM_BUSY;
                          record["status"] = json::ToJson(status);
-                         record["triesLeft"] = signal.Number();
+                         record["triesLeft"] = protocol::UnpackSignalData(signal.data).id;
                          return signal.type == reply;
                      });
     if (signals.IsInterrupted())

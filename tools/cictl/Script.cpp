@@ -19,22 +19,21 @@ namespace CIM::cictl
 {
 namespace
 {
-constexpr std::size_t MOST_LINE_BYTES = 65'536;
 constexpr std::size_t MOST_KEPT_BYTES = 1 << 20; // of an output, from its beginning
 constexpr int MOST_DEPTH = 8;                    // a script that runs itself would do so for ever
 
 /// Hands on what is written to a stream, and keeps it.
-class TCRecorder : public std::streambuf
+class TCKeptOutput : public std::streambuf
 {
 public:
-    explicit TCRecorder(std::ostream& stream) : m_stream(stream), m_target(stream.rdbuf(this)) {}
-    ~TCRecorder() override
+    explicit TCKeptOutput(std::ostream& stream) : m_stream(stream), m_target(stream.rdbuf(this)) {}
+    ~TCKeptOutput() override
     {
         m_stream.rdbuf(m_target);
         Clear();
     }
-    TCRecorder(const TCRecorder&) = delete;
-    TCRecorder& operator=(const TCRecorder&) = delete;
+    TCKeptOutput(const TCKeptOutput&) = delete;
+    TCKeptOutput& operator=(const TCKeptOutput&) = delete;
 
     const std::string& Text() const { return m_text; }
     void Add(std::string_view text) { m_text.append(text.substr(0, MOST_KEPT_BYTES - m_text.size())); }
@@ -135,7 +134,7 @@ EExit StatusFromWord(const std::string& word)
 class TCScript
 {
 public:
-    explicit TCScript(std::string name) : m_name(std::move(name)), m_recorder(Out()) {}
+    explicit TCScript(std::string name) : m_name(std::move(name)), m_output(Out()) {}
 
     /// \return what the script ends with, when the line ends it
     std::optional<EExit> Run(std::string line, std::size_t number)
@@ -158,14 +157,14 @@ public:
         }
         m_verb = words.front();
         m_hasRun = true;
-        m_recorder.Clear();
+        m_output.Clear();
         const EExit expected = std::exchange(m_expected, std::nullopt).value_or(EXIT_ANSWERED);
         bool isTold = false;
         const int status = RunWords(words,
                                     [&](EExit failed, const std::string& message, bool asJson)
                                     {
                                         isTold = true;
-                                        m_recorder.Add(message + "\n");
+                                        m_output.Add(message + "\n");
                                         if (failed != expected || asJson) // the latter is part of the output
                                         {
                                             PrintFailure(failed, Place() + message, asJson);
@@ -250,14 +249,14 @@ private:
         bool isFound = false;
         if (!isJson)
         {
-            std::string text = Squeezed(m_recorder.Text());
+            std::string text = Squeezed(m_output.Text());
             const json::TCWipeAtEnd wipe(text);
             isFound = text.find(Squeezed(wanted)) != std::string::npos;
         }
-        for (std::size_t at = 0; isJson && !isFound && at < m_recorder.Text().size();)
+        for (std::size_t at = 0; isJson && !isFound && at < m_output.Text().size();)
         {
-            const std::size_t end = std::min(m_recorder.Text().find('\n', at), m_recorder.Text().size());
-            isFound = HasMembers(m_recorder.Text().substr(at, end - at), words);
+            const std::size_t end = std::min(m_output.Text().find('\n', at), m_output.Text().size());
+            isFound = HasMembers(m_output.Text().substr(at, end - at), words);
             at = end + 1;
         }
         if (!isFound)
@@ -268,7 +267,7 @@ private:
     }
 
     const std::string m_name;
-    TCRecorder m_recorder;
+    TCKeptOutput m_output;
     std::size_t m_line = 0;
     std::string m_verb;
     bool m_hasRun = false;

@@ -10,6 +10,9 @@
 
 namespace CIM::cictl
 {
+/// The longest line of a script or of the shell.
+inline constexpr std::size_t MOST_LINE_BYTES = 65'536;
+
 /// The words of a line, as a shell splits it; none of an empty one, or of a comment. \throws TCFailure with EXIT_USAGE
 std::vector<std::string> WordsOf(const std::string& line);
 

@@ -73,14 +73,11 @@ public:
         {
             m_daemon = std::make_unique<TCDaemonAccess>();
             auto signals = std::make_unique<TCSignals>(*m_daemon, [this](const TSSignal& signal) { Tell(signal); });
-            for (const unsigned short slot : Slots())
+            for (const auto& entry : m_daemon->SlotStatuses())
             {
-                for (const auto& type : json::Enumeration<ECISignalType>().enumerators)
+                for (const protocol::SSignalRow& row : protocol::SIGNAL_ROWS)
                 {
-                    if (type.value != SIGNAL_CI_TYPE_BEGIN && type.value != SIGNAL_CI_TYPE_END)
-                    {
-                        signals->Subscribe(static_cast<ECISignalType>(type.value), PROFILE_MAIN, slot);
-                    }
+                    signals->Subscribe(row.type, PROFILE_MAIN, entry.first);
                 }
             }
             m_signals = std::move(signals);
@@ -133,21 +130,9 @@ private:
         return G_SOURCE_REMOVE;
     }
 
-    std::vector<unsigned short> Slots()
-    {
-        std::vector<unsigned short> slots;
-        const TJson answer = m_daemon->Call("ICIGeneral", "GetCiSlotStatus", {{"selection", 0}});
-        for (const auto& slot : answer["outputs"]["statuses"].items())
-        {
-            slots.push_back(static_cast<unsigned short>(std::stoul(slot.key())));
-        }
-        return slots;
-    }
-
     void Tell(const TSSignal& signal)
     {
-        const protocol::SSignal told{signal.type, signal.profile, signal.handle, signal.data};
-        m_tell(Now() + " " + json::SignalName(signal.type) + " " + json::SignalWords(told));
+        m_tell(Now() + " " + json::SignalName(signal.type) + " " + json::SignalWords(signal));
     }
 
     std::function<void(const std::string& line)> m_tell;

@@ -57,13 +57,6 @@ ECISignalType SignalTypeFromWord(const std::string& word)
     }
 }
 
-unsigned short TSSignal::Number() const
-{
-    unsigned short number = 0;
-    std::memcpy(&number, data.bytes + 2, sizeof number);
-    return number;
-}
-
 TCSignals::TCSignals(TCDaemonAccess& daemon, std::function<void(const TSSignal&)> handler)
     : m_daemon(daemon), m_handler(std::move(handler)), m_loop(g_main_loop_new(nullptr, FALSE), &g_main_loop_unref)
 {

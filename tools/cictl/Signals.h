@@ -3,7 +3,7 @@
 #include "cictl/DaemonAccess.h"
 #include "cictl/Exit.h"
 
-#include <ciapi/CISignalDataType.h>
+#include "protocol/SignalRows.h"
 
 #include <glib.h>
 
@@ -17,19 +17,8 @@
 
 namespace CIM::cictl
 {
-/// A signal of the daemon.
-struct TSSignal
-{
-    ECISignalType type;
-    EProfile profile;
-    unsigned short handle;
-    TSSignalData data;
-
-    /// In signals about a slot, their profile is the first and their handle is the slot; the data says what happened:
-    /// its second byte is the status, the third and fourth a number that goes with it.
-    unsigned char Code() const { return data.bytes[1]; }
-    unsigned short Number() const;
-};
+/// A signal of the daemon. In signals about a slot, their profile is the first and their handle is the slot.
+using TSSignal = protocol::SSignal;
 
 /// The types of signals by name, and their numbers.
 std::vector<std::pair<std::string_view, int>> NamedSignalTypes();

@@ -1,11 +1,12 @@
 #include "cictl/TraceFilter.h"
 
+#include "cictl/Signals.h"
+
+#include "commandline/Duration.h"
 #include "protocol/Envelope.h"
-#include "json/Signals.h"
 
 #include <ciapi/CINames.h>
 
-#include <charconv>
 #include <cstdlib>
 #include <ctime>
 #include <map>
@@ -29,20 +30,6 @@ const json::TCInterfaceForm* InterfaceOf(const recording::TSMessageHead& head)
     }();
     const auto found = interfaces.find(head.interface.empty() ? head.destination : head.interface);
     return found != interfaces.end() ? found->second : nullptr;
-}
-
-/// "50ms", "1.5s" or "2" seconds, in milliseconds.
-double Milliseconds(const std::string& text)
-{
-    double number = -1;
-    const char* const end = text.data() + text.size();
-    const auto [unit, error] = std::from_chars(text.data(), end, number);
-    const std::string_view name(unit, static_cast<std::size_t>(end - unit));
-    if (error != std::errc() || number < 0 || (name != "ms" && name != "s" && !name.empty()))
-    {
-        throw TCFailure(EXIT_USAGE, "slower-than: a time such as 50ms or 1.5s is needed, not \"" + text + "\"");
-    }
-    return name == "ms" ? number : number * 1000;
 }
 
 /// A local time, as records show it, with or without its parts behind the minute.
@@ -76,7 +63,7 @@ TCTraceFilter::TCTraceFilter(const TCArguments& arguments) : m_errorsOnly(argume
     }
     for (const std::string& word : arguments.Many("signal"))
     {
-        m_signals.insert(json::SignalTypeFromJson(word, json::TCJsonPath("signal")));
+        m_signals.insert(SignalTypeFromWord(word));
     }
     if (arguments.Has("slot"))
     {
@@ -84,7 +71,13 @@ TCTraceFilter::TCTraceFilter(const TCArguments& arguments) : m_errorsOnly(argume
     }
     if (arguments.Has("slower-than"))
     {
-        m_slowerThanMs = Milliseconds(arguments.Text("slower-than"));
+        const std::string text = arguments.Text("slower-than");
+        const auto limit = DurationFrom(text);
+        if (!limit)
+        {
+            throw TCFailure(EXIT_USAGE, "slower-than: a time such as 50ms or 1.5s is needed, not \"" + text + "\"");
+        }
+        m_slowerThanMs = limit->count();
     }
     for (const auto& [option, place] : {std::pair("from", &m_from), std::pair("to", &m_to)})
     {

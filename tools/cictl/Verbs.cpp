@@ -1,5 +1,7 @@
 #include "cictl/Verb.h"
 
+#include "commandline/Duration.h"
+
 #include <charconv>
 #include <cmath>
 
@@ -187,19 +189,17 @@ long TCArguments::Number(const std::string& name, long least, long greatest) con
 
 std::optional<std::chrono::milliseconds> TCArguments::Seconds(const std::string& name) const
 {
-    constexpr double GREATEST = 2'000'000; // as many milliseconds still fit into 31 bits
     if (!Has(name))
     {
         return std::nullopt;
     }
     const std::string text = Text(name);
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
-    if (error != std::errc() || end != text.data() + text.size() || !(value >= 0.001 && value <= GREATEST))
+    const auto patience = PatienceFrom(text);
+    if (!patience)
     {
-        throw TCFailure(EXIT_USAGE, name + ": seconds from 0.001 to 2000000 are needed, not \"" + text + "\"");
+        throw TCFailure(EXIT_USAGE, name + ": " + PATIENCE_WORDS + " are needed, not \"" + text + "\"");
     }
-    return std::chrono::milliseconds(std::lround(value * 1000));
+    return patience;
 }
 
 long TCArguments::Number(const std::string& name, long least, long greatest, long otherwise) const

@@ -180,11 +180,9 @@ private:
 
     void FindSlots()
     {
-        const TJson answer = Ask("GetCiSlotStatus", {{"selection", 0}});
-        for (const auto& entry : answer["outputs"]["statuses"].items())
+        for (const auto& [slot, status] : m_daemon.SlotStatuses())
         {
-            m_state.slots[static_cast<unsigned>(std::stoul(entry.key()))].isReady =
-                entry.value() == EnumName(CAM_STATUS_READY);
+            m_state.slots[slot].isReady = status == CAM_STATUS_READY;
         }
         for (const TSAtom& atom : m_condition.Atoms())
         {
@@ -268,12 +266,12 @@ private:
             TSSlotState& slot = found->second;
             if (signal.type == SIGNAL_CI_MMI_STATUS_CHANGED)
             {
-                const auto page = static_cast<ECiMmiStatus>(signal.Code());
+                const auto page = static_cast<ECiMmiStatus>(protocol::UnpackSignalData(signal.data).code);
                 slot.page = page == CI_MMI_STATUS_SESSION_CLOSED ? std::nullopt : std::optional(page);
             }
             else if (signal.type == SIGNAL_CI_CAM_READY_STATUS_CHANGED)
             {
-                slot.isReady = signal.Code() == CAM_STATUS_READY;
+                slot.isReady = protocol::UnpackSignalData(signal.data).code == CAM_STATUS_READY;
                 slot.page = slot.isReady ? slot.page : std::nullopt;
                 Try([this] { FindNames(); });
             }

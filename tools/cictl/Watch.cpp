@@ -28,12 +28,9 @@ std::vector<ECISignalType> SignalsFromWords(const std::vector<std::string>& word
     }
     if (words.empty())
     {
-        for (const auto& entry : TSEnumNames<ECISignalType>::entries)
+        for (const protocol::SSignalRow& row : protocol::SIGNAL_ROWS)
         {
-            if (entry.value != SIGNAL_CI_TYPE_BEGIN && entry.value != SIGNAL_CI_TYPE_END)
-            {
-                types.push_back(entry.value);
-            }
+            types.push_back(row.type);
         }
     }
     return types;
@@ -47,14 +44,11 @@ void SubscribeSlots(TCDaemonAccess& daemon, TCSignals& signals, const std::vecto
     std::set<unsigned short> slots{0};
     try
     {
-        const TJson answer = daemon.Call("ICIGeneral", "GetCiSlotStatus", {{"selection", 0}});
-        const TJson statuses = answer.at("outputs").at("statuses");
-        for (const auto& entry : statuses.items())
+        for (const auto& entry : daemon.SlotStatuses())
         {
-            const unsigned long slot = std::stoul(entry.key());
-            if (slot < MOST_SLOTS)
+            if (entry.first < MOST_SLOTS)
             {
-                slots.insert(static_cast<unsigned short>(slot));
+                slots.insert(entry.first);
             }
         }
     }
@@ -106,8 +100,7 @@ EExit WatchVerb(const TCArguments& arguments)
                           if (count == 0 || seen < count)
                           {
                               TJson record = {{"time", Now()}};
-                              AddSignal(record, {signal.type, signal.profile, signal.handle, signal.data},
-                                        arguments.IsJson(), arguments.IsSet("raw"));
+                              AddSignal(record, signal, arguments.IsJson(), arguments.IsSet("raw"));
                               PrintEvent(SIGNAL_FIELDS, record, arguments.IsJson());
                               ++seen;
                           }

@@ -22,7 +22,6 @@ namespace CIM::cictl
 namespace
 {
 constexpr int WORKER_SOCKET = 3;
-constexpr std::size_t MOST_LINE_BYTES = 65'536;
 
 ssize_t Receive(int socket, void* bytes, std::size_t size)
 {

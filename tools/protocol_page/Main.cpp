@@ -6,7 +6,7 @@
 #include "protocol/Envelope.h"
 #include "protocol/Interfaces.h"
 #include "protocol/Pushed.h"
-#include "protocol/SignalData.h"
+#include "protocol/SignalRows.h"
 
 #include <cstdio>
 #include <iostream>
