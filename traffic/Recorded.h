@@ -25,6 +25,8 @@ public:
     const recording::TSMessageHead& Head() const { return m_head; }
     /// When it came, by both clocks; monotonic is 0 where the recording does not tell it.
     const recording::TSMoment& Moment() const { return m_moment; }
+    /// In bytes.
+    std::size_t Size() const { return m_packet.bytes.size(); }
     /// The whole of it, in memory of its own. \return null when it is no message after all, which is counted
     TCMessagePtr Message();
 
