@@ -91,7 +91,8 @@ std::optional<TSGivenAnswer> TCReplay::m_Answer(const TSJournalEntry& entry)
         return std::nullopt;
     }
     const TSRequest request = ToRequest(entry.interface, entry.methodId, entry.request);
-    const auto call = m_wishes.isStrict ? m_TakeStrictly(request) : m_TakeNearest(request);
+    const bool isStrict = m_wishes.isStrict && !(m_isOver && m_wishes.endsWithIt);
+    const auto call = isStrict ? m_TakeStrictly(request) : m_TakeNearest(request);
     if (!call)
     {
         constexpr TTime MODEL_MS = 1'000; // what it does by itself belongs to its answer
@@ -177,7 +178,7 @@ TSGivenAnswer TCReplay::m_AnswerOf(std::size_t call)
 
 void TCReplay::m_Proceed()
 {
-    if (!m_hasBegun || m_hasFailed || m_isOver)
+    if (!m_hasBegun || m_hasFailed)
     {
         return;
     }
@@ -188,16 +189,19 @@ void TCReplay::m_Proceed()
     m_timers.Cancel(m_timer);
     m_timer = 0;
     m_SendSignals(m_recording.events.size());
-    if (m_timer != 0)
+    const bool isSignalWaiting = m_timer != 0; // for its time
+    if (isSignalWaiting || m_isOver)
     {
-        return; // a signal waits for its time
+        return;
     }
     if (m_matcher.IsOver())
     {
         m_Over();
-        return;
     }
-    m_AwaitCalls();
+    else
+    {
+        m_AwaitCalls();
+    }
 }
 
 void TCReplay::m_SendSignals(std::size_t until)
