@@ -25,7 +25,7 @@ std::int64_t Now()
 
 unsigned ToMs(std::int64_t nanoseconds)
 {
-    return static_cast<unsigned>(std::clamp<std::int64_t>((nanoseconds + NS_PER_MS - 1) / NS_PER_MS, 0, INT32_MAX));
+    return static_cast<unsigned>(std::clamp<std::int64_t>(nanoseconds / NS_PER_MS, 0, INT32_MAX));
 }
 
 TCMessagePtr CopyOf(const TSharedMessage& message)
@@ -171,9 +171,14 @@ TSGivenAnswer TCReplay::m_AnswerOf(std::size_t call)
         }
         return {};
     }
+    if (!m_wishes.isRealTime)
+    {
+        return {CopyOf(recorded.reply), 0};
+    }
     const auto& events = m_recording.events;
-    const std::int64_t after = events[m_replies[call]].at - events[m_matcher.PlaceOf(call)].at;
-    return {CopyOf(recorded.reply), m_wishes.isRealTime ? ToMs(after) : 0};
+    const unsigned after = ToMs(events[m_replies[call]].at - events[m_matcher.PlaceOf(call)].at);
+    const bool isBehindSignal = m_matcher.NextSignal() < m_replies[call]; // that is sent in the same millisecond
+    return {CopyOf(recorded.reply), after + (isBehindSignal ? 1 : 0)};
 }
 
 void TCReplay::m_Proceed()
@@ -208,9 +213,10 @@ void TCReplay::m_SendSignals(std::size_t until)
 {
     while (m_matcher.HasSignal() && m_matcher.NextSignal() < until && m_matcher.IsSignalDue())
     {
-        if (m_wishes.isRealTime && m_NanosecondsTo(m_matcher.NextSignal()) > 0)
+        const std::int64_t left = m_wishes.isRealTime ? m_NanosecondsTo(m_matcher.NextSignal()) : 0;
+        if (left >= NS_PER_MS)
         {
-            m_ProceedAfter(m_NanosecondsTo(m_matcher.NextSignal()));
+            m_ProceedAfter(left);
             return;
         }
         m_SendSignal();
