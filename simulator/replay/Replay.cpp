@@ -106,7 +106,7 @@ std::optional<TSGivenAnswer> TCReplay::m_Answer(const TSJournalEntry& entry)
     }
     m_timers.Soon([this] { m_Proceed(); }); // the reply is on its way then
     m_SendSignals(m_replies[*call]);
-    return m_AnswerOf(*call);
+    return m_AnswerOf(*call, entry.isOneWay);
 }
 
 std::optional<std::size_t> TCReplay::m_TakeStrictly(const TSRequest& request)
@@ -159,26 +159,32 @@ std::optional<std::size_t> TCReplay::m_TakeNearest(const TSRequest& request)
     }
 }
 
-TSGivenAnswer TCReplay::m_AnswerOf(std::size_t call)
+std::optional<TSGivenAnswer> TCReplay::m_AnswerOf(std::size_t call, bool isOneWay)
 {
     const TSRecordedCall& recorded = m_recording.calls[call];
+    if (recorded.isOneWay && !isOneWay)
+    {
+        Tell("answered by the model: " + m_Name(call) +
+             " wanted no answer when it was recorded\n  made:     " + recorded.request.Words());
+        return std::nullopt;
+    }
     if (recorded.reply == nullptr)
     {
-        if (!recorded.isOneWay)
+        if (!isOneWay)
         {
             Tell(m_Name(call) +
                  " was never answered when it was recorded, and is not now: " + recorded.request.Words());
         }
-        return {};
+        return TSGivenAnswer();
     }
     if (!m_wishes.isRealTime)
     {
-        return {CopyOf(recorded.reply), 0};
+        return TSGivenAnswer{CopyOf(recorded.reply), 0};
     }
     const auto& events = m_recording.events;
     const unsigned after = ToMs(events[m_replies[call]].at - events[m_matcher.PlaceOf(call)].at);
     const bool isBehindSignal = m_matcher.NextSignal() < m_replies[call]; // that is sent in the same millisecond
-    return {CopyOf(recorded.reply), after + (isBehindSignal ? 1 : 0)};
+    return TSGivenAnswer{CopyOf(recorded.reply), after + (isBehindSignal ? 1 : 0)};
 }
 
 void TCReplay::m_Proceed()

@@ -41,7 +41,8 @@ private:
     std::optional<std::size_t> m_TakeStrictly(const TSRequest& request);
     /// The call that is most like. \return nothing when the model is to answer
     std::optional<std::size_t> m_TakeNearest(const TSRequest& request);
-    TSGivenAnswer m_AnswerOf(std::size_t call);
+    /// \return nothing when the model is to answer
+    std::optional<TSGivenAnswer> m_AnswerOf(std::size_t call, bool isOneWay);
     /// Sends the signals whose turn it is, up to an event of the recording.
     void m_SendSignals(std::size_t until);
     void m_SendSignal();
