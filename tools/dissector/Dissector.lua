@@ -147,7 +147,7 @@ function Sheet:argument(argument, root, isLittle)
     end
     local told = tell(argument.type, node, isLittle, argument.isSpread and argument.tag)
     if not told then
-        self:complain(node.whole, argument.name .. " is of another kind")
+        self:complain(node:whole(), argument.name .. " is of another kind")
         return {}
     elseif argument.isSecret and not protocol.prefs.show_secrets then
         told = {words = "***", range = told.range}
@@ -169,7 +169,7 @@ function Sheet:arguments(operation, direction, root, isLittle)
     end
     for _, node in ipairs(root.children) do
         if not isKnown[node.tag] then
-            self:complain(node.whole, "there is no argument " .. node.tag .. " here", unknown)
+            self:complain(node:whole(), "there is no argument " .. node.tag .. " here", unknown)
         end
     end
     return toldOf
@@ -210,13 +210,13 @@ local function tellRequest(sheet, operation, id, payload, isLittle)
     if not root then
         return nil
     elseif root.tag ~= id then -- the arguments of another operation, of which some may be secrets
-        sheet:complain(root.whole, "the argument tree is that of method " .. root.tag)
+        sheet:complain(root:whole(), "the argument tree is that of method " .. root.tag)
         return nil
     end
     local toldOf = sheet:arguments(operation, "isInput", root, isLittle)
     for _, argument in ipairs(operation.arguments) do
         if argument.isInput and isWhole and not toldOf[argument.name] then
-            sheet:complain(root.whole, argument.name .. " is missing")
+            sheet:complain(root:whole(), argument.name .. " is missing")
         end
     end
     return toldOf.slot and tonumber(toldOf.slot.words)
@@ -285,7 +285,7 @@ local function tellReply(sheet, operation, payload, isLittle)
         sheet:add("result", told.range, Int64(number)):set_text("result: " .. told.words)
         sheet:say("result=" .. told.words)
     elseif node then
-        sheet:complain(node.whole, "the result is of another kind")
+        sheet:complain(node:whole(), "the result is of another kind")
     end
     if root then
         sheet:arguments(operation, "isOutput", root, isLittle)

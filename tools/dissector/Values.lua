@@ -4,64 +4,75 @@ local LEAF, LIST, MAP = 1, 2, 3
 local MOST_NODES = 20000 -- what a hand can scroll through, and no packet list waits for
 local MOST_ELEMENTS = 100
 
--- Reads the nodes of an argument tree. Each has its kind and tag, its content and the whole of its bytes, and as a branch
--- its children. complain(range, text) hears what is wrong; nodes up to there are given all the same.
--- Gives nothing when not even the root can be read, and whether the tree is whole.
-local function readTree(payload, isLittle, complain)
+-- A node has its kind, tag and size, and as a branch its children. What it is in the packet is asked for when it is shown.
+local Node = {}
+Node.__index = Node
+
+function Node:content()
+    return self.payload(self.at, self.size)
+end
+
+function Node:whole()
+    return self.payload(self.at - 8, 8 + self.size)
+end
+
+-- Reads the nodes of an argument tree. complain(range, text) hears what is wrong; nodes up to there are given all the same.
+-- Gives the root, or nothing when not even that can be read; and whether the tree is whole.
+local function readTree(range, isLittle, complain)
+    local payload = range:tvb() -- of its own: there may be empty ranges at its end
+    local bytes = range:raw()
     local left = MOST_NODES
     local isWhole = true
 
-    local function wrong(range, text)
+    local function wrong(at, text)
         isWhole = false
-        complain(range, text)
+        complain(payload(at, math.min(8, #bytes - at)), text)
     end
-
-    local bytes = payload:tvb() -- of its own: there may be empty ranges at its end
 
     local function readNodes(at, last, depth)
         local nodes = {}
         while at < last and isWhole do
-            local rest = last - at
-            local head = bytes(at, math.min(8, rest))
+            local rest = last - at - 8
             left = left - 1
             if left < 0 then
-                wrong(head, "there are more than " .. MOST_NODES .. " nodes: the rest is not taken apart")
+                wrong(at, "there are more than " .. MOST_NODES .. " nodes: the rest is not taken apart")
                 break
-            elseif rest < 8 then
-                wrong(head, "a node's header of 8 bytes has only " .. rest)
+            elseif rest < 0 then
+                wrong(at, "a node's header of 8 bytes has only " .. rest + 8)
                 break
             end
-            local kind, size = head(0, 1):uint(), unsignedOf(head(4, 4), isLittle)
-            if kind < LEAF or kind > MAP or head(1, 1):uint() ~= 0 then
-                wrong(head, "this is no header of a node")
+            local kind, zero = bytes:byte(at + 1, at + 2)
+            local size = numberAt(bytes, at + 4, 4, isLittle)
+            if kind < LEAF or kind > MAP or zero ~= 0 then
+                wrong(at, "this is no header of a node")
                 break
-            elseif size > rest - 8 then
-                wrong(head, "a node of " .. size .. " bytes, where only " .. rest - 8 .. " are left")
+            elseif size > rest then
+                wrong(at, "a node of " .. size .. " bytes, where only " .. rest .. " are left")
                 break
             elseif depth > TABLES.greatestDepth then
-                wrong(head, "a node lies deeper than " .. TABLES.greatestDepth)
+                wrong(at, "a node lies deeper than " .. TABLES.greatestDepth)
                 break
             end
-            local node = {kind = kind, tag = unsignedOf(head(2, 2), isLittle), whole = bytes(at, 8 + size),
-                          content = bytes(at + 8, size)}
+            at = at + 8
+            local node = setmetatable({payload = payload, at = at, size = size, kind = kind,
+                                       tag = numberAt(bytes, at - 6, 2, isLittle)}, Node)
             if kind ~= LEAF then
-                node.children = readNodes(at + 8, at + 8 + size, depth + 1)
+                node.children = readNodes(at, at + size, depth + 1)
             end
-            table.insert(nodes, node)
-            at = at + 8 + size
+            nodes[#nodes + 1] = node
+            at = at + size
         end
         return nodes
     end
 
-    if payload:len() < 4 or payload(0, 4):uint() ~= 0x01000000 then -- version 1 and three zeros
-        wrong(payload, "this is no argument tree")
+    if bytes:sub(1, 4) ~= "\1\0\0\0" then -- the version and three zeros
+        wrong(0, "this is no argument tree")
         return nil, false
     end
-    local roots = readNodes(4, payload:len(), 1)
+    local roots = readNodes(4, #bytes, 1)
     local root = roots[1]
     if isWhole and (not root or root.kind ~= LIST or roots[2]) then
-        wrong(payload, roots[2] and "there are bytes behind the argument tree"
-            or "the root of the argument tree is no list")
+        wrong(0, roots[2] and "there are bytes behind the argument tree" or "the root of the argument tree is no list")
     end
     return root and root.children and root, isWhole
 end
@@ -111,14 +122,14 @@ end
 
 -- The bytes of a leaf; none where it is not there or is a branch.
 local function leafBytes(leaf, node)
-    return leaf and leaf.kind == LEAF and leaf.content or node.whole(0, 0)
+    return leaf and leaf.kind == LEAF and leaf:content() or node:whole()(0, 0)
 end
 
 tell = setmetatable({}, {__call = function(tellers, typeName, node, isLittle, firstTag)
     local type = TABLES.types[typeName]
     if type.size then
-        local isRight = node.kind == LEAF and node.content:len() == type.size
-        return isRight and tellPlain(type, node.content, isLittle) or nil
+        local isRight = node.kind == LEAF and node.size == type.size
+        return isRight and tellPlain(type, node:content(), isLittle) or nil
     end
     return tellers[type.kind](type, node, isLittle, firstTag)
 end})
@@ -147,25 +158,25 @@ function tell.object(type, node, isLittle, firstTag)
             table.insert(parts, {name = member.name, field = type.name .. "." .. member.name, told = told})
         end
     end
-    return objectOf(parts, firstTag and parts[1] and parts[1].told.range or node.whole)
+    return objectOf(parts, firstTag and parts[1] and parts[1].told.range or node:whole())
 end
 
 function tell.bytes(_, node)
-    return node.kind ~= LEAF and {words = hexOf(leafBytes(node.children[1], node):raw()), range = node.whole} or nil
+    return node.kind ~= LEAF and {words = hexOf(leafBytes(node.children[1], node):raw()), range = node:whole()} or nil
 end
 
 function tell.wide(_, node, isLittle)
     local leaf = node.kind == LEAF and node or node.children[1]
-    return {words = wideTextOf(leafBytes(leaf, node), isLittle), range = node.whole}
+    return {words = wideTextOf(leafBytes(leaf, node), isLittle), range = node:whole()}
 end
 
 function tell.text(_, node, isLittle)
     if node.kind == LEAF then
-        return {words = textOf(node.content), range = node.whole}
+        return {words = textOf(node:content()), range = node:whole()}
     end
     local bytes, length = leafBytes(childOf(node, 1), node), childOf(node, 0)
-    local size = length and length.kind == LEAF and length.content:len() == 4 and unsignedOf(length.content, isLittle) or 0
-    return {words = textOf(bytes, size), range = node.whole}
+    local size = length and length.kind == LEAF and length.size == 4 and unsignedOf(length:content(), isLittle) or 0
+    return {words = textOf(bytes, size), range = node:whole()}
 end
 
 -- The elements of a container: tellOne(index) gives a name, what is told, and the words for it in a row.
@@ -182,7 +193,7 @@ local function tellEach(node, count, tellOne)
     if count > MOST_ELEMENTS then
         table.insert(words, "… " .. count .. " altogether")
     end
-    return {words = #words > 0 and table.concat(words, ", ") or "none", range = node.whole, parts = parts}
+    return {words = #words > 0 and table.concat(words, ", ") or "none", range = node:whole(), parts = parts}
 end
 
 function tell.list(type, node, isLittle)
