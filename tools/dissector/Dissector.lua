@@ -46,8 +46,8 @@ local function classOf(typeName)
 end
 
 for _, interface in pairs(TABLES.interfaces) do
-    for _, operation in pairs(interface) do
-        for _, argument in ipairs(operation.arguments or {}) do
+    for _, operation in pairs(interface.operations) do
+        for _, argument in ipairs(operation.arguments) do
             declare("arg." .. argument.name, not argument.isSecret and classOf(argument.type))
         end
     end
@@ -108,13 +108,17 @@ function Sheet:complain(range, text, kind)
     self:say("error=" .. shortened(text))
 end
 
-function Sheet:show(field, name, told, tree)
-    local class = classes[field]
-    local item = not class and (tree or self.tree):add(told.range, "")
-        or (tree or self.tree):add(fields[field], told.range, class == "words" and told.words or told.value)
+-- Shows a value and what it is made of. Elements of containers have no field.
+local function show(tree, field, name, told)
+    local item
+    if field then
+        item = tree:add(fields[field], told.range, classes[field] == "words" and told.words or told.value)
+    else
+        item = tree:add(told.range, "")
+    end
     item:set_text(name .. ": " .. told.words)
     for _, part in ipairs(told.parts or {}) do
-        self:show(part.field, part.name, part.told, item)
+        show(item, part.field, part.name, part.told)
     end
 end
 
@@ -152,7 +156,7 @@ function Sheet:argument(argument, root, isLittle)
     elseif argument.isSecret and not protocol.prefs.show_secrets then
         told = {words = "***", range = told.range}
     end
-    self:show("arg." .. argument.name, argument.name, told)
+    show(self.tree, "arg." .. argument.name, argument.name, told)
     self:say(argument.name .. "=" .. shortened(told.words))
     return told
 end
@@ -244,7 +248,7 @@ function tellers.call(message, pinfo, newSheet)
     local length, lengthRange = message:signed()
     local process, processRange = message:signed()
     local id, flags = header and header % 0x10000 or -1, math.floor((header or 0) / 0x10000)
-    local operation = interface[id]
+    local operation = interface.operations[id]
     exchange.operation = operation
     exchange.name = operation and operation.name or interface.name .. "." .. (header and id or "?")
     sheet:operation(exchange.name, headerRange)
@@ -371,7 +375,7 @@ function tellers.signal(message, _, newSheet)
         sheet:add("slot", slot, slot:uint())
     end
     for i, part in ipairs(tellNumbers(signal, payload(0, 8), isLittle)) do
-        sheet:show("signal." .. part.key, part.key, part.told)
+        show(sheet.tree, "signal." .. part.key, part.key, part.told)
         phrases[i] = part.phrase
     end
     local profileNumber, handleNumber = signedOf(profile, isLittle), unsignedOf(handle, isLittle)

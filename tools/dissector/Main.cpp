@@ -51,8 +51,7 @@ template <class Row>
 std::string OperationRow(const Row& row, const json::TCOperationForm& form, TCTypeRows& types)
 {
     std::string text = "      [" + std::to_string(row.id) + "] = {name = " + Quoted(form.FullName()) +
-                       ", result = " + Quoted(types.Add<typename Row::Result>()) +
-                       (form.HasSecrets() ? ", hasSecrets = true" : "") + ", arguments = {";
+                       ", result = " + Quoted(types.Add<typename Row::Result>()) + ", arguments = {";
     [&]<std::size_t... Indices>(std::index_sequence<Indices...>)
     {
         ((text += ArgumentRow<Row::WORDS[Indices], std::tuple_element_t<Indices, typename Row::Values>>(
@@ -70,7 +69,8 @@ void PrintInterfaces(TCTypeRows& types)
         [&]<class Interface>(TType<Interface>)
         {
             const json::TCInterfaceForm* const form = json::FindInterface(NameOf<Interface>());
-            std::cout << "    [" << Quoted(form->ConnectionName()) << "] = {name = " << Quoted(form->Name()) << ",\n";
+            std::cout << "    [" << Quoted(form->ConnectionName()) << "] = {name = " << Quoted(form->Name())
+                      << ", operations = {\n";
             ForEachRow<Interface>(
                 [&](const auto& row)
                 {
@@ -79,7 +79,7 @@ void PrintInterfaces(TCTypeRows& types)
                         std::cout << OperationRow(row, *form->Find(row.id), types);
                     }
                 });
-            std::cout << "    },\n";
+            std::cout << "    }},\n";
         });
     std::cout << "  },\n";
 }

@@ -92,8 +92,8 @@ local function nameOf(enumeration, number, bits)
     return names and (names[number] or bits and names[number - 2 ^ bits])
 end
 
--- A value, told: {words = ..., value = a field's, range = its bytes, parts = {{name, type, told}, ...}}. Of a part that
--- is a member of a type, the type is known, too.
+-- A value, told: {words = ..., value = a number or flag, range = its bytes, parts = {{name = ..., told = ...}, ...}}; a part
+-- that is a member of a type has a field, too. Fields that are sent one by one are found behind the first one's tag.
 local tell -- (typeName, node, isLittle, firstTag): nothing when the node is of another kind
 
 local function tellPlain(type, range, isLittle)
