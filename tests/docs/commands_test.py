@@ -161,6 +161,7 @@ def prepare(sources, programs, recording, folder):
         text = (sources / "docs" / document).read_text()
         (pathlib.Path(folder) / name).write_text(re.search(rf"```{fence}\n(.*?)```", text, re.S).group(1))
     (pathlib.Path(folder) / "pin.txt").write_text("1234\n")
+    (pathlib.Path(folder) / "ciapi.lua").symlink_to(programs.parent / "share/wireshark/ciapi.lua")
 
 
 def main():
