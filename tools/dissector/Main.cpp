@@ -2,7 +2,7 @@
 
 #include "TypeRows.h"
 
-#include "cictl/Dissector.h"
+#include "traffic/Messages.h"
 #include "protocol/Envelope.h"
 #include "protocol/Interfaces.h"
 #include "protocol/SignalRows.h"
@@ -179,8 +179,8 @@ void Print()
     PrintConstant("helloWantedBit", std::to_string(STATUS_HELLO_WANTED));
     PrintConstant("greatestDepth", std::to_string(TREE_MAXIMUM_DEPTH));
     PrintConstant("signalInterface", Quoted(CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME));
-    PrintConstant("markInterface", Quoted(cictl::MARK_INTERFACE));
-    PrintConstant("markMember", Quoted(cictl::MARK_MEMBER));
+    PrintConstant("markInterface", Quoted(traffic::MARK_INTERFACE));
+    PrintConstant("markMember", Quoted(traffic::MARK_MEMBER));
     PrintConstant("noSlot", std::to_string(NO_SLOT));
     PrintConstant("mainProfile", std::to_string(PROFILE_MAIN));
     PrintConstant("profiles", Quoted(types.Add<EProfile>()));
