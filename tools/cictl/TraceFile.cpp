@@ -128,7 +128,7 @@ EExit Read(const TCInput& input, TCTraceOutput& output)
     recording::TSMessageHead head;
     std::uint64_t number = 0;
     std::uint64_t unreadable = 0;
-    while (!output.IsFull() && reader.Next(packet))
+    while (!output.IsFull() && !output.IsChartFull() && reader.Next(packet))
     {
         ++number;
         progress.Reach(reader.Offset());

@@ -55,7 +55,8 @@ std::int64_t TimeFrom(const char* option, const std::string& text)
 }
 } // namespace
 
-TCTraceFilter::TCTraceFilter(const TCArguments& arguments) : m_errorsOnly(arguments.IsSet("errors"))
+TCTraceFilter::TCTraceFilter(const TCArguments& arguments)
+    : m_errorsOnly(arguments.IsSet("errors")), m_needsNames(arguments.IsSet("chart"))
 {
     for (const std::string& word : arguments.Many("operation"))
     {
@@ -130,6 +131,10 @@ bool TCTraceFilter::MayBeWanted(const recording::TSMessageHead& head, std::int64
     switch (head.type)
     {
     case DBUS_MESSAGE_TYPE_METHOD_CALL:
+        if (m_needsNames && (protocol::FlagsOf(head.FirstNumber()) & protocol::CALL_FLAG_HELLO) != 0)
+        {
+            return true;
+        }
         return (m_signals.empty() || !m_operations.empty()) &&
                m_IsWantedCall(head); // one before --from may be answered
     case DBUS_MESSAGE_TYPE_METHOD_RETURN:

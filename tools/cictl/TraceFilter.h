@@ -33,6 +33,7 @@ private:
     std::optional<std::int64_t> m_from;
     std::optional<std::int64_t> m_to;
     bool m_errorsOnly = false;
+    bool m_needsNames = false; ///< of applications, which stand in their first calls
 };
 
 /// Whether something went wrong with what a record tells: an error, a reply that cannot be read, a refusal.

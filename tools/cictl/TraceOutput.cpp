@@ -22,17 +22,33 @@ TCTraceOutput::TCTraceOutput(const TCArguments& arguments)
       m_isSummary(arguments.IsSet("summary")), m_asJson(arguments.IsJson()),
       m_count(arguments.Number("count", 1, 1'000'000'000, 0))
 {
+    if (arguments.IsSet("chart"))
+    {
+        if (m_isSummary || m_asJson)
+        {
+            throw TCFailure(EXIT_USAGE, "--chart is a text of its own: it goes with neither --summary nor --json");
+        }
+        m_chart.emplace();
+    }
 }
 
 TCDissector::TSDescribed TCTraceOutput::Take(DBusMessage* message, const recording::TSMoment& moment)
 {
     TCDissector::TSDescribed described = m_dissector.Describe(message, moment);
+    if (m_chart)
+    {
+        m_chart->Meet(message, described.record);
+    }
     if (m_filter.IsWanted(described))
     {
         ++m_seen;
         if (m_isSummary)
         {
             m_summary.Add(described);
+        }
+        else if (m_chart)
+        {
+            m_chart->Add(message, described);
         }
         else
         {
@@ -47,6 +63,10 @@ void TCTraceOutput::Finish()
     if (m_isSummary)
     {
         m_summary.Print(m_dissector.Unanswered(), m_asJson);
+    }
+    if (m_chart)
+    {
+        m_chart->Print();
     }
 }
 } // namespace CIM::cictl

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "cictl/TraceChart.h"
 #include "cictl/TraceFilter.h"
 #include "cictl/TraceSummary.h"
 
 namespace CIM::cictl
 {
-/// What is shown of a trace, as its options say: a line a message, or a summary at the end. Bound to its thread.
+/// What is shown of a trace, as its options say: a line a message, or at the end a summary or a chart. Bound to its thread.
 class TCTraceOutput
 {
 public:
@@ -18,6 +19,8 @@ public:
     TCDissector::TSDescribed Take(DBusMessage* message, const recording::TSMoment& moment);
     /// Whether as many messages have been shown as --count says.
     bool IsFull() const { return m_count != 0 && m_seen >= m_count; }
+    /// Whether nothing more will be shown, though more may be wanted.
+    bool IsChartFull() const { return m_chart && m_chart->IsFull(); }
     bool HasCount() const { return m_count != 0; }
     /// What comes at the end.
     void Finish();
@@ -26,6 +29,7 @@ private:
     TCTraceFilter m_filter;
     TCDissector m_dissector;
     TCTraceSummary m_summary;
+    std::optional<TCTraceChart> m_chart;
     bool m_isSummary;
     bool m_asJson;
     long m_count;

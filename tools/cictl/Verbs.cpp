@@ -111,6 +111,8 @@ std::span<const TSVerb> Verbs()
           {"from", EArgument::OPTION, "only from this time on, such as 2026-01-31T20:15:04"},
           {"to", EArgument::OPTION, "only until this time"},
           {"summary", EArgument::FLAG, "at the end a table, an operation a line, instead of the messages"},
+          {"chart", EArgument::FLAG,
+           "at the end a sequence diagram in Mermaid's language, for a bug report, instead of the messages"},
           {"count", EArgument::OPTION, "end after that many messages"},
           {"timeout", EArgument::OPTION, "end after that many seconds; with --count, the exit status is then 6"},
           {"show-secrets", EArgument::FLAG, "print PINs and typed answers, too"},
