@@ -41,13 +41,15 @@ const char* OutcomeOf(protocol::EHandled handled)
 }
 
 /// The slot that a request is about.
-std::optional<unsigned> SlotOf(const json::TCOperationForm* operation, TCMessageBuffer& request)
+std::optional<unsigned> SlotOf(const json::TCOperationForm* operation, const std::string& payload)
 {
     const json::TSParameter* const parameter = operation != nullptr ? operation->FindParameter("slot") : nullptr;
     if (parameter == nullptr || !protocol::IsInput(parameter->word))
     {
         return std::nullopt;
     }
+    TCMessageBuffer request;
+    request.PushBorrowed(static_cast<int>(payload.size()), payload.data());
     TCTreeBranchList tree(&request);
     const TCTreeNode* const node = tree.FindNode(parameter->position);
     if (node == nullptr || node->GetByteSize() != 1)
@@ -55,6 +57,19 @@ std::optional<unsigned> SlotOf(const json::TCOperationForm* operation, TCMessage
         return std::nullopt;
     }
     return *static_cast<const unsigned char*>(node->GetData());
+}
+
+/// What the journal has of an answer that was given.
+void NoteAnswer(TSJournalEntry& entry, DBusMessage* reply)
+{
+    entry.outcome = "unanswered";
+    if (reply != nullptr)
+    {
+        protocol::SReplyEnvelope envelope;
+        ReadArguments(reply, envelope);
+        entry.outcome = "answered";
+        entry.reply.assign(envelope.payload.data, static_cast<std::size_t>(envelope.payload.length));
+    }
 }
 } // namespace
 
@@ -262,20 +277,54 @@ void TCSimulatedDaemon::m_OnInterfaceCall(DBusMessage* message)
     entry.client = call.sender;
     entry.processId = call.envelope.processId;
     entry.program = m_clients.ProgramOf(call.sender);
+    entry.request.assign(payload.data, payload.length);
 
+    const std::optional<TSFault> fault =
+        m_faults.Meet(entry.interface, entry.OperationName(), SlotOf(entry.operation, entry.request));
+    entry.fault = fault ? ToJson(*fault).at("kind").get<std::string>() : "";
+    std::optional<TSGivenAnswer> given;
+    if (onAnswer)
+    {
+        given = onAnswer(entry);
+    }
+    if (!given || entry.interface == protocol::NameOf<ICISignalSubscriber>()) // who has subscribed is known either way
+    {
+        m_AskModel(call, entry);
+    }
+    if (given)
+    {
+        NoteAnswer(entry, given->reply.get());
+    }
+    const TSJournalEntry& kept = m_journal.Add(std::move(entry));
+    if (onCall)
+    {
+        onCall(kept);
+    }
+    if (given && !fault)
+    {
+        m_Give(message, kept, std::move(*given));
+    }
+    else
+    {
+        m_Reply(message, kept, fault);
+    }
+    m_journal.SealLast(); // who hears of the call has seen it
+}
+
+void TCSimulatedDaemon::m_AskModel(const TSCall& call, TSJournalEntry& entry)
+{
     TCMessageBuffer request;
     TCMessageBuffer reply;
-    request.PushBorrowed(payload.length, payload.data);
-    const std::optional<TSFault> fault =
-        m_faults.Meet(entry.interface, entry.OperationName(), SlotOf(entry.operation, request));
+    request.PushBorrowed(call.envelope.payload.length, call.envelope.payload.data);
     protocol::TISkeleton* const skeleton = m_skeletons.Find(call.interface);
     protocol::EHandled handled = protocol::EHandled::UNKNOWN_METHOD;
     try
     {
-        handled = skeleton != nullptr ? skeleton->Handle(methodId, call.isOneWay, request, reply) : handled;
+        handled = skeleton != nullptr ? skeleton->Handle(entry.methodId, call.isOneWay, request, reply) : handled;
     }
     catch (...)
     {
+        entry.Seal(); // nobody else will
         if (onThrow)
         {
             onThrow(entry);
@@ -283,22 +332,10 @@ void TCSimulatedDaemon::m_OnInterfaceCall(DBusMessage* message)
         throw;
     }
     entry.outcome = OutcomeOf(handled);
-    entry.request.assign(payload.data, payload.length);
     if (reply.GetUnreadSize() > 0)
     {
         entry.reply.assign(reply.GetAsCStr(0), reply.GetUnreadSize());
     }
-    if (fault)
-    {
-        entry.fault = ToJson(*fault).at("kind").get<std::string>();
-    }
-    const TSJournalEntry& kept = m_journal.Add(std::move(entry));
-    if (onCall)
-    {
-        onCall(kept);
-    }
-    m_Reply(message, kept, fault);
-    m_journal.SealLast(); // who hears of the call has seen it
 }
 
 void TCSimulatedDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entry, const std::optional<TSFault>& fault)
@@ -321,13 +358,33 @@ void TCSimulatedDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entr
     {
         return;
     }
-    if (!fault || !fault->IsReplyFault() || fault->ms == 0)
+    m_SendAfter(fault && fault->IsReplyFault() ? fault->ms : 0, std::move(reply));
+}
+
+void TCSimulatedDaemon::m_Give(DBusMessage* message, const TSJournalEntry& entry, TSGivenAnswer answer)
+{
+    if (entry.isOneWay || m_isLeaving || answer.reply == nullptr)
+    {
+        return;
+    }
+    dbus_message_set_sender(answer.reply.get(), nullptr);
+    if (!dbus_message_set_destination(answer.reply.get(), dbus_message_get_sender(message)) ||
+        !dbus_message_set_reply_serial(answer.reply.get(), dbus_message_get_serial(message)))
+    {
+        throw std::bad_alloc();
+    }
+    m_SendAfter(answer.afterMs, std::move(answer.reply));
+}
+
+void TCSimulatedDaemon::m_SendAfter(unsigned ms, TCMessagePtr reply)
+{
+    if (ms == 0)
     {
         m_port.Send(reply.get());
         return;
     }
     const std::shared_ptr<DBusMessage> late(reply.release(), TSMessageRelease());
-    m_timers.After(fault->ms, [this, late] { m_port.Send(late.get()); });
+    m_timers.After(ms, [this, late] { m_port.Send(late.get()); });
 }
 
 void TCSimulatedDaemon::m_Happen(const TSFault& fault)

@@ -31,6 +31,13 @@ struct TSSimulatedDaemonOptions
     unsigned nameStepMs = 0;   ///< from each bus name to the next
 };
 
+/// An answer that somebody gives in the model's place.
+struct TSGivenAnswer
+{
+    TCMessagePtr reply;   ///< without serial numbers and receiver; null: none is given
+    unsigned afterMs = 0; ///< real milliseconds
+};
+
 /// The CI daemon on the system bus, over a model: owns the interfaces' names, answers calls, sends signals, goes wrong
 /// when told to. Bound to the thread that runs its context.
 class TCSimulatedDaemon
@@ -51,12 +58,16 @@ public:
 
     /// Switches a fault on. \return its number; 0 for one that names no operation and has happened at once
     unsigned AddFault(TSFault fault);
+    /// Sends a message that was made elsewhere; without a bus it is lost.
+    void Send(DBusMessage* message) { m_port.Send(message); }
     /// Calls onQuit once the loop runs again.
     void RequestQuit();
 
     std::function<void()> onReady; ///< all names are owned; after each restart
     std::function<void()> onLost;  ///< the bus is gone, or a name cannot be retaken after a restart
     std::function<void()> onQuit;  ///< somebody wants the simulator to end
+    /// Asked about each call before the model is; nothing: the model answers. May send messages.
+    std::function<std::optional<TSGivenAnswer>(const TSJournalEntry&)> onAnswer;
     /// A call was handled; its reply is not yet sent.
     std::function<void(const TSJournalEntry&)> onCall;
     /// Answering a call has thrown, as only an answer that somebody else gives does; called while it is caught, and thrown
@@ -84,7 +95,10 @@ private:
     void m_TakeNameAfter(unsigned ms, const std::string& name);
     void m_OnCall(DBusMessage* message);
     void m_OnInterfaceCall(DBusMessage* message);
+    void m_AskModel(const TSCall& call, TSJournalEntry& entry);
     void m_Reply(DBusMessage* message, const TSJournalEntry& entry, const std::optional<TSFault>& fault);
+    void m_Give(DBusMessage* message, const TSJournalEntry& entry, TSGivenAnswer answer);
+    void m_SendAfter(unsigned ms, TCMessagePtr reply);
     void m_Happen(const TSFault& fault);
     void m_Restart(const TSFault& fault);
     void m_LoseName(const TSFault& fault);

@@ -4,8 +4,8 @@
 #include "privatebus/BusFolder.h"
 #include "simulator/daemon/Sandbox.h"
 #include "simulator/daemon/Serve.h"
+#include "simulator/replay/Replay.h"
 #include "simulator/scenario/Junit.h"
-#include "simulator/scenario/Play.h"
 #include "simulator/scenario/Tell.h"
 #include "json/Harmless.h"
 
@@ -40,7 +40,16 @@ struct TSWanted
     bool isWhole = false;
     bool isVerbose = false;
     bool endsWithStory = false;
+    std::string client; ///< of a recording
+    TSReplayOptions replay;
     std::vector<std::string> command;
+};
+
+/// What is played: a story, or a recording.
+struct TSPiece
+{
+    TSScenario scenario;
+    std::function<std::unique_ptr<TCPlay>(const TSScenario&, TCSimulatedDaemon&, TSPlayOptions)> makePlay;
 };
 
 /// Says on standard error where the story is.
@@ -96,7 +105,10 @@ bool Open(std::ofstream& file, const std::string& path)
 class TCPlayer
 {
 public:
-    TCPlayer(const TSScenario& scenario, const TSWanted& wanted) : m_scenario(scenario), m_wanted(wanted) {}
+    TCPlayer(const TSPiece& piece, const TSWanted& wanted)
+        : m_piece(piece), m_scenario(piece.scenario), m_wanted(wanted)
+    {
+    }
 
     /// Plays, until the simulator ends. \return its exit status
     /// \param[in] end  how the command has ended, asked once it has; none: there is no command
@@ -116,9 +128,10 @@ public:
         m_options.onProgress = TCTeller(isAlone && isTerminal && !m_wanted.isVerbose, isTerminal || m_wanted.isVerbose);
         m_options.onOver = [this, isAlone, isTerminal, over = std::move(over)]
         {
-            if (m_scenario.Steps() > 0 && (!isAlone || isTerminal || m_wanted.isVerbose))
+            const bool isEmpty = m_scenario.Steps() == 0 && !IsRecording(m_scenario.file);
+            if (!isEmpty && (!isAlone || isTerminal || m_wanted.isVerbose))
             {
-                TellOver();
+                Tell(m_scenario.name + " " + m_play->OverWords());
             }
             over();
             if (isAlone && m_wanted.endsWithStory)
@@ -151,6 +164,7 @@ private:
         TSServeOptions options;
         options.set = m_scenario.set;
         options.seed = m_scenario.seed;
+        options.warmUpMs = m_scenario.warmUpMs;
         options.daemon.seed = m_scenario.seed;
         options.daemon.isManualClock = m_scenario.isManualClock;
         options.daemon.namesAfterMs = m_scenario.namesAfterMs;
@@ -159,7 +173,7 @@ private:
         {
             m_quit = quit;
             m_options.quit = std::move(quit);
-            m_play = MakePlay(m_scenario, daemon, m_options);
+            m_play = m_piece.makePlay(m_scenario, daemon, m_options);
             return std::shared_ptr<void>(m_play.get(), [this](void*) { Finish(); });
         };
         options.onSignal = [this](int number) { m_ownEnd.interruption = number; };
@@ -187,15 +201,7 @@ private:
         }
     }
 
-    void TellOver() const
-    {
-        const auto results = m_play->Results();
-        const auto played = std::count_if(results.begin(), results.begin() + static_cast<long>(m_scenario.Steps()),
-                                          [](const TSPartResult& result) { return result.state == TSPartResult::MET; });
-        Tell(m_scenario.name + " is over and met: " + std::to_string(played) + " of " +
-             std::to_string(m_scenario.Steps()) + " steps were played");
-    }
-
+    const TSPiece& m_piece;
     const TSScenario& m_scenario;
     const TSWanted& m_wanted;
     TSPlayOptions m_options;
@@ -255,13 +261,13 @@ void OnTerminate(int number)
 /// Plays with the command beside. \return EXIT_NOT_FOUND and the like when there is no command to play with; else
 ///         EXIT_UNMET when a step was not met; 128 and the signal when a user interrupted the play; else the command's
 ///         exit status, or the simulator's when the command ended as it was asked to because the scenario was over
-int PlayBeside(const TSScenario& scenario, const TSWanted& wanted)
+int PlayBeside(const TSPiece& piece, const TSWanted& wanted)
 {
     TCSharedMarks marks;
     thePlayer = getpid();
     TSSandboxOptions sandbox;
     sandbox.command = wanted.command;
-    sandbox.featureKeys = privatebus::DefaultFeatureKeys(scenario.set.slots);
+    sandbox.featureKeys = privatebus::DefaultFeatureKeys(piece.scenario.set.slots);
     sandbox.simulator = [&](const std::function<void()>& ready)
     {
         const auto over = [&]
@@ -273,7 +279,7 @@ int PlayBeside(const TSScenario& scenario, const TSWanted& wanted)
             }
         };
         const auto end = [&] { return marks->hasEnded ? marks->end : TSCommandEnd(); };
-        const int status = TCPlayer(scenario, wanted).Run(ready, over, end);
+        const int status = TCPlayer(piece, wanted).Run(ready, over, end);
         marks->status = status;
         if (status == EXIT_UNMET)
         {
@@ -300,22 +306,58 @@ int PlayBeside(const TSScenario& scenario, const TSWanted& wanted)
     return verdict == EXIT_UNMET || isInterrupted || isAsked ? verdict : status;
 }
 
+TSPiece FindPiece(const TSWanted& wanted)
+{
+    const std::string& name = wanted.scenario.front();
+    TSPiece piece;
+    if (IsRecording(name))
+    {
+        TSRecording recording = ReadRecording(name, wanted.client);
+        if (!recording.ending.empty())
+        {
+            Tell(name + ": " + recording.ending);
+        }
+        if (wanted.replay.isStrict && recording.clients.size() > 1)
+        {
+            throw TCUsageError(name +
+                               " is of several applications, whose calls come in no certain order: --client "
+                               "says whose are played; " +
+                               recording.ClientsInWords());
+        }
+        piece.scenario = ScenarioOf(recording);
+        piece.makePlay = [recording = std::move(recording), wishes = wanted.replay](
+                             const TSScenario& scenario, TCSimulatedDaemon& daemon, TSPlayOptions options)
+        { return std::make_unique<TCReplay>(recording, scenario, daemon, std::move(options), wishes); };
+    }
+    else
+    {
+        if (wanted.replay.isStrict || wanted.replay.isRealTime || !wanted.client.empty())
+        {
+            throw TCUsageError("--strict, --real-time and --client go with a recording, FILE.pcapng");
+        }
+        piece.scenario = FindScenario(name);
+        piece.makePlay = MakePlay;
+    }
+    piece.scenario.seed = wanted.seed.value_or(piece.scenario.seed);
+    return piece;
+}
+
 int PlayCommand(const TSWanted& wanted)
 {
-    TSScenario scenario = FindScenario(wanted.scenario.front());
-    scenario.seed = wanted.seed.value_or(scenario.seed);
+    const TSPiece piece = FindPiece(wanted);
     if (wanted.command.empty())
     {
-        return TCPlayer(scenario, wanted).Run({}, [] {}, {});
+        return TCPlayer(piece, wanted).Run({}, [] {}, {});
     }
-    return PlayBeside(scenario, wanted);
+    return PlayBeside(piece, wanted);
 }
 } // namespace
 
 std::function<int()> PreparePlay(TCCommandLine line)
 {
     auto options = std::make_shared<TSWanted>();
-    line.Words("scenario", options->scenario, EHowMany::ONE, "a scenario's name, see list; or a file");
+    line.Words("scenario", options->scenario, EHowMany::ONE,
+               "a scenario's name, see list; or a file; or a recording, FILE.pcapng or FILE.pcap");
     line.Option("--seed", options->seed, "another seed than the scenario's");
     line.Option("--journal", options->journal, "write each call and each signal to this file");
     line.Option("--junit", options->junit, "write what was met and what was not to this file, as JUnit XML");
@@ -326,6 +368,12 @@ std::function<int()> PreparePlay(TCCommandLine line)
     line.Flag("--whole", options->isWhole, "nothing may be passed over: also what is optional has to be played");
     line.Flag("--end", options->endsWithStory,
               "when the story is over, ask the command to end, or without one end, and give 0");
+    line.Flag("--strict", options->replay.isStrict,
+              "of a recording: the calls have to come as they were recorded, the first difference ends the play");
+    line.Flag("--real-time", options->replay.isRealTime,
+              "of a recording: answers and signals take the time that they took; without, they come at once");
+    line.Option("--client", options->client,
+                "of a recording: only the calls of this program, or of this unique bus name");
     line.Flag("--verbose", options->isVerbose, "say on standard error where the story is");
     line.Words("command", options->command, EHowMany::ANY,
                "run this command beside it on a private bus; without: on the system bus, until SIGTERM");
@@ -341,6 +389,7 @@ std::function<int()> PreparePlay(TCCommandLine line)
                 return 2;
             }
             options->stepMs = static_cast<unsigned>(patience->count());
+            options->replay.quietMs = options->stepMs;
         }
         return PlayCommand(*options);
     };

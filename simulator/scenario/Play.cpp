@@ -7,6 +7,7 @@
 
 #include "json/Signals.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ostream>
@@ -85,6 +86,16 @@ std::vector<TSPartResult> TCPlay::Results() const
     return results;
 }
 
+std::string TCPlay::OverWords() const
+{
+    const std::vector<TSPartResult> results = m_Results();
+    const auto steps = results.begin() + static_cast<std::ptrdiff_t>(m_scenario.Steps());
+    const auto played = std::count_if(results.begin(), steps,
+                                      [](const TSPartResult& result) { return result.state == TSPartResult::MET; });
+    return "is over and met: " + std::to_string(played) + " of " + std::to_string(m_scenario.Steps()) +
+           " steps were played";
+}
+
 std::string TCPlay::m_EndedBefore() const
 {
     const std::string how = m_end.Words();
@@ -103,7 +114,7 @@ void TCPlay::m_Progress(const std::string& words)
 void TCPlay::m_Fail(int line, const std::string& text)
 {
     m_Progress("");
-    Tell(m_scenario.file + ":" + std::to_string(line) + ": " + text);
+    Tell(m_scenario.file + (line != 0 ? ":" + std::to_string(line) : "") + ": " + text);
     m_hasFailed = true;
     m_timers.CancelAll();
     if (m_options.quit)

@@ -64,6 +64,8 @@ public:
     int Verdict(const TSCommandEnd& end = {});
     /// What became of each part, and behind them of the application, if it has failed by itself.
     std::vector<TSPartResult> Results() const;
+    /// What became of it all, once it is over.
+    virtual std::string OverWords() const;
 
 protected:
     /// Goes as far as it can.
@@ -77,10 +79,13 @@ protected:
     std::string m_EndedBefore() const;
 
     /// Says on standard error what is not met, and ends the play.
+    /// \param[in] line  of the file; 0: none
     /// \param[in] text  behind file and line
     void m_Fail(int line, const std::string& text);
     void m_Over();
     void m_Progress(const std::string& words);
+    /// Adds a line to the journal.
+    void m_Note(const std::string& line);
 
     TSScenario m_scenario;
     TCSimulatedDaemon& m_daemon;
@@ -95,7 +100,6 @@ protected:
 
 private:
     std::string m_where; ///< told last
-    void m_Note(const std::string& line);
 };
 
 /// The play of a scenario, whichever form it has.

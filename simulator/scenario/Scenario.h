@@ -17,6 +17,7 @@ struct TSScenario
     std::uint64_t seed = 1;
     bool isManualClock = false;
     unsigned msPerCall = 0; ///< how far each call moves the manual clock; subscriptions do not
+    TTime warmUpMs = 0;     ///< virtual time that has passed when the daemon comes
     unsigned namesAfterMs = 0;
     unsigned nameStepMs = 0;
     TSSetDefinition set;

@@ -69,7 +69,7 @@ void TCAllSignals::m_Handle(DBusMessage* message)
     {
         return;
     }
-    const TSSignalRead read = ReadSignal(message);
+    const traffic::TSSignal read = traffic::ReadSignal(message);
     if (read.signal && read.error.empty())
     {
         m_handler(*read.signal);

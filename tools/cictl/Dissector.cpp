@@ -2,31 +2,19 @@
 
 #include "cictl/Time.h"
 
-#include "bus/Arguments.h"
 #include "json/Signals.h"
 #include "json/ToJson.h"
 
-#include <ciapi/CINames.h>
-
-#include <algorithm>
-#include <charconv>
 #include <cmath>
-#include <cstring>
 #include <string_view>
 
 namespace CIM::cictl
 {
-using protocol::SCallEnvelope;
-using protocol::SReplyEnvelope;
-using protocol::SSignalEnvelope;
-
 namespace
 {
 constexpr std::size_t MOST_OPEN_CALLS = 10'000;
 
 std::string Text(const char* text) { return text ? text : ""; }
-
-std::string_view View(const protocol::SBytes& bytes) { return {bytes.data, static_cast<std::size_t>(bytes.length)}; }
 
 std::string Both(const std::string& first, const std::string& second)
 {
@@ -39,38 +27,6 @@ void AddError(TJson& record, const std::string& error)
     {
         record["error"] = error;
     }
-}
-
-std::string WrongWith(const SCallEnvelope& call, const TArgumentsRead<SCallEnvelope>& read)
-{
-    if (call.payload.length != std::max(call.length, 0))
-    {
-        return std::to_string(call.payload.length) + " bytes, but a length of " + std::to_string(call.length);
-    }
-    const bool hasHeader = !read.IsWrong<&SCallEnvelope::header>() && !read.IsWrong<&SCallEnvelope::length>() &&
-                           !read.IsWrong<&SCallEnvelope::processId>();
-    return hasHeader ? "" : "the header is incomplete";
-}
-
-/// The kind of a signal, by its member. What nobody knows is read as the commonest.
-EIPCMessageType KindOf(DBusMessage* message)
-{
-    for (std::size_t type = 0; type < protocol::SIGNAL_KINDS.size(); ++type)
-    {
-        if (dbus_message_has_member(message, protocol::SIGNAL_KINDS[type].member))
-        {
-            return static_cast<EIPCMessageType>(type);
-        }
-    }
-    return IPC_MESSAGE_SIGNAL;
-}
-
-std::optional<ECISignalType> SignalType(std::string_view identifier)
-{
-    int number = 0;
-    const char* const end = identifier.data() + identifier.size();
-    const auto [behind, bad] = std::from_chars(identifier.data(), end, number);
-    return bad == std::errc() && behind == end ? std::optional(static_cast<ECISignalType>(number)) : std::nullopt;
 }
 
 /// The slot that the arguments of a call name.
@@ -93,13 +49,16 @@ TCDissector::TSDescribed TCDissector::Describe(DBusMessage* message, const recor
         m_DescribeCall(message, described);
         break;
     case DBUS_MESSAGE_TYPE_SIGNAL:
-        if (dbus_message_has_interface(message, CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME.c_str()))
+        if (traffic::IsSignal(message))
         {
             m_DescribeSignal(message, described);
         }
-        else if (dbus_message_is_signal(message, MARK_INTERFACE, MARK_MEMBER))
+        else if (const auto text = traffic::ReadMark(message))
         {
-            m_DescribeMark(message, described);
+            described.record = {{"time", TimeText(moment.real)},
+                                {"kind", "mark"},
+                                {"operation", traffic::MARK_MEMBER},
+                                {"text", *text}};
         }
         break;
     default:
@@ -121,45 +80,33 @@ std::map<std::string, std::uint64_t> TCDissector::Unanswered() const
 
 void TCDissector::m_DescribeCall(DBusMessage* message, TSDescribed& described)
 {
-    const char* const called = dbus_message_get_interface(message); // may be left out: the name says it, too
-    const json::TCInterfaceForm* const interface =
-        json::FindInterface(Text(called ? called : dbus_message_get_destination(message)));
-    if (!interface)
+    const std::optional<traffic::TSCall> read = traffic::ReadCall(message);
+    if (!read)
     {
         return;
     }
-    if (!dbus_message_has_member(message, protocol::CALL_MEMBER) ||
-        !dbus_message_has_path(message, protocol::CALL_OBJECT_PATH))
-    {
-        m_DescribeForeignCall(message, *interface, described);
-        return;
-    }
-    SCallEnvelope envelope;
-    const auto read = ReadArguments(message, envelope);
-    const short id = protocol::MethodIdOf(envelope.header);
-    const bool hasId = !read.isEmpty && !read.IsWrong<&SCallEnvelope::header>();
-    const json::TCOperationForm* const operation = hasId ? interface->Find(id) : nullptr;
-    const std::string nameOfOther = interface->Name() + "." + (hasId ? std::to_string(id) : "?");
-    TSCall call{operation, operation ? operation->FullName() : nameOfOther, m_moment};
+    TSCall call{read->operation, read->name, m_moment};
+    call.isForeign = read->isForeign;
     TJson& record = described.record;
-    record = {
-        {"time", TimeText(m_moment.real)}, {"kind", "call"}, {"from", envelope.processId}, {"operation", call.name}};
-    if ((protocol::FlagsOf(envelope.header) & protocol::CALL_FLAG_ONE_WAY) != 0)
+    record = {{"time", TimeText(m_moment.real)}, {"kind", "call"}};
+    record["from"] = read->isForeign ? TJson(Text(dbus_message_get_sender(message))) : TJson(read->processId);
+    record["operation"] = call.name;
+    if (read->isOneWay)
     {
         record["oneWay"] = true;
     }
-    if (envelope.program != nullptr)
+    if (read->program != nullptr)
     {
-        record["program"] = envelope.program;
+        record["program"] = read->program;
     }
-    std::string error = WrongWith(envelope, read);
-    if (operation)
+    std::string error = read->error;
+    if (read->operation)
     {
-        json::TSDecoded decoded = operation->RequestToJson(View(envelope.payload));
+        json::TSDecoded decoded = read->operation->RequestToJson(read->payload);
         if (!m_wishes.showSecrets)
         {
-            operation->HideSecrets(decoded.json);
-            if (json::MayHideSecrets(interface, operation, View(envelope.payload)))
+            read->operation->HideSecrets(decoded.json);
+            if (json::MayHideSecrets(read->interface, read->operation, read->payload))
             {
                 decoded.json.clear();
             }
@@ -173,25 +120,8 @@ void TCDissector::m_DescribeCall(DBusMessage* message, TSDescribed& described)
     }
     AddError(record, error);
     call.isBad = !error.empty();
-    described.operation = operation;
+    described.operation = read->operation;
     described.slot = call.slot;
-    m_AwaitReply(message, std::move(call));
-}
-
-void TCDissector::m_DescribeForeignCall(DBusMessage* message, const json::TCInterfaceForm& interface,
-                                        TSDescribed& described)
-{
-    const std::string member = Text(dbus_message_get_member(message));
-    const std::string object = Text(dbus_message_get_path(message));
-    TSCall call{nullptr, interface.Name() + " " + object + " " + member, m_moment};
-    described.record = {{"time", TimeText(m_moment.real)},
-                        {"kind", "call"},
-                        {"from", Text(dbus_message_get_sender(message))},
-                        {"operation", call.name},
-                        {"error", std::string("this is none of the CI daemon's calls, which go to ") +
-                                      protocol::CALL_MEMBER + " of " + protocol::CALL_OBJECT_PATH}};
-    call.isForeign = true;
-    call.isBad = true;
     m_AwaitReply(message, std::move(call));
 }
 
@@ -226,24 +156,21 @@ void TCDissector::m_DescribeReply(DBusMessage* message, TSDescribed& described)
     described.ms = std::round(static_cast<double>(after) / 1000) / 1000;
     TJson& record = described.record;
     record = {{"time", TimeText(m_moment.real)}, {"kind", "reply"}, {"operation", call.name}, {"ms", *described.ms}};
-    if (dbus_message_get_type(message) == DBUS_MESSAGE_TYPE_ERROR)
+    const traffic::TSReply reply = traffic::ReadReply(message);
+    if (!reply.errorName.empty())
     {
-        const char* text = nullptr;
-        dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
-        record["error"] = Text(dbus_message_get_error_name(message)) + ": " + Text(text);
+        record["error"] = reply.errorName + ": " + reply.errorText;
         return;
     }
     if (call.isForeign)
     {
         return; // nobody knows what it carries
     }
-    SReplyEnvelope envelope;
-    const auto read = ReadArguments(message, envelope);
-    std::string error = read.IsWhole() ? "" : "the reply is incomplete";
-    record["status"] = envelope.status;
+    std::string error = reply.error;
+    record["status"] = reply.status;
     if (call.operation)
     {
-        const json::TSDecoded decoded = call.operation->ReplyToJson(View(envelope.payload));
+        const json::TSDecoded decoded = call.operation->ReplyToJson(reply.payload);
         record.update(decoded.json);
         if (record.contains("outputs") && record["outputs"].empty())
         {
@@ -252,42 +179,6 @@ void TCDissector::m_DescribeReply(DBusMessage* message, TSDescribed& described)
         error = Both(error, decoded.error);
     }
     AddError(record, error);
-}
-
-TSSignalRead ReadSignal(DBusMessage* message)
-{
-    SSignalEnvelope envelope;
-    envelope.type = KindOf(message);
-    const auto read = ReadArguments(message, envelope);
-    const std::string_view payload = View(envelope.payload);
-    TSSignalRead signal;
-    signal.type = Text(envelope.identifier);
-    // Behind the data the payload repeats the pipeline.
-    const std::size_t size = std::min(payload.size(), sizeof(TSSignalData));
-    signal.bytes = json::BytesToHex({reinterpret_cast<const unsigned char*>(payload.data()), size});
-    const std::optional<ECISignalType> type = SignalType(signal.type);
-    signal.error = read.IsWhole() ? "" : "the signal is incomplete";
-    if (payload.size() < sizeof(protocol::SSignalPayload))
-    {
-        signal.error = Both(signal.error, "its payload has " + std::to_string(payload.size()) + " bytes, not " +
-                                              std::to_string(sizeof(protocol::SSignalPayload)));
-        return signal;
-    }
-    if (!type)
-    {
-        signal.error = Both(signal.error, "its type is no number: " + json::Dump(signal.type));
-        return signal;
-    }
-    protocol::SSignalPayload content;
-    std::memcpy(&content, payload.data(), sizeof content);
-    signal.signal = {*type, static_cast<EProfile>(content.profile), content.handle, content.data};
-    const std::string pipeline = std::to_string(protocol::HandleValue(signal.signal->profile, content.handle));
-    if (envelope.handle != nullptr && envelope.handle != pipeline)
-    {
-        signal.error = Both(signal.error, "it is sent for the pipeline " + json::Dump(Text(envelope.handle)) +
-                                              ", but is about " + pipeline);
-    }
-    return signal;
 }
 
 void AddSignal(TJson& record, const protocol::SSignal& signal, bool asJson, bool isRaw)
@@ -310,20 +201,12 @@ void AddSignal(TJson& record, const protocol::SSignal& signal, bool asJson, bool
     }
 }
 
-void TCDissector::m_DescribeMark(DBusMessage* message, TSDescribed& described) const
-{
-    const char* text = nullptr;
-    dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
-    described.record = {
-        {"time", TimeText(m_moment.real)}, {"kind", "mark"}, {"operation", MARK_MEMBER}, {"text", Text(text)}};
-}
-
 void TCDissector::m_DescribeSignal(DBusMessage* message, TSDescribed& described)
 {
     TJson& record = described.record;
     record = {
         {"time", TimeText(m_moment.real)}, {"kind", "signal"}, {"operation", Text(dbus_message_get_member(message))}};
-    const TSSignalRead read = ReadSignal(message);
+    const traffic::TSSignal read = traffic::ReadSignal(message);
     if (read.signal)
     {
         AddSignal(record, *read.signal, m_wishes.asJson, m_wishes.showRaw);

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "protocol/SignalData.h"
 #include "recording/Moment.h"
-#include "json/OperationForm.h"
+#include "traffic/Messages.h"
 
 #include <dbus/dbus.h>
 
@@ -13,21 +12,6 @@
 namespace CIM::cictl
 {
 using json::TJson;
-
-/// Where the marks of people go, which stand among the traffic: signals with a text.
-inline constexpr const char* MARK_PATH = "/com/kelvora/cictl";
-inline constexpr const char* MARK_INTERFACE = "com.kelvora.cictl";
-inline constexpr const char* MARK_MEMBER = "Mark";
-
-/// A signal as it is on the bus.
-struct TSSignalRead
-{
-    std::optional<protocol::SSignal> signal; ///< nothing when its type or its data cannot be read
-    std::string type;                        ///< as it was sent
-    std::string bytes;                       ///< of its data, as far as they are there, in hexadecimal digits
-    std::string error;                       ///< what is wrong with it; empty: nothing
-};
-TSSignalRead ReadSignal(DBusMessage* message);
 
 /// Adds what a signal says to its record: in words for people, and for programs also its parts.
 /// \param[in] isRaw  also the bytes of its data
@@ -79,8 +63,6 @@ private:
     using TKey = std::pair<std::string, dbus_uint32_t>; // who called, and the call's serial
 
     void m_DescribeCall(DBusMessage* message, TSDescribed& described);
-    void m_DescribeForeignCall(DBusMessage* message, const json::TCInterfaceForm& interface, TSDescribed& described);
-    void m_DescribeMark(DBusMessage* message, TSDescribed& described) const;
     void m_AwaitReply(DBusMessage* message, TSCall call);
     void m_DescribeReply(DBusMessage* message, TSDescribed& described);
     void m_DescribeSignal(DBusMessage* message, TSDescribed& described);

@@ -1,6 +1,7 @@
 #include "cictl/Recorder.h"
 
 #include "bus/Arguments.h"
+#include "traffic/Messages.h"
 #include "json/SecretBytes.h"
 
 #include <cstdio>
@@ -36,16 +37,12 @@ void CoverAll(DBusMessageIter& iter)
         }
     }
 }
-
-std::string Text(const char* text) { return text != nullptr ? text : ""; }
 } // namespace
 
 // What libdbus lends is the message's own memory, and the message is nobody else's.
 void CoverSecrets(DBusMessage* call)
 {
-    const char* const called = dbus_message_get_interface(call); // may be left out: the name says it, too
-    const json::TCInterfaceForm* const interface =
-        json::FindInterface(Text(called != nullptr ? called : dbus_message_get_destination(call)));
+    const json::TCInterfaceForm* const interface = traffic::InterfaceOfCall(call);
     protocol::SCallEnvelope envelope;
     const auto read = ReadArguments(call, envelope);
     const bool isCall = dbus_message_has_member(call, protocol::CALL_MEMBER) &&

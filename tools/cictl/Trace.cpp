@@ -25,7 +25,7 @@ void BecomeMonitor(TCBus& bus)
     std::vector<std::string> rules = {std::string("type='method_call',member='") + protocol::CALL_MEMBER + "'",
                                       "type='signal',interface='" + CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME + "'",
                                       "type='method_return'", "type='error'"};
-    rules.push_back(std::string("type='signal',interface='") + MARK_INTERFACE + "'");
+    rules.push_back(std::string("type='signal',interface='") + traffic::MARK_INTERFACE + "'");
     for (const json::TCInterfaceForm& interface : json::Interfaces())
     {
         rules.push_back("type='method_call',interface='" + interface.ConnectionName() + "'");
@@ -187,7 +187,7 @@ EExit MarkVerb(const TCArguments& arguments)
         throw TCFailure(EXIT_USAGE, text.empty() ? "text: what is the mark to say?" : "text: this is no UTF-8");
     }
     TCBus bus;
-    const TCMessagePtr mark(dbus_message_new_signal(MARK_PATH, MARK_INTERFACE, MARK_MEMBER));
+    const TCMessagePtr mark(dbus_message_new_signal(traffic::MARK_PATH, traffic::MARK_INTERFACE, traffic::MARK_MEMBER));
     const char* const bytes = text.c_str();
     dbus_message_append_args(mark.get(), DBUS_TYPE_STRING, &bytes, DBUS_TYPE_INVALID);
     dbus_connection_send(bus.Get(), mark.get(), nullptr);

@@ -1,12 +1,9 @@
 #include "cictl/Output.h"
 #include "cictl/TraceOutput.h"
 
-#include "bus/Handles.h"
-#include "recording/Reader.h"
+#include "traffic/Recorded.h"
 
 #include <cerrno>
-#include <charconv>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 
@@ -53,8 +50,9 @@ private:
 class TCProgress
 {
 public:
-    explicit TCProgress(std::uint64_t size)
-        : m_size(isatty(STDERR_FILENO) == 1 && isatty(STDOUT_FILENO) == 0 ? size : 0)
+    /// \param[in] isAlone  nothing else is printed meanwhile
+    TCProgress(std::uint64_t size, bool isAlone)
+        : m_size(isatty(STDERR_FILENO) == 1 && (isAlone || isatty(STDOUT_FILENO) == 0) ? size : 0)
     {
     }
     ~TCProgress()
@@ -84,83 +82,47 @@ private:
     bool m_isShown = false;
 };
 
-/// The monotonic clock of packets, whose comments say where it stood.
-class TCClocks
+EExit Read(const TCInput& input, const std::string& path, TCTraceOutput& output)
 {
-public:
-    recording::TSMoment At(const recording::TSPacket& packet)
+    traffic::TCRecorded recorded(input.Descriptor());
+    std::string error;
+    try
     {
-        constexpr std::string_view WORDS = "monotonic clock ";
-        const std::size_t place = packet.comment.rfind(WORDS);
-        if (place != packet.comment.npos)
+        TCProgress progress(input.Size(), output.IsShownAtEnd());
+        while (!output.IsFull() && !output.IsChartFull() && recorded.Next())
         {
-            const std::string_view digits = packet.comment.substr(place + WORDS.size());
-            std::int64_t seconds = 0;
-            std::int64_t parts = 0;
-            const char* const end = digits.data() + digits.size();
-            const auto [point, error] = std::from_chars(digits.data(), end, seconds);
-            constexpr int DIGITS = 9;
-            constexpr std::int64_t MOST_SECONDS = 9'000'000'000; // that nanoseconds can tell
-            const bool isWhole = error == std::errc() && seconds >= 0 && seconds < MOST_SECONDS &&
-                                 end - point > DIGITS &&
-                                 std::from_chars(point + 1, point + 1 + DIGITS, parts).ec == std::errc() && parts >= 0;
-            if (isWhole)
+            progress.Reach(recorded.Offset());
+            if (!output.Filter().MayBeWanted(recorded.Head(), recorded.Moment().real, output.Dissector()))
             {
-                m_monotonic = seconds * 1'000'000'000 + parts;
-                m_real = packet.time;
+                continue;
+            }
+            if (const TCMessagePtr message = recorded.Message())
+            {
+                output.Take(message.get(), recorded.Moment());
             }
         }
-        // A jump of the clock is told with the packet behind it.
-        return {packet.time, m_monotonic == 0 ? 0 : m_monotonic + (packet.time - m_real)};
     }
-
-private:
-    std::int64_t m_real = 0;
-    std::int64_t m_monotonic = 0;
-};
-
-EExit Read(const TCInput& input, TCTraceOutput& output)
-{
-    recording::TCReader reader(input.Descriptor());
-    TCProgress progress(input.Size());
-    TCClocks clocks;
-    recording::TSPacket packet;
-    recording::TSMessageHead head;
-    std::uint64_t number = 0;
-    std::uint64_t unreadable = 0;
-    while (!output.IsFull() && !output.IsChartFull() && reader.Next(packet))
+    catch (const recording::TCRecordingError& wrong)
     {
-        ++number;
-        progress.Reach(reader.Offset());
-        const recording::TSMoment moment = clocks.At(packet);
-        if (!recording::ReadMessageHead(packet.bytes, head))
-        {
-            ++unreadable;
-            continue;
-        }
-        if (!output.Filter().MayBeWanted(head, packet.time, output.Dissector()))
-        {
-            continue;
-        }
-        TCDBusError error;
-        const TCMessagePtr message(
-            dbus_message_demarshal(packet.bytes.data(), static_cast<int>(packet.bytes.size()), error.Get()));
-        if (!message)
-        {
-            ++unreadable;
-            continue;
-        }
-        output.Take(message.get(), moment);
+        error = wrong.what(); // what came before it is shown all the same
     }
-    output.Finish();
-    if (unreadable > 0)
+    if (error.empty() || recorded.Packets() > 0)
+    {
+        output.Finish();
+    }
+    if (recorded.Unreadable() > 0)
     {
         std::fprintf(stderr, "cictl: %llu of %llu packets are no D-Bus messages, or were cut\n",
-                     static_cast<unsigned long long>(unreadable), static_cast<unsigned long long>(number));
+                     static_cast<unsigned long long>(recorded.Unreadable()),
+                     static_cast<unsigned long long>(recorded.Packets()));
     }
-    if (!reader.Ending().empty())
+    if (!error.empty())
     {
-        std::fprintf(stderr, "cictl: %s\n", reader.Ending().c_str());
+        throw TCFailure(EXIT_NOT_READABLE, path + ": " + error);
+    }
+    if (!recorded.Ending().empty())
+    {
+        std::fprintf(stderr, "cictl: %s\n", recorded.Ending().c_str());
     }
     return EXIT_ANSWERED;
 }
@@ -179,13 +141,6 @@ EExit TraceFile(const TCArguments& arguments)
     }
     TCTraceOutput output(arguments);
     const TCInput input(path);
-    try
-    {
-        return Read(input, output);
-    }
-    catch (const recording::TCRecordingError& error)
-    {
-        throw TCFailure(EXIT_NOT_READABLE, path + ": " + error.what());
-    }
+    return Read(input, path, output);
 }
 } // namespace CIM::cictl

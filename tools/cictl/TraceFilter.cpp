@@ -145,7 +145,7 @@ bool TCTraceFilter::MayBeWanted(const recording::TSMessageHead& head, std::int64
         {
             return false;
         }
-        if (head.interface == MARK_INTERFACE)
+        if (head.interface == traffic::MARK_INTERFACE)
         {
             return true;
         }

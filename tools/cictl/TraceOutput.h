@@ -22,6 +22,7 @@ public:
     /// Whether nothing more will be shown, though more may be wanted.
     bool IsChartFull() const { return m_chart && m_chart->IsFull(); }
     bool HasCount() const { return m_count != 0; }
+    bool IsShownAtEnd() const { return m_isSummary || m_chart; }
     /// What comes at the end.
     void Finish();
 
