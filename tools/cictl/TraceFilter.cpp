@@ -7,6 +7,7 @@
 
 #include <ciapi/CINames.h>
 
+#include <charconv>
 #include <cstdlib>
 #include <ctime>
 #include <map>
@@ -149,7 +150,7 @@ bool TCTraceFilter::MayBeWanted(const recording::TSMessageHead& head, std::int64
         {
             return true;
         }
-        return head.interface == CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME && (m_operations.empty() || !m_signals.empty());
+        return head.interface == CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME && m_IsWantedSignal(head);
     default:
         return false;
     }
@@ -163,6 +164,18 @@ bool TCTraceFilter::m_IsWantedCall(const recording::TSMessageHead& head) const
         return interface != nullptr;
     }
     return m_operations.count(interface->Find(protocol::MethodIdOf(head.FirstNumber()))) > 0;
+}
+
+bool TCTraceFilter::m_IsWantedSignal(const recording::TSMessageHead& head) const
+{
+    if (m_signals.empty())
+    {
+        return m_operations.empty();
+    }
+    const std::string_view identifier = head.FirstText();
+    int type = 0;
+    return std::from_chars(identifier.data(), identifier.data() + identifier.size(), type).ec == std::errc() &&
+           m_signals.count(static_cast<ECISignalType>(type)) > 0;
 }
 
 bool TCTraceFilter::IsWanted(const TCDissector::TSDescribed& described) const

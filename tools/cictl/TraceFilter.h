@@ -25,6 +25,7 @@ public:
 private:
     void m_TakeOperation(const std::string& word);
     bool m_IsWantedCall(const recording::TSMessageHead& head) const;
+    bool m_IsWantedSignal(const recording::TSMessageHead& head) const;
 
     std::set<const json::TCOperationForm*> m_operations; ///< empty: all
     std::set<ECISignalType> m_signals;                   ///< empty: all
