@@ -155,6 +155,7 @@ TEST(Recordings, FiltersShowWhatIsAskedForAndRefuseWhatCannotBe)
         {"--from yesterday", 2, "from: a time such as", "reply"},
         {"--from 2026-01-02T00:00 --to 2026-01-01T00:00", 2, "from: this is behind", "reply"},
         {"--record other.pcapng", 2, "--record goes with the bus", "reply"},
+        {"--quiet", 2, "--quiet goes with --record", "reply"},
     };
     for (const auto& row : cases)
     {
@@ -203,7 +204,9 @@ TEST(Recordings, AChartIsMermaidThatAReaderCanTake)
     EXPECT_EQ(untimed(whole.text), untimed(Content(folder.File("live.txt"))));
 
     const std::string crowded = folder.File("crowd.pcapng");
-    Record(folder, CICTL + " trace --record " + crowded, CICTL + " run " + folder.File("crowd.ci") + '\n');
+    Record(folder, CICTL + " trace --quiet --record " + crowded, CICTL + " run " + folder.File("crowd.ci") + '\n');
+    EXPECT_EQ(Content(folder.File("live.txt")), "") << "nobody asked for it";
+    EXPECT_EQ(Content(crowded).find("471147"), std::string::npos);
     const struct
     {
         std::string arguments;

@@ -68,6 +68,24 @@ TCDissector::TSDescribed TCDissector::Describe(DBusMessage* message, const recor
     return described;
 }
 
+bool TCDissector::PassOver(DBusMessage* message)
+{
+    switch (dbus_message_get_type(message))
+    {
+    case DBUS_MESSAGE_TYPE_METHOD_CALL:
+        if (traffic::InterfaceOfCall(message) == nullptr)
+        {
+            return false;
+        }
+        m_AwaitReply(message, {});
+        return true;
+    case DBUS_MESSAGE_TYPE_SIGNAL:
+        return traffic::IsSignal(message) || traffic::ReadMark(message);
+    default:
+        return m_calls.erase({Text(dbus_message_get_destination(message)), dbus_message_get_reply_serial(message)}) > 0;
+    }
+}
+
 std::map<std::string, std::uint64_t> TCDissector::Unanswered() const
 {
     std::map<std::string, std::uint64_t> counts;

@@ -42,6 +42,8 @@ public:
     };
     /// \param[in] moment  when it came; of two messages the monotonic clock counts where both have it
     TSDescribed Describe(DBusMessage* message, const recording::TSMoment& moment);
+    /// Takes a message without describing it, for less. \return whether it is the CI daemon's
+    bool PassOver(DBusMessage* message);
     /// Whether a call that was described waits for this reply.
     bool Awaits(std::string_view caller, std::uint32_t serial) const
     {
@@ -53,7 +55,7 @@ public:
 private:
     struct TSCall
     {
-        const json::TCOperationForm* operation; ///< null when the interface has none of that identifier
+        const json::TCOperationForm* operation = nullptr; ///< null when the interface has none of that identifier
         std::string name;
         recording::TSMoment sent;
         std::optional<std::int64_t> slot = {};

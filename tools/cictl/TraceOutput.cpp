@@ -19,9 +19,13 @@ TCTraceOutput::TCTraceOutput(const TCArguments& arguments)
     : m_filter(arguments), m_dissector({.showSecrets = arguments.IsSet("show-secrets"),
                                         .showRaw = arguments.IsSet("raw"),
                                         .asJson = arguments.IsJson()}),
-      m_isSummary(arguments.IsSet("summary")), m_asJson(arguments.IsJson()),
+      m_isSummary(arguments.IsSet("summary")), m_isQuiet(arguments.IsSet("quiet")), m_asJson(arguments.IsJson()),
       m_count(arguments.Number("count", 1, 1'000'000'000, 0))
 {
+    if (m_isQuiet && (!arguments.Has("record") || m_isSummary || arguments.IsSet("chart")))
+    {
+        throw TCFailure(EXIT_USAGE, "--quiet goes with --record, and with neither --summary nor --chart");
+    }
     if (arguments.IsSet("chart"))
     {
         if (m_isSummary || m_asJson)
@@ -32,9 +36,13 @@ TCTraceOutput::TCTraceOutput(const TCArguments& arguments)
     }
 }
 
-TCDissector::TSDescribed TCTraceOutput::Take(DBusMessage* message, const recording::TSMoment& moment)
+bool TCTraceOutput::Take(DBusMessage* message, const recording::TSMoment& moment)
 {
-    TCDissector::TSDescribed described = m_dissector.Describe(message, moment);
+    if (m_isQuiet && !HasCount())
+    {
+        return m_dissector.PassOver(message);
+    }
+    const TCDissector::TSDescribed described = m_dissector.Describe(message, moment);
     if (m_chart)
     {
         m_chart->Meet(message, described.record);
@@ -50,12 +58,12 @@ TCDissector::TSDescribed TCTraceOutput::Take(DBusMessage* message, const recordi
         {
             m_chart->Add(message, described);
         }
-        else
+        else if (!m_isQuiet)
         {
             PrintEvent(TRACE_FIELDS, described.record, m_asJson);
         }
     }
-    return described;
+    return !described.record.is_null();
 }
 
 void TCTraceOutput::Finish()

@@ -15,8 +15,8 @@ public:
 
     TCDissector& Dissector() { return m_dissector; }
     const TCTraceFilter& Filter() const { return m_filter; }
-    /// \return what was told of the message, wanted or not
-    TCDissector::TSDescribed Take(DBusMessage* message, const recording::TSMoment& moment);
+    /// \return whether the message is one of the CI daemon's or a mark, wanted or not
+    bool Take(DBusMessage* message, const recording::TSMoment& moment);
     /// Whether as many messages have been shown as --count says.
     bool IsFull() const { return m_count != 0 && m_seen >= m_count; }
     /// Whether nothing more will be shown, though more may be wanted.
@@ -32,6 +32,7 @@ private:
     TCTraceSummary m_summary;
     std::optional<TCTraceChart> m_chart;
     bool m_isSummary;
+    bool m_isQuiet;
     bool m_asJson;
     long m_count;
     long m_seen = 0;

@@ -92,10 +92,8 @@ void TCTraceSummary::Print(const std::map<std::string, std::uint64_t>& unanswere
     TJson records = TJson::array();
     for (const auto& [name, line] : m_lines)
     {
-        TJson record = {{"operation", name},
-                        {"count", line.calls},
-                        {"failures", line.failures},
-                        {"unanswered", waiting[name]}};
+        TJson record = {
+            {"operation", name}, {"count", line.calls}, {"failures", line.failures}, {"unanswered", waiting[name]}};
         if (line.times.Count() > 0)
         {
             record["median"] = Rounded(line.times.AtShare(0.5));

@@ -103,6 +103,7 @@ std::span<const TSVerb> Verbs()
           {"ring", EArgument::OPTION,
            "record the latest messages only, so many bytes such as 64M, in the file and in FILE.previous"},
           {"with-secrets", EArgument::FLAG, "record PINs and typed answers, too"},
+          {"quiet", EArgument::FLAG, "record, and show nothing"},
           {"operation", EArgument::OPTIONS, "only calls of it and their replies; may be repeated, as the next one"},
           {"signal", EArgument::OPTIONS, "only signals of this type"},
           {"slot", EArgument::OPTION, "only what is about this slot"},
