@@ -10,7 +10,7 @@ namespace CIM::recording
 {
 namespace
 {
-constexpr std::size_t FIRST_BUFFER = 1U << 20;
+constexpr std::size_t FIRST_BUFFER = 128U << 10;
 constexpr std::size_t MOST_INTERFACES = 4096;
 constexpr std::int64_t NANOSECONDS = 1'000'000'000;
 

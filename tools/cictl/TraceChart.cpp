@@ -108,13 +108,6 @@ std::string SignalText(const TJson& record)
     return Cut(text, MOST_CHARACTERS) + ErrorIn(record);
 }
 
-/// By the clock that does not jump, where both have it.
-double SecondsBetween(const recording::TSMoment& from, const recording::TSMoment& to)
-{
-    const bool isMonotonic = from.monotonic != 0 && to.monotonic != 0;
-    return static_cast<double>(isMonotonic ? to.monotonic - from.monotonic : to.real - from.real) / 1e9;
-}
-
 std::string Number(const char* format, double number)
 {
     char text[64];
@@ -293,7 +286,8 @@ private:
 
     std::string m_Time(const recording::TSMoment& moment) const
     {
-        return Number("%+.3f s", SecondsBetween(m_pieces.front()->rows.front().moment, moment));
+        const std::int64_t time = recording::TimeBetween(m_pieces.front()->rows.front().moment, moment);
+        return Number("%+.3f s", static_cast<double>(time) / 1e9);
     }
 
     static void m_Line(const std::string& line) { Out() << "    " << line << '\n'; }

@@ -92,7 +92,11 @@ EExit Read(const TCInput& input, const std::string& path, TCTraceOutput& output)
         while (!output.IsFull() && !output.IsChartFull() && recorded.Next())
         {
             progress.Reach(recorded.Offset());
-            if (!output.Filter().MayBeWanted(recorded.Head(), recorded.Moment().real, output.Dissector()))
+            using EInterest = TCTraceFilter::EInterest;
+            const EInterest interest =
+                output.Filter().InterestIn(recorded.Head(), recorded.Moment(), output.Dissector());
+            if (interest == EInterest::NONE ||
+                (interest == EInterest::NOTE && output.Dissector().Note(recorded.Head(), recorded.Moment())))
             {
                 continue;
             }

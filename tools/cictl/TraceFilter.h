@@ -15,9 +15,15 @@ public:
     /// \throws TCFailure for an option that could never let anything pass
     explicit TCTraceFilter(const TCArguments& arguments);
 
-    /// Looks at a message before it is decoded. \param[in] time  nanoseconds since 1970
-    /// \return false when it cannot be wanted, nor is needed to understand another one
-    bool MayBeWanted(const recording::TSMessageHead& head, std::int64_t time, const TCDissector& dissector) const;
+    enum class EInterest
+    {
+        NONE,  ///< it cannot be wanted, nor is it needed to understand another one
+        NOTE,  ///< only that it came matters
+        WHOLE, ///< it may be wanted
+    };
+    /// Looks at a message before it is decoded.
+    EInterest InterestIn(const recording::TSMessageHead& head, const recording::TSMoment& moment,
+                         const TCDissector& dissector) const;
     bool IsWanted(const TCDissector::TSDescribed& described) const;
     /// Whether nothing that comes at a later time is wanted. \param[in] time  nanoseconds since 1970
     bool IsOver(std::int64_t time) const { return m_to && time > *m_to; }
