@@ -28,8 +28,10 @@ void Compare(std::string_view bytes)
     if (isRead) // a message with fields that are not texts, numbers or signatures is not
     {
         Require(head.type == dbus_message_get_type(message.get()));
+        Require(head.wantsNoReply == (dbus_message_get_no_reply(message.get()) != 0));
         Require(head.serial == dbus_message_get_serial(message.get()));
         Require(head.replySerial == dbus_message_get_reply_serial(message.get()));
+        Require(same(dbus_message_get_path(message.get()), head.path));
         Require(same(dbus_message_get_interface(message.get()), head.interface));
         Require(same(dbus_message_get_member(message.get()), head.member));
         Require(same(dbus_message_get_sender(message.get()), head.sender));

@@ -9,6 +9,7 @@ namespace
 {
 enum EField : std::uint8_t
 {
+    FIELD_PATH = 1,
     FIELD_INTERFACE = 2,
     FIELD_MEMBER = 3,
     FIELD_REPLY_SERIAL = 5,
@@ -16,6 +17,7 @@ enum EField : std::uint8_t
     FIELD_SENDER = 7,
 };
 
+constexpr std::uint8_t FLAG_NO_REPLY = 1;
 constexpr std::size_t FIXED_BYTES = 16; ///< with the length of the fields
 constexpr char OWN_ORDER = std::endian::native == std::endian::little ? 'l' : 'B';
 constexpr char OTHER_ORDER = std::endian::native == std::endian::little ? 'B' : 'l';
@@ -99,6 +101,9 @@ void ReadField(TCCursor& cursor, TSMessageHead& head)
     }
     switch (field)
     {
+    case FIELD_PATH:
+        head.path = text;
+        break;
     case FIELD_INTERFACE:
         head.interface = text;
         break;
@@ -140,6 +145,7 @@ bool ReadMessageHead(std::string_view bytes, TSMessageHead& head)
     head = TSMessageHead();
     head.isSwapped = bytes[0] == OTHER_ORDER;
     head.type = static_cast<std::uint8_t>(bytes[1]);
+    head.wantsNoReply = (static_cast<std::uint8_t>(bytes[2]) & FLAG_NO_REPLY) != 0;
     TCCursor cursor(bytes, head.isSwapped);
     cursor.Take(4);
     const std::size_t bodyBytes = cursor.Number();

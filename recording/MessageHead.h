@@ -9,8 +9,10 @@ namespace CIM::recording
 struct TSMessageHead
 {
     std::uint8_t type = 0; ///< as DBUS_MESSAGE_TYPE_*
+    bool wantsNoReply = false;
     std::uint32_t serial = 0;
     std::uint32_t replySerial = 0;
+    std::string_view path;
     std::string_view interface;
     std::string_view member;
     std::string_view sender;

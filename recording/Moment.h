@@ -12,4 +12,15 @@ struct TSMoment
 
     static TSMoment Now();
 };
+
+/// In nanoseconds, by the clock that does not jump where both have it; what is beyond what can be told stays at its end.
+constexpr std::int64_t TimeBetween(const TSMoment& from, const TSMoment& to)
+{
+    const bool isMonotonic = from.monotonic != 0 && to.monotonic != 0;
+    const std::int64_t begin = isMonotonic ? from.monotonic : from.real;
+    std::int64_t between = 0;
+    return __builtin_sub_overflow(isMonotonic ? to.monotonic : to.real, begin, &between)
+               ? (begin < 0 ? INT64_MAX : INT64_MIN)
+               : between;
+}
 } // namespace CIM::recording

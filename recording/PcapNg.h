@@ -27,6 +27,8 @@ inline constexpr std::uint32_t PCAP_NANOSECONDS = 0xA1B23C4D;
 
 /// The largest message that D-Bus allows.
 inline constexpr std::size_t MOST_MESSAGE_BYTES = 128U << 20;
+/// The largest section or interface, with all that is told about it.
+inline constexpr std::size_t MOST_DESCRIPTION_BYTES = 1U << 20;
 /// The largest block: one with that message, and what stands around it.
 inline constexpr std::size_t MOST_BLOCK_BYTES = MOST_MESSAGE_BYTES + (1U << 20);
 

@@ -10,7 +10,7 @@ namespace CIM::recording
 {
 namespace
 {
-constexpr std::size_t FIRST_BUFFER = 1U << 20;
+constexpr std::size_t FIRST_BUFFER = 128U << 10;
 constexpr std::size_t MOST_INTERFACES = 4096;
 constexpr std::int64_t NANOSECONDS = 1'000'000'000;
 
@@ -80,7 +80,7 @@ bool TCReader::Next(TSPacket& packet)
                 return true;
             }
             break;
-        default: // there are many more kinds, all of which may be passed over
+        default:
             break;
         }
     }
@@ -127,6 +127,7 @@ void TCReader::m_Open()
 bool TCReader::m_NextOfPcap(TSPacket& packet)
 {
     constexpr std::size_t HEAD = 16;
+    m_blockOffset = m_offset;
     if (!m_Have(HEAD))
     {
         return m_EndsHere("a packet's head");
@@ -157,6 +158,7 @@ bool TCReader::m_NextOfPcap(TSPacket& packet)
 bool TCReader::m_TakeBlock(std::uint32_t& type, std::string_view& body)
 {
     constexpr std::size_t AROUND = 12; // type, length, length again
+    m_blockOffset = m_offset;
     if (!m_Have(AROUND))
     {
         return m_EndsHere("a block's head");
@@ -174,9 +176,16 @@ bool TCReader::m_TakeBlock(std::uint32_t& type, std::string_view& body)
         }
     }
     const std::size_t length = m_Number<std::uint32_t>(head, 4);
-    if (length < AROUND || length % 4 != 0 || length > MOST_BLOCK_BYTES)
+    const bool isDescription = type == BLOCK_SECTION || type == BLOCK_INTERFACE;
+    const bool isPacket = type == BLOCK_PACKET || type == BLOCK_SIMPLE_PACKET;
+    if (length < AROUND || length % 4 != 0 || length > (isDescription ? MOST_DESCRIPTION_BYTES : MOST_BLOCK_BYTES))
     {
         m_Refuse("a block claims " + std::to_string(length) + " bytes");
+    }
+    if (!isDescription && !isPacket) // there are many more kinds, all of which may be passed over
+    {
+        body = {};
+        return m_PassOver(length);
     }
     if (!m_Have(length))
     {
@@ -188,6 +197,28 @@ bool TCReader::m_TakeBlock(std::uint32_t& type, std::string_view& body)
         m_Refuse("a block's two lengths differ");
     }
     body = block.substr(8, length - AROUND);
+    return true;
+}
+
+/// Goes behind a block that nobody wants.
+bool TCReader::m_PassOver(std::size_t length)
+{
+    for (std::size_t rest = length - 4; rest > 0;)
+    {
+        if (!m_Have(1))
+        {
+            return m_EndsHere("a block");
+        }
+        rest -= m_Take(std::min(rest, m_end - m_begin)).size();
+    }
+    if (!m_Have(4))
+    {
+        return m_EndsHere("a block");
+    }
+    if (m_Number<std::uint32_t>(m_Take(4), 0) != length)
+    {
+        m_Refuse("a block's two lengths differ");
+    }
     return true;
 }
 
@@ -324,10 +355,11 @@ std::string_view TCReader::m_Take(std::size_t count)
 
 bool TCReader::m_EndsHere(const char* within)
 {
-    if (m_begin != m_end)
+    const std::uint64_t end = m_offset + (m_end - m_begin);
+    if (end != m_blockOffset)
     {
-        m_ending = std::string("the file ends within ") + within + ", " + std::to_string(m_end - m_begin) +
-                   " bytes behind offset " + std::to_string(m_offset) + ": it was cut off";
+        m_ending = std::string("the file ends within ") + within + ", " + std::to_string(end - m_blockOffset) +
+                   " bytes behind offset " + std::to_string(m_blockOffset) + ": it was cut off";
         m_begin = m_end;
     }
     return false;
@@ -349,6 +381,6 @@ T TCReader::m_Number(std::string_view bytes, std::size_t at) const
 
 void TCReader::m_Refuse(const std::string& why) const
 {
-    throw TCRecordingError("offset " + std::to_string(m_offset) + ": " + why);
+    throw TCRecordingError("offset " + std::to_string(m_blockOffset) + ": " + why);
 }
 } // namespace CIM::recording

@@ -54,6 +54,7 @@ private:
     void m_Open();
     bool m_NextOfPcap(TSPacket& packet);
     bool m_TakeBlock(std::uint32_t& type, std::string_view& body);
+    bool m_PassOver(std::size_t length);
     void m_ReadSection(std::string_view body);
     void m_ReadInterface(std::string_view body);
     bool m_ReadPacket(std::string_view body, TSPacket& packet) const;
@@ -71,6 +72,7 @@ private:
     std::size_t m_begin = 0; ///< what has not been taken yet
     std::size_t m_end = 0;
     std::uint64_t m_offset = 0;
+    std::uint64_t m_blockOffset = 0; ///< of the block, or a pcap's packet, that is being read
     bool m_isOpen = false;
     bool m_isAtEnd = false; ///< of the file
     bool m_isPcap = false;

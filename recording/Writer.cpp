@@ -100,16 +100,20 @@ void TCWriter::Write(const TSMoment& moment, std::string_view message, std::stri
 
 void TCWriter::Tick(const TSMoment& moment)
 {
-    m_Flush();
     // Half of the second that may be lost: the next tick comes later than it is due.
-    if (m_descriptor >= 0 && m_isDirty && moment.monotonic - m_synced >= NANOSECONDS / 2)
+    if (m_descriptor < 0 || moment.monotonic - m_synced < NANOSECONDS / 2)
+    {
+        return;
+    }
+    m_synced = moment.monotonic;
+    m_Flush();
+    if (m_descriptor >= 0 && m_isDirty)
     {
         if (fdatasync(m_descriptor) != 0 && errno != EINVAL && errno != EROFS) // a pipe has nothing to be synced
         {
             m_Fail("cannot be written");
         }
         m_isDirty = false;
-        m_synced = moment.monotonic;
     }
 }
 

@@ -81,9 +81,10 @@ std::optional<TSCall> ReadCall(DBusMessage* message)
     if (!dbus_message_has_member(message, protocol::CALL_MEMBER) ||
         !dbus_message_has_path(message, protocol::CALL_OBJECT_PATH))
     {
+        constexpr std::size_t MOST_PATH_BYTES = 255; // it may have megabytes, and names are kept
         call.isForeign = true;
-        call.name =
-            interface + " " + Text(dbus_message_get_path(message)) + " " + Text(dbus_message_get_member(message));
+        call.name = interface + " " + Text(dbus_message_get_path(message)).substr(0, MOST_PATH_BYTES) + " " +
+                    Text(dbus_message_get_member(message));
         call.error = std::string("this is none of the CI daemon's calls, which go to ") + protocol::CALL_MEMBER +
                      " of " + protocol::CALL_OBJECT_PATH;
         return call;

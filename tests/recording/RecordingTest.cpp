@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
@@ -150,6 +151,30 @@ TEST(Recording, ReadsWhatOthersWrite)
         {"packets of another kind between",
          TCBytes().Section().Interface(1).Interface().Packet(1, "ethernet").Packet(2, "bus", 1).text,
          {"2000 bus"}},
+        {"a block that nobody knows, larger than what is read at once",
+         TCBytes()
+             .Section()
+             .Interface()
+             .Block(0xBAD, [](TCBytes& body) { body.Text(std::string(5U << 20, 'x')); })
+             .Packet(3, "a")
+             .text,
+         {"3000 a"}},
+        {"as many sections, interfaces and options as there may be",
+         [&]
+         {
+             TCBytes bytes;
+             for (int i = 0; i < 1000; ++i)
+             {
+                 bytes.Section();
+             }
+             for (int i = 0; i < 4095; ++i)
+             {
+                 bytes.Interface(1);
+             }
+             bytes.Interface(231, [](TCBytes& options) { options.Text(std::string(0xF0000, '\2')); });
+             return bytes.Packet(3, "a", 4095).text;
+         }(),
+         {"3000 a"}},
         {"blocks that nobody knows, and one without a time",
          TCBytes()
              .Section()
@@ -217,10 +242,21 @@ TEST(Recording, RefusesWhatLies)
         {start().U32(6).U32(0xFFFFFFFC).U32(0).text, "offset 48: a block claims 4294967292 bytes"},
         {start().U32(6).U32(8).U32(0).text, "a block claims 8 bytes"},
         {start().U32(6).U32(13).Text("xxxxx").text, "a block claims 13 bytes"},
-        {start().U32(9).U32(16).U32(0).U32(20).text, "a block's two lengths differ"},
-        {start().Packet(1, "a", 1).text, "a packet of an interface that is not described"},
+        {start().U32(9).U32(16).U32(0).U32(20).text, "offset 48: a block's two lengths differ"},
+        {start().U32(1).U32(0x100004).U32(0).text, "offset 48: a block claims 1048580 bytes"},
+        {start().Packet(1, "a", 1).text, "offset 48: a packet of an interface that is not described"},
         {start().Block(6, [](TCBytes& body) { body.U32(0).U32(0).U32(1).U32(5).U32(5).U32(0); }).text,
          "a packet of 5 bytes in a block of 24"},
+        {[]
+         {
+             TCBytes bytes = TCBytes().Section();
+             for (int i = 0; i < 4097; ++i)
+             {
+                 bytes.Interface();
+             }
+             return bytes.text;
+         }(),
+         "an interface description that makes no sense"},
         {TCBytes().Section().Interface(231, [](TCBytes& options) { options.U16(9).U16(1).U32(19); }).text,
          "a clock that is too fine"},
     };
@@ -245,21 +281,38 @@ TEST(Recording, IsReadUpToWhereItWasCut)
         writer.Write({2'000, 2'000}, "second message", "a mark");
         writer.Write({3'000, 3'000}, "");
     }
-    const std::string whole = Content(path);
-    const std::vector<std::string> packets = ReadBytes(whole).packets;
-    ASSERT_EQ(packets.size(), 3U);
-    std::size_t clean = 0;
-    for (std::size_t length = 1; length < whole.size(); ++length)
+    TCBytes pcap;
+    pcap.U32(0xA1B2C3D4).U16(2).U16(4).U32(0).U32(0).U32(65535).U32(231);
+    for (const char* const text : {"abc", "", "defgh"})
     {
-        const TSRead read = ReadBytes(whole.substr(0, length));
-        ASSERT_LE(read.packets.size(), packets.size());
-        EXPECT_TRUE(std::equal(read.packets.begin(), read.packets.end(), packets.begin())) << length;
-        const bool isClean = read.ending.empty() && read.error.empty();
-        clean += isClean ? 1 : 0;
-        EXPECT_TRUE(isClean || length < 4 || read.ending.find("was cut off") != std::string::npos)
-            << length << read.error << read.ending;
+        const std::size_t size = std::strlen(text);
+        pcap.U32(1).U32(2).U32(size).U32(size).Text(text);
     }
-    EXPECT_EQ(clean, 4U) << "between two blocks a cut cannot be told";
+    TCBytes strange;
+    strange.Section().Interface().Packet(1, "a").Packet(2, "b");
+    strange.Block(0xBAD, [](TCBytes& body) { body.U32(1).U32(2); }).Packet(3, "c");
+    const struct
+    {
+        std::string whole;
+        std::size_t cleanCuts; ///< between two blocks a cut cannot be told
+    } files[] = {{Content(path), 4}, {pcap.text, 3}, {strange.text, 5}};
+    for (const auto& [whole, cleanCuts] : files)
+    {
+        const std::vector<std::string> packets = ReadBytes(whole).packets;
+        ASSERT_EQ(packets.size(), 3U);
+        std::size_t clean = 0;
+        for (std::size_t length = 1; length < whole.size(); ++length)
+        {
+            const TSRead read = ReadBytes(whole.substr(0, length));
+            ASSERT_LE(read.packets.size(), packets.size());
+            EXPECT_TRUE(std::equal(read.packets.begin(), read.packets.end(), packets.begin())) << length;
+            const bool isClean = read.ending.empty() && read.error.empty();
+            clean += isClean ? 1 : 0;
+            EXPECT_TRUE(isClean || length < 4 || read.ending.find("was cut off") != std::string::npos)
+                << length << read.error << read.ending;
+        }
+        EXPECT_EQ(clean, cleanCuts);
+    }
 }
 
 TEST(Recording, TellsBothClocksWheneverOneHasJumped)
@@ -323,7 +376,7 @@ TEST(Recording, AFileThatTakesNoMoreIsToldAndEndsWithAWholeMessage)
         {
             writer.Write({i, 0}, std::string(50, 'x'));
         }
-        writer.Tick({0, 0});
+        writer.Tick({0, 1'000'000'000});
         const bool isTold = writer.Trouble().find("r.pcapng cannot be written: ") != std::string::npos;
         writer.Write({0, 0}, "nothing happens");
         _exit(isTold ? 0 : 1);

@@ -7,6 +7,8 @@
 #include <fstream>
 #include <iterator>
 #include <regex>
+#include <set>
+#include <sstream>
 
 // Traffic that cictl records, and recordings that it reads: its own, and those of others.
 
@@ -33,7 +35,8 @@ const std::string CALL = "gdbus call --system --dest com.kelvora.ciapi.ICIGenera
 
 /// What a set does, beside a simulator: slots are read, a mark is set, a PIN is wrong, a menu opens by itself, and
 /// somebody asks for what is not there.
-TSOutput Record(const TCTempFolder& folder, const std::string& recorder)
+/// \param[in] more  a piece of script that goes on from there
+TSOutput Record(const TCTempFolder& folder, const std::string& recorder, const std::string& more = {})
 {
     const std::string script = folder.File("script.sh");
     std::ofstream(script) << recorder << " > " << folder.File("live.txt") << " 2> " << folder.File("err.txt") << " &\n"
@@ -48,7 +51,7 @@ TSOutput Record(const TCTempFolder& folder, const std::string& recorder)
                           << SIMULATOR_PATH << " ctl OpenMenu 0\n"
                           << CICTL << " call ICIGeneral.GetMmiEnquiry slot=0\n"
                           << CICTL << " wait slot0.menu --timeout 10\n"
-                          << "kill -TERM $recorder; wait $recorder\n";
+                          << more << "kill -TERM $recorder; wait $recorder\n";
     return Shell(std::string(SIMULATOR_PATH) + " run -- bash " + script);
 }
 
@@ -56,6 +59,43 @@ TSOutput Record(const TCTempFolder& folder, const std::string& recorder)
 std::string WithoutTimes(const std::string& text)
 {
     return std::regex_replace(text, std::regex("(^|\n)[^ ]+ | ms=[0-9.]+"), "$1");
+}
+
+/// What of a chart is not of the part of Mermaid's language that charts are written in; empty: nothing.
+std::string WrongInChart(const std::string& chart)
+{
+    const std::string text = "(?:[^#;%<>&\"`$]|#[0-9]+;)+";
+    const std::regex head("    participant (A[0-9]+|D|B) as " + text);
+    const std::regex arrow("(?:    ){1,2}(A[0-9]+|D|B)(?:->>|-x|-\\)|-->>|--x)(A[0-9]+|D|B): " + text);
+    const std::regex note("(?:    ){1,2}Note over (?:(A[0-9]+),)?(D): " + text);
+    const std::regex loop("    loop " + text);
+    std::istringstream lines(chart);
+    std::set<std::string> participants;
+    bool isInLoop = false;
+    std::string line;
+    for (int number = 1; std::getline(lines, line); ++number)
+    {
+        std::smatch found;
+        bool isGood = number == 1 ? line == "sequenceDiagram" : line == "    autonumber" && number == 2;
+        if (std::regex_match(line, found, head))
+        {
+            isGood = participants.insert(found[1]).second;
+        }
+        else if (std::regex_match(line, found, arrow) || std::regex_match(line, found, note))
+        {
+            isGood = (found[1].length() == 0 || participants.count(found[1]) == 1) && participants.count(found[2]) == 1;
+        }
+        else if (line == "    end" || std::regex_match(line, loop))
+        {
+            isGood = isInLoop == (line == "    end");
+            isInLoop = !isInLoop;
+        }
+        if (!isGood)
+        {
+            return line;
+        }
+    }
+    return isInLoop ? "a loop without an end" : participants.empty() ? "nobody takes part" : "";
 }
 
 std::size_t Lines(const std::string& text)
@@ -102,6 +142,7 @@ TEST(Recordings, FiltersShowWhatIsAskedForAndRefuseWhatCannotBe)
         {"--signal CI_MMI_STATUS_CHANGED", 0, "CI_MMI_STATUS_MENU_RECEIVED", "call |PIN_REPLY"},
         {"--slot 1", 0, "GetApplicationInfo.*slot: 1", "slot: 0|slot 0"},
         {"--errors", 0, "GetMmiEnquiry.*result=0", "program=|GetCamModes"},
+        {"--slower-than 0.001ms", 0, "reply ICIGeneral.GetCamModes status=1 result=1 .*CI_PLUS.* ms=", "call "},
         {"--slower-than 60s", 0, "mark Mark", "call |reply |signal "},
         {"--from 2026-01-01T00:00 --to 2026-01-01T00:01:00.5", 0, "^$", "."},
         {"--summary", 0, "Object Other +1 +1 +0 [^]*ICIGeneral.VerifyCamPin +2 +1 +0 ", "call "},
@@ -115,6 +156,7 @@ TEST(Recordings, FiltersShowWhatIsAskedForAndRefuseWhatCannotBe)
         {"--from yesterday", 2, "from: a time such as", "reply"},
         {"--from 2026-01-02T00:00 --to 2026-01-01T00:00", 2, "from: this is behind", "reply"},
         {"--record other.pcapng", 2, "--record goes with the bus", "reply"},
+        {"--quiet", 2, "--quiet goes with --record", "reply"},
     };
     for (const auto& row : cases)
     {
@@ -136,6 +178,79 @@ TEST(Recordings, FiltersShowWhatIsAskedForAndRefuseWhatCannotBe)
     EXPECT_THAT(none.text, HasSubstr("this is no recording: neither pcapng nor pcap"));
     EXPECT_EQ(Shell(CICTL + " trace " + folder.File("absent")).status, 1);
     EXPECT_EQ(Shell(std::string(SIMULATOR_PATH) + " run -- " + CICTL + " trace --record /dev/full").status, 1);
+}
+
+TEST(Recordings, AChartIsMermaidThatAReaderCanTake)
+{
+    const TCTempFolder folder;
+    const std::string file = folder.File("r.pcapng");
+    std::ofstream polling(folder.File("poll.ci"));
+    for (int i = 0; i < 30; ++i)
+    {
+        polling << "call ICIGeneral.GetCamModes\n";
+    }
+    polling.close();
+    std::ofstream crowd(folder.File("crowd.ci"));
+    for (int slot = 10; slot < 150; ++slot)
+    {
+        crowd << "expect-status refused\ncall ICIGeneral.GetApplicationInfo slot=" << slot << '\n';
+    }
+    crowd.close();
+    const std::string mark = CICTL + R"X( mark 'a; b #35; %%{init: {}}%% <b>c</b> ```' "$(printf 'd\ne')")X" + "\n";
+    const std::string more = mark + CICTL + " run " + folder.File("poll.ci") + '\n' + mark;
+    Record(folder, CICTL + " trace --chart --record " + file, more);
+    const auto untimed = [](const std::string& text)
+    { return std::regex_replace(text, std::regex("[-+][0-9.]+ s|[0-9.]+ ms|from [-0-9T:.]+"), ""); };
+    const TSOutput whole = Shell(CICTL + " trace " + file + " --chart");
+    EXPECT_EQ(untimed(whole.text), untimed(Content(folder.File("live.txt"))));
+
+    const std::string crowded = folder.File("crowd.pcapng");
+    Record(folder, CICTL + " trace --quiet --record " + crowded, CICTL + " run " + folder.File("crowd.ci") + '\n');
+    EXPECT_EQ(Content(folder.File("live.txt")), "") << "nobody asked for it";
+    EXPECT_EQ(Content(crowded).find("471147"), std::string::npos);
+    const struct
+    {
+        std::string arguments;
+        std::vector<const char*> has; ///< regular expressions
+        const char* lacks;
+    } cases[] = {
+        {file,
+         {R"(participant A1 as cictl \([0-9]+\)\n)", "participant D as ci-daemon\n",
+          "Note over A1,D: \\+ seconds are counted from 20[-0-9]+T",
+          R"(A1->>D: \+0\.000 s ICIGeneral\.GetCiSlotStatus\(selection: 0\)\n)",
+          R"(D-->>A1: GetCamModes = 1, modes: \{0: CAM_MODE_CI_PLUS\} \([0-9.]+ ms\)\n)",
+          "VerifyCamPin\\(slot: 0, pin: \\*\\*\\*\\)", "-xD: [^\n]* Other\\(\\) error: this is none",
+          "D--xA[0-9]+: GetMmiEnquiry = 0, ", "Note over A1,D: signal [^\n]*CI_MMI_STATUS_MENU_RECEIVED, 4 entries\n",
+          "mark [^\n]*a#59; b #35;35#59; #37;#37;\\{init: \\{\\}\\}#37;#37; #60;b#62;c#60;/b#62; #96;#96;#96; "
+          "d.x0ae\n"},
+         "471147|more came"},
+        {file + " --operation GetCamModes", // and so without the reply to the PIN, which may come at any time
+         {"A1 as cictl",
+          R"(loop 30 times, \+[0-9.]+ s to \+[0-9.]+ s, the slowest reply in [0-9.]+ ms\n        A[0-9]+->>D: )"
+          R"(ICIGeneral\.GetCamModes\(\)\n        D-->>A[0-9]+: GetCamModes = 1, [^\n]*\n    end\n)"},
+         "as process|Pin|signal|loop [0-9]+ times[^]*loop"},
+        {file + " --signal CI_MMI_STATUS_CHANGED", {"Note over D: signal"}, "->>"},
+        {file + " --errors --count 1", {"--xA1|-xD"}, "autonumber[^]*--x[^]*--x"},
+        {file + " --slot 9 --to 2026-01-01T00:00", {"Note over D: no message is wanted"}, "A1"},
+        {crowded, {"Note over A1,D: the chart holds the first 200 messages, more came\n$"}, "loop"},
+    };
+    for (const auto& row : cases)
+    {
+        const TSOutput read = Shell(CICTL + " trace --chart " + row.arguments + " 2>" + folder.File("err.txt"));
+        EXPECT_EQ(read.status, 0) << row.arguments;
+        EXPECT_EQ(WrongInChart(read.text), "") << row.arguments;
+        for (const char* const has : row.has)
+        {
+            EXPECT_TRUE(std::regex_search(read.text, std::regex(has))) << row.arguments << has << '\n' << read.text;
+        }
+        EXPECT_FALSE(std::regex_search(read.text, std::regex(row.lacks))) << row.arguments << '\n' << read.text;
+        EXPECT_EQ(Content(folder.File("err.txt")).find("--slower-than, --from and --to cut down") != std::string::npos,
+                  row.arguments == crowded);
+    }
+    for (const char* const other : {"--json", "--summary"})
+    {
+        EXPECT_EQ(Shell(CICTL + " trace --chart " + file + " " + other).status, 2) << other;
+    }
 }
 
 TEST(Recordings, OfOthersAreRead)

@@ -2,6 +2,7 @@
 
 #include "cictl/Time.h"
 
+#include "protocol/Envelope.h"
 #include "json/Signals.h"
 #include "json/ToJson.h"
 
@@ -36,7 +37,27 @@ std::optional<std::int64_t> SlotIn(const TJson& arguments)
     return slot != arguments.end() && slot->is_number_integer() ? std::optional(slot->get<std::int64_t>())
                                                                 : std::nullopt;
 }
+
+double Milliseconds(const recording::TSMoment& from, const recording::TSMoment& to)
+{
+    return std::round(static_cast<double>(recording::TimeBetween(from, to)) / 1000) / 1000;
+}
 } // namespace
+
+const json::TCInterfaceForm* InterfaceOf(const recording::TSMessageHead& call)
+{
+    static const std::map<std::string_view, const json::TCInterfaceForm*> interfaces = []
+    {
+        std::map<std::string_view, const json::TCInterfaceForm*> all;
+        for (const json::TCInterfaceForm& interface : json::Interfaces())
+        {
+            all.emplace(interface.ConnectionName(), &interface);
+        }
+        return all;
+    }();
+    const auto found = interfaces.find(call.interface.empty() ? call.destination : call.interface);
+    return found != interfaces.end() ? found->second : nullptr;
+}
 
 TCDissector::TSDescribed TCDissector::Describe(DBusMessage* message, const recording::TSMoment& moment)
 {
@@ -66,6 +87,54 @@ TCDissector::TSDescribed TCDissector::Describe(DBusMessage* message, const recor
         break;
     }
     return described;
+}
+
+bool TCDissector::PassOver(DBusMessage* message)
+{
+    switch (dbus_message_get_type(message))
+    {
+    case DBUS_MESSAGE_TYPE_METHOD_CALL:
+        if (traffic::InterfaceOfCall(message) == nullptr)
+        {
+            return false;
+        }
+        m_AwaitReply(message, {});
+        return true;
+    case DBUS_MESSAGE_TYPE_SIGNAL:
+        return traffic::IsSignal(message) || traffic::ReadMark(message);
+    default:
+        return m_calls.erase({Text(dbus_message_get_destination(message)), dbus_message_get_reply_serial(message)}) > 0;
+    }
+}
+
+bool TCDissector::Note(const recording::TSMessageHead& head, const recording::TSMoment& moment)
+{
+    if (head.type != DBUS_MESSAGE_TYPE_METHOD_CALL)
+    {
+        m_calls.erase({std::string(head.destination), head.replySerial});
+        return true;
+    }
+    const json::TCInterfaceForm* const interface = InterfaceOf(head);
+    const bool isForeign = head.member != protocol::CALL_MEMBER || head.path != protocol::CALL_OBJECT_PATH;
+    const json::TCOperationForm* const operation =
+        interface != nullptr && !isForeign ? interface->Find(protocol::MethodIdOf(head.FirstNumber())) : nullptr;
+    if (operation == nullptr)
+    {
+        return false;
+    }
+    if (!head.wantsNoReply)
+    {
+        m_AwaitReply({std::string(head.sender), head.serial}, {operation, operation->FullName(), moment});
+    }
+    return true;
+}
+
+std::optional<double> TCDissector::Waited(const recording::TSMessageHead& reply,
+                                          const recording::TSMoment& moment) const
+{
+    const auto found =
+        m_calls.empty() ? m_calls.end() : m_calls.find({std::string(reply.destination), reply.replySerial});
+    return found != m_calls.end() ? std::optional(Milliseconds(found->second.sent, moment)) : std::nullopt;
 }
 
 std::map<std::string, std::uint64_t> TCDissector::Unanswered() const
@@ -127,15 +196,19 @@ void TCDissector::m_DescribeCall(DBusMessage* message, TSDescribed& described)
 
 void TCDissector::m_AwaitReply(DBusMessage* message, TSCall call)
 {
-    if (dbus_message_get_no_reply(message))
+    if (!dbus_message_get_no_reply(message))
     {
-        return;
+        m_AwaitReply({Text(dbus_message_get_sender(message)), dbus_message_get_serial(message)}, std::move(call));
     }
+}
+
+void TCDissector::m_AwaitReply(TKey key, TSCall call)
+{
     if (m_calls.size() == MOST_OPEN_CALLS)
     {
         m_calls.clear(); // nobody has answered for long
     }
-    m_calls[{Text(dbus_message_get_sender(message)), dbus_message_get_serial(message)}] = std::move(call);
+    m_calls[std::move(key)] = std::move(call);
 }
 
 void TCDissector::m_DescribeReply(DBusMessage* message, TSDescribed& described)
@@ -148,12 +221,10 @@ void TCDissector::m_DescribeReply(DBusMessage* message, TSDescribed& described)
     }
     const TSCall call = found->second;
     m_calls.erase(found);
-    const bool isMonotonic = m_moment.monotonic != 0 && call.sent.monotonic != 0;
-    const std::int64_t after = isMonotonic ? m_moment.monotonic - call.sent.monotonic : m_moment.real - call.sent.real;
     described.operation = call.operation;
     described.slot = call.slot;
     described.isOfBadCall = call.isBad;
-    described.ms = std::round(static_cast<double>(after) / 1000) / 1000;
+    described.ms = Milliseconds(call.sent, m_moment);
     TJson& record = described.record;
     record = {{"time", TimeText(m_moment.real)}, {"kind", "reply"}, {"operation", call.name}, {"ms", *described.ms}};
     const traffic::TSReply reply = traffic::ReadReply(message);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "recording/MessageHead.h"
 #include "recording/Moment.h"
 #include "traffic/Messages.h"
 
@@ -16,6 +17,9 @@ using json::TJson;
 /// Adds what a signal says to its record: in words for people, and for programs also its parts.
 /// \param[in] isRaw  also the bytes of its data
 void AddSignal(TJson& record, const protocol::SSignal& signal, bool asJson, bool isRaw);
+
+/// The CI daemon's interface that a call is for; null: it is none of them.
+const json::TCInterfaceForm* InterfaceOf(const recording::TSMessageHead& call);
 
 /// Turns the messages between applications and the CI daemon into records, each reply with the call that it answers.
 /// The messages may be anybody's: what is wrong with one stands in its record. Bound to its thread.
@@ -42,18 +46,20 @@ public:
     };
     /// \param[in] moment  when it came; of two messages the monotonic clock counts where both have it
     TSDescribed Describe(DBusMessage* message, const recording::TSMoment& moment);
-    /// Whether a call that was described waits for this reply.
-    bool Awaits(std::string_view caller, std::uint32_t serial) const
-    {
-        return !m_calls.empty() && m_calls.count({std::string(caller), serial}) > 0;
-    }
+    /// Takes a message without describing it, for less. \return whether it is the CI daemon's
+    bool PassOver(DBusMessage* message);
+    /// Takes a call or a reply by its head alone, which is all that is needed where nothing is told of it: of a call's reply
+    /// only the slot will not be known. \return whether a call needs no more than that
+    bool Note(const recording::TSMessageHead& head, const recording::TSMoment& moment);
+    /// How long the call has waited that this answers, in milliseconds; nothing: no call that is known.
+    std::optional<double> Waited(const recording::TSMessageHead& reply, const recording::TSMoment& moment) const;
     /// Calls that wait for their replies, by what they call.
     std::map<std::string, std::uint64_t> Unanswered() const;
 
 private:
     struct TSCall
     {
-        const json::TCOperationForm* operation; ///< null when the interface has none of that identifier
+        const json::TCOperationForm* operation = nullptr; ///< null when the interface has none of that identifier
         std::string name;
         recording::TSMoment sent;
         std::optional<std::int64_t> slot = {};
@@ -64,6 +70,7 @@ private:
 
     void m_DescribeCall(DBusMessage* message, TSDescribed& described);
     void m_AwaitReply(DBusMessage* message, TSCall call);
+    void m_AwaitReply(TKey key, TSCall call);
     void m_DescribeReply(DBusMessage* message, TSDescribed& described);
     void m_DescribeSignal(DBusMessage* message, TSDescribed& described);
 

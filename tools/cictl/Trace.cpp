@@ -138,10 +138,9 @@ EExit Follow(TCBus& bus, const TCArguments& arguments, TCTraceOutput& output, TC
                 break;
             }
             const recording::TSMoment moment = recording::TSMoment::Now();
-            const TJson record = output.Take(message.get(), moment).record;
-            if (recorder != nullptr && !record.is_null())
+            if (output.Take(message.get(), moment) && recorder != nullptr)
             {
-                recorder->Record(message.get(), moment, record.value("text", ""));
+                recorder->Record(message.get(), moment, traffic::ReadMark(message.get()).value_or(""));
             }
         }
         if (recorder != nullptr)

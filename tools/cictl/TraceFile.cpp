@@ -50,8 +50,9 @@ private:
 class TCProgress
 {
 public:
-    explicit TCProgress(std::uint64_t size)
-        : m_size(isatty(STDERR_FILENO) == 1 && isatty(STDOUT_FILENO) == 0 ? size : 0)
+    /// \param[in] isAlone  nothing else is printed meanwhile
+    TCProgress(std::uint64_t size, bool isAlone)
+        : m_size(isatty(STDERR_FILENO) == 1 && (isAlone || isatty(STDOUT_FILENO) == 0) ? size : 0)
     {
     }
     ~TCProgress()
@@ -81,28 +82,47 @@ private:
     bool m_isShown = false;
 };
 
-EExit Read(const TCInput& input, TCTraceOutput& output)
+EExit Read(const TCInput& input, const std::string& path, TCTraceOutput& output)
 {
     traffic::TCRecorded recorded(input.Descriptor());
-    TCProgress progress(input.Size());
-    while (!output.IsFull() && recorded.Next())
+    std::string error;
+    try
     {
-        progress.Reach(recorded.Offset());
-        if (!output.Filter().MayBeWanted(recorded.Head(), recorded.Moment().real, output.Dissector()))
+        TCProgress progress(input.Size(), output.IsShownAtEnd());
+        while (!output.IsFull() && !output.IsChartFull() && recorded.Next())
         {
-            continue;
-        }
-        if (const TCMessagePtr message = recorded.Message())
-        {
-            output.Take(message.get(), recorded.Moment());
+            progress.Reach(recorded.Offset());
+            using EInterest = TCTraceFilter::EInterest;
+            const EInterest interest =
+                output.Filter().InterestIn(recorded.Head(), recorded.Moment(), output.Dissector());
+            if (interest == EInterest::NONE ||
+                (interest == EInterest::NOTE && output.Dissector().Note(recorded.Head(), recorded.Moment())))
+            {
+                continue;
+            }
+            if (const TCMessagePtr message = recorded.Message())
+            {
+                output.Take(message.get(), recorded.Moment());
+            }
         }
     }
-    output.Finish();
+    catch (const recording::TCRecordingError& wrong)
+    {
+        error = wrong.what(); // what came before it is shown all the same
+    }
+    if (error.empty() || recorded.Packets() > 0)
+    {
+        output.Finish();
+    }
     if (recorded.Unreadable() > 0)
     {
         std::fprintf(stderr, "cictl: %llu of %llu packets are no D-Bus messages, or were cut\n",
                      static_cast<unsigned long long>(recorded.Unreadable()),
                      static_cast<unsigned long long>(recorded.Packets()));
+    }
+    if (!error.empty())
+    {
+        throw TCFailure(EXIT_NOT_READABLE, path + ": " + error);
     }
     if (!recorded.Ending().empty())
     {
@@ -125,13 +145,6 @@ EExit TraceFile(const TCArguments& arguments)
     }
     TCTraceOutput output(arguments);
     const TCInput input(path);
-    try
-    {
-        return Read(input, output);
-    }
-    catch (const recording::TCRecordingError& error)
-    {
-        throw TCFailure(EXIT_NOT_READABLE, path + ": " + error.what());
-    }
+    return Read(input, path, output);
 }
 } // namespace CIM::cictl

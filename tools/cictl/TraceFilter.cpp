@@ -7,6 +7,7 @@
 
 #include <ciapi/CINames.h>
 
+#include <charconv>
 #include <cstdlib>
 #include <ctime>
 #include <map>
@@ -16,21 +17,6 @@ namespace CIM::cictl
 namespace
 {
 constexpr std::int64_t SECOND = 1'000'000'000;
-
-const json::TCInterfaceForm* InterfaceOf(const recording::TSMessageHead& head)
-{
-    static const std::map<std::string_view, const json::TCInterfaceForm*> interfaces = []
-    {
-        std::map<std::string_view, const json::TCInterfaceForm*> all;
-        for (const json::TCInterfaceForm& interface : json::Interfaces())
-        {
-            all.emplace(interface.ConnectionName(), &interface);
-        }
-        return all;
-    }();
-    const auto found = interfaces.find(head.interface.empty() ? head.destination : head.interface);
-    return found != interfaces.end() ? found->second : nullptr;
-}
 
 /// A local time, as records show it, with or without its parts behind the minute.
 std::int64_t TimeFrom(const char* option, const std::string& text)
@@ -55,7 +41,8 @@ std::int64_t TimeFrom(const char* option, const std::string& text)
 }
 } // namespace
 
-TCTraceFilter::TCTraceFilter(const TCArguments& arguments) : m_errorsOnly(arguments.IsSet("errors"))
+TCTraceFilter::TCTraceFilter(const TCArguments& arguments)
+    : m_errorsOnly(arguments.IsSet("errors")), m_needsNames(arguments.IsSet("chart"))
 {
     for (const std::string& word : arguments.Many("operation"))
     {
@@ -120,33 +107,39 @@ void TCTraceFilter::m_TakeOperation(const std::string& word)
     }
 }
 
-bool TCTraceFilter::MayBeWanted(const recording::TSMessageHead& head, std::int64_t time,
-                                const TCDissector& dissector) const
+TCTraceFilter::EInterest TCTraceFilter::InterestIn(const recording::TSMessageHead& head,
+                                                   const recording::TSMoment& moment,
+                                                   const TCDissector& dissector) const
 {
-    if (IsOver(time))
+    if (IsOver(moment.real))
     {
-        return false;
+        return EInterest::NONE;
     }
+    const bool isEarly = m_from && moment.real < *m_from;
     switch (head.type)
     {
     case DBUS_MESSAGE_TYPE_METHOD_CALL:
-        return (m_signals.empty() || !m_operations.empty()) &&
-               m_IsWantedCall(head); // one before --from may be answered
+        if (m_needsNames && (protocol::FlagsOf(head.FirstNumber()) & protocol::CALL_FLAG_HELLO) != 0)
+        {
+            return EInterest::WHOLE;
+        }
+        if ((!m_signals.empty() && m_operations.empty()) || !m_IsWantedCall(head))
+        {
+            return EInterest::NONE;
+        }
+        // Only its reply may be wanted then.
+        return (isEarly || m_slowerThanMs) && !m_slot ? EInterest::NOTE : EInterest::WHOLE;
     case DBUS_MESSAGE_TYPE_METHOD_RETURN:
     case DBUS_MESSAGE_TYPE_ERROR:
-        return dissector.Awaits(head.destination, head.replySerial);
+        if (const std::optional<double> ms = dissector.Waited(head, moment))
+        {
+            return isEarly || (m_slowerThanMs && *ms <= *m_slowerThanMs) ? EInterest::NOTE : EInterest::WHOLE;
+        }
+        return EInterest::NONE;
     case DBUS_MESSAGE_TYPE_SIGNAL:
-        if (m_from && time < *m_from)
-        {
-            return false;
-        }
-        if (head.interface == traffic::MARK_INTERFACE)
-        {
-            return true;
-        }
-        return head.interface == CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME && (m_operations.empty() || !m_signals.empty());
+        return !isEarly && m_IsWantedSignal(head) ? EInterest::WHOLE : EInterest::NONE;
     default:
-        return false;
+        return EInterest::NONE;
     }
 }
 
@@ -158,6 +151,19 @@ bool TCTraceFilter::m_IsWantedCall(const recording::TSMessageHead& head) const
         return interface != nullptr;
     }
     return m_operations.count(interface->Find(protocol::MethodIdOf(head.FirstNumber()))) > 0;
+}
+
+bool TCTraceFilter::m_IsWantedSignal(const recording::TSMessageHead& head) const
+{
+    if (head.interface != CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME || m_signals.empty())
+    {
+        return head.interface == CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME ? m_operations.empty()
+                                                                     : head.interface == traffic::MARK_INTERFACE;
+    }
+    const std::string_view identifier = head.FirstText();
+    int type = 0;
+    return std::from_chars(identifier.data(), identifier.data() + identifier.size(), type).ec == std::errc() &&
+           m_signals.count(static_cast<ECISignalType>(type)) > 0;
 }
 
 bool TCTraceFilter::IsWanted(const TCDissector::TSDescribed& described) const

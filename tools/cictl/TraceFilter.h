@@ -15,9 +15,15 @@ public:
     /// \throws TCFailure for an option that could never let anything pass
     explicit TCTraceFilter(const TCArguments& arguments);
 
-    /// Looks at a message before it is decoded. \param[in] time  nanoseconds since 1970
-    /// \return false when it cannot be wanted, nor is needed to understand another one
-    bool MayBeWanted(const recording::TSMessageHead& head, std::int64_t time, const TCDissector& dissector) const;
+    enum class EInterest
+    {
+        NONE,  ///< it cannot be wanted, nor is it needed to understand another one
+        NOTE,  ///< only that it came matters
+        WHOLE, ///< it may be wanted
+    };
+    /// Looks at a message before it is decoded.
+    EInterest InterestIn(const recording::TSMessageHead& head, const recording::TSMoment& moment,
+                         const TCDissector& dissector) const;
     bool IsWanted(const TCDissector::TSDescribed& described) const;
     /// Whether nothing that comes at a later time is wanted. \param[in] time  nanoseconds since 1970
     bool IsOver(std::int64_t time) const { return m_to && time > *m_to; }
@@ -25,6 +31,7 @@ public:
 private:
     void m_TakeOperation(const std::string& word);
     bool m_IsWantedCall(const recording::TSMessageHead& head) const;
+    bool m_IsWantedSignal(const recording::TSMessageHead& head) const;
 
     std::set<const json::TCOperationForm*> m_operations; ///< empty: all
     std::set<ECISignalType> m_signals;                   ///< empty: all
@@ -33,6 +40,7 @@ private:
     std::optional<std::int64_t> m_from;
     std::optional<std::int64_t> m_to;
     bool m_errorsOnly = false;
+    bool m_needsNames = false; ///< of applications, which stand in their first calls
 };
 
 /// Whether something went wrong with what a record tells: an error, a reply that cannot be read, a refusal.

@@ -19,14 +19,34 @@ TCTraceOutput::TCTraceOutput(const TCArguments& arguments)
     : m_filter(arguments), m_dissector({.showSecrets = arguments.IsSet("show-secrets"),
                                         .showRaw = arguments.IsSet("raw"),
                                         .asJson = arguments.IsJson()}),
-      m_isSummary(arguments.IsSet("summary")), m_asJson(arguments.IsJson()),
+      m_isSummary(arguments.IsSet("summary")), m_isQuiet(arguments.IsSet("quiet")), m_asJson(arguments.IsJson()),
       m_count(arguments.Number("count", 1, 1'000'000'000, 0))
 {
+    if (m_isQuiet && (!arguments.Has("record") || m_isSummary || arguments.IsSet("chart")))
+    {
+        throw TCFailure(EXIT_USAGE, "--quiet goes with --record, and with neither --summary nor --chart");
+    }
+    if (arguments.IsSet("chart"))
+    {
+        if (m_isSummary || m_asJson)
+        {
+            throw TCFailure(EXIT_USAGE, "--chart is a text of its own: it goes with neither --summary nor --json");
+        }
+        m_chart.emplace();
+    }
 }
 
-TCDissector::TSDescribed TCTraceOutput::Take(DBusMessage* message, const recording::TSMoment& moment)
+bool TCTraceOutput::Take(DBusMessage* message, const recording::TSMoment& moment)
 {
-    TCDissector::TSDescribed described = m_dissector.Describe(message, moment);
+    if (m_isQuiet && !HasCount())
+    {
+        return m_dissector.PassOver(message);
+    }
+    const TCDissector::TSDescribed described = m_dissector.Describe(message, moment);
+    if (m_chart)
+    {
+        m_chart->Meet(message, described.record);
+    }
     if (m_filter.IsWanted(described))
     {
         ++m_seen;
@@ -34,12 +54,16 @@ TCDissector::TSDescribed TCTraceOutput::Take(DBusMessage* message, const recordi
         {
             m_summary.Add(described);
         }
-        else
+        else if (m_chart)
+        {
+            m_chart->Add(message, described);
+        }
+        else if (!m_isQuiet)
         {
             PrintEvent(TRACE_FIELDS, described.record, m_asJson);
         }
     }
-    return described;
+    return !described.record.is_null();
 }
 
 void TCTraceOutput::Finish()
@@ -47,6 +71,10 @@ void TCTraceOutput::Finish()
     if (m_isSummary)
     {
         m_summary.Print(m_dissector.Unanswered(), m_asJson);
+    }
+    if (m_chart)
+    {
+        m_chart->Print();
     }
 }
 } // namespace CIM::cictl

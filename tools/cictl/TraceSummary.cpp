@@ -15,6 +15,17 @@ constexpr TSField FIELDS[] = {{"operation", "operation"},   {"count", "count"}, 
                               {"unanswered", "unanswered"}, {"median", "median ms"}, {"p99", "p99 ms"},
                               {"slowest", "slowest ms"}};
 
+constexpr std::size_t MOST_LINES = 1000; ///< what a message calls or is called may be anything
+constexpr const char* OTHERS = "others";
+
+/// Where a name is counted.
+template <class Value>
+Value& Line(std::map<std::string, Value>& lines, const std::string& name)
+{
+    const auto found = lines.find(name);
+    return found != lines.end() ? found->second : lines[lines.size() < MOST_LINES ? name : OTHERS];
+}
+
 double Rounded(double ms) { return std::round(ms * 1000) / 1000; }
 } // namespace
 
@@ -55,14 +66,14 @@ void TCTraceSummary::Add(const TCDissector::TSDescribed& described)
     if (kind == "signal")
     {
         const TJson& type = record["type"];
-        ++m_signals[type.is_string() ? type.get<std::string>() : json::Dump(type)];
+        ++Line(m_signals, type.is_string() ? type.get<std::string>() : json::Dump(type));
         return;
     }
     if (kind == "mark")
     {
         return;
     }
-    TSLine& line = m_lines[name];
+    TSLine& line = Line(m_lines, name);
     line.calls += kind == "call" ? 1 : 0;
     line.failures += IsFailure(record) && !described.isOfBadCall ? 1 : 0; // that call has been counted
     if (described.ms)
@@ -73,14 +84,16 @@ void TCTraceSummary::Add(const TCDissector::TSDescribed& described)
 
 void TCTraceSummary::Print(const std::map<std::string, std::uint64_t>& unanswered, bool asJson) const
 {
+    std::map<std::string, std::uint64_t> waiting;
+    for (const auto& [name, count] : unanswered)
+    {
+        waiting[m_lines.count(name) > 0 ? name : OTHERS] += count;
+    }
     TJson records = TJson::array();
     for (const auto& [name, line] : m_lines)
     {
-        const auto waiting = unanswered.find(name);
-        TJson record = {{"operation", name},
-                        {"count", line.calls},
-                        {"failures", line.failures},
-                        {"unanswered", waiting != unanswered.end() ? waiting->second : 0}};
+        TJson record = {
+            {"operation", name}, {"count", line.calls}, {"failures", line.failures}, {"unanswered", waiting[name]}};
         if (line.times.Count() > 0)
         {
             record["median"] = Rounded(line.times.AtShare(0.5));
