@@ -2,10 +2,10 @@
 
 #include "TypeRows.h"
 
-#include "traffic/Messages.h"
 #include "protocol/Envelope.h"
 #include "protocol/Interfaces.h"
 #include "protocol/SignalRows.h"
+#include "traffic/Messages.h"
 #include "json/OperationForm.h"
 
 #include <ciapi/CINames.h>
