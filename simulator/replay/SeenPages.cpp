@@ -103,7 +103,13 @@ private:
                                        [&](const TSKind& row) { return row.status == fields.code; });
         if (signal.type == SIGNAL_CI_MMI_STATUS_CHANGED && fields.slot != NO_SLOT && kind != std::end(KINDS))
         {
-            m_pages[place] = {fields.slot, Unread(*kind, fields.value), false, true};
+            TJson page = Unread(*kind, fields.value);
+            for (const auto& [event, before] : m_pages)
+            {
+                const TSSeenPage unread{fields.slot, page, false, true};
+                page = before.isRead && before.slot == fields.slot && unread.IsLike(before.page) ? before.page : page;
+            }
+            m_pages[place] = {fields.slot, std::move(page), false, true};
             m_open[fields.slot] = place;
         }
     }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <set>
 
 namespace CIM::sim
 {
@@ -22,6 +23,7 @@ struct TSKnown
     TJson cam = json::NewObject(); ///< members of its definition
     std::int64_t firstAt = 0;
     std::size_t caSystems = 0; ///< how many, where not even that tells which
+    std::set<unsigned> pmtIds; ///< those of the services that it was asked to descramble
 };
 
 std::string Hexadecimal(std::uint64_t number, int digits)
@@ -115,6 +117,7 @@ private:
             {"ICIGeneral.GetApplicationInfo", &TCFinder::m_TakeInfo},
             {"ICIGeneral.GetCaSystemIds", &TCFinder::m_TakeCaSystems},
             {"ICIGeneral.ConnectToSasApplication", &TCFinder::m_TakeSas},
+            {"ICIGeneral.SendCaPmt", &TCFinder::m_TakeCaPmt},
             {"ICIGeneral.GetPinWindowShowHandler", &TCFinder::m_TakePinHandler},
             {"ICIGeneral.GetBackupFilePaths", &TCFinder::m_TakeBackupFiles},
             {"ICIOperatorProfile.GetNotInstalledOperatorProfiles#map", &TCFinder::m_TakeProfileNames},
@@ -123,14 +126,39 @@ private:
         const std::string operation = OperationOf(call);
         const auto reader = std::find_if(std::begin(READERS), std::end(READERS),
                                          [&](const TSReader& row) { return row.operation == operation; });
-        if (reader == std::end(READERS))
+        const TSSpoken spoken = ReadSpoken(call);
+        if (!spoken.isDone)
         {
             return;
         }
-        if (const TSSpoken spoken = ReadSpoken(call); spoken.isDone)
+        if (reader != std::end(READERS))
         {
             (this->*reader->read)(spoken);
         }
+        else if (const auto slot = spoken.Slot(); slot && *slot < NO_SLOT && !ReadsPage(operation))
+        {
+            m_Serves(*slot); // otherwise it would have been refused
+        }
+        if (operation.starts_with("ICIOperatorProfile.StartOperatorProfileInstallation"))
+        {
+            m_installedAt = m_recording.events[m_place].at;
+        }
+    }
+
+    void m_Serves(unsigned slot)
+    {
+        m_Cam(slot);
+        m_At(slot).isReady = true;
+    }
+
+    /// The CAM that answers what is asked of no certain one.
+    TJson& m_AnyCam()
+    {
+        const auto ready =
+            std::find_if(m_places.begin(), m_places.end(), [](const auto& place) { return place.second.isReady; });
+        const unsigned slot = ready != m_places.end() ? ready->first : 0;
+        m_Serves(slot);
+        return m_Cam(slot).cam;
     }
 
     template <class Visit>
@@ -214,36 +242,30 @@ private:
                           }
                       });
     }
+    void m_TakeCaPmt(const TSSpoken& spoken)
+    {
+        if (const auto slot = spoken.Slot())
+        {
+            m_Serves(*slot);
+            std::set<unsigned>& ids = m_Cam(*slot).pmtIds;
+            for (const TJson& id : spoken.arguments["values"])
+            {
+                ids.insert(id.get<unsigned>());
+            }
+        }
+    }
     void m_TakeSas(const TSSpoken& spoken)
     {
+        TJson& applications = m_AnyCam()["sasApplications"];
         const TJson& id = spoken.arguments["applicationId"];
-        for (const auto& [slot, place] : m_places)
+        if (std::none_of(applications.begin(), applications.end(),
+                         [&](const TJson& known) { return known["id"] == id; }))
         {
-            if (place.known && place.isReady)
-            {
-                TJson& applications = m_known[*place.known].cam["sasApplications"];
-                const bool isKnown = std::any_of(applications.begin(), applications.end(),
-                                                 [&](const TJson& known) { return known["id"] == id; });
-                if (!isKnown)
-                {
-                    constexpr int SESSIONS = 16;
-                    applications.push_back({{"id", id}, {"maxSessions", SESSIONS}});
-                }
-                return;
-            }
+            constexpr int SESSIONS = 16;
+            applications.push_back({{"id", id}, {"maxSessions", SESSIONS}});
         }
     }
-    void m_TakePinHandler(const TSSpoken& spoken)
-    {
-        for (const auto& [slot, place] : m_places)
-        {
-            if (place.known && place.isReady)
-            {
-                m_known[*place.known].cam["pin"]["handler"] = spoken.Output("handler");
-                return;
-            }
-        }
-    }
+    void m_TakePinHandler(const TSSpoken& spoken) { m_AnyCam()["pin"]["handler"] = spoken.Output("handler"); }
     void m_TakeBackupFiles(const TSSpoken& spoken) { m_backupFiles = spoken.Output("paths"); }
     void m_TakeProfileNames(const TSSpoken& spoken)
     {
@@ -325,6 +347,7 @@ private:
             }
             break;
         case SIGNAL_CI_CA_REPLY:
+            m_Serves(slot);
             m_Say(slot, "entitlement", fields.code);
             break;
         case SIGNAL_CI_OPERATOR_PROFILE_STATUS_CHANGE:
@@ -347,11 +370,15 @@ private:
         case SIGNAL_CI_MMI_STATUS_CHANGED:
             if (fields.code != CI_MMI_STATUS_SESSION_CLOSED)
             {
-                m_Cam(slot);
-                m_At(slot).isReady = true;
+                m_Serves(slot);
             }
             break;
+        case SIGNAL_CI_CAM_COMPATIBILITY_ISSUE:
+        case SIGNAL_CI_CAM_MONITOR_STATUS:
+        case SIGNAL_CI_SLOT_TEST_RESULT:
+            break; // that says nothing about a CAM that is ready
         default:
+            m_Serves(slot);
             break;
         }
     }
@@ -387,7 +414,8 @@ private:
     std::map<unsigned, TSPlace> m_places;
     std::vector<TSKnown> m_known;
     unsigned m_slots = 0;
-    bool m_isCounted = false; ///< all slots were asked for
+    bool m_isCounted = false;                  ///< all slots were asked for
+    std::optional<std::int64_t> m_installedAt; ///< the installation of an operator profile began
     TJson m_backupFiles = json::NewList();
 };
 
@@ -416,21 +444,25 @@ public:
             each.cam.update(cam.json); // what was said first counts
             cam.json = each.cam;
             cam.caSystems = std::max(cam.caSystems, each.caSystems);
+            cam.pmtIds.insert(each.pmtIds.begin(), each.pmtIds.end());
             each.stay.cam = cam.name;
         }
         for (TSCam& cam : m_cams)
         {
-            if (cam.caSystems > 0 && !cam.json.contains("caSystemIds"))
+            if (cam.json.contains("caSystemIds") || (cam.caSystems == 0 && cam.pmtIds.empty()))
             {
-                TJson ids = json::NewList();
-                for (std::size_t id = 1; id <= std::min<std::size_t>(cam.caSystems, 0xFF); ++id)
-                {
-                    ids.push_back(Hexadecimal(id, 4));
-                }
-                cam.json["caSystemIds"] = ids;
-                notes.push_back("The CAM \"" + cam.name + "\" has " + std::to_string(cam.caSystems) +
-                                " CA systems, but no application asked which: the ids here are made up.");
+                continue;
             }
+            for (unsigned id = 1; cam.pmtIds.size() < std::min<std::size_t>(cam.caSystems, 0xFF); ++id)
+            {
+                cam.pmtIds.insert(id);
+            }
+            for (const unsigned id : cam.pmtIds)
+            {
+                cam.json["caSystemIds"].push_back(Hexadecimal(id, 4));
+            }
+            notes.push_back("No application asked for the CA systems of the CAM \"" + cam.name +
+                            "\": their ids here are those that it was asked to descramble, or made up.");
         }
     }
 
@@ -468,6 +500,7 @@ private:
         unsigned slot;
         TJson json;
         std::size_t caSystems = 0;
+        std::set<unsigned> pmtIds{};
         TCCamMenus menus{};
     };
 
@@ -631,7 +664,7 @@ TSRecordedSet ReadSet(const TSRecording& recording)
     if (unread > 0)
     {
         set.notes.push_back(std::to_string(unread) + (unread == 1 ? " page of a CAM was" : " pages of CAMs were") +
-                            " announced but never read: what stood there is not known.");
+                            " announced but never read: it stands here as an alike one that was, or as \"?\".");
     }
     set.json = {{"slots", finder.Slots()}, {"cams", cams.Define(set.notes)}, {"inserted", inserted}};
     if (!finder.BackupFiles().empty())
