@@ -235,6 +235,14 @@ private:
         {
             m_OpenPage(page->second, "had opened");
         }
+        if (const auto slot = spoken.Slot(); slot && spoken.isDone && !ReadsPage(OperationOf(call)))
+        {
+            const TSSlot* const found = m_model.Slot(*slot);
+            if (found != nullptr && !found->HoldsCam()) // it is there, whatever its status
+            {
+                m_Insert(*slot, /*isReady=*/!m_ComesReady(*slot));
+            }
+        }
         if (IsOf(call, "ICIGeneral.GetCiSlotStatus") && spoken.isDone)
         {
             for (const auto& status : spoken.Output("statuses").items())
@@ -537,7 +545,7 @@ private:
     {
         const TSStay* const stay = m_set.FindStay(slot, m_place);
         const TJson deed = {{"insert", {{"slot", slot}, {"cam", stay != nullptr ? stay->cam : std::string()}}}};
-        if (stay == nullptr || !m_Do(deed))
+        if (stay == nullptr || stay->begin > m_place || !m_Do(deed))
         {
             return;
         }
@@ -822,10 +830,11 @@ private:
 
     std::string m_Write()
     {
-        const std::string file = std::filesystem::path(m_recording.file).filename().string();
+        const std::string file =
+            m_recording.file == "-" ? "standard input" : std::filesystem::path(m_recording.file).filename().string();
         const auto signals = std::count_if(m_recording.events.begin(), m_recording.events.end(),
                                            [](const auto& event) { return event.kind == TSRecordedEvent::SIGNAL; });
-        std::string text = "// Made from the recording " + json::Harmless(file) + ": " +
+        std::string text = "// Made from the recording in " + json::Harmless(file) + ": " +
                            json::Harmless(m_recording.ClientsInWords()) + "; " + std::to_string(signals) +
                            (signals == 1 ? " signal" : " signals") + ".\n";
         if (!m_recording.ending.empty())
@@ -842,7 +851,7 @@ private:
             text += "// And " + std::to_string(m_notes.size() - MOST_NOTES) + " things more.\n";
         }
         TJson scenario = {{"name", WordFrom(std::filesystem::path(m_recording.file).stem().string(), "recording")},
-                          {"description", "what the recording " + json::Harmless(file) + " shows"},
+                          {"description", "what the recording in " + json::Harmless(file) + " shows"},
                           {"set", m_set.json}};
         m_events.Write(scenario);
         return text + LaidOut(scenario);
