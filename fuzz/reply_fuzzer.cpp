@@ -32,10 +32,8 @@ extern "C"
 
 namespace CIM
 {
-TCConnectionPtr OpenUnregisteredSystemBus(std::chrono::milliseconds, TCDBusError&)
-{
-    return TCConnectionPtr(reinterpret_cast<DBusConnection*>(&bus));
-}
+TCConnectionPtr ConnectToSystemBus(TCDBusError&) { return TCConnectionPtr(reinterpret_cast<DBusConnection*>(&bus)); }
+bool Authenticate(std::span<DBusConnection* const>, std::chrono::milliseconds, TCDBusError&) { return true; }
 
 std::string Register(TCCallRouter&, TCDBusError&) { return ":1.1"; }
 void Register(DBusConnection*, const std::function<std::optional<std::string>()>& meanwhile, std::chrono::milliseconds,

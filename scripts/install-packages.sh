@@ -11,13 +11,13 @@ done
 if [ ${#missing[@]} -eq 0 ]; then
   exit 0
 fi
-as_root=()
+# Nobody is asked anything: sudo would not hand the variable on.
+as_root=(env DEBIAN_FRONTEND=noninteractive)
 if [ "$(id -u)" -ne 0 ]; then
   command -v sudo >/dev/null || { echo "missing: ${missing[*]}: install them as root" >&2; exit 1; }
-  as_root=(sudo)
+  as_root=(sudo "${as_root[@]}")
 fi
 echo "Installing: ${missing[*]}"
-export DEBIAN_FRONTEND=noninteractive
 "${as_root[@]}" apt-get update -q
 "${as_root[@]}" apt-get install -q -y --no-install-recommends "${missing[@]}"
 # The tests start a dbus-broker of their own. Its package would make it the system bus from the next boot on.

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <exception>
+#include <memory>
 #include <string>
 
 #include <pthread.h>
@@ -41,8 +42,13 @@ SLogLimit LimitFromEnvironment()
 
 struct SService
 {
-    SService() : setting(ReadLogSetting(Variable("TVPLATFORM_LOG"))), throttle(LimitFromEnvironment())
+    SService() : setting(ReadLogSetting(Variable("TVPLATFORM_LOG")))
     {
+        const SLogLimit limit = LimitFromEnvironment();
+        if (setting.destination)
+        {
+            throttle = std::make_unique<TCLogThrottle>(limit); // of several pages: not where nothing is written
+        }
         if (!setting.complaint.empty())
         {
             std::fprintf(stderr, "TVPLATFORM_LOG: %s\n", setting.complaint.c_str());
@@ -59,7 +65,7 @@ struct SService
     }
 
     SLogSetting setting;
-    TCLogThrottle throttle;
+    std::unique_ptr<TCLogThrottle> throttle; ///< when there is a destination
 };
 
 std::atomic<SService*> g_service{nullptr}; // once it has lines to write
@@ -73,9 +79,9 @@ SService& Service()
         if (made->setting.destination != nullptr)
         {
             g_service.store(made);
-            pthread_atfork([] { g_service.load()->throttle.BeforeFork(); },
-                           [] { g_service.load()->throttle.AfterForkInParent(); },
-                           [] { g_service.load()->throttle.AfterForkInChild(); });
+            pthread_atfork([] { g_service.load()->throttle->BeforeFork(); },
+                           [] { g_service.load()->throttle->AfterForkInParent(); },
+                           [] { g_service.load()->throttle->AfterForkInChild(); });
         }
         return made;
     }();
@@ -89,7 +95,7 @@ __attribute__((destructor)) void TellWhatWasLeftOut()
     {
         try
         {
-            service->Write(service->throttle.TakeAll());
+            service->Write(service->throttle->TakeAll());
         }
         catch (const std::exception&)
         {
@@ -119,7 +125,7 @@ bool IsAdmitted(SService& service, const SLogEntry& entry)
     bool isAdmitted = true;
     try
     {
-        isAdmitted = service.throttle.Admit(entry, Now(), summaries);
+        isAdmitted = service.throttle->Admit(entry, Now(), summaries);
     }
     catch (const std::exception&)
     {

@@ -313,6 +313,7 @@ TSPiece FindPiece(const TSWanted& wanted)
     if (IsRecording(name))
     {
         TSRecording recording = ReadRecording(name, wanted.client);
+        TSReplayOptions wishes = wanted.replay;
         if (!recording.ending.empty())
         {
             Tell(name + ": " + recording.ending);
@@ -325,8 +326,9 @@ TSPiece FindPiece(const TSWanted& wanted)
                                recording.ClientsInWords());
         }
         piece.scenario = ScenarioOf(recording);
-        piece.makePlay = [recording = std::move(recording), wishes = wanted.replay](
-                             const TSScenario& scenario, TCSimulatedDaemon& daemon, TSPlayOptions options)
+        wishes.endsWithIt = wanted.endsWithStory;
+        piece.makePlay = [recording = std::move(recording), wishes](const TSScenario& scenario,
+                                                                    TCSimulatedDaemon& daemon, TSPlayOptions options)
         { return std::make_unique<TCReplay>(recording, scenario, daemon, std::move(options), wishes); };
     }
     else

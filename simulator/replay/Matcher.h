@@ -60,8 +60,12 @@ public:
     void PassSignal();
     /// No more is expected of the calls before the next signal, or before the end. \return their indices
     std::vector<std::size_t> GiveUp();
-    /// Whether no signal is left, and no call open but those by which an application takes its leave.
-    bool IsOver() const { return !HasSignal() && m_open >= m_leave; }
+    /// Whether nothing is left but that the application takes its leave, and what comes behind.
+    bool IsOver() const
+    {
+        const std::size_t end = m_leave < m_places.size() ? m_places[m_leave] : m_recording.events.size();
+        return m_open >= m_leave && m_signal >= end;
+    }
 
     EState StateOf(std::size_t call) const { return m_states[call]; }
 

@@ -25,7 +25,7 @@ std::int64_t Now()
 
 unsigned ToMs(std::int64_t nanoseconds)
 {
-    return static_cast<unsigned>(std::clamp<std::int64_t>((nanoseconds + NS_PER_MS - 1) / NS_PER_MS, 0, INT32_MAX));
+    return static_cast<unsigned>(std::clamp<std::int64_t>(nanoseconds / NS_PER_MS, 0, INT32_MAX));
 }
 
 TCMessagePtr CopyOf(const TSharedMessage& message)
@@ -91,7 +91,8 @@ std::optional<TSGivenAnswer> TCReplay::m_Answer(const TSJournalEntry& entry)
         return std::nullopt;
     }
     const TSRequest request = ToRequest(entry.interface, entry.methodId, entry.request);
-    const auto call = m_wishes.isStrict ? m_TakeStrictly(request) : m_TakeNearest(request);
+    const bool isStrict = m_wishes.isStrict && !(m_isOver && m_wishes.endsWithIt);
+    const auto call = isStrict ? m_TakeStrictly(request) : m_TakeNearest(request);
     if (!call)
     {
         constexpr TTime MODEL_MS = 1'000; // what it does by itself belongs to its answer
@@ -105,7 +106,7 @@ std::optional<TSGivenAnswer> TCReplay::m_Answer(const TSJournalEntry& entry)
     }
     m_timers.Soon([this] { m_Proceed(); }); // the reply is on its way then
     m_SendSignals(m_replies[*call]);
-    return m_AnswerOf(*call);
+    return m_AnswerOf(*call, entry.isOneWay);
 }
 
 std::optional<std::size_t> TCReplay::m_TakeStrictly(const TSRequest& request)
@@ -158,26 +159,37 @@ std::optional<std::size_t> TCReplay::m_TakeNearest(const TSRequest& request)
     }
 }
 
-TSGivenAnswer TCReplay::m_AnswerOf(std::size_t call)
+std::optional<TSGivenAnswer> TCReplay::m_AnswerOf(std::size_t call, bool isOneWay)
 {
     const TSRecordedCall& recorded = m_recording.calls[call];
+    if (recorded.isOneWay && !isOneWay)
+    {
+        Tell("answered by the model: " + m_Name(call) +
+             " wanted no answer when it was recorded\n  made:     " + recorded.request.Words());
+        return std::nullopt;
+    }
     if (recorded.reply == nullptr)
     {
-        if (!recorded.isOneWay)
+        if (!isOneWay)
         {
             Tell(m_Name(call) +
                  " was never answered when it was recorded, and is not now: " + recorded.request.Words());
         }
-        return {};
+        return TSGivenAnswer();
+    }
+    if (!m_wishes.isRealTime)
+    {
+        return TSGivenAnswer{CopyOf(recorded.reply), 0};
     }
     const auto& events = m_recording.events;
-    const std::int64_t after = events[m_replies[call]].at - events[m_matcher.PlaceOf(call)].at;
-    return {CopyOf(recorded.reply), m_wishes.isRealTime ? ToMs(after) : 0};
+    const unsigned after = ToMs(events[m_replies[call]].at - events[m_matcher.PlaceOf(call)].at);
+    const bool isBehindSignal = m_matcher.NextSignal() < m_replies[call]; // that is sent in the same millisecond
+    return TSGivenAnswer{CopyOf(recorded.reply), after + (isBehindSignal ? 1 : 0)};
 }
 
 void TCReplay::m_Proceed()
 {
-    if (!m_hasBegun || m_hasFailed || m_isOver)
+    if (!m_hasBegun || m_hasFailed)
     {
         return;
     }
@@ -188,25 +200,29 @@ void TCReplay::m_Proceed()
     m_timers.Cancel(m_timer);
     m_timer = 0;
     m_SendSignals(m_recording.events.size());
-    if (m_timer != 0)
+    const bool isSignalWaiting = m_timer != 0; // for its time
+    if (isSignalWaiting || m_isOver)
     {
-        return; // a signal waits for its time
+        return;
     }
     if (m_matcher.IsOver())
     {
         m_Over();
-        return;
     }
-    m_AwaitCalls();
+    else
+    {
+        m_AwaitCalls();
+    }
 }
 
 void TCReplay::m_SendSignals(std::size_t until)
 {
     while (m_matcher.HasSignal() && m_matcher.NextSignal() < until && m_matcher.IsSignalDue())
     {
-        if (m_wishes.isRealTime && m_NanosecondsTo(m_matcher.NextSignal()) > 0)
+        const std::int64_t left = m_wishes.isRealTime ? m_NanosecondsTo(m_matcher.NextSignal()) : 0;
+        if (left >= NS_PER_MS)
         {
-            m_ProceedAfter(m_NanosecondsTo(m_matcher.NextSignal()));
+            m_ProceedAfter(left);
             return;
         }
         m_SendSignal();

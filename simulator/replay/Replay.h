@@ -10,8 +10,9 @@ struct TSReplayOptions
 {
     bool isStrict = false;   ///< the calls have to come as they were recorded; the first difference ends the play
     bool isRealTime = false; ///< answers and signals take the time that they took
-    unsigned quietMs =
-        1000; ///< a signal does not wait for calls any longer once none has come for so long; not if strict
+    bool endsWithIt = false; ///< the application is asked to end when it is over: how it does is not compared
+    /// Not strictly: a signal does not wait for calls any longer once none has come for so long.
+    unsigned quietMs = 1000;
 };
 
 /// A scenario that says nothing but what the set is when a recording is played.
@@ -40,7 +41,8 @@ private:
     std::optional<std::size_t> m_TakeStrictly(const TSRequest& request);
     /// The call that is most like. \return nothing when the model is to answer
     std::optional<std::size_t> m_TakeNearest(const TSRequest& request);
-    TSGivenAnswer m_AnswerOf(std::size_t call);
+    /// \return nothing when the model is to answer
+    std::optional<TSGivenAnswer> m_AnswerOf(std::size_t call, bool isOneWay);
     /// Sends the signals whose turn it is, up to an event of the recording.
     void m_SendSignals(std::size_t until);
     void m_SendSignal();

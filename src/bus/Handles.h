@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <memory>
+#include <span>
 #include <utility>
 
 // libdbus's objects with one owner each, and the way to a bus.
@@ -79,6 +80,14 @@ inline TCConnectionPtr OpenBusAt(const char* address, TCDBusError& error)
     }
     return connection;
 }
+
+/// Opens a private connection to the system bus, and begins to authenticate. Does not wait for the bus.
+/// \return null, with the error set, when there is no bus
+TCConnectionPtr ConnectToSystemBus(TCDBusError& error);
+
+/// Authenticates connections of ConnectToSystemBus side by side, no more: the bus has sent no message yet, and nothing
+/// was read of any. \return false, with the error set, when one of them is not authenticated in time
+bool Authenticate(std::span<DBusConnection* const> connections, std::chrono::milliseconds time, TCDBusError& error);
 
 /// Opens a private connection to the system bus and authenticates, no more: the bus has sent no message yet, and nothing
 /// was read of any. \return null, with the error set, when there is no bus or it has not answered in time

@@ -81,11 +81,11 @@ void TCCIMIPCConnection::Retire()
     m_receiver->Refuse();
 }
 
-// Authenticated, and not registered yet: of the bus's messages none was read.
+// The bus is not waited for: both connections authenticate at the same time.
 DBusConnection* TCCIMIPCConnection::t_CreateConnection()
 {
     TCDBusError error;
-    TCConnectionPtr connection = OpenUnregisteredSystemBus(CallTimeout(), error);
+    TCConnectionPtr connection = ConnectToSystemBus(error);
     if (!connection)
     {
         LogNoConnection(error);
@@ -97,14 +97,26 @@ bool TCCIMIPCConnection::m_Connect(bool attachToMainLoop)
 {
     t_pAPIConnection = t_CreateConnection();
     t_pMainLoopConnection = t_pAPIConnection != nullptr ? t_CreateConnection() : nullptr;
+    if (t_pMainLoopConnection == nullptr)
+    {
+        t_ReleaseAllConnections();
+        return false;
+    }
+    TCDBusError error;
+    if (!Authenticate(std::array{t_pAPIConnection, t_pMainLoopConnection}, CallTimeout(), error))
+    {
+        LogNoConnection(error);
+        t_ReleaseAllConnections();
+        return false;
+    }
+    // Not registered yet: of the bus's messages none was read.
     int socket = -1;
-    if (t_pMainLoopConnection == nullptr || !dbus_connection_get_unix_fd(t_pAPIConnection, &socket))
+    if (!dbus_connection_get_unix_fd(t_pAPIConnection, &socket))
     {
         t_ReleaseAllConnections();
         return false;
     }
     m_router = MakeImmortal<TCCallRouter>(socket, CallTimeout()); // from now on nobody else reads that socket
-    TCDBusError error;
     TCDBusError nameError;
     const auto registerCalls = [&]() -> std::optional<std::string>
     {

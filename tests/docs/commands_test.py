@@ -136,20 +136,38 @@ def run_block(programs, block, folder):
     return wrong
 
 
-def prepare(sources, programs, folder):
-    """What the documents take for granted: an application, and the story that they show."""
+def write_application(programs, folder):
     application = pathlib.Path(folder) / "my-app"
     application.write_text(f"#!/bin/sh\ntimeout -s TERM 6 {programs}/example-osd 1 0042\nexit 0\n")
     application.chmod(0o755)
+    return application
+
+
+def record(sources, programs):
+    """What the application and the daemon say to each other, as a recording."""
+    with tempfile.TemporaryDirectory() as folder:
+        file = pathlib.Path(folder) / "set.pcapng"
+        beside = [sys.executable, "-B", sources / "tests/replay/replay_test.py", "--beside", programs / "cictl", file]
+        subprocess.run([programs / "ci-daemon-sim", "run", "--", *beside, write_application(programs, folder)],
+                       stdout=subprocess.DEVNULL, timeout=BOUND, check=True)
+        return file.read_bytes()
+
+
+def prepare(sources, programs, recording, folder):
+    """What the documents take for granted: an application, the story that they show, and a recording."""
+    write_application(programs, folder)
+    (pathlib.Path(folder) / "set.pcapng").write_bytes(recording)
     for document, fence, name in (("simulator.md", "jsonc", "my-story.json"), ("cictl.md", "cictl", "try.ci")):
         text = (sources / "docs" / document).read_text()
         (pathlib.Path(folder) / name).write_text(re.search(rf"```{fence}\n(.*?)```", text, re.S).group(1))
     (pathlib.Path(folder) / "pin.txt").write_text("1234\n")
+    (pathlib.Path(folder) / "ciapi.lua").symlink_to(programs.parent / "share/wireshark/ciapi.lua")
 
 
 def main():
     sources, programs, build = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
     documents = [sources / "README.md", *sorted((sources / "docs").glob("*.md")), sources / "fuzz/README.md"]
+    recording = record(sources, programs)
     count, wrong = 0, []
     for document in documents:
         for block in blocks_of(document):
@@ -164,7 +182,7 @@ def main():
             if here:
                 count += len(here)
                 with tempfile.TemporaryDirectory() as folder:
-                    prepare(sources, programs, folder)
+                    prepare(sources, programs, recording, folder)
                     problem = run_block(programs, here, folder)
                     if problem:
                         wrong.append(f"{document.relative_to(sources)}: {problem}")

@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """A CI daemon that shares nothing with the library but docs/protocol.md: answers three operations to cictl.
 
-Usage: foreign_daemon.py CICTL        on the bus of DBUS_SYSTEM_BUS_ADDRESS; ends 0 when cictl understood every answer
+Usage: foreign_daemon.py CICTL [FILE]    on the bus of DBUS_SYSTEM_BUS_ADDRESS; ends 0 when cictl understood every answer
+                                         FILE: cictl records them there
+       foreign_daemon.py --ask CICTL     only asks: somebody else is to give the same answers
 """
 import json
 import os
@@ -108,7 +110,20 @@ def check(cictl):
     assert ask(cictl, "ICIGeneral.EnterMenu", "slot=1")[0] == 0
 
 
+def check_recorded(cictl, file):
+    recorder = subprocess.Popen([cictl, "trace", "--record", file], stderr=subprocess.PIPE)
+    try:
+        assert b"tracing" in recorder.stderr.readline()
+        check(cictl)
+    finally:
+        recorder.terminate()
+        recorder.wait(30)
+
+
 def main():
+    if sys.argv[1] == "--ask":
+        check(sys.argv[2])
+        return 0
     DBusGMainLoop(set_as_default=True)
     with tempfile.TemporaryDirectory() as folder:
         keys = os.path.join(folder, "keys")
@@ -125,7 +140,7 @@ def main():
 
         def run():
             try:
-                check(sys.argv[1])
+                check(sys.argv[1]) if len(sys.argv) == 2 else check_recorded(*sys.argv[1:])
                 status.append(0)
             finally:
                 GLib.idle_add(loop.quit)
