@@ -3,6 +3,7 @@
 #include <ciapi/CIEnumerations.h>
 
 #include <algorithm>
+#include <tuple>
 
 namespace CIM::sim
 {
@@ -103,13 +104,10 @@ private:
                                        [&](const TSKind& row) { return row.status == fields.code; });
         if (signal.type == SIGNAL_CI_MMI_STATUS_CHANGED && fields.slot != NO_SLOT && kind != std::end(KINDS))
         {
-            TJson page = Unread(*kind, fields.value);
-            for (const auto& [event, before] : m_pages)
-            {
-                const TSSeenPage unread{fields.slot, page, false, true};
-                page = before.isRead && before.slot == fields.slot && unread.IsLike(before.page) ? before.page : page;
-            }
-            m_pages[place] = {fields.slot, std::move(page), false, true};
+            TSSeenPage seen{fields.slot, Unread(*kind, fields.value), false};
+            const auto alike = m_alike.find(m_KeyOf(seen));
+            seen.page = alike != m_alike.end() ? alike->second : seen.page;
+            m_pages[place] = std::move(seen);
             m_open[fields.slot] = place;
         }
     }
@@ -137,18 +135,27 @@ private:
         }
         if (open == m_open.end()) // it was there before the recording began
         {
-            m_pages[place] = {*slot, std::move(page), true, false};
+            m_pages[place] = {*slot, std::move(page), true};
             m_open[*slot] = place;
         }
         else if (TSSeenPage& seen = m_pages[open->second]; !seen.isRead && seen.Kind() == kind->kind)
         {
             seen.page = std::move(page);
             seen.isRead = true;
+            m_alike[m_KeyOf(seen)] = seen.page;
         }
+    }
+
+    /// What is known of a page that nobody reads.
+    using TKey = std::tuple<unsigned, std::string, std::size_t>;
+    static TKey m_KeyOf(const TSSeenPage& seen)
+    {
+        return {seen.slot, seen.Kind(), seen.page.contains("entries") ? seen.page["entries"].size() : 0};
     }
 
     const TSRecording& m_recording;
     std::map<std::size_t, TSSeenPage> m_pages;
+    std::map<TKey, TJson> m_alike;          ///< the latest of those that were read
     std::map<unsigned, std::size_t> m_open; ///< the latest page, by slot
 };
 

@@ -12,7 +12,6 @@ struct TSSeenPage
     unsigned slot = 0;
     json::TJson page;    ///< as in the definition of a set; of kind "close": the end
     bool isRead = false; ///< by an application; otherwise only kind and number of entries are known
-    bool isAnnounced = true;
 
     std::string Kind() const { return page["kind"].get<std::string>(); }
     bool IsEnd() const { return Kind() == "close"; }

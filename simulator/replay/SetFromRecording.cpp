@@ -2,6 +2,7 @@
 
 #include "CamMenus.h"
 #include "simulator/definition/DefinitionJson.h"
+#include "StoryParts.h"
 #include "json/Signals.h"
 
 #include <algorithm>
@@ -14,8 +15,6 @@ using json::TJson;
 
 namespace
 {
-constexpr std::int64_t NS_PER_MS = 1'000'000;
-
 /// What is known about a stay's CAM, besides its menus.
 struct TSKnown
 {

@@ -3,6 +3,7 @@
 #include "CamMenus.h"
 #include "SetFromRecording.h"
 #include "StoryEvents.h"
+#include "StoryParts.h"
 #include "Understudy.h"
 #include "json/Harmless.h"
 #include "json/Signals.h"
@@ -19,7 +20,6 @@ using json::TJson;
 
 namespace
 {
-constexpr std::int64_t NS_PER_MS = 1'000'000;
 constexpr TTime SOON_MS = 1'000;           ///< so long what the model raises later counts as the recorded signal
 constexpr std::int64_t GOING_MS = 300;     ///< so long a CAM that is pulled goes on ending things
 constexpr std::int64_t LONGEST_MS = 5'000; ///< what the set does by itself comes no later in the story
@@ -27,99 +27,7 @@ constexpr unsigned POLLED = 6;             ///< a question that comes more often
 constexpr unsigned MOST_ALIKE = 3;         ///< expectations of one call
 constexpr std::size_t MOST_NOTES = 40;
 
-std::string Short(const std::string& text)
-{
-    constexpr std::size_t MOST = 120;
-    std::size_t end = std::min(text.size(), MOST);
-    while (end < text.size() && end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
-    {
-        --end; // not within a character
-    }
-    return text.substr(0, end) + (end < text.size() ? "..." : "");
-}
-
-/// Whether a call does something, rather than ask for something.
-bool IsActing(const TSRecordedCall& call)
-{
-    const std::string_view name = call.operation->Name();
-    const auto begins = [&](const char* prefix) { return name.starts_with(prefix); };
-    return !begins("Get") && !begins("Is") && !begins("CipTest") && !call.isSubscription;
-}
-
-bool IsMmi(const std::string& operation)
-{
-    return operation.starts_with("ICIGeneral.") &&
-           (operation.find("Mmi") != operation.npos || operation.ends_with(".EnterMenu"));
-}
-
-/// The arguments by which a call is known in a story.
-TJson Telling(const TSRecordedCall& call, const TSSpoken& spoken)
-{
-    constexpr std::size_t LONGEST = 200;
-    TJson telling = json::NewObject();
-    for (const auto& item : spoken.arguments.items())
-    {
-        const json::TSParameter* const parameter = call.operation->FindParameter(item.key());
-        const bool isTold = parameter != nullptr && !parameter->IsSecret() && parameter->nodeCount != 0 &&
-                            item.key() != "flag" && json::Dump(item.value()).size() <= LONGEST;
-        if (isTold)
-        {
-            telling[item.key()] = item.value();
-        }
-    }
-    return telling;
-}
-
-TJson Pattern(const TSRecordedCall& call, const TSSpoken& spoken)
-{
-    TJson pattern = {{"operation", OperationOf(call)}};
-    TJson arguments = Telling(call, spoken);
-    if (!arguments.empty())
-    {
-        pattern["arguments"] = std::move(arguments);
-    }
-    return pattern;
-}
-
 std::string InSlot(unsigned slot) { return slot == 0 ? "" : " of slot " + std::to_string(slot); }
-
-/// Whether a call ends something that was begun.
-bool IsEnding(const TSRecordedCall& call)
-{
-    const std::string_view name = call.operation != nullptr ? call.operation->Name() : "";
-    const auto begins = [&](const char* prefix) { return name.starts_with(prefix); };
-    return begins("Close") || begins("Stop") || begins("Unregister") || begins("Disable");
-}
-
-/// A recording up to where its applications leave: in the end there are only unsubscriptions. What they end right before
-/// that is their farewell, too: they do so when they are asked to leave.
-TSRecording WithoutFarewell(TSRecording recording)
-{
-    const auto leaves = [](const TSRecordedCall& call) { return IsOf(call, "ICISignalSubscriber.Unsubscribe"); };
-    const auto last = std::find_if_not(recording.calls.rbegin(), recording.calls.rend(), leaves);
-    const auto leave = static_cast<std::size_t>(recording.calls.rend() - last);
-    const auto isCall = [](const TSRecordedEvent& event) { return event.kind == TSRecordedEvent::CALL; };
-    const auto left = std::find_if(recording.events.begin(), recording.events.end(),
-                                   [&](const TSRecordedEvent& event) { return isCall(event) && event.call == leave; });
-    if (left == recording.events.end())
-    {
-        return recording;
-    }
-    constexpr std::int64_t FAREWELL = 100 * NS_PER_MS;
-    const std::int64_t begin = left->at - FAREWELL;
-    auto end = left;
-    for (auto event = left; event != recording.events.begin() && (event - 1)->at > begin; --event)
-    {
-        const TSRecordedEvent& before = *(event - 1);
-        if (isCall(before) && !IsEnding(recording.calls[before.call]))
-        {
-            break;
-        }
-        end = isCall(before) ? event - 1 : end;
-    }
-    recording.events.erase(end, recording.events.end());
-    return recording;
-}
 
 /// Tells a recording as a story: the model answers its calls, and what it does not do by itself is done to it.
 class TCTeller
@@ -131,6 +39,15 @@ public:
         for (const TSRecordedCall& call : recording.calls)
         {
             ++m_counts[call.request.text];
+        }
+        for (std::size_t i = 0; i < m_recording.events.size(); ++i)
+        {
+            const auto signal = ReadRecordedSignal(m_recording.events[i]);
+            if (signal && signal->type == SIGNAL_CI_CAM_READY_STATUS_CHANGED)
+            {
+                const TSSignalFields fields = UnpackSignalData(signal->data);
+                m_statuses.push_back({i, fields.slot, fields.code});
+            }
         }
     }
 
@@ -161,6 +78,13 @@ public:
     }
 
 private:
+    /// A signal that tells whether a slot's CAM is ready.
+    struct TSStatus
+    {
+        std::size_t place;
+        unsigned slot;
+        unsigned status;
+    };
     /// A call that no event of the story is about yet.
     struct TSWaiting
     {
@@ -253,8 +177,7 @@ private:
                 {
                     m_Insert(slot, /*isReady=*/true);
                 }
-                else if (found != nullptr && status.value() != "CAM_STATUS_READY" && found->IsReady() &&
-                         !m_Signalled(slot, CAM_STATUS_NO_CAM, SOON_MS))
+                else if (found != nullptr && status.value() != "CAM_STATUS_READY" && found->IsReady() && !m_Goes(slot))
                 {
                     m_Remove(slot);
                 }
@@ -278,7 +201,8 @@ private:
             return shown == m_shown.end() || next == m_set.pages.end() ||
                    !IsAskedAgain(shown->second.page, next->second);
         }
-        for (std::size_t i = m_place; i < m_recording.events.size(); ++i)
+        constexpr std::int64_t LATEST = 10'000 * NS_PER_MS;
+        for (std::size_t i = m_place; i < m_recording.events.size() && m_recording.events[i].at - m_Now() < LATEST; ++i)
         {
             const auto signal = ReadRecordedSignal(m_recording.events[i]);
             if (signal && (signal->type == SIGNAL_CI_PIN_REPLY_TO_PIN_CMD ||
@@ -402,7 +326,7 @@ private:
                 return;
             }
         }
-        if (slot != nullptr && slot->HoldsCam() && m_Signalled(fields.slot, CAM_STATUS_NO_CAM, GOING_MS))
+        if (slot != nullptr && slot->HoldsCam() && m_Goes(fields.slot))
         {
             m_Remove(fields.slot);
             if (m_model.Raises(signal, 0))
@@ -416,7 +340,7 @@ private:
             m_model.Raises(signal, 0);
             return;
         }
-        const TJson deed = m_DeedFor(signal, fields);
+        const TJson deed = DeedFor(signal);
         if (!deed.is_null() && m_Do(deed))
         {
             m_AddDeed("done", m_Words(signal), deed, /*isTimed=*/true);
@@ -425,48 +349,7 @@ private:
                 return;
             }
         }
-        m_AddRaised(signal, fields);
-    }
-
-    /// What is done to a set so that it raises a signal; null: nothing but to raise it.
-    TJson m_DeedFor(const TSSignal& signal, const TSSignalFields& fields) const
-    {
-        const TJson told = json::SignalDataToJson(signal);
-        const auto with = [&](const char* control, TJson arguments)
-        {
-            arguments["slot"] = fields.slot;
-            return TJson({{control, std::move(arguments)}});
-        };
-        if (fields.slot == NO_SLOT)
-        {
-            return {};
-        }
-        switch (signal.type)
-        {
-        case SIGNAL_CI_CA_REPLY:
-            return with("entitlement", {{"reply", fields.code}});
-        case SIGNAL_CI_CA_SYSTEMS_CHANGE:
-            return with(fields.value == 0 ? "card-out" : "card-in", json::NewObject());
-        case SIGNAL_CI_CHECK_PARENTAL_RATING_HANDLERS:
-            return with("ask-pin", {{"rating", fields.value},
-                                    {"profile", json::EnumToJson(json::Enumeration<EProfile>(), signal.profile)},
-                                    {"handle", signal.handle}});
-        case SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE:
-            return fields.code == CAM_UPGRADE_STATUS_REPLY_REQUESTED
-                       ? with("start-upgrade", {{"mode", told["meaning"]["mode"]}})
-                       : TJson();
-        case SIGNAL_CI_OPERATOR_PROFILE_STATUS_CHANGE:
-            return fields.code == CAM_OP_STATUS_NEW_OP_INSERTED ? with("offer-profile", json::NewObject())
-                                                                : with("profile-status", {{"status", told["code"]}});
-        case SIGNAL_CI_FILE_RETRIEVAL_MESSAGE:
-            return fields.code == CI_FILE_RETRIEVAL_NEW_FILE
-                       ? TJson()
-                       : with(fields.code == CI_FILE_RETRIEVAL_NEW_FILE_SYSTEM ? "offer-file-system"
-                                                                               : "drop-file-system",
-                              json::NewObject());
-        default:
-            return {};
-        }
+        m_AddRaised(signal);
     }
 
     std::string m_Words(const TSSignal& signal) const
@@ -474,30 +357,9 @@ private:
         return "the set says " + json::SignalName(signal.type) + " " + json::SignalWords(signal);
     }
 
-    void m_AddRaised(const TSSignal& signal, const TSSignalFields& fields)
+    void m_AddRaised(const TSSignal& signal)
     {
-        TJson raised = {{"type", json::SignalName(signal.type)}};
-        if (signal.profile != PROFILE_MAIN)
-        {
-            raised["profile"] = json::EnumToJson(json::Enumeration<EProfile>(), signal.profile);
-        }
-        if (signal.handle != 0)
-        {
-            raised["handle"] = signal.handle;
-        }
-        const TJson told = json::SignalDataToJson(signal);
-        const std::tuple<const char*, bool, TJson> members[] = {{"slot", fields.slot != NO_SLOT, fields.slot},
-                                                                {"code", fields.code != 0, told["code"]},
-                                                                {"id", fields.id != 0, fields.id},
-                                                                {"value", fields.value != 0, fields.value}};
-        for (const auto& [name, isThere, value] : members)
-        {
-            if (isThere)
-            {
-                raised[name] = value;
-            }
-        }
-        const TJson deed = {{"signal", raised}};
+        const TJson deed = RaisedDeed(signal);
         constexpr std::int64_t TOGETHER = 50 * NS_PER_MS;
         if (m_isRaised && m_waiting.empty() && m_Now() - m_at < TOGETHER)
         {
@@ -510,35 +372,33 @@ private:
 
     // CAMs that come and go
 
-    /// Whether a slot's status is told within a time from now.
-    bool m_Signalled(unsigned slot, ECamStatus status, std::int64_t withinMs) const
+    /// Whether the CAM of a slot goes right now, without the application's doing.
+    bool m_Goes(unsigned slot) const
     {
-        for (std::size_t i = m_place; i < m_recording.events.size(); ++i)
+        const auto told =
+            std::find_if(m_statuses.begin(), m_statuses.end(),
+                         [&](const TSStatus& status) { return status.place >= m_place && status.slot == slot; });
+        if (told == m_statuses.end() || told->status != CAM_STATUS_NO_CAM)
         {
-            const TSRecordedEvent& event = m_recording.events[i];
-            const bool mayBeCause = withinMs < SOON_MS && i > m_place && event.kind == TSRecordedEvent::CALL &&
-                                    m_recording.calls[event.call].operation != nullptr &&
-                                    IsActing(m_recording.calls[event.call]);
-            if (event.at - m_Now() > withinMs * NS_PER_MS || mayBeCause)
-            {
-                return false;
-            }
-            const auto told = m_StatusTold(i, slot);
-            if (told)
-            {
-                return *told == status;
-            }
+            return false;
         }
-        return false;
+        const auto& events = m_recording.events;
+        const auto isCause = [&](const TSRecordedEvent& event)
+        {
+            return event.kind == TSRecordedEvent::CALL && m_recording.calls[event.call].operation != nullptr &&
+                   IsActing(m_recording.calls[event.call]);
+        };
+        const auto at = [&](std::size_t place) { return events.begin() + static_cast<std::ptrdiff_t>(place); };
+        return events[told->place].at - m_Now() < GOING_MS * NS_PER_MS &&
+               std::none_of(at(std::min(m_place + 1, told->place)), at(told->place), isCause);
     }
     /// Whether the next that is told of a slot is that its CAM is ready.
-    bool m_ComesReady(unsigned slot) const { return m_Signalled(slot, CAM_STATUS_READY, INT32_MAX); }
-    std::optional<ECamStatus> m_StatusTold(std::size_t place, unsigned slot) const
+    bool m_ComesReady(unsigned slot) const
     {
-        const auto signal = ReadRecordedSignal(m_recording.events[place]);
-        const bool isStatus =
-            signal && signal->type == SIGNAL_CI_CAM_READY_STATUS_CHANGED && UnpackSignalData(signal->data).slot == slot;
-        return isStatus ? std::optional(static_cast<ECamStatus>(UnpackSignalData(signal->data).code)) : std::nullopt;
+        const auto told =
+            std::find_if(m_statuses.begin(), m_statuses.end(),
+                         [&](const TSStatus& status) { return status.place >= m_place && status.slot == slot; });
+        return told != m_statuses.end() && told->status == CAM_STATUS_READY;
     }
 
     void m_Insert(unsigned slot, bool isReady)
@@ -585,6 +445,10 @@ private:
         if (m_Do(deed))
         {
             m_AddSlotDeed(page.slot, page.IsEnd() ? "closing" : "opening", says, deed);
+            if (!page.IsEnd())
+            {
+                m_shown[page.slot] = page;
+            }
         }
     }
 
@@ -865,6 +729,7 @@ private:
     TTime m_begin = 0; ///< the model's time when the recording begins
     std::map<std::string, unsigned> m_counts;
     std::map<std::string, unsigned> m_expected;
+    std::vector<TSStatus> m_statuses;
     std::vector<TSWaiting> m_waiting;
     std::map<unsigned, TSSeenPage> m_shown;
     std::map<unsigned, std::int64_t> m_pulledAt;

@@ -51,6 +51,8 @@ struct TSPlayed
     std::string lacks = "0042";
 };
 
+void PrintTo(const TSPlayed& played, std::ostream* out) { *out << played.story << ' ' << played.words; }
+
 class StoryFromRecording : public testing::TestWithParam<TSPlayed>
 {
 };
