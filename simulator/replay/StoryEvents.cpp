@@ -78,11 +78,8 @@ std::string TCStoryEvents::NameOf(std::size_t event)
     TSWritten& written = m_events[event];
     if (written.name.empty())
     {
-        written.name = written.word;
-        for (int number = 2; !m_names.insert(written.name).second; ++number)
-        {
-            written.name = written.word + "-" + std::to_string(number);
-        }
+        const unsigned number = ++m_names[written.word];
+        written.name = written.word + (number == 1 ? "" : "-" + std::to_string(number));
     }
     return written.name;
 }

@@ -2,8 +2,9 @@
 
 #include "json/Json.h"
 
+#include <map>
 #include <optional>
-#include <set>
+
 #include <string>
 #include <vector>
 
@@ -42,7 +43,7 @@ private:
     };
 
     std::vector<TSWritten> m_events;
-    std::set<std::string> m_names;
+    std::map<std::string, unsigned> m_names; ///< how many events have a word as their name
     json::TJson m_expectations = json::NewList();
 };
 
