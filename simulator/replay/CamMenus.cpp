@@ -111,7 +111,7 @@ void TCCamMenus::End()
         if (std::none_of(top.outcomes.begin(), top.outcomes.end(),
                          [](const auto& outcome) { return outcome != nullptr && outcome->page["kind"] == "close"; }))
         {
-            top.outcomes.push_back(std::make_unique<TSNode>(TSNode{TJson({{"kind", "close"}}), {}}));
+            top.outcomes.push_back(std::make_unique<TSNode>(TSNode{TJson({{"kind", "close"}}), top.depth + 1}));
         }
     }
     m_path.clear();
@@ -135,7 +135,7 @@ std::string TCCamMenus::Show(const TSSeenPage& seen, bool isRefusal)
     auto& node = m_menus[name];
     if (node == nullptr)
     {
-        node = std::make_unique<TSNode>(TSNode{seen.page, {}});
+        node = std::make_unique<TSNode>(TSNode{seen.page});
     }
     m_path = {node.get()};
     return name;
@@ -147,7 +147,7 @@ TCCamMenus::TSNode* TCCamMenus::m_Follow(const TSSeenPage& seen)
     {
         if (m_menu == nullptr)
         {
-            m_menu = std::make_unique<TSNode>(TSNode{seen.page, {}});
+            m_menu = std::make_unique<TSNode>(TSNode{seen.page});
         }
         else if (!seen.IsLike(m_menu->page))
         {
@@ -200,12 +200,12 @@ TCCamMenus::TSNode* TCCamMenus::m_FollowChoice(TSNode& top, const TSSeenPage& se
         top.next[m_choice] = nullptr;
         return m_Back();
     }
-    if (m_path.size() >= DEEPEST)
+    if (top.depth >= DEEPEST)
     {
         return nullptr;
     }
     auto& node = top.next[m_choice];
-    node = std::make_unique<TSNode>(TSNode{seen.page, {}});
+    node = std::make_unique<TSNode>(TSNode{seen.page, top.depth + 1});
     m_path.push_back(node.get());
     return node.get();
 }
@@ -232,7 +232,11 @@ TCCamMenus::TSNode* TCCamMenus::m_FollowAnswer(TSNode& top, const TSSeenPage& se
                              [&](const auto& outcome) { return outcome != nullptr && seen.IsLike(outcome->page); });
     if (node == top.outcomes.end())
     {
-        top.outcomes.push_back(std::make_unique<TSNode>(TSNode{seen.page, {}}));
+        if (top.depth >= DEEPEST)
+        {
+            return nullptr;
+        }
+        top.outcomes.push_back(std::make_unique<TSNode>(TSNode{seen.page, top.depth + 1}));
         node = top.outcomes.end() - 1;
     }
     m_path.back() = node->get(); // it stands in the enquiry's place

@@ -32,7 +32,8 @@ private:
     struct TSNode
     {
         json::TJson page;
-        std::map<unsigned, std::unique_ptr<TSNode>> next; ///< by choice; null: it goes back
+        std::size_t depth = 0;
+        std::map<unsigned, std::unique_ptr<TSNode>> next{}; ///< by choice; null: it goes back
         // Of an enquiry:
         unsigned agains = 0;                             ///< how often it came again
         std::vector<std::unique_ptr<TSNode>> outcomes{}; ///< other pages behind an answer; null: it goes back

@@ -350,10 +350,7 @@ private:
             m_Say(slot, "entitlement", fields.code);
             break;
         case SIGNAL_CI_OPERATOR_PROFILE_STATUS_CHANGE:
-            if (fields.code == CAM_OP_STATUS_NEW_OP_INSERTED)
-            {
-                m_AddProfile(slot, {{"antennaMode", meaning("antennaMode")}, {"serviceMode", meaning("serviceMode")}});
-            }
+            m_TakeProfile(slot, fields.code, meaning("antennaMode"), meaning("serviceMode"));
             break;
         case SIGNAL_CI_FILE_RETRIEVAL_MESSAGE:
             if (fields.code == CI_FILE_RETRIEVAL_NEW_FILE_SYSTEM)
@@ -380,6 +377,18 @@ private:
             m_Serves(slot);
             break;
         }
+    }
+
+    void m_TakeProfile(unsigned slot, unsigned status, const TJson& antennaMode, const TJson& serviceMode)
+    {
+        TJson profile = {{"antennaMode", antennaMode}, {"serviceMode", serviceMode}};
+        if (status == CAM_OP_STATUS_INSTALLATION_SUCCESS && m_installedAt)
+        {
+            const std::int64_t ms = (m_recording.events[m_place].at - *m_installedAt) / NS_PER_MS;
+            constexpr std::int64_t MOST_MS = 600'000;
+            profile["installMs"] = std::clamp<std::int64_t>(ms, 1, MOST_MS);
+        }
+        m_AddProfile(slot, profile);
     }
 
     /// A CAM announces itself: unless one is known to be there, the slot was empty.

@@ -39,12 +39,14 @@ TSSpoken ReadSpoken(const TSRecordedCall& call)
     }
     const protocol::SBytes payload = DecodeCall(call.message.get()).envelope.payload;
     json::TSDecoded request = call.operation->RequestToJson({payload.data, static_cast<std::size_t>(payload.length)});
-    if (request.error.empty())
+    if (!request.error.empty())
     {
-        call.operation->HideSecrets(request.json);
-        request.json.erase("processId");
-        spoken.arguments = std::move(request.json);
+        return spoken; // whatever was answered, nobody knows to what
     }
+    call.operation->HideSecrets(request.json);
+    request.json.erase("processId");
+    spoken.arguments = std::move(request.json);
+    spoken.isReadable = true;
     if (call.reply == nullptr)
     {
         spoken.isDone = call.isOneWay;

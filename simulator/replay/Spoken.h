@@ -16,6 +16,7 @@ struct TSSpoken
     json::TJson arguments = json::NewObject(); ///< by name, without secrets and process ids
     json::TJson result;                        ///< null: none
     json::TJson outputs = json::NewObject();
+    bool isReadable = false; ///< all arguments are there
     bool isAnswered = false; ///< by a reply that can be read
     bool isDone = false;     ///< not refused, as far as the recording tells
     std::string error;       ///< name of an error reply, and its text

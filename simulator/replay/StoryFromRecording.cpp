@@ -128,6 +128,12 @@ private:
             return;
         }
         TSSpoken spoken = ReadSpoken(call);
+        if (!spoken.isReadable)
+        {
+            m_NoteOnce(call.request.operation,
+                       call.request.operation + " comes with arguments that cannot be read: left out.");
+            return;
+        }
         m_BeforeCall(call, spoken);
         const bool isRefusedSecret = call.operation->HasSecrets() && spoken.isAnswered && !spoken.isDone;
         if (spoken.error.empty() && !isRefusedSecret) // of that nobody knows why
