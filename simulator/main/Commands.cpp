@@ -13,6 +13,7 @@ const std::vector<TSCommand>& Commands()
         {"list", "the scenarios that came with this program", PrepareList},
         {"describe", "what happens in a scenario, and what it expects: describe NAME|FILE", PrepareDescribe},
         {"check", "check scenario files, without playing them", PrepareCheck},
+        {"scenario", "make a story from a recording: scenario FILE.pcapng > STORY.json", PrepareScenario},
     };
     return commands;
 }

@@ -14,4 +14,5 @@ std::function<int()> PreparePlay(TCCommandLine line);
 std::function<int()> PrepareList(TCCommandLine line);
 std::function<int()> PrepareDescribe(TCCommandLine line);
 std::function<int()> PrepareCheck(TCCommandLine line);
+std::function<int()> PrepareScenario(TCCommandLine line);
 } // namespace CIM::sim

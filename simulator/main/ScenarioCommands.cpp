@@ -1,5 +1,7 @@
 #include "Commands.h"
+#include "simulator/replay/StoryFromRecording.h"
 #include "simulator/scenario/Describe.h"
+#include "simulator/scenario/Tell.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -46,6 +48,21 @@ int CheckCommand(const std::vector<std::string>& files)
     }
     return status;
 }
+
+int ScenarioCommand(const std::string& file, const std::string& client)
+{
+    try
+    {
+        const std::string story = StoryOf(ReadRecording(file, client));
+        std::fwrite(story.data(), 1, story.size(), stdout);
+        return std::fflush(stdout) == 0 ? 0 : 1;
+    }
+    catch (const TCNoRecording& error)
+    {
+        Tell(error.what());
+        return 1;
+    }
+}
 } // namespace
 
 std::function<int()> PrepareList(TCCommandLine)
@@ -69,5 +86,18 @@ std::function<int()> PrepareCheck(TCCommandLine line)
     auto files = std::make_shared<std::vector<std::string>>();
     line.Words("file", *files, EHowMany::ANY, "scenario files");
     return [files] { return CheckCommand(*files); };
+}
+
+std::function<int()> PrepareScenario(TCCommandLine line)
+{
+    struct TSWanted
+    {
+        std::vector<std::string> file;
+        std::string client;
+    };
+    auto wanted = std::make_shared<TSWanted>();
+    line.Words("recording", wanted->file, EHowMany::ONE, "made by cictl trace --record; - for standard input");
+    line.Option("--client", wanted->client, "only the calls of this program, or of this unique bus name");
+    return [wanted] { return ScenarioCommand(wanted->file.front(), wanted->client); };
 }
 } // namespace CIM::sim

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Recording.h"
+
+#include "simulator/definition/SignalData.h"
+
+#include <optional>
+
+// What the calls and signals of a recording say, in JSON. All functions are reentrant.
+
+namespace CIM::sim
+{
+/// A call and its reply.
+struct TSSpoken
+{
+    json::TJson arguments = json::NewObject(); ///< by name, without secrets and process ids
+    json::TJson result;                        ///< null: none
+    json::TJson outputs = json::NewObject();
+    bool isReadable = false; ///< all arguments are there
+    bool isAnswered = false; ///< by a reply that can be read
+    bool isDone = false;     ///< not refused, as far as the recording tells
+    std::string error;       ///< name of an error reply, and its text
+    std::string errorText;
+
+    /// The slot that the call is about.
+    std::optional<unsigned> Slot() const;
+    /// A text, list, ... of the reply; null: there is none.
+    const json::TJson& Output(const char* name) const;
+};
+TSSpoken ReadSpoken(const TSRecordedCall& call);
+
+/// "ICIGeneral.EnterMenu"; empty: unknown.
+std::string OperationOf(const TSRecordedCall& call);
+bool IsOf(const TSRecordedCall& call, const char* operation);
+
+/// \return nothing when it cannot be read, or nobody knows its type
+std::optional<TSSignal> ReadRecordedSignal(const TSRecordedEvent& event);
+} // namespace CIM::sim
