@@ -1,12 +1,14 @@
 #include "Messages.h"
 
 #include "simulator/replay/Matcher.h"
+#include "simulator/retelling/StoryFromRecording.h"
+#include "simulator/scenario/Scenario.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
 
-// Any bytes as a recording that is played. Property: every call finds itself when all are made in their order, and then the
-// recording is over; or a refusal in words.
+// Any bytes as a recording that is played, and made a story of. Property: every call finds itself when all are made in their
+// order, and then the recording is over; the story can be read as a scenario; or a refusal in words.
 
 namespace
 {
@@ -41,7 +43,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(ftruncate(file, 0) == 0 && pwrite(file, data, size, 0) == static_cast<ssize_t>(size));
     try
     {
-        PlayToItself(ReadRecording(path, ""));
+        const TSRecording recording = ReadRecording(path, "");
+        PlayToItself(recording);
+        ReadScenario(json::TCJsonDocument::Parse("story.json", StoryOf(recording)));
     }
     catch (const TCNoRecording&)
     {

@@ -5,6 +5,7 @@
 #include "simulator/daemon/Sandbox.h"
 #include "simulator/daemon/Serve.h"
 #include "simulator/replay/Replay.h"
+#include "simulator/retelling/SetFromRecording.h"
 #include "simulator/scenario/Junit.h"
 #include "simulator/scenario/Tell.h"
 #include "json/Harmless.h"
@@ -325,7 +326,7 @@ TSPiece FindPiece(const TSWanted& wanted)
                                "says whose are played; " +
                                recording.ClientsInWords());
         }
-        piece.scenario = ScenarioOf(recording);
+        piece.scenario = ScenarioOf(recording, SetOf(recording));
         wishes.endsWithIt = wanted.endsWithStory;
         piece.makePlay = [recording = std::move(recording), wishes](const TSScenario& scenario,
                                                                     TCSimulatedDaemon& daemon, TSPlayOptions options)

@@ -1,5 +1,5 @@
 #include "Commands.h"
-#include "simulator/replay/StoryFromRecording.h"
+#include "simulator/retelling/StoryFromRecording.h"
 #include "simulator/scenario/Describe.h"
 #include "simulator/scenario/Tell.h"
 
@@ -26,6 +26,15 @@ int ListCommand()
     return 0;
 }
 
+/// \throws json::TCFileError for a recording
+void NeedScenario(const std::string& file)
+{
+    if (IsRecording(file))
+    {
+        throw json::TCFileError(file + ": this is a recording: ci-daemon-sim scenario makes a story of it");
+    }
+}
+
 int CheckCommand(const std::vector<std::string>& files)
 {
     if (files.empty())
@@ -37,6 +46,7 @@ int CheckCommand(const std::vector<std::string>& files)
     {
         try
         {
+            NeedScenario(file);
             const TSScenario scenario = ReadScenario(json::TCJsonDocument::Load(file));
             std::printf("%s: good: %zu steps\n", file.c_str(), scenario.Steps());
         }
@@ -76,6 +86,7 @@ std::function<int()> PrepareDescribe(TCCommandLine line)
     line.Words("scenario", *scenario, EHowMany::ONE, "a scenario's name, see list; or a file");
     return [scenario]
     {
+        NeedScenario(scenario->front());
         std::printf("%s", Describe(FindScenario(scenario->front())).c_str());
         return 0;
     };

@@ -47,13 +47,13 @@ std::string Counted(std::size_t count, const char* what)
 }
 } // namespace
 
-TSScenario ScenarioOf(const TSRecording& recording)
+TSScenario ScenarioOf(const TSRecording& recording, TSSetDefinition set)
 {
     TSScenario scenario;
     scenario.file = recording.file;
     scenario.name = std::filesystem::path(recording.file).stem().string();
     scenario.description = "a recording";
-    scenario.set = DefaultSet();
+    scenario.set = std::move(set);
     // The model says nothing by itself: its time passes with the calls that it answers, and what it does at the beginning
     // is done before.
     constexpr TTime WARM_UP_MS = 60'000;

@@ -16,7 +16,8 @@ struct TSReplayOptions
 };
 
 /// A scenario that says nothing but what the set is when a recording is played.
-TSScenario ScenarioOf(const TSRecording& recording);
+/// \param[in] set  of the model that answers where the recording does not
+TSScenario ScenarioOf(const TSRecording& recording, TSSetDefinition set);
 
 /// Plays a recording: answers each call as it was answered, and sends the signals where they came, behind the same calls.
 /// What is not answered so is told on standard error.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Recording.h"
+#include "simulator/replay/Recording.h"
 
 #include "simulator/definition/SignalData.h"
 
