@@ -1,5 +1,6 @@
 #include "Recording.h"
 
+#include "recording/Input.h"
 #include "simulator/daemon/Messages.h"
 #include "traffic/Messages.h"
 #include "traffic/Recorded.h"
@@ -10,14 +11,9 @@
 #include <ciapi/CINames.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <map>
 #include <optional>
 #include <set>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace CIM::sim
 {
@@ -25,34 +21,13 @@ namespace
 {
 constexpr std::size_t MOST_BYTES = 512U << 20; ///< of the messages that are kept
 
-class TCDescriptor
-{
-public:
-    explicit TCDescriptor(const std::string& path)
-        : m_descriptor(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC))
-    {
-        if (m_descriptor < 0)
-        {
-            throw TCNoRecording(path + " cannot be read: " + std::strerror(errno));
-        }
-    }
-    ~TCDescriptor() { close(m_descriptor); }
-    TCDescriptor(const TCDescriptor&) = delete;
-    TCDescriptor& operator=(const TCDescriptor&) = delete;
-
-    int Get() const { return m_descriptor; }
-
-private:
-    int m_descriptor;
-};
-
 std::string Text(const char* text) { return text != nullptr ? text : ""; }
 
 /// Takes from a recording what is the CI daemon's.
 class TCLoader
 {
 public:
-    TCLoader(const std::string& path) : m_file(path), m_messages(m_file.Get()) { m_recording.file = path; }
+    TCLoader(const std::string& path) : m_file(path), m_messages(m_file.Descriptor()) { m_recording.file = path; }
 
     TSRecording Load()
     {
@@ -229,7 +204,7 @@ private:
                           });
     }
 
-    TCDescriptor m_file;
+    recording::TCInput m_file;
     traffic::TCRecorded m_messages;
     TSRecording m_recording;
     std::map<std::pair<std::string, std::uint32_t>, std::size_t> m_open; ///< calls without a reply yet
@@ -357,6 +332,10 @@ TSRecording ReadRecording(const std::string& path, const std::string& client)
             KeepClient(recording, client);
         }
         return recording;
+    }
+    catch (const recording::TCInputError& error)
+    {
+        throw TCNoRecording(error.what());
     }
     catch (const recording::TCRecordingError& error)
     {

@@ -1,51 +1,18 @@
 #include "cictl/Output.h"
 #include "cictl/TraceOutput.h"
 
+#include "recording/Input.h"
 #include "traffic/Recorded.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
+#include <optional>
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace CIM::cictl
 {
 namespace
 {
-/// A file that is open for reading; "-" is standard input.
-class TCInput
-{
-public:
-    explicit TCInput(const std::string& path)
-        : m_descriptor(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC))
-    {
-        if (m_descriptor < 0)
-        {
-            throw TCFailure(EXIT_REFUSED, path + " cannot be read: " + std::strerror(errno));
-        }
-    }
-    ~TCInput() { close(m_descriptor); }
-    TCInput(const TCInput&) = delete;
-    TCInput& operator=(const TCInput&) = delete;
-
-    int Descriptor() const { return m_descriptor; }
-    /// 0 when nobody knows.
-    std::uint64_t Size() const
-    {
-        struct stat found
-        {
-        };
-        return fstat(m_descriptor, &found) == 0 && S_ISREG(found.st_mode) ? static_cast<std::uint64_t>(found.st_size)
-                                                                          : 0;
-    }
-
-private:
-    int m_descriptor;
-};
-
 /// Tells a person who waits how far it has come.
 class TCProgress
 {
@@ -82,7 +49,7 @@ private:
     bool m_isShown = false;
 };
 
-EExit Read(const TCInput& input, const std::string& path, TCTraceOutput& output)
+EExit Read(const recording::TCInput& input, const std::string& path, TCTraceOutput& output)
 {
     traffic::TCRecorded recorded(input.Descriptor());
     std::string error;
@@ -144,7 +111,15 @@ EExit TraceFile(const TCArguments& arguments)
         }
     }
     TCTraceOutput output(arguments);
-    const TCInput input(path);
-    return Read(input, path, output);
+    std::optional<recording::TCInput> input;
+    try
+    {
+        input.emplace(path);
+    }
+    catch (const recording::TCInputError& error)
+    {
+        throw TCFailure(EXIT_REFUSED, error.what());
+    }
+    return Read(*input, path, output);
 }
 } // namespace CIM::cictl
