@@ -2,7 +2,7 @@
 # Unpacks the development packages of packaging/debian-packages.txt, and what they depend on, for another processor into
 # a folder, from the Debian mirror of this machine. Nothing is installed: Debian's packages for two processors stand
 # beside each other only in the very same versions. Needs no root.
-#   scripts/sysroot.sh ARCH FOLDER    ARCH as dpkg names it: armhf, arm64, s390x
+#   scripts/sysroot.sh ARCH FOLDER    ARCH as dpkg names it: armhf, arm64
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
