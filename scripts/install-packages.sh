@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Installs the Debian packages of packaging/debian-packages.txt that are missing. Needs root or sudo only when some are.
+#   scripts/install-packages.sh [LIST...]    those of other lists, too
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-mapfile -t wanted < <(grep -vE '^\s*(#|$)' packaging/debian-packages.txt)
+mapfile -t wanted < <(grep -hvE '^\s*(#|$)' packaging/debian-packages.txt "$@")
 missing=()
 for package in "${wanted[@]}"; do
   dpkg-query -W -f='${Status}\n' "$package" 2>/dev/null | grep -q '^install ok installed$' || missing+=("$package")

@@ -132,8 +132,10 @@ void CheckBudget(const TContainer& elements)
     {
         hollow.AddNode(hollow.NewBranch(0));
     }
-    EXPECT_FALSE(reader.TreeToClass(hollow));
-    EXPECT_TRUE(again.empty());
+    // With pointers of four bytes, an element may be as small as what an empty node is good for.
+    const bool isSmall = sizeof(typename TContainer::value_type) <= 32;
+    EXPECT_EQ(reader.TreeToClass(hollow), isSmall);
+    EXPECT_EQ(again.empty(), !isSmall);
 }
 
 template <class TElement>

@@ -77,6 +77,7 @@ SEnd EndOf(bool consoleOpens, TBody body)
     }
     waitpid(end.process, &end.status, 0);
     end.errors = LinesOf(folder.File("errors"));
+    std::erase_if(end.errors, [](const std::string& line) { return line.starts_with("qemu: "); }); // its own word
     end.console = LinesOf(folder.File("console"));
     end.consoleReplaced = LinesOf(folder.File("replaced")) == std::vector<std::string>{"1"};
     return end;

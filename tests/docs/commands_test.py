@@ -64,7 +64,7 @@ def trusted(*_):
 # (command, why it does not run here, what is looked at instead)
 ELSEWHERE = [
     (r"scripts/\S+\.sh.*", "CI runs it", runs_script),
-    (r"cmake .*", "builds for minutes", has_preset),
+    (r"(cmake|ctest --preset) .*", "builds for minutes", has_preset),
     (r"build/release/bin/.*", "measures for minutes", is_built),
     (r"(runuser|setpriv) .*|busctl .* ReloadConfig", "needs the machine's bus and users: tests/policy", trusted),
     (r"cictl -H .*", "needs another machine: tests/tools", trusted),

@@ -111,9 +111,9 @@ def watch(monitor, program):
             continue
     else:
         sys.exit("dbus-monitor sees nothing")
-    caller = subprocess.Popen([program])
+    caller = subprocess.Popen(program)
     if caller.wait(timeout=BOUND) != 0:
-        sys.exit(f"{program}: exit status {caller.returncode}")
+        sys.exit(f"{program[-1]}: exit status {caller.returncode}")
     subprocess.run(ping, check=True)
     calls = []
     while True:
@@ -158,7 +158,7 @@ def check_call(operation, bus_name, call, pid, program_name):
 
 def main():
     bus_names, operations = encode.operations()
-    program = sys.argv[1]
+    program = sys.argv[1:]  # with an emulator before it, where it needs one
     rules = ["type='method_call',member='MethodCall'", "type='method_call',member='Ping'"]
     monitor = subprocess.Popen(["dbus-monitor", "--address", os.environ["DBUS_SYSTEM_BUS_ADDRESS"], "--pcap", *rules],
                                stdout=subprocess.PIPE)
@@ -168,7 +168,7 @@ def main():
         monitor.terminate()
         monitor.wait()
     wanted = {(bus_names[operation.interface], operation.id): operation for operation in operations}
-    errors, hello = [], os.path.basename(program)[:15]
+    errors, hello = [], os.path.basename(program[-1])[:15]
     for call in calls:
         key = (call.fields.get(Message.DESTINATION), call.body[0] & 0xFFFF)
         operation = wanted.pop(key, None)

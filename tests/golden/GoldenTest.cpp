@@ -336,7 +336,7 @@ TEST(Golden, PvrCip)
     check(3, OPERATION(GetContentInfo), 4, {SENT, file}, {FILLED, INFO_TYPE_PLAY_COUNT}, {FILLED, 0xC8});
     check(4, OPERATION(GetExpiredContentSections), 5, {SENT, file}, {FILLED, {{1, -2}, {0x1122334455667788, 4}}});
     check(5, OPERATION(IsBlockedByParentalControl), 6, {SENT, file}, {FILLED, true});
-    check(6, OPERATION(CheckThumbnailValidation), 7, {SENT, file}, {SENT, -123456789012}, {FILLED, true});
+    check(6, OPERATION(CheckThumbnailValidation), 7, {SENT, file}, {SENT, -1234567890}, {FILLED, true});
     check(7, OPERATION(IsThisStreamCopyProtected), 8, {SENT, {PROFILE_MAIN, 1}}, {FILLED, true});
     check(8, OPERATION(IsSkippingForwardAllowed), true, {SENT, -10}, {BOTH_WAYS, 11, 12});
     check(9, OPERATION(IsSkippingBackwardsAllowed), true, {SENT, 10}, {BOTH_WAYS, -1, 0});

@@ -50,12 +50,13 @@ public:
         {
             throw std::runtime_error("no pipe");
         }
+        const std::string command = "exec " BORROWER " " + m_name;
         m_process = fork();
         if (m_process == 0)
         {
             dup2(input[0], STDIN_FILENO);
             dup2(output[1], STDOUT_FILENO);
-            execl(BORROWER, BORROWER, m_name.c_str(), static_cast<char*>(nullptr));
+            execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
             _exit(127);
         }
         close(input[0]);

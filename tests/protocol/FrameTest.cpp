@@ -4,6 +4,7 @@
 #include "proxy/CICAMPlayerProxy.h"
 #include "proxy/CIDebugProxy.h"
 #include "proxy/CIGeneralProxy.h"
+#include "proxy/PvrCipProxy.h"
 #include "support/FakeConnection.h"
 #include "support/LogCapture.h"
 #include "support/TestEnvironment.h"
@@ -14,6 +15,7 @@
 #include <csignal>
 #include <cstring>
 #include <fstream>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -69,6 +71,21 @@ protected:
     TCEnvironmentVariable m_keys{"TVPLATFORM_SYSTEM_INFO", m_folder.File("keys")};
     boost::shared_ptr<TCFakeHelper> m_helper = boost::make_shared<TCFakeHelper>();
 };
+
+// The golden bytes hold for every machine; what only some longs hold is not among them.
+TEST_F(FrameTest, TheSmallestLongIsSentInEightBytes)
+{
+    TCPvrCipProxy proxy(m_helper);
+    const long smallest = std::numeric_limits<long>::min();
+    bool valid = false;
+    proxy.CheckThumbnailValidation("", smallest, valid);
+    ASSERT_EQ(m_helper->connection->calls.size(), 1u);
+    const std::string expected = sizeof(long) == 8 ? Bytes({8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x80})
+                                                   : Bytes({8, 0, 0, 0, 0, 0, 0, 0x80, 0xFF, 0xFF, 0xFF, 0xFF});
+    const std::string& payload = m_helper->connection->calls[0].payload;
+    ASSERT_GE(payload.size(), expected.size());
+    EXPECT_EQ(payload.substr(payload.size() - expected.size()), expected);
+}
 
 // Whether a call may be made before the daemon is ready depends on the marker, the model type and the identifier.
 TEST_F(FrameTest, CallsWaitForTheDaemonOnSomeModels)

@@ -9,6 +9,11 @@
 namespace
 {
 
+/// What a node takes of its tree's memory, which is handed out in pieces of eight bytes: more than its size where
+/// pointers have four.
+template <class TNode>
+constexpr std::size_t PLACE_OF = (sizeof(TNode) + 7) & ~std::size_t{7};
+
 // Reads that went wrong once give nothing more; every size is compared with what is left.
 class TCReader
 {
@@ -109,8 +114,8 @@ bool TCTreeReader::Read(TCTreeBranchList& root, const char* bytes, std::size_t s
     std::size_t nodeBytes = 0;
     if (!Walk(
             content, rootHeader.size,
-            [&](const TSTreeNodeHeader&, const char*, unsigned) { nodeBytes += sizeof(TCTreeNode); },
-            [&](const TSTreeNodeHeader&, unsigned) { nodeBytes += sizeof(TCTreeBranch); }))
+            [&](const TSTreeNodeHeader&, const char*, unsigned) { nodeBytes += PLACE_OF<TCTreeNode>; },
+            [&](const TSTreeNodeHeader&, unsigned) { nodeBytes += PLACE_OF<TCTreeBranch>; }))
     {
         return false;
     }

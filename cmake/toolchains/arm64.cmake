@@ -1,0 +1,5 @@
+set(arch arm64)
+set(triplet aarch64-linux-gnu)
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(emulator qemu-aarch64)
+include(${CMAKE_CURRENT_LIST_DIR}/debian.cmake)

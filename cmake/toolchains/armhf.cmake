@@ -1,0 +1,5 @@
+set(arch armhf)
+set(triplet arm-linux-gnueabihf)
+set(CMAKE_SYSTEM_PROCESSOR armv7l)
+set(emulator qemu-arm)
+include(${CMAKE_CURRENT_LIST_DIR}/debian.cmake)
