@@ -30,6 +30,8 @@ PLACES = [
     ("tools", r"bin/ci-daemon-sim"),
     ("tools", r"share/ciapi/scenarios/menu-walk\.json"),
     ("tools", r"lib\S*/wireshark/plugins/ciapi\.lua"),
+    ("tools", r"lib/systemd/system/ci-daemon-sim\.service"),
+    ("tools", r"lib/sysusers\.d/ciapi\.conf"),
     ("documentation", r"share/doc/ciapi/docs/testing\.md"),
     ("documentation", r"share/doc/ciapi/examples/consumer/main\.cpp"),
 ]
@@ -138,6 +140,16 @@ class Install(unittest.TestCase):
                 self.assertNotRegex(must("readelf", "--dynamic", file), "RPATH|RUNPATH", str(file))
                 checked += 1
         self.assertEqual(checked, 5, "three libraries, two programs")
+
+    def test_the_service_is_fenced_in_and_its_users_can_be_made(self):
+        install(self.folder / "set", "tools")
+        must("systemd-analyze", "security", "--offline=true", "--threshold=30",  # tenths
+             self.folder / "set/lib/systemd/system/ci-daemon-sim.service")
+        (self.folder / "root/etc").mkdir(parents=True)
+        if os.geteuid() == 0:
+            must("systemd-sysusers", f"--root={self.folder}/root", self.folder / "set/lib/sysusers.d/ciapi.conf")
+            self.assertRegex((self.folder / "root/etc/passwd").read_text(), r"(?m)^ci-daemon:")
+            self.assertRegex((self.folder / "root/etc/group").read_text(), r"(?m)^ciapi:")
 
     def test_a_system_platform_is_exported_as_it_was_given(self):
         prefix = self.moved("runtime", "development")
