@@ -1,6 +1,7 @@
 #include "commandline/Nearest.h"
 #include "Commands.h"
 #include "ServeOptions.h"
+#include "ServiceManager.h"
 #include "json/Document.h"
 
 #include <charconv>
@@ -85,6 +86,11 @@ std::function<int()> PrepareServe(TCCommandLine line)
 {
     auto arguments = std::make_shared<TSServeArguments>();
     arguments->AddTo(line);
-    return [arguments] { return Serve(arguments->Take()); };
+    return [arguments]
+    {
+        TSServeOptions options = arguments->Take();
+        options.onReady = [] { TellServiceManager("READY=1"); };
+        return Serve(options);
+    };
 }
 } // namespace CIM::sim

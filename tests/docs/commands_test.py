@@ -67,6 +67,8 @@ ELSEWHERE = [
     (r"(cmake|ctest --preset) .*", "builds for minutes", has_preset),
     (r"build/release/bin/.*", "measures for minutes", is_built),
     (r"(runuser|setpriv) .*|busctl .* ReloadConfig", "needs the machine's bus and users: tests/policy", trusted),
+    (r"g\+\+ .*", "needs an installation: tests/install", trusted),
+    (r"apt (install|remove) .*|systemctl .*|journalctl .*", "changes the machine: scripts/package-test.sh", trusted),
     (r"cictl -H .*", "needs another machine: tests/tools", trusted),
 ]
 

@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace CIM::sim
@@ -101,6 +103,64 @@ TEST(SimulatorRun, NothingRemains)
         EXPECT_TRUE(privatebus::SendSignal(runners[1], SIGKILL));
         EXPECT_EQ(WaitForEnd(runners[1]), 128 + SIGKILL);
         EXPECT_TRUE(Eventually([&] { return !std::filesystem::exists(sandboxes[1]); }));
+    }
+}
+
+/// The socket of a service manager, by a path or, as "@NAME", by a name that is no file.
+class TCServiceManager
+{
+public:
+    explicit TCServiceManager(const std::string& place) : m_variable("NOTIFY_SOCKET", place)
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        place.copy(address.sun_path, sizeof address.sun_path - 1);
+        if (place[0] == '@')
+        {
+            address.sun_path[0] = '\0';
+        }
+        const timeval limit{10, 0};
+        setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+        const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + place.size());
+        if (bind(m_socket, reinterpret_cast<const sockaddr*>(&address), length) != 0)
+        {
+            throw std::runtime_error("no socket " + place);
+        }
+    }
+    ~TCServiceManager() { close(m_socket); }
+
+    /// What comes within ten seconds.
+    std::string Hear() const
+    {
+        char text[64];
+        const ssize_t count = recv(m_socket, text, sizeof text, 0);
+        return count < 0 ? "nothing" : std::string(text, static_cast<std::size_t>(count));
+    }
+
+private:
+    int m_socket = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    TCEnvironmentVariable m_variable;
+};
+
+TEST(SimulatorServe, TellsTheServiceManagerOnceAllNamesAreOwned)
+{
+    TCTempFolder folder;
+    for (const std::string& place : {folder.File("notify"), "@ciapi-test-" + std::to_string(getpid())})
+    {
+        const TCPrivateBus bus;
+        const TCTempMarker marker;
+        const TCServiceManager manager(place);
+        const pid_t simulator = StartSimulator({"serve", "--names-after", "200", "--names-step", "20"});
+        EXPECT_EQ(manager.Hear(), "READY=1") << place;
+        TCRawClient client;
+        for (const char* const name :
+             {"ICIGeneral", "ICIAppMMI", "ICIOperatorProfile", "IPvrCip", "ICIDebug", "ICIAuxiliaryFileSystem",
+              "ICISignalSubscriber", "ICICAMPlayer", "ICISampleDecryption"})
+        {
+            EXPECT_TRUE(client.OwnsName(std::string("com.kelvora.ciapi.") + name)) << name;
+        }
+        EXPECT_TRUE(privatebus::SendSignal(simulator, SIGTERM));
+        EXPECT_EQ(WaitForEnd(simulator), 0);
     }
 }
 } // namespace

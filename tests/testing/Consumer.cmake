@@ -12,7 +12,9 @@ endfunction()
 # As for the tests of the tree: what the thread sanitizer cannot see of libdbus.
 set(ENV{TSAN_OPTIONS} "ignore_noninstrumented_modules=1:detect_deadlocks=0")
 file(REMOVE_RECURSE ${WORK})
-run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/prefix --component development)
+foreach(component IN ITEMS runtime development testing)
+  run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/prefix --component ${component})
+endforeach()
 run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-g1
   -DCMAKE_CXX_COMPILER=${COMPILER} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror ${FLAGS}"
   -DCMAKE_PREFIX_PATH=${WORK}/prefix)

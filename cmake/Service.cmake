@@ -1,0 +1,15 @@
+# The simulator as a service of a development set (docs/packages.md), and the users of the bus policy.
+if(TARGET ci-daemon-sim)
+  configure_file(packaging/systemd/ci-daemon-sim.service.in ${CMAKE_BINARY_DIR}/ci-daemon-sim.service @ONLY)
+  install(FILES ${CMAKE_BINARY_DIR}/ci-daemon-sim.service DESTINATION lib/systemd/system COMPONENT tools)
+  # What is only a number has no name to be made by.
+  set(users "# The CI daemon's user and the group of its applications, as the policy of the system bus names them.\n")
+  if(NOT CIAPI_DAEMON_USER MATCHES "^[0-9]+$")
+    string(APPEND users "u ${CIAPI_DAEMON_USER} - \"CI daemon\"\n")
+  endif()
+  if(NOT CIAPI_APPLICATION_GROUP MATCHES "^[0-9]+$")
+    string(APPEND users "g ${CIAPI_APPLICATION_GROUP} -\n")
+  endif()
+  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/sysusers.conf CONTENT "${users}" @ONLY)
+  install(FILES ${CMAKE_BINARY_DIR}/sysusers.conf DESTINATION lib/sysusers.d RENAME ciapi.conf COMPONENT tools)
+endif()
