@@ -251,6 +251,10 @@ TCJsonDocument TCJsonDocument::Load(const std::string& path)
     {
         throw TCFileError(path + ": cannot be read: " + std::strerror(EISDIR));
     }
+    if (std::filesystem::is_character_file(path, problem)) // which may have no end
+    {
+        throw TCFileError(path + ": cannot be read: it is a device");
+    }
     errno = 0;
     std::ifstream stream(path, std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};

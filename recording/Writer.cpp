@@ -11,6 +11,7 @@
 #include <stdexcept>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace CIM::recording
@@ -134,11 +135,22 @@ void TCWriter::Close()
 void TCWriter::m_Open()
 {
     // What is recorded may be confidential.
-    m_descriptor = open(m_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    m_descriptor = open(m_path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
     if (m_descriptor < 0)
     {
         m_trouble = m_path + " cannot be written: " + std::strerror(errno);
         return;
+    }
+    if (flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
+    {
+        m_trouble = m_path + " cannot be written: somebody else records to it";
+        close(m_descriptor);
+        m_descriptor = -1;
+        return;
+    }
+    if (ftruncate(m_descriptor, 0) != 0)
+    {
+        // What is no file, such as a pipe, has nothing to be cut off.
     }
     m_written = 0;
     m_difference.reset();

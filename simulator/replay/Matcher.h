@@ -67,6 +67,9 @@ public:
         return m_open >= m_leave && m_signal >= end;
     }
 
+    /// How many calls there are but those by which the application takes its leave.
+    std::size_t CallsToLeave() const { return m_leave; }
+
     EState StateOf(std::size_t call) const { return m_states[call]; }
 
 private:

@@ -11,6 +11,8 @@
 #include <ciapi/CINames.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <optional>
 #include <set>
@@ -227,8 +229,8 @@ void KeepClient(TSRecording& recording, const std::string& client)
     }
     if (names.empty())
     {
-        throw TCNoRecording(recording.file + ": nobody called " + client +
-                            " makes calls; there are: " + recording.ClientsInWords());
+        throw TCNoRecording(recording.file + ": there are no calls of an application " + client +
+                            "; there are: " + recording.ClientsInWords());
     }
     std::vector<std::size_t> places(recording.calls.size());
     std::vector<TSRecordedCall> calls;
@@ -343,5 +345,21 @@ TSRecording ReadRecording(const std::string& path, const std::string& client)
     }
 }
 
-bool IsRecording(std::string_view path) { return path.ends_with(".pcapng") || path.ends_with(".pcap"); }
+bool IsRecording(const std::string& path)
+{
+    if (path.ends_with(".pcapng") || path.ends_with(".pcap"))
+    {
+        return true;
+    }
+    std::error_code problem;
+    if (!std::filesystem::is_regular_file(path, problem))
+    {
+        return false;
+    }
+    std::uint32_t begin = 0;
+    std::ifstream(path, std::ios::binary).read(reinterpret_cast<char*>(&begin), sizeof begin);
+    const auto known = {recording::BLOCK_SECTION, recording::PCAP_MICROSECONDS, recording::PCAP_NANOSECONDS};
+    return std::any_of(known.begin(), known.end(),
+                       [&](std::uint32_t word) { return begin == word || begin == __builtin_bswap32(word); });
+}
 } // namespace CIM::sim

@@ -92,6 +92,6 @@ public:
 /// \throws TCNoRecording with a sentence: it cannot be read, is too long, holds no call
 TSRecording ReadRecording(const std::string& path, const std::string& client);
 
-/// Whether a name is that of a recording, by its ending: ".pcapng" or ".pcap".
-bool IsRecording(std::string_view path);
+/// Whether a file is a recording: by its name's ending, ".pcapng" or ".pcap", or by how it begins.
+bool IsRecording(const std::string& path);
 } // namespace CIM::sim

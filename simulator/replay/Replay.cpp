@@ -77,8 +77,6 @@ TCReplay::TCReplay(TSRecording recording, TSScenario scenario, TCSimulatedDaemon
     m_daemon.onAnswer = [this](const TSJournalEntry& entry) { return m_Answer(entry); };
 }
 
-TCReplay::~TCReplay() { m_daemon.onAnswer = {}; }
-
 std::string TCReplay::m_Name(std::size_t call) const
 {
     return "call " + std::to_string(call + 1) + " of " + std::to_string(m_recording.calls.size());
@@ -205,13 +203,19 @@ void TCReplay::m_Proceed()
     {
         return;
     }
-    if (m_matcher.IsOver())
+    if (!m_matcher.IsOver())
     {
-        m_Over();
+        m_AwaitCalls();
+    }
+    else if (m_recording.events[m_reached].kind == TSRecordedEvent::SIGNAL && !m_isHeard)
+    {
+        constexpr std::int64_t NOTICING_MS = 300; // the application may still have to do with it
+        m_isHeard = true;
+        m_ProceedAfter(NOTICING_MS * NS_PER_MS);
     }
     else
     {
-        m_AwaitCalls();
+        m_Over();
     }
 }
 
@@ -336,8 +340,9 @@ std::string TCReplay::m_CountsInWords() const
 {
     const auto isSignal = [](const TSRecordedEvent& event) { return event.kind == TSRecordedEvent::SIGNAL; };
     const auto signals = std::count_if(m_recording.events.begin(), m_recording.events.end(), isSignal);
-    std::string words = std::to_string(m_counts.asRecorded) + " of " + Counted(m_recording.calls.size(), "call") +
-                        " as recorded, " + std::to_string(m_counts.signals) + " of " +
+    const std::size_t calls = std::max(m_counts.asRecorded, m_matcher.CallsToLeave());
+    std::string words = std::to_string(m_counts.asRecorded) + " of " + Counted(calls, "call") + " as recorded, " +
+                        std::to_string(m_counts.signals) + " of " +
                         Counted(static_cast<std::size_t>(signals), "signal");
     const std::pair<std::size_t, const char*> others[] = {{m_counts.again, " again"},
                                                           {m_counts.otherArguments, " with other arguments"},

@@ -27,7 +27,6 @@ public:
     /// \param[in] scenario  of the recording
     TCReplay(TSRecording recording, TSScenario scenario, TCSimulatedDaemon& daemon, TSPlayOptions options,
              TSReplayOptions wishes);
-    ~TCReplay() override;
 
     std::string OverWords() const override;
 
@@ -66,6 +65,7 @@ private:
     std::vector<std::size_t> m_replies; ///< of the calls: places in the events; their number when there is none
     std::size_t m_reached = 0;          ///< the event that was played last
     std::int64_t m_reachedAt = 0;       ///< ... and when: nanoseconds of a clock that does not jump; 0: not begun
+    bool m_isHeard = false;             ///< there was time for what came last
     std::string m_difference;           ///< of a strict play
     std::size_t m_differs = SIZE_MAX;   ///< ... at this call
     struct TSCounts

@@ -129,6 +129,7 @@ TEST(ReplayedRecording, HasWhatApplicationsAndDaemonSay)
     }
     catch (const TCNoRecording& error)
     {
-        EXPECT_THAT(error.what(), HasSubstr("nobody called nobody makes calls; there are: tv-ui (:1.7): 3 calls"));
+        EXPECT_THAT(error.what(),
+                    HasSubstr("there are no calls of an application nobody; there are: tv-ui (:1.7): 3 calls"));
     }
 }

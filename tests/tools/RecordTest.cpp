@@ -171,13 +171,22 @@ TEST(Recordings, FiltersShowWhatIsAskedForAndRefuseWhatCannotBe)
     // What a pulled plug leaves, and what is none.
     const TSOutput cut = Shell("head -c -10 " + file + " | " + CICTL + " trace -");
     EXPECT_EQ(cut.status, 0);
-    EXPECT_THAT(cut.text, HasSubstr("cictl: the file ends within a block, "));
+    EXPECT_THAT(cut.text, HasSubstr(": the file ends within a block, "));
     EXPECT_THAT(cut.text, HasSubstr("GetCamModes"));
     const TSOutput none = Shell(CICTL + " trace " + CICTL_PATH);
     EXPECT_EQ(none.status, 8);
     EXPECT_THAT(none.text, HasSubstr("this is no recording: neither pcapng nor pcap"));
     EXPECT_EQ(Shell(CICTL + " trace " + folder.File("absent")).status, 1);
     EXPECT_EQ(Shell(std::string(SIMULATOR_PATH) + " run -- " + CICTL + " trace --record /dev/full").status, 1);
+    // What is recorded already stays when nothing can be recorded, and while somebody else records.
+    const std::string recorded = Content(file);
+    const std::string again = CICTL + " trace --record " + file;
+    EXPECT_EQ(Shell("DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere " + again).status, 4);
+    EXPECT_EQ(Shell(std::string(SIMULATOR_PATH) + " run -- " + again + " --ring 5X").status, 2);
+    const TSOutput second = Shell("flock " + file + " " + SIMULATOR_PATH + " run -- " + again);
+    EXPECT_EQ(second.status, 1);
+    EXPECT_THAT(second.text, HasSubstr("somebody else records to it"));
+    EXPECT_EQ(Content(file), recorded);
 }
 
 TEST(Recordings, AChartIsMermaidThatAReaderCanTake)

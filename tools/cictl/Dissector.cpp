@@ -6,6 +6,7 @@
 #include "json/Signals.h"
 #include "json/ToJson.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string_view>
 
@@ -145,6 +146,27 @@ std::map<std::string, std::uint64_t> TCDissector::Unanswered() const
         ++counts[call.name];
     }
     return counts;
+}
+
+std::vector<TCDissector::TSDescribed> TCDissector::UnansweredCalls() const
+{
+    std::vector<TSDescribed> calls;
+    for (const auto& [key, call] : m_calls)
+    {
+        TSDescribed described;
+        described.record = {{"time", TimeText(call.sent.real)},
+                            {"kind", "call"},
+                            {"operation", call.name},
+                            {"error", "no reply has come until the end"}};
+        described.operation = call.operation;
+        described.slot = call.slot;
+        described.moment = call.sent;
+        calls.push_back(std::move(described));
+    }
+    std::stable_sort(calls.begin(), calls.end(),
+                     [](const TSDescribed& one, const TSDescribed& other)
+                     { return one.moment.real < other.moment.real; });
+    return calls;
 }
 
 void TCDissector::m_DescribeCall(DBusMessage* message, TSDescribed& described)

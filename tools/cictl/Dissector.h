@@ -9,6 +9,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace CIM::cictl
 {
@@ -55,6 +56,8 @@ public:
     std::optional<double> Waited(const recording::TSMessageHead& reply, const recording::TSMoment& moment) const;
     /// Calls that wait for their replies, by what they call.
     std::map<std::string, std::uint64_t> Unanswered() const;
+    /// ... each as a record that says so, by the time of the call.
+    std::vector<TSDescribed> UnansweredCalls() const;
 
 private:
     struct TSCall

@@ -96,20 +96,25 @@ std::uint64_t RingBytes(const TCArguments& arguments)
     return number << shift;
 }
 
-std::unique_ptr<TCRecorder> MakeRecorder(const TCArguments& arguments)
+/// Looks at the options of recording, before anything is begun. \return the bytes of the ring; 0: none
+std::uint64_t CheckRecording(const TCArguments& arguments)
+{
+    if (!arguments.Has("record") && (arguments.Has("ring") || arguments.IsSet("with-secrets")))
+    {
+        throw TCFailure(EXIT_USAGE, "--ring and --with-secrets go with --record");
+    }
+    return arguments.Has("ring") ? RingBytes(arguments) : 0;
+}
+
+std::unique_ptr<TCRecorder> MakeRecorder(const TCArguments& arguments, std::uint64_t ringBytes)
 {
     if (!arguments.Has("record"))
     {
-        if (arguments.Has("ring") || arguments.IsSet("with-secrets"))
-        {
-            throw TCFailure(EXIT_USAGE, "--ring and --with-secrets go with --record");
-        }
         return nullptr;
     }
     try
     {
-        return std::make_unique<TCRecorder>(arguments.Text("record"), arguments.Has("ring") ? RingBytes(arguments) : 0,
-                                            arguments.IsSet("with-secrets"));
+        return std::make_unique<TCRecorder>(arguments.Text("record"), ringBytes, arguments.IsSet("with-secrets"));
     }
     catch (const std::runtime_error& error)
     {
@@ -163,9 +168,11 @@ EExit TraceVerb(const TCArguments& arguments)
         return TraceFile(arguments);
     }
     TCTraceOutput output(arguments);
-    const std::unique_ptr<TCRecorder> recorder = MakeRecorder(arguments);
+    const std::uint64_t ringBytes = CheckRecording(arguments);
     TCBus bus;
     BecomeMonitor(bus);
+    // Only now: a recording that is there already goes with it.
+    const std::unique_ptr<TCRecorder> recorder = MakeRecorder(arguments, ringBytes);
     const TCInterruption interruption;
     std::fprintf(stderr, "cictl: tracing, Ctrl-C ends\n");
     const EExit exit = Follow(bus, arguments, output, recorder.get());

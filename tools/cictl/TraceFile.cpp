@@ -93,7 +93,7 @@ EExit Read(const recording::TCInput& input, const std::string& path, TCTraceOutp
     }
     if (!recorded.Ending().empty())
     {
-        std::fprintf(stderr, "cictl: %s\n", recorded.Ending().c_str());
+        std::fprintf(stderr, "cictl: %s: %s\n", path.c_str(), recorded.Ending().c_str());
     }
     return EXIT_ANSWERED;
 }

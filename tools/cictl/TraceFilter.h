@@ -25,6 +25,8 @@ public:
     EInterest InterestIn(const recording::TSMessageHead& head, const recording::TSMoment& moment,
                          const TCDissector& dissector) const;
     bool IsWanted(const TCDissector::TSDescribed& described) const;
+    /// Whether only what went wrong is wanted.
+    bool IsForErrors() const { return m_errorsOnly; }
     /// Whether nothing that comes at a later time is wanted. \param[in] time  nanoseconds since 1970
     bool IsOver(std::int64_t time) const { return m_to && time > *m_to; }
 

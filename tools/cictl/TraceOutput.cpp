@@ -72,9 +72,19 @@ void TCTraceOutput::Finish()
     {
         m_summary.Print(m_dissector.Unanswered(), m_asJson);
     }
-    if (m_chart)
+    else if (m_chart)
     {
         m_chart->Print();
+    }
+    else if (m_filter.IsForErrors() && !m_isQuiet && !IsFull())
+    {
+        for (const TCDissector::TSDescribed& call : m_dissector.UnansweredCalls())
+        {
+            if (m_filter.IsWanted(call))
+            {
+                PrintEvent(TRACE_FIELDS, call.record, m_asJson);
+            }
+        }
     }
 }
 } // namespace CIM::cictl

@@ -286,7 +286,10 @@ local function tellReply(sheet, operation, payload, isLittle)
     local told = node and tell(operation.result, node, isLittle)
     if told then
         local number = type(told.value) == "boolean" and (told.value and 1 or 0) or tonumber(tostring(told.value))
-        sheet:add("result", told.range, Int64(number)):set_text("result: " .. told.words)
+        local item = sheet:add("result", told.range, Int64(number)):set_text("result: " .. told.words)
+        if number <= 0 then
+            item:add_proto_expert_info(refused, "refused")
+        end
         sheet:say("result=" .. told.words)
     elseif node then
         sheet:complain(node:whole(), "the result is of another kind")
