@@ -140,7 +140,7 @@ TEST(StoryFromRecordings, ThatAreCutMakeStoriesAsFarAsTheyGo)
     EXPECT_EQ(client.text, "1\n");
     const TSOutput nobody = Shell(SCENARIO + file + " --client nobody");
     EXPECT_EQ(nobody.status, 1);
-    EXPECT_THAT(nobody.text, HasSubstr("nobody called nobody makes calls; there are: example-osd"));
+    EXPECT_THAT(nobody.text, HasSubstr("there are no calls of an application nobody; there are: example-osd"));
     const TSOutput silent = Shell("head -c 200 " + file + " | " + SCENARIO + "-");
     EXPECT_EQ(silent.status, 1);
     EXPECT_THAT(silent.text, HasSubstr("this recording holds no call to the CI daemon"));
