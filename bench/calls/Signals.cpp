@@ -28,7 +28,7 @@ using TCReceiver = TCWorker<TSBurst, TSCost>;
 long g_received = 0;
 long g_bytes = 0;
 
-CIM_CALLED_BY_LIBDBUS DBusHandlerResult PlainFilter(DBusConnection*, DBusMessage* message, void*)
+CIM_CALLED_FROM_OUTSIDE DBusHandlerResult PlainFilter(DBusConnection*, DBusMessage* message, void*)
 {
     const char* identifier = nullptr;
     const char* handle = nullptr;

@@ -84,7 +84,7 @@ long TCBusPort::OutgoingBytes() const
     return m_connection != nullptr ? dbus_connection_get_outgoing_size(m_connection.get()) : 0;
 }
 
-CIM_CALLED_BY_LIBDBUS DBusHandlerResult TCBusPort::m_Filter(DBusConnection*, DBusMessage* message, void* self)
+CIM_CALLED_FROM_OUTSIDE DBusHandlerResult TCBusPort::m_Filter(DBusConnection*, DBusMessage* message, void* self)
 {
     return static_cast<TCBusPort*>(self)->m_Handle(message);
 }

@@ -10,9 +10,9 @@
 
 // libdbus's objects with one owner each, and the way to a bus.
 
-/// Marks a function that libdbus calls, which does nothing but call another: the thread sanitizer then has no frame of
-/// libdbus on the stack of what follows, and hides nothing of it where it is told to leave libdbus alone.
-#define CIM_CALLED_BY_LIBDBUS __attribute__((no_sanitize("thread"), noinline))
+/// Marks a function that libdbus or GLib calls, which does nothing but call another: the thread sanitizer then has no
+/// frame of theirs on the stack of what follows, and hides nothing of it where it is told to leave them alone.
+#define CIM_CALLED_FROM_OUTSIDE __attribute__((no_sanitize("thread"), noinline))
 
 namespace CIM
 {
@@ -80,6 +80,9 @@ inline TCConnectionPtr OpenBusAt(const char* address, TCDBusError& error)
     }
     return connection;
 }
+
+/// A change of match rules, "AddMatch" or "RemoveMatch", for the bus. \return null: no memory
+TCMessagePtr MakeMatchRuleChange(const char* change, const char* rule);
 
 /// Opens a private connection to the system bus, and begins to authenticate. Does not wait for the bus.
 /// \return null, with the error set, when there is no bus

@@ -138,11 +138,6 @@ bool TCCIMIPCConnection::m_Connect(bool attachToMainLoop)
         t_ReleaseAllConnections();
         return false;
     }
-    if (!nameError.IsSet() &&
-        !dbus_connection_add_filter(t_pMainLoopConnection, t_MessageHandlerHelper, m_receiver, nullptr))
-    {
-        dbus_set_error_const(nameError.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory");
-    }
     if (nameError.IsSet())
     {
         CIM_LOG_ERROR("[TCIPCManager::%s] Requesting name error (%s).", __func__, nameError.Text());
@@ -150,7 +145,7 @@ bool TCCIMIPCConnection::m_Connect(bool attachToMainLoop)
         return false;
     }
 
-    m_receiver->connection = t_pMainLoopConnection;
+    m_receiver->Open(t_pMainLoopConnection, t_MessageHandlerHelper);
     if (attachToMainLoop)
     {
         m_receiver->Attach();

@@ -111,7 +111,7 @@ protected:
     static const char* t_ConvertMsgTypeToString(EIPCMessageType type);
     EIPCMessageType t_GetMessageType(DBusMessage* message);
     DBusHandlerResult t_MessageHandler(DBusMessage* message);
-    /// The filter of the receiving connection; the user data is its TCSignalReceiver, which outlives this object.
+    /// Takes whatever the receiving connection brings; the user data is its TCSignalReceiver, which outlives this object.
     static DBusHandlerResult t_MessageHandlerHelper(DBusConnection* connection, DBusMessage* message, void* userData);
 
     DBusConnection* t_pAPIConnection = nullptr;

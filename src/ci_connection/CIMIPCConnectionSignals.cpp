@@ -1,4 +1,4 @@
-#include "bus/Pending.h"
+#include "bus/Inbox.h"
 #include "ci_connection/CallRouter.h"
 #include "ci_connection/CIMIPCConnection.h"
 #include "ci_connection/SignalReceiver.h"
@@ -10,7 +10,6 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
-#include <glib.h>
 #include <mutex>
 #include <string_view>
 
@@ -32,24 +31,21 @@ void KeepFailure(bool wasSent, const TCDBusError& error)
     const bool isMissing = name == DBUS_ERROR_NO_REPLY || name == DBUS_ERROR_DISCONNECTED;
     KeepOutcome(isMissing ? CALL_OUTCOME_NO_REPLY : CALL_OUTCOME_ERROR_REPLY, error.Name(), error.Text());
 }
+
 // What dbus_bus_add_match and dbus_bus_remove_match do, with a bound; when there is no time left, without waiting.
-void ChangeMatchRule(DBusConnection* connection, const char* change, const char* rule, std::chrono::milliseconds time,
+void ChangeMatchRule(TCInbox& inbox, const char* change, const char* rule, std::chrono::milliseconds time,
                      TCDBusError& error)
 {
-    TCMessagePtr request(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, change));
-    if (request && !dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &rule, DBUS_TYPE_INVALID))
-    {
-        request.reset();
-    }
+    const TCMessagePtr request = MakeMatchRuleChange(change, rule);
     if (time.count() > 0 || !request)
     {
-        Answer(Ask(connection, request.get(), time, error), error);
+        inbox.Ask(request.get(), time, error);
         return;
     }
     dbus_message_set_no_reply(request.get(), TRUE);
-    if (!dbus_connection_send(connection, request.get(), nullptr))
+    if (inbox.Send(request.get()) == 0)
     {
-        dbus_set_error_const(error.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory");
+        dbus_set_error_const(error.Get(), DBUS_ERROR_DISCONNECTED, "Not sent");
     }
 }
 } // namespace
@@ -112,17 +108,13 @@ void TCCIMIPCConnection::m_ChangeMatchRule(const char* change, EIPCMessageType t
     else if (dbus_validate_utf8(rule.data(), error.Get()))
     {
         const std::lock_guard lock(m_receiver->matchRules);
-        wasSent = dbus_connection_get_is_connected(t_pMainLoopConnection);
-        ChangeMatchRule(t_pMainLoopConnection, change, rule.data(), m_router->TimeLeft(), error);
+        TCInbox& inbox = *m_receiver->Inbox();
+        wasSent = inbox.IsOpen();
+        ChangeMatchRule(inbox, change, rule.data(), m_router->TimeLeft(), error);
     }
     if (error.IsSet())
     {
         KeepFailure(wasSent, error);
-    }
-    // Waiting for the bus's answer may have read signals, and nothing more need come to wake the main loop for them.
-    if (dbus_connection_get_dispatch_status(t_pMainLoopConnection) == DBUS_DISPATCH_DATA_REMAINS)
-    {
-        g_main_context_wakeup(nullptr);
     }
 }
 
@@ -149,8 +141,7 @@ EIPCMessageType TCCIMIPCConnection::t_GetMessageType(DBusMessage* message) { ret
 
 DBusHandlerResult TCCIMIPCConnection::t_MessageHandler(DBusMessage* message) { return m_receiver->Handle(message); }
 
-CIM_CALLED_BY_LIBDBUS DBusHandlerResult TCCIMIPCConnection::t_MessageHandlerHelper(DBusConnection*,
-                                                                                   DBusMessage* message, void* userData)
+DBusHandlerResult TCCIMIPCConnection::t_MessageHandlerHelper(DBusConnection*, DBusMessage* message, void* userData)
 {
     return static_cast<TCSignalReceiver*>(userData)->Filter(message);
 }

@@ -48,14 +48,18 @@ unsigned long long DroppedSignals() { return g_dropped.load(); }
 
 TCSenderTrust::TCSenderTrust(std::string daemonName) : m_daemonName(std::move(daemonName)), m_ownUser(geteuid()) {}
 
-void TCSenderTrust::Start(DBusConnection* connection)
+void TCSenderTrust::Start(TCInbox& inbox)
 {
     const std::lock_guard lock(m_mutex);
-    m_connection = connection;
+    m_inbox = &inbox;
     // First the rule, then the question: no change can fall between the two.
     const std::string rule = std::string("type='signal',sender='") + DBUS_SERVICE_DBUS + "',interface='" +
                              DBUS_INTERFACE_DBUS + "',member='NameOwnerChanged',arg0='" + m_daemonName + "'";
-    dbus_bus_add_match(connection, rule.c_str(), nullptr); // without an error to fill in it does not wait
+    if (const TCMessagePtr request = MakeMatchRuleChange("AddMatch", rule.c_str()))
+    {
+        dbus_message_set_no_reply(request.get(), TRUE);
+        inbox.Send(request.get());
+    }
     m_ownerQuestion = m_Ask("GetNameOwner", m_daemonName);
 }
 
@@ -137,11 +141,9 @@ dbus_uint32_t TCSenderTrust::m_Ask(const char* method, const std::string& name)
     const TCMessagePtr question(
         dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, method));
     const char* const text = name.c_str();
-    dbus_uint32_t serial = 0;
-    const bool isSent = m_connection != nullptr && question &&
-                        dbus_message_append_args(question.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID) &&
-                        dbus_connection_send(m_connection, question.get(), &serial);
-    return isSent ? serial : 0;
+    const bool isComplete = m_inbox != nullptr && question &&
+                            dbus_message_append_args(question.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+    return isComplete ? m_inbox->Send(question.get()) : 0;
 }
 
 TCSenderTrust::SSender* TCSenderTrust::m_Find(const std::string& name)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bus/Handles.h"
+#include "bus/Inbox.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -31,13 +31,13 @@ public:
     /// \param daemonName  the bus name whose owner is the daemon
     explicit TCSenderTrust(std::string daemonName);
 
-    /// Begins to follow who owns the daemon's name. Once, before the connection is dispatched.
-    void Start(DBusConnection* connection);
+    /// Begins to follow who owns the daemon's name. Once, before the inbox hands on what comes.
+    void Start(TCInbox& inbox);
 
     /// Looks at the sender of a signal. Does not wait.
     EVerdict Judge(DBusMessage* signal);
 
-    /// Looks at everything that the connection brings, for what the bus says about senders.
+    /// Looks at everything that the inbox brings, for what the bus says about senders.
     /// \param[out] released  signals that are found to count, in order
     /// \return whether it was an answer to a question of this object
     bool Observe(DBusMessage* message, std::vector<TCMessagePtr>& released);
@@ -68,8 +68,8 @@ private:
     const std::string m_daemonName;
     const unsigned long m_ownUser;
 
-    std::mutex m_mutex; // comes after every other lock of the library; libdbus is called with it held
-    DBusConnection* m_connection = nullptr;
+    std::mutex m_mutex; // comes after every other lock of the library but the inbox's
+    TCInbox* m_inbox = nullptr;
     std::optional<std::string> m_owner; ///< of the daemon's name: empty when nobody owns it, nothing when not known yet
     dbus_uint32_t m_ownerQuestion = 0;
     std::vector<SSender> m_senders; ///< the oldest first

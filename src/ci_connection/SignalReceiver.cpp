@@ -11,7 +11,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <dbus/dbus-glib-lowlevel.h>
 #include <exception>
 
 namespace CIM
@@ -78,12 +77,17 @@ const char* TCSignalReceiver::Member(EIPCMessageType type)
     return protocol::SIGNAL_KINDS[static_cast<std::size_t>(type)].member;
 }
 
+void TCSignalReceiver::Open(DBusConnection* connection, TCInbox::THandler handler)
+{
+    m_inbox.emplace(connection, handler, this);
+}
+
 void TCSignalReceiver::Attach()
 {
-    if (!m_attached.exchange(true))
+    if (m_inbox && !m_attached.exchange(true))
     {
-        m_trust.Start(connection);
-        dbus_connection_setup_with_g_main(connection, nullptr);
+        m_trust.Start(*m_inbox);
+        m_inbox->Attach();
     }
 }
 

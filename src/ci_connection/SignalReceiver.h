@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bus/Inbox.h"
 #include "ci_connection/SenderTrust.h"
 
 #include <ciapi/IPCConnection.h>
@@ -8,6 +9,7 @@
 #include <atomic>
 #include <dbus/dbus.h>
 #include <mutex>
+#include <optional>
 #include <string>
 
 class TCMessageBuffer;
@@ -31,6 +33,12 @@ public:
     /// The member name of a type. Any other value ends the process.
     static const char* Member(EIPCMessageType type);
 
+    /// What is to be received comes over this connection, which is never closed. Once, before anything else.
+    /// \param handler  takes each message, with this object as its user data: leads to Filter
+    void Open(DBusConnection* connection, TCInbox::THandler handler);
+    /// Null before Open.
+    TCInbox* Inbox() { return m_inbox ? &*m_inbox : nullptr; }
+
     /// Starts receiving on the default GLib main context, once.
     void Attach();
     /// Replaces a type's callback, and starts receiving.
@@ -48,10 +56,8 @@ public:
     DBusHandlerResult Handle(DBusMessage* message);
     EIPCMessageType TypeOf(DBusMessage* message) const;
 
-    /// Set once, before anything arrives. Kept here so that the open connection stays reachable.
-    DBusConnection* connection = nullptr;
-    /// One change of match rules at a time: each waits inside libdbus, whose bookkeeping for an attached connection
-    /// does not bear two of them. Comes after a type's mutex in the lock order.
+    /// One change of match rules at a time: the inbox takes one question at a time. Comes after a type's mutex in the
+    /// lock order.
     std::mutex matchRules;
 
 private:
@@ -62,6 +68,7 @@ private:
 
     const std::string m_interfaceName;
     TCSenderTrust m_trust;
+    std::optional<TCInbox> m_inbox;
     std::array<std::mutex, IPC_MESSAGE_MAX> m_mutexes;
     std::array<std::atomic<TCallback>, IPC_MESSAGE_MAX> m_callbacks{}; // each replaced and called under its mutex
     std::atomic<bool> m_attached{false};

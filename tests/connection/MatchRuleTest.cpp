@@ -2,6 +2,10 @@
 
 #include "Connection.h"
 
+#include "bus/Handles.h"
+
+#include <atomic>
+#include <thread>
 #include <vector>
 
 namespace CIM
@@ -106,13 +110,19 @@ TEST_F(MatchRuleTest, SignalsReadWhileARuleIsChangedAreDispatchedAtOnce)
     const auto signal = TCScriptedDaemon::Signal("Signal", "1", "1", "x");
     dbus_message_set_destination(signal.get(), connection.GetReceiverId().c_str());
     daemon.Send(signal);
-    // The signal is in front of the bus's answer sooner or later, and then the change reads it.
-    for (int identifier = 0;
-         dbus_connection_get_dispatch_status(connection.t_pMainLoopConnection) != DBUS_DISPATCH_DATA_REMAINS;
-         ++identifier)
+    // What another connection gets behind it says that the signal is in front of the bus's next answer.
+    TCDBusError error;
+    const TCConnectionPtr witness = OpenSystemBus(error);
+    ASSERT_TRUE(witness) << error.Text();
+    const auto fence = TCScriptedDaemon::Signal("Signal", "1", "1", "x");
+    dbus_message_set_destination(fence.get(), dbus_bus_get_unique_name(witness.get()));
+    daemon.Send(fence);
+    for (TCMessagePtr seen; !seen || !dbus_message_has_sender(seen.get(), daemon.UniqueName().c_str());)
     {
-        ASSERT_TRUE(connection.AddMatchRule(IPC_MESSAGE_DATA, identifier, TVSHandle()));
+        ASSERT_TRUE(dbus_connection_read_write(witness.get(), 10'000));
+        seen.reset(dbus_connection_pop_message(witness.get()));
     }
+    ASSERT_TRUE(connection.AddMatchRule(IPC_MESSAGE_DATA, 1, TVSHandle()));
     EXPECT_TRUE(g_matched.empty());
     const auto start = std::chrono::steady_clock::now();
     while (g_matched.empty() && std::chrono::steady_clock::now() - start < std::chrono::seconds(10))
@@ -120,5 +130,32 @@ TEST_F(MatchRuleTest, SignalsReadWhileARuleIsChangedAreDispatchedAtOnce)
         g_main_context_iteration(nullptr, FALSE); // nothing more comes: the loop must find it by itself
     }
     EXPECT_EQ(g_matched.size(), 1U);
+}
+
+// The main loop and who waits for the bus's answer find the end of the bus at the same moment.
+TEST_F(MatchRuleTest, ABusThatDiesWhileRulesAreChanged)
+{
+    for (int round = 0; round < 60; ++round)
+    {
+        Bus().Restart();
+        TCConnection connection;
+        std::atomic<int> changes{0};
+        std::atomic<bool> isOver{false};
+        std::thread changer(
+            [&]
+            {
+                while (connection.AddMatchRule(IPC_MESSAGE_DATA, 1, TVSHandle()) &&
+                       connection.RemoveMatchRule(IPC_MESSAGE_DATA, 1, TVSHandle()))
+                {
+                    ++changes;
+                }
+                isOver = true;
+            });
+        EXPECT_TRUE(RunMainLoopUntil([&] { return changes >= 3; }));
+        std::thread killer([] { Bus().Stop(); });
+        EXPECT_TRUE(RunMainLoopUntil([&] { return isOver.load(); }));
+        changer.join();
+        killer.join();
+    }
 }
 } // namespace CIM

@@ -206,8 +206,7 @@ TEST_F(StrangerTest, ABusThatHangsHoldsNothingUp)
     ASSERT_TRUE(dbus_connection_get_unix_fd(bus.get(), &socket));
     ASSERT_EQ(getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &busProcess, &size), 0);
     auto* const receiver = MakeImmortal<TCSignalReceiver>(CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME);
-    receiver->connection = bus.release(); // as every connection that is attached to the main loop
-    dbus_connection_add_filter(receiver->connection, TCConnection::t_MessageHandlerHelper, receiver, nullptr);
+    receiver->Open(bus.release(), TCConnection::t_MessageHandlerHelper); // kept as every connection that receives
     receiver->Set(IPC_MESSAGE_DATA, Record);
     const TCScriptedDaemon::TMessage signal = TCScriptedDaemon::Signal("Data", "5", nullptr, "late");
     dbus_message_set_sender(signal.get(), ":1.4711");

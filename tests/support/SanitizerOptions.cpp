@@ -13,7 +13,7 @@ VISIBLE const char* __lsan_default_suppressions() { return "leak:wcsdup\n"; }
 
 // What libdbus and GLib do among themselves: neither is built with the sanitizer. A line hides what they touch and lock
 // themselves, not what this project's code does when they call it: that begins in functions without instrumentation
-// (CIM_CALLED_BY_LIBDBUS), so that no frame of theirs is on its stack. tests/sanitizers plants faults there.
+// (CIM_CALLED_FROM_OUTSIDE), so that no frame of theirs is on its stack. tests/sanitizers plants faults there.
 VISIBLE const char* __tsan_default_suppressions()
 {
     return

@@ -117,7 +117,7 @@ void TCScriptedDaemon::m_Run()
     }
 }
 
-CIM_CALLED_BY_LIBDBUS DBusHandlerResult TCScriptedDaemon::m_Filter(DBusConnection*, DBusMessage* message, void* self)
+CIM_CALLED_FROM_OUTSIDE DBusHandlerResult TCScriptedDaemon::m_Filter(DBusConnection*, DBusMessage* message, void* self)
 {
     return static_cast<TCScriptedDaemon*>(self)->m_Handle(message);
 }
