@@ -142,7 +142,7 @@ TEST(Recordings, FiltersShowWhatIsAskedForAndRefuseWhatCannotBe)
         {"--signal CI_MMI_STATUS_CHANGED", 0, "CI_MMI_STATUS_MENU_RECEIVED", "call |PIN_REPLY"},
         {"--slot 1", 0, "GetApplicationInfo.*slot: 1", "slot: 0|slot 0"},
         {"--errors", 0, "GetMmiEnquiry.*result=0", "program=|GetCamModes"},
-        {"--slower-than 0.001ms", 0, "reply ICIGeneral[^]* ms=", "call "}, // of those read together with their calls: none
+        {"--slower-than 0.001ms", 0, "reply ICIGeneral[^]* ms=", "call "},
         {"--slower-than 60s", 0, "mark Mark", "call |reply |signal "},
         {"--from 2026-01-01T00:00 --to 2026-01-01T00:01:00.5", 0, "^$", "."},
         {"--summary", 0, "Object Other +1 +1 +0 [^]*ICIGeneral.VerifyCamPin +2 +1 +0 ", "call "},
