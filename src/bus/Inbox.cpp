@@ -216,7 +216,8 @@ bool TCInbox::m_Dispatch(bool isReadable)
     bool isOver = false;
     {
         const std::lock_guard lock(m_mutex);
-        if (isReadable || (m_state & STATE_STARVED) != 0)
+        const bool isReading = isReadable || (m_state & STATE_STARVED) != 0;
+        if (isReading)
         {
             const bool isAsked = m_question != 0;
             m_Read();
@@ -230,7 +231,14 @@ bool TCInbox::m_Dispatch(bool isReadable)
             message = std::move(m_messages.front());
             m_messages.pop_front();
         }
-        m_Tell(/*isMainLoop=*/true);
+        if (isReading)
+        {
+            m_Tell(/*isMainLoop=*/true);
+        }
+        else if (m_messages.empty()) // the common case of many: nothing of libdbus's has changed
+        {
+            m_state &= ~STATE_QUEUED;
+        }
         isOver = (m_state & STATE_LOST) != 0 && m_messages.empty();
     }
     if (message)
