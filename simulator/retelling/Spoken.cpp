@@ -5,6 +5,9 @@
 
 #include <ciapi/CIEnumNames.h>
 
+#include <charconv>
+#include <cstring>
+
 namespace CIM::sim
 {
 using json::TJson;
@@ -28,6 +31,22 @@ const TJson& TSSpoken::Output(const char* name) const
     static const TJson none;
     const auto found = outputs.find(name);
     return found != outputs.end() ? *found : none;
+}
+
+std::map<unsigned, TJson> BySlot(const TJson& map)
+{
+    std::map<unsigned, TJson> slots;
+    for (const auto& item : map.items())
+    {
+        unsigned slot = 0;
+        const char* const end = item.key().data() + item.key().size();
+        const auto [behind, error] = std::from_chars(item.key().data(), end, slot);
+        if (error == std::errc() && behind == end && slot < NO_SLOT)
+        {
+            slots[slot] = item.value();
+        }
+    }
+    return slots;
 }
 
 TSSpoken ReadSpoken(const TSRecordedCall& call)
@@ -95,5 +114,11 @@ std::optional<TSSignal> ReadRecordedSignal(const TSRecordedEvent& event)
     }
     const auto signal = traffic::ReadSignal(event.signal.get()).signal;
     return signal && !EnumName(signal->type).empty() ? signal : std::nullopt;
+}
+
+bool IsSame(const TSSignal& one, const TSSignal& other)
+{
+    return one.type == other.type && one.profile == other.profile && one.handle == other.handle &&
+           std::memcmp(one.data.bytes, other.data.bytes, sizeof one.data.bytes) == 0;
 }
 } // namespace CIM::sim

@@ -7,20 +7,10 @@
 #include <tvplatform/MessageBuffer.h>
 
 #include <algorithm>
-#include <cstring>
 
 namespace CIM::sim
 {
 using json::TJson;
-
-namespace
-{
-bool IsSame(const TSSignal& one, const TSSignal& other)
-{
-    return one.type == other.type && one.profile == other.profile && one.handle == other.handle &&
-           std::memcmp(one.data.bytes, other.data.bytes, sizeof one.data.bytes) == 0;
-}
-} // namespace
 
 TCUnderstudy::TCUnderstudy(const TSSetDefinition& set) : m_model(set, 1), m_skeletons(m_model, m_model.Subscriptions())
 {
