@@ -6,6 +6,7 @@
 #include "traffic/Recorded.h"
 
 #include "protocol/InterfaceList.h"
+#include "json/Harmless.h"
 #include "json/Secret.h"
 
 #include <ciapi/CINames.h>
@@ -266,16 +267,7 @@ void KeepClient(TSRecording& recording, const std::string& client)
 std::string TSRequest::Words() const
 {
     constexpr std::size_t MOST = 200;
-    if (text.size() <= MOST)
-    {
-        return text;
-    }
-    std::size_t end = MOST;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
-    {
-        --end; // not within a character
-    }
-    return text.substr(0, end) + "...";
+    return json::Shortened(text, MOST);
 }
 
 TSRequest ToRequest(const std::string& interface, short methodId, std::string_view payload)

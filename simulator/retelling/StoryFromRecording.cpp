@@ -19,6 +19,7 @@ using json::TJson;
 
 namespace
 {
+constexpr std::size_t LINE = 120;      ///< characters of what others said, at most
 constexpr TTime SOON_MS = 1'000;       ///< so long what the model raises later counts as the recorded signal
 constexpr std::int64_t GOING_MS = 300; ///< so long a CAM that is pulled goes on ending things
 
@@ -63,7 +64,7 @@ public:
                 m_TakeSignal(event);
                 break;
             case TSRecordedEvent::MARK:
-                m_story.AddDeed("mark", Short(json::Harmless(event.mark)), {}, /*isTimed=*/false);
+                m_story.AddDeed("mark", json::Shortened(json::Harmless(event.mark), LINE), {}, /*isTimed=*/false);
                 break;
             case TSRecordedEvent::REPLY:
                 break;
@@ -222,7 +223,7 @@ private:
             return;
         }
         const auto told = [](const TSSpoken& spoken) {
-            return Short(json::Dump(TJson({{"result", spoken.result}, {"outputs", spoken.outputs}})));
+            return json::Shortened(json::Dump(TJson({{"result", spoken.result}, {"outputs", spoken.outputs}})), LINE);
         };
         if (recorded.result != answered.result || !json::IsSame(recorded.outputs, answered.outputs))
         {

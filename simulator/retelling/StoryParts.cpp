@@ -20,17 +20,6 @@ bool IsEnding(const TSRecordedCall& call)
 }
 } // namespace
 
-std::string Short(const std::string& text)
-{
-    constexpr std::size_t MOST = 120;
-    std::size_t end = std::min(text.size(), MOST);
-    while (end < text.size() && end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
-    {
-        --end; // not within a character
-    }
-    return text.substr(0, end) + (end < text.size() ? "..." : "");
-}
-
 bool IsActing(const TSRecordedCall& call)
 {
     const std::string_view name = call.operation->Name();

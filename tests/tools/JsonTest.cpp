@@ -1,3 +1,4 @@
+#include "json/Harmless.h"
 #include "json/OperationForm.h"
 #include "json/ToJson.h"
 
@@ -195,5 +196,17 @@ TEST(Json, SaysWhatIsWrongAndWhere)
     EXPECT_EQ(
         general.Find("GetMmiText")->ReplyToJson(pin).error,
         "the argument tree is that of method 24; the input slot stands in the reply; an argument is of another kind");
+}
+
+TEST(Texts, AreShortenedBetweenCharacters)
+{
+    for (const auto& [text, shortened] : {std::pair("", ""),
+                                          {"abc", "abc"},
+                                          {"abcd", "abc..."},
+                                          {"\u00e4\u20ac\U0001F4FA", "\u00e4\u20ac\U0001F4FA"},
+                                          {"\u00e4\u20ac\U0001F4FA\u00e4", "\u00e4\u20ac\U0001F4FA..."}})
+    {
+        EXPECT_EQ(Shortened(text, 3), shortened);
+    }
 }
 } // namespace CIM::json
