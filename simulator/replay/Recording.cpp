@@ -15,7 +15,6 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <optional>
 #include <set>
 
 namespace CIM::sim
@@ -270,33 +269,44 @@ std::string TSRequest::Words() const
     return json::Shortened(text, MOST);
 }
 
+std::optional<json::TJson> ReadableArguments(const json::TCOperationForm& operation, std::string_view payload)
+{
+    json::TSDecoded decoded = operation.RequestToJson(payload);
+    if (!decoded.error.empty() ||
+        json::MayHideSecrets(json::FindInterface(operation.InterfaceName()), &operation, payload))
+    {
+        json::Wipe(decoded.json);
+        return std::nullopt;
+    }
+    operation.HideSecrets(decoded.json);
+    decoded.json.erase("processId");
+    return std::move(decoded.json);
+}
+
 TSRequest ToRequest(const std::string& interface, short methodId, std::string_view payload)
 {
     const json::TCInterfaceForm* const known = json::FindInterface(interface);
     const json::TCOperationForm* const operation = known != nullptr ? known->Find(methodId) : nullptr;
     TSRequest request;
     request.operation = operation != nullptr ? operation->FullName() : interface + "." + std::to_string(methodId);
-    json::TSDecoded decoded;
-    decoded.error = "unknown";
-    if (operation != nullptr)
+    if (const auto arguments = operation != nullptr ? ReadableArguments(*operation, payload) : std::nullopt)
     {
-        decoded = operation->RequestToJson(payload);
-    }
-    const bool mayHideSecrets = json::MayHideSecrets(known, operation, payload);
-    if (decoded.error.empty() && !mayHideSecrets)
-    {
-        operation->HideSecrets(decoded.json);
-        decoded.json.erase("processId");
-        request.text = request.operation + " " + json::Dump(decoded.json);
+        request.text = request.operation + " " + json::Dump(*arguments);
         return request;
     }
-    json::Wipe(decoded.json);
-    const bool isSecret = mayHideSecrets || (operation != nullptr && operation->HasSecrets());
+    const bool isSecret =
+        json::MayHideSecrets(known, operation, payload) || (operation != nullptr && operation->HasSecrets());
     request.text =
         request.operation + " " +
         (isSecret ? std::to_string(payload.size()) + " bytes"
                   : json::BytesToHex({reinterpret_cast<const unsigned char*>(payload.data()), payload.size()}));
     return request;
+}
+
+std::string_view TSRecordedCall::Payload() const
+{
+    const protocol::SBytes payload = DecodeCall(message.get()).envelope.payload;
+    return {payload.data, static_cast<std::size_t>(payload.length)};
 }
 
 std::string TSRecording::ClientsInWords() const

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -26,6 +27,9 @@ struct TSRequest
     /// The text, short enough for a line.
     std::string Words() const;
 };
+/// The arguments of a request by name, without secrets and process ids.
+/// \return nothing when not all of them can be read, or when a secret may stand among them unknown
+std::optional<json::TJson> ReadableArguments(const json::TCOperationForm& operation, std::string_view payload);
 /// \param[in] interface  the own name of an interface, or what was called instead
 TSRequest ToRequest(const std::string& interface, short methodId, std::string_view payload);
 
@@ -39,6 +43,9 @@ struct TSRecordedCall
     bool isSubscription = false;
     TSharedMessage message;
     TSharedMessage reply; ///< or error; null: the recording has none
+
+    /// The bytes of its arguments, which belong to the message.
+    std::string_view Payload() const;
 };
 
 /// Something that the recording shows, in its order.

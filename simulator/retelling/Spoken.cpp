@@ -1,6 +1,6 @@
 #include "Spoken.h"
 
-#include "simulator/daemon/Messages.h"
+#include "protocol/Envelope.h"
 #include "traffic/Messages.h"
 
 #include <ciapi/CIEnumNames.h>
@@ -19,6 +19,25 @@ bool IsTrue(const TJson& result)
     return result.is_boolean() ? result.get<bool>() : result.is_number_integer() && result.get<std::int64_t>() > 0;
 }
 } // namespace
+
+void TSSpoken::TakeReply(const json::TCOperationForm& operation, std::string_view payload)
+{
+    json::TSDecoded decoded = operation.ReplyToJson(payload);
+    if (!decoded.error.empty())
+    {
+        return;
+    }
+    isAnswered = true;
+    if (decoded.json.contains("result"))
+    {
+        result = decoded.json["result"];
+    }
+    if (decoded.json.contains("outputs"))
+    {
+        outputs = std::move(decoded.json["outputs"]);
+    }
+    isDone = IsTrue(result);
+}
 
 std::optional<unsigned> TSSpoken::Slot() const
 {
@@ -56,15 +75,12 @@ TSSpoken ReadSpoken(const TSRecordedCall& call)
     {
         return spoken;
     }
-    const protocol::SBytes payload = DecodeCall(call.message.get()).envelope.payload;
-    json::TSDecoded request = call.operation->RequestToJson({payload.data, static_cast<std::size_t>(payload.length)});
-    if (!request.error.empty())
+    std::optional<TJson> arguments = ReadableArguments(*call.operation, call.Payload());
+    if (!arguments)
     {
         return spoken; // whatever was answered, nobody knows to what
     }
-    call.operation->HideSecrets(request.json);
-    request.json.erase("processId");
-    spoken.arguments = std::move(request.json);
+    spoken.arguments = std::move(*arguments);
     spoken.isReadable = true;
     if (call.reply == nullptr)
     {
@@ -78,21 +94,7 @@ TSSpoken ReadSpoken(const TSRecordedCall& call)
     {
         return spoken;
     }
-    json::TSDecoded decoded = call.operation->ReplyToJson(reply.payload);
-    if (!decoded.error.empty())
-    {
-        return spoken;
-    }
-    spoken.isAnswered = true;
-    if (decoded.json.contains("result"))
-    {
-        spoken.result = decoded.json["result"];
-    }
-    if (decoded.json.contains("outputs"))
-    {
-        spoken.outputs = std::move(decoded.json["outputs"]);
-    }
-    spoken.isDone = IsTrue(spoken.result);
+    spoken.TakeReply(*call.operation, reply.payload);
     return spoken;
 }
 

@@ -23,6 +23,8 @@ struct TSSpoken
     std::string error;       ///< name of an error reply, and its text
     std::string errorText;
 
+    /// Takes what a reply says; one that cannot be read is none.
+    void TakeReply(const json::TCOperationForm& operation, std::string_view payload);
     /// The slot that the call is about.
     std::optional<unsigned> Slot() const;
     /// A text, list, ... of the reply; null: there is none.

@@ -1,7 +1,6 @@
 #include "Understudy.h"
 
 #include "simulator/control/Controls.h"
-#include "simulator/daemon/Messages.h"
 #include "simulator/model/Subscriber.h"
 
 #include <tvplatform/MessageBuffer.h>
@@ -29,8 +28,7 @@ TSSpoken TCUnderstudy::Call(const TSRecordedCall& call, bool isRight)
 
 std::string TCUnderstudy::m_Payload(const TSRecordedCall& call, bool isRight)
 {
-    const protocol::SBytes payload = DecodeCall(call.message.get()).envelope.payload;
-    const std::string_view bytes(payload.data, static_cast<std::size_t>(payload.length));
+    const std::string_view bytes = call.Payload();
     if (!call.operation->HasSecrets())
     {
         return std::string(bytes);
@@ -67,17 +65,7 @@ TSSpoken TCUnderstudy::m_Ask(const json::TCOperationForm& operation, const std::
     {
         return spoken;
     }
-    const std::string_view bytes(reply.GetAsCStr(0), reply.GetUnreadSize());
-    TJson decoded = operation.ReplyToJson(bytes).json;
-    spoken.isAnswered = true;
-    if (decoded.contains("result"))
-    {
-        spoken.result = decoded["result"];
-    }
-    if (decoded.contains("outputs"))
-    {
-        spoken.outputs = decoded["outputs"];
-    }
+    spoken.TakeReply(operation, {reply.GetAsCStr(0), reply.GetUnreadSize()});
     return spoken;
 }
 
