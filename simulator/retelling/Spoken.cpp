@@ -12,14 +12,6 @@ namespace CIM::sim
 {
 using json::TJson;
 
-namespace
-{
-bool IsTrue(const TJson& result)
-{
-    return result.is_boolean() ? result.get<bool>() : result.is_number_integer() && result.get<std::int64_t>() > 0;
-}
-} // namespace
-
 void TSSpoken::TakeReply(const json::TCOperationForm& operation, std::string_view payload)
 {
     json::TSDecoded decoded = operation.ReplyToJson(payload);
@@ -36,7 +28,7 @@ void TSSpoken::TakeReply(const json::TCOperationForm& operation, std::string_vie
     {
         outputs = std::move(decoded.json["outputs"]);
     }
-    isDone = IsTrue(result);
+    isDone = !result.is_null() && !operation.IsRefusal(result);
 }
 
 std::optional<unsigned> TSSpoken::Slot() const

@@ -209,4 +209,21 @@ TEST(Texts, AreShortenedBetweenCharacters)
         EXPECT_EQ(Shortened(text, 3), shortened);
     }
 }
+
+TEST(Results, RefuseWhatWasAskedFor)
+{
+    const TCOperationForm& enter = *FindInterface("general")->Find("EnterMenu");
+    const TCOperationForm& play = *FindInterface("camplayer")->Find("PlayRequest"); // gives a handle, which may be 0
+    for (const auto& [operation, result, isRefusal] : {std::tuple(&enter, TJson(1), false),
+                                                       {&enter, TJson(0), true},
+                                                       {&enter, TJson(-1), true},
+                                                       {&enter, TJson(true), false},
+                                                       {&enter, TJson(false), true},
+                                                       {&enter, TJson(), false},
+                                                       {&play, TJson(0), false},
+                                                       {&play, TJson(0xFFFF), true}})
+    {
+        EXPECT_EQ(operation->IsRefusal(result), isRefusal) << operation->Name() << ' ' << result;
+    }
+}
 } // namespace CIM::json

@@ -336,7 +336,7 @@ void TCTraceChart::Add(DBusMessage* message, const TCDissector::TSDescribed& des
     }
     else if (kind == "reply")
     {
-        row.kind = IsFailure(record) ? EKind::BAD_REPLY : EKind::REPLY;
+        row.kind = IsFailure(described) ? EKind::BAD_REPLY : EKind::REPLY;
         row.application = Application(dbus_message_get_destination(message));
         row.text = ReplyText(record);
         row.isOfBus = dbus_message_has_sender(message, DBUS_SERVICE_DBUS);

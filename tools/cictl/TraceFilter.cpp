@@ -178,7 +178,7 @@ bool TCTraceFilter::IsWanted(const TCDissector::TSDescribed& described) const
     {
         return true;
     }
-    if ((m_slot && described.slot != m_slot) || (m_errorsOnly && !IsFailure(record)) ||
+    if ((m_slot && described.slot != m_slot) || (m_errorsOnly && !IsFailure(described)) ||
         (m_slowerThanMs && (!described.ms || *described.ms <= *m_slowerThanMs)) ||
         (m_from && described.moment.real < *m_from) || IsOver(described.moment.real))
     {
@@ -191,11 +191,12 @@ bool TCTraceFilter::IsWanted(const TCDissector::TSDescribed& described) const
     return m_operations.empty() ? m_signals.empty() : m_operations.count(described.operation) > 0;
 }
 
-bool IsFailure(const TJson& record)
+bool IsFailure(const TCDissector::TSDescribed& described)
 {
+    const TJson& record = described.record;
     const auto result = record.find("result");
     const bool isRefusal =
-        result != record.end() && (*result == false || (result->is_number_integer() && *result <= 0));
+        result != record.end() && described.operation != nullptr && described.operation->IsRefusal(*result);
     return isRefusal || record.contains("error");
 }
 } // namespace CIM::cictl

@@ -46,5 +46,5 @@ private:
 };
 
 /// Whether something went wrong with what a record tells: an error, a reply that cannot be read, a refusal.
-bool IsFailure(const TJson& record);
+bool IsFailure(const TCDissector::TSDescribed& described);
 } // namespace CIM::cictl

@@ -75,7 +75,7 @@ void TCTraceSummary::Add(const TCDissector::TSDescribed& described)
     }
     TSLine& line = Line(m_lines, name);
     line.calls += kind == "call" ? 1 : 0;
-    line.failures += IsFailure(record) && !described.isOfBadCall ? 1 : 0; // that call has been counted
+    line.failures += IsFailure(described) && !described.isOfBadCall ? 1 : 0; // that call has been counted
     if (described.ms)
     {
         line.times.Add(*described.ms);
