@@ -347,6 +347,14 @@ TSRecording ReadRecording(const std::string& path, const std::string& client)
     }
 }
 
+std::size_t LeaveOf(const TSRecording& recording)
+{
+    const auto leaves = [](const TSRecordedCall& call)
+    { return call.operation != nullptr && call.operation->FullName() == "ICISignalSubscriber.Unsubscribe"; };
+    const auto last = std::find_if_not(recording.calls.rbegin(), recording.calls.rend(), leaves);
+    return static_cast<std::size_t>(recording.calls.rend() - last);
+}
+
 bool IsRecording(const std::string& path)
 {
     if (path.ends_with(".pcapng") || path.ends_with(".pcap"))

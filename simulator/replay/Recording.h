@@ -99,6 +99,9 @@ public:
 /// \throws TCNoRecording with a sentence: it cannot be read, is too long, holds no call
 TSRecording ReadRecording(const std::string& path, const std::string& client);
 
+/// The call from which on applications only take their leave: there are nothing but unsubscriptions.
+std::size_t LeaveOf(const TSRecording& recording);
+
 /// Whether a file is a recording: by its name's ending, ".pcapng" or ".pcap", or by how it begins.
 bool IsRecording(const std::string& path);
 } // namespace CIM::sim

@@ -63,9 +63,7 @@ TJson Pattern(const TSRecordedCall& call, const TSSpoken& spoken)
 
 TSRecording WithoutFarewell(TSRecording recording)
 {
-    const auto leaves = [](const TSRecordedCall& call) { return IsOf(call, "ICISignalSubscriber.Unsubscribe"); };
-    const auto last = std::find_if_not(recording.calls.rbegin(), recording.calls.rend(), leaves);
-    const auto leave = static_cast<std::size_t>(recording.calls.rend() - last);
+    const std::size_t leave = LeaveOf(recording);
     const auto isCall = [](const TSRecordedEvent& event) { return event.kind == TSRecordedEvent::CALL; };
     const auto left = std::find_if(recording.events.begin(), recording.events.end(),
                                    [&](const TSRecordedEvent& event) { return isCall(event) && event.call == leave; });
