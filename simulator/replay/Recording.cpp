@@ -49,7 +49,7 @@ private:
         switch (head.type)
         {
         case DBUS_MESSAGE_TYPE_METHOD_CALL:
-            if (json::FindInterface(head.interface.empty() ? head.destination : head.interface) != nullptr)
+            if (traffic::InterfaceOfCall(head) != nullptr)
             {
                 m_TakeCall();
             }

@@ -45,21 +45,6 @@ double Milliseconds(const recording::TSMoment& from, const recording::TSMoment& 
 }
 } // namespace
 
-const json::TCInterfaceForm* InterfaceOf(const recording::TSMessageHead& call)
-{
-    static const std::map<std::string_view, const json::TCInterfaceForm*> interfaces = []
-    {
-        std::map<std::string_view, const json::TCInterfaceForm*> all;
-        for (const json::TCInterfaceForm& interface : json::Interfaces())
-        {
-            all.emplace(interface.ConnectionName(), &interface);
-        }
-        return all;
-    }();
-    const auto found = interfaces.find(call.interface.empty() ? call.destination : call.interface);
-    return found != interfaces.end() ? found->second : nullptr;
-}
-
 TCDissector::TSDescribed TCDissector::Describe(DBusMessage* message, const recording::TSMoment& moment)
 {
     m_moment = moment;
@@ -115,7 +100,7 @@ bool TCDissector::Note(const recording::TSMessageHead& head, const recording::TS
         m_calls.erase({std::string(head.destination), head.replySerial});
         return true;
     }
-    const json::TCInterfaceForm* const interface = InterfaceOf(head);
+    const json::TCInterfaceForm* const interface = traffic::InterfaceOfCall(head);
     const bool isForeign = head.member != protocol::CALL_MEMBER || head.path != protocol::CALL_OBJECT_PATH;
     const json::TCOperationForm* const operation =
         interface != nullptr && !isForeign ? interface->Find(protocol::MethodIdOf(head.FirstNumber())) : nullptr;

@@ -19,9 +19,6 @@ using json::TJson;
 /// \param[in] isRaw  also the bytes of its data
 void AddSignal(TJson& record, const protocol::SSignal& signal, bool asJson, bool isRaw);
 
-/// The CI daemon's interface that a call is for; null: it is none of them.
-const json::TCInterfaceForm* InterfaceOf(const recording::TSMessageHead& call);
-
 /// Turns the messages between applications and the CI daemon into records, each reply with the call that it answers.
 /// The messages may be anybody's: what is wrong with one stands in its record. Bound to its thread.
 class TCDissector

@@ -145,7 +145,7 @@ TCTraceFilter::EInterest TCTraceFilter::InterestIn(const recording::TSMessageHea
 
 bool TCTraceFilter::m_IsWantedCall(const recording::TSMessageHead& head) const
 {
-    const json::TCInterfaceForm* const interface = InterfaceOf(head);
+    const json::TCInterfaceForm* const interface = traffic::InterfaceOfCall(head);
     if (interface == nullptr || m_operations.empty())
     {
         return interface != nullptr;
