@@ -263,6 +263,11 @@ void KeepClient(TSRecording& recording, const std::string& client)
 }
 } // namespace
 
+std::string Counted(std::size_t count, const char* what)
+{
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
 std::string TSRequest::Words() const
 {
     constexpr std::size_t MOST = 200;
@@ -316,7 +321,7 @@ std::string TSRecording::ClientsInWords() const
     {
         words += (words.empty() ? "" : ", ") +
                  (client.program.empty() ? client.name : client.program + " (" + client.name + ")") + ": " +
-                 std::to_string(client.calls) + (client.calls == 1 ? " call" : " calls");
+                 Counted(client.calls, "call");
     }
     return words;
 }

@@ -16,6 +16,11 @@ namespace CIM::sim
 {
 using TSharedMessage = std::shared_ptr<DBusMessage>;
 
+constexpr std::int64_t NS_PER_MS = 1'000'000; ///< recordings count in nanoseconds
+
+/// "1 call", "2 calls".
+std::string Counted(std::size_t count, const char* what);
+
 /// What a call asks for. Two calls ask for the same when the texts are equal: secrets, which recordings do not hold, and
 /// process ids do not count.
 struct TSRequest

@@ -435,8 +435,8 @@ private:
         const auto signals = std::count_if(m_recording.events.begin(), m_recording.events.end(),
                                            [](const auto& event) { return event.kind == TSRecordedEvent::SIGNAL; });
         std::string text = "// Made from the recording in " + json::Harmless(file) + ": " +
-                           json::Harmless(m_recording.ClientsInWords()) + "; " + std::to_string(signals) +
-                           (signals == 1 ? " signal" : " signals") + ".\n";
+                           json::Harmless(m_recording.ClientsInWords()) + "; " +
+                           Counted(static_cast<std::size_t>(signals), "signal") + ".\n";
         if (!m_recording.ending.empty())
         {
             m_notes.Add("The recording is not whole: " + m_recording.ending + ".");
