@@ -18,8 +18,6 @@ namespace CIM
 namespace
 {
 using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
 } // namespace
 
 TEST(Cictl, WatchesSignalsAndUnsubscribesWhenInterrupted)

@@ -129,7 +129,10 @@ TEST(Recordings, FiltersShowWhatIsAskedForAndRefuseWhatCannotBe)
 {
     const TCTempFolder folder;
     const std::string file = folder.File("r.pcapng");
-    Record(folder, CICTL + " trace --record " + file);
+    const std::string hangs = std::string(SIMULATOR_PATH) +
+                              R"( ctl AddFault '{"kind": "never", "operation": "ICIGeneral.GetCaSystemIds"}')" +
+                              "\nCIAPI_CALL_TIMEOUT_MS=200 " + CICTL + " call ICIGeneral.GetCaSystemIds\n";
+    Record(folder, CICTL + " trace --record " + file, hangs);
     const struct
     {
         std::string options;
@@ -142,6 +145,8 @@ TEST(Recordings, FiltersShowWhatIsAskedForAndRefuseWhatCannotBe)
         {"--signal CI_MMI_STATUS_CHANGED", 0, "CI_MMI_STATUS_MENU_RECEIVED", "call |PIN_REPLY"},
         {"--slot 1", 0, "GetApplicationInfo.*slot: 1", "slot: 0|slot 0"},
         {"--errors", 0, "GetMmiEnquiry.*result=0", "program=|GetCamModes"},
+        {"--errors --operation GetCaSystemIds", 0,
+         "call ICIGeneral.GetCaSystemIds error=no reply has come until the end\n$", "reply"},
         {"--slower-than 0.001ms", 0, "reply ICIGeneral.GetCamModes status=1 result=1 .*CI_PLUS.* ms=", "call "},
         {"--slower-than 60s", 0, "mark Mark", "call |reply |signal "},
         {"--from 2026-01-01T00:00 --to 2026-01-01T00:01:00.5", 0, "^$", "."},
