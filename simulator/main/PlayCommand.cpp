@@ -312,6 +312,11 @@ TSPiece FindPiece(const TSWanted& wanted)
     TSPiece piece;
     if (IsRecording(name))
     {
+        if (wanted.isWhole)
+        {
+            throw TCUsageError(
+                "--whole goes with a scenario: in a recording nothing is optional; --strict wants all of it");
+        }
         TSRecording recording = ReadRecording(name, wanted.client);
         TSReplayOptions wishes = wanted.replay;
         if (!recording.ending.empty())

@@ -127,6 +127,7 @@ class Desk:
             (str(empty), [], ["true"], 1, ["holds no call to the CI daemon"]),
             (str(self.folder / "none.pcapng"), [], ["true"], 1, ["cannot be read: No such file"]),
             (__file__, ["--strict"], ["true"], 2, ["go with a recording"]),
+            (file, ["--whole"], ["true"], 2, ["--whole goes with a scenario"]),
         ]
         for piece, options, command, expected, texts in cases:
             status, text = self.play(piece, *options, "--", *command)

@@ -161,6 +161,7 @@ TEST(Recordings, FiltersShowWhatIsAskedForAndRefuseWhatCannotBe)
         {"--from yesterday", 2, "from: a time such as", "reply"},
         {"--from 2026-01-02T00:00 --to 2026-01-01T00:00", 2, "from: this is behind", "reply"},
         {"--record other.pcapng", 2, "--record goes with the bus", "reply"},
+        {"--with-secrets", 2, "--with-secrets goes with --record; .*--show-secrets", "reply"},
         {"--quiet", 2, "--quiet goes with --record", "reply"},
     };
     for (const auto& row : cases)
