@@ -143,7 +143,8 @@ public:
             m_Note(held + ", more came");
             Out().flush();
             std::fprintf(stderr,
-                         "cictl: %s; --operation, --signal, --slot, --errors, --slower-than, --from and --to cut down "
+                         "cictl: %s; --operation, --signal, --program, --slot, --errors, --slower-than, --from and "
+                         "--to cut down "
                          "what it is made of\n",
                          held.c_str());
         }
