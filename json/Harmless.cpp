@@ -2,6 +2,7 @@
 
 #include "Scalars.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <vector>
 
@@ -15,6 +16,9 @@ bool IsDangerous(unsigned unit)
     return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || unit == 0x200E || unit == 0x200F ||
            (unit >= 0x2028 && unit <= 0x202E) || (unit >= 0x2066 && unit <= 0x2069);
 }
+
+/// Of several bytes only the first one begins a character.
+bool BeginsCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }
 } // namespace
 
 std::string Harmless(std::string_view text)
@@ -36,5 +40,18 @@ std::string Harmless(std::string_view text)
         i += isPair ? 1 : 0;
     }
     return safe;
+}
+
+std::size_t CharactersOf(std::string_view utf8)
+{
+    return static_cast<std::size_t>(std::count_if(utf8.begin(), utf8.end(), BeginsCharacter));
+}
+
+std::string Shortened(std::string_view utf8, std::size_t mostCharacters)
+{
+    std::size_t count = 0;
+    const auto end = std::find_if(utf8.begin(), utf8.end(),
+                                  [&](char byte) { return BeginsCharacter(byte) && ++count > mostCharacters; });
+    return std::string(utf8.begin(), end) + (end != utf8.end() ? "..." : "");
 }
 } // namespace CIM::json

@@ -3,6 +3,8 @@
 #include "commandline/Nearest.h"
 #include "json/Payload.h"
 
+#include <ciapi/CICAMPlayerDataType.h>
+
 #include <tvplatform/MarshallingHelper.h>
 #include <tvplatform/MessageBuffer.h>
 #include <tvplatform/Tree.h>
@@ -164,6 +166,17 @@ const TSParameter* TCOperationForm::FindParameter(std::string_view name) const
         }
     }
     return nullptr;
+}
+
+bool TCOperationForm::IsRefusal(const TJson& result) const
+{
+    const bool isPlayerHandle = ResultType().text == "uint16";
+    return isPlayerHandle ? result == TSCICAMPlayerHandle().identifier : json::IsRefusal(result);
+}
+
+bool IsRefusal(const TJson& result)
+{
+    return result == false || (result.is_number_integer() && result.get<std::int64_t>() <= 0);
 }
 
 TJson TCOperationForm::Describe() const

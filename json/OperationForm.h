@@ -78,6 +78,9 @@ public:
     /// Puts "***" in the place of the secrets among arguments by name. For whatever shows calls to people.
     void HideSecrets(TJson& arguments) const;
 
+    /// Whether a result of its refuses what was asked for: also an invalid player handle.
+    bool IsRefusal(const TJson& result) const;
+
     /// Everything that the table says.
     TJson Describe() const;
 
@@ -147,6 +150,8 @@ const TCInterfaceForm* FindInterface(std::string_view name);
 /// What to add to an error about a text that names no operation: "; did you mean ICIGeneral.EnterMenu?", or nothing.
 /// \param[in] isSent  one that is never sent is not meant
 std::string DidYouMeanOperation(std::string_view wrong, bool isSent);
+/// Whether a result refuses what was asked for: false, 0 and -1, whatever the operation is but for those that give handles.
+bool IsRefusal(const TJson& result);
 /// The method identifier that a payload is tagged with. \return nothing when it is not an argument tree
 std::optional<short> MethodOf(std::string_view payload);
 

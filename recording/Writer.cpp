@@ -136,21 +136,17 @@ void TCWriter::m_Open()
 {
     // What is recorded may be confidential.
     m_descriptor = open(m_path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-    if (m_descriptor < 0)
+    const bool isLocked = m_descriptor >= 0 && flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    // What is no file, such as a pipe, has nothing to be cut off.
+    if (m_descriptor < 0 || isLocked || (ftruncate(m_descriptor, 0) != 0 && errno != EINVAL))
     {
-        m_trouble = m_path + " cannot be written: " + std::strerror(errno);
+        m_trouble = m_path + " cannot be written: " + (isLocked ? "somebody else records to it" : std::strerror(errno));
+        if (m_descriptor >= 0)
+        {
+            close(m_descriptor);
+            m_descriptor = -1;
+        }
         return;
-    }
-    if (flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
-    {
-        m_trouble = m_path + " cannot be written: somebody else records to it";
-        close(m_descriptor);
-        m_descriptor = -1;
-        return;
-    }
-    if (ftruncate(m_descriptor, 0) != 0)
-    {
-        // What is no file, such as a pipe, has nothing to be cut off.
     }
     m_written = 0;
     m_difference.reset();

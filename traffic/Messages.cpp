@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <map>
 
 namespace CIM::traffic
 {
@@ -54,6 +55,22 @@ std::optional<ECISignalType> SignalType(std::string_view identifier)
     return bad == std::errc() && behind == end ? std::optional(static_cast<ECISignalType>(number)) : std::nullopt;
 }
 
+/// \param[in] name  the interface called; it may be left out: the bus name says it, too
+const json::TCInterfaceForm* ByBusName(std::string_view name)
+{
+    static const std::map<std::string_view, const json::TCInterfaceForm*> interfaces = []
+    {
+        std::map<std::string_view, const json::TCInterfaceForm*> all;
+        for (const json::TCInterfaceForm& interface : json::Interfaces())
+        {
+            all.emplace(interface.ConnectionName(), &interface);
+        }
+        return all;
+    }();
+    const auto found = interfaces.find(name);
+    return found != interfaces.end() ? found->second : nullptr;
+}
+
 /// The one argument of an error or a mark.
 std::string FirstText(DBusMessage* message)
 {
@@ -65,8 +82,13 @@ std::string FirstText(DBusMessage* message)
 
 const json::TCInterfaceForm* InterfaceOfCall(DBusMessage* call)
 {
-    const char* const called = dbus_message_get_interface(call); // may be left out: the name says it, too
-    return json::FindInterface(Text(called != nullptr ? called : dbus_message_get_destination(call)));
+    const char* const called = dbus_message_get_interface(call);
+    return ByBusName(Text(called != nullptr ? called : dbus_message_get_destination(call)));
+}
+
+const json::TCInterfaceForm* InterfaceOfCall(const recording::TSMessageHead& call)
+{
+    return ByBusName(call.interface.empty() ? call.destination : call.interface);
 }
 
 std::optional<TSCall> ReadCall(DBusMessage* message)

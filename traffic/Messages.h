@@ -1,6 +1,7 @@
 #pragma once
 
 #include "protocol/SignalData.h"
+#include "recording/MessageHead.h"
 #include "json/OperationForm.h"
 
 #include <dbus/dbus.h>
@@ -21,6 +22,7 @@ inline constexpr const char* MARK_MEMBER = "Mark";
 
 /// The CI daemon's interface that a call is for; null: it is none of them.
 const json::TCInterfaceForm* InterfaceOfCall(DBusMessage* call);
+const json::TCInterfaceForm* InterfaceOfCall(const recording::TSMessageHead& call);
 
 struct TSCall
 {

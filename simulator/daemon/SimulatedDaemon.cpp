@@ -18,6 +18,7 @@ namespace
 {
 void EndProcess(bool isAbort)
 {
+    g_printerr("ci-daemon-sim: the simulator ends with a fault: crash\n"); // else only the exit status tells
     if (isAbort)
     {
         const rlimit none{};

@@ -1,7 +1,7 @@
 #include "Candidates.h"
 #include "Commands.h"
+#include "simulator/scenario/Tell.h"
 
-#include <cstdio>
 #include <stdexcept>
 
 int main(int argc, char** argv)
@@ -24,12 +24,12 @@ int main(int argc, char** argv)
     }
     catch (const CIM::TCUsageError& error)
     {
-        std::fprintf(stderr, "ci-daemon-sim: %s (see ci-daemon-sim --help)\n", error.what());
+        Tell(std::string(error.what()) + " (see ci-daemon-sim --help)");
         return 2;
     }
     catch (const std::exception& error)
     {
-        std::fprintf(stderr, "ci-daemon-sim: %s\n", error.what());
+        Tell(error.what());
         return 1;
     }
 }

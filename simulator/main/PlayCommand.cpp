@@ -129,8 +129,7 @@ public:
         m_options.onProgress = TCTeller(isAlone && isTerminal && !m_wanted.isVerbose, isTerminal || m_wanted.isVerbose);
         m_options.onOver = [this, isAlone, isTerminal, over = std::move(over)]
         {
-            const bool isEmpty = m_scenario.Steps() == 0 && !IsRecording(m_scenario.file);
-            if (!isEmpty && (!isAlone || isTerminal || m_wanted.isVerbose))
+            if (!m_play->Results().empty() && (!isAlone || isTerminal || m_wanted.isVerbose))
             {
                 Tell(m_scenario.name + " " + m_play->OverWords());
             }
@@ -313,6 +312,11 @@ TSPiece FindPiece(const TSWanted& wanted)
     TSPiece piece;
     if (IsRecording(name))
     {
+        if (wanted.isWhole)
+        {
+            throw TCUsageError(
+                "--whole goes with a scenario: in a recording nothing is optional; --strict wants all of it");
+        }
         TSRecording recording = ReadRecording(name, wanted.client);
         TSReplayOptions wishes = wanted.replay;
         if (!recording.ending.empty())

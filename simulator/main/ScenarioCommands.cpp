@@ -1,7 +1,6 @@
 #include "Commands.h"
 #include "simulator/retelling/StoryFromRecording.h"
 #include "simulator/scenario/Describe.h"
-#include "simulator/scenario/Tell.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -61,17 +60,9 @@ int CheckCommand(const std::vector<std::string>& files)
 
 int ScenarioCommand(const std::string& file, const std::string& client)
 {
-    try
-    {
-        const std::string story = StoryOf(ReadRecording(file, client));
-        std::fwrite(story.data(), 1, story.size(), stdout);
-        return std::fflush(stdout) == 0 ? 0 : 1;
-    }
-    catch (const TCNoRecording& error)
-    {
-        Tell(error.what());
-        return 1;
-    }
+    const std::string story = StoryOf(ReadRecording(file, client));
+    std::fwrite(story.data(), 1, story.size(), stdout);
+    return std::fflush(stdout) == 0 ? 0 : 1;
 }
 } // namespace
 

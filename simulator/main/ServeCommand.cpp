@@ -1,12 +1,15 @@
 #include "commandline/Nearest.h"
 #include "Commands.h"
 #include "ServeOptions.h"
-#include "ServiceManager.h"
+#include "simulator/scenario/Tell.h"
 #include "json/Document.h"
 
 #include <charconv>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
+
+#include <systemd/sd-daemon.h>
 
 namespace CIM::sim
 {
@@ -53,6 +56,16 @@ TSFault ReadFault(const std::string& text)
         throw TCUsageError(std::string("--fault: ") + error.what());
     }
 }
+
+/// Tells the service manager that started this process, if one did, that all names are owned.
+void TellServiceManager()
+{
+    const int heard = sd_notify(0, "READY=1");
+    if (heard < 0)
+    {
+        Tell(std::string("the service manager hears nothing: ") + std::strerror(-heard));
+    }
+}
 } // namespace
 
 void TSServeArguments::AddTo(TCCommandLine& line)
@@ -89,7 +102,7 @@ std::function<int()> PrepareServe(TCCommandLine line)
     return [arguments]
     {
         TSServeOptions options = arguments->Take();
-        options.onReady = [] { TellServiceManager("READY=1"); };
+        options.onReady = TellServiceManager;
         return Serve(options);
     };
 }

@@ -18,10 +18,7 @@ TCMatcher::TCMatcher(const TSRecording& recording)
             m_named[request.operation].calls.push_back(event.call);
         }
     }
-    const auto leaves = [](const TSRecordedCall& call)
-    { return call.operation != nullptr && call.operation->FullName() == "ICISignalSubscriber.Unsubscribe"; };
-    const auto last = std::find_if_not(recording.calls.rbegin(), recording.calls.rend(), leaves);
-    m_leave = static_cast<std::size_t>(recording.calls.rend() - last);
+    m_leave = LeaveOf(recording);
     m_FindSignal(0);
 }
 

@@ -6,6 +6,7 @@
 #include "traffic/Recorded.h"
 
 #include "protocol/InterfaceList.h"
+#include "json/Harmless.h"
 #include "json/Secret.h"
 
 #include <ciapi/CINames.h>
@@ -14,7 +15,6 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <optional>
 #include <set>
 
 namespace CIM::sim
@@ -49,7 +49,7 @@ private:
         switch (head.type)
         {
         case DBUS_MESSAGE_TYPE_METHOD_CALL:
-            if (json::FindInterface(head.interface.empty() ? head.destination : head.interface) != nullptr)
+            if (traffic::InterfaceOfCall(head) != nullptr)
             {
                 m_TakeCall();
             }
@@ -263,19 +263,29 @@ void KeepClient(TSRecording& recording, const std::string& client)
 }
 } // namespace
 
+std::string Counted(std::size_t count, const char* what)
+{
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
 std::string TSRequest::Words() const
 {
     constexpr std::size_t MOST = 200;
-    if (text.size() <= MOST)
+    return json::Shortened(text, MOST);
+}
+
+std::optional<json::TJson> ReadableArguments(const json::TCOperationForm& operation, std::string_view payload)
+{
+    json::TSDecoded decoded = operation.RequestToJson(payload);
+    if (!decoded.error.empty() ||
+        json::MayHideSecrets(json::FindInterface(operation.InterfaceName()), &operation, payload))
     {
-        return text;
+        json::Wipe(decoded.json);
+        return std::nullopt;
     }
-    std::size_t end = MOST;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
-    {
-        --end; // not within a character
-    }
-    return text.substr(0, end) + "...";
+    operation.HideSecrets(decoded.json);
+    decoded.json.erase("processId");
+    return std::move(decoded.json);
 }
 
 TSRequest ToRequest(const std::string& interface, short methodId, std::string_view payload)
@@ -284,27 +294,24 @@ TSRequest ToRequest(const std::string& interface, short methodId, std::string_vi
     const json::TCOperationForm* const operation = known != nullptr ? known->Find(methodId) : nullptr;
     TSRequest request;
     request.operation = operation != nullptr ? operation->FullName() : interface + "." + std::to_string(methodId);
-    json::TSDecoded decoded;
-    decoded.error = "unknown";
-    if (operation != nullptr)
+    if (const auto arguments = operation != nullptr ? ReadableArguments(*operation, payload) : std::nullopt)
     {
-        decoded = operation->RequestToJson(payload);
-    }
-    const bool mayHideSecrets = json::MayHideSecrets(known, operation, payload);
-    if (decoded.error.empty() && !mayHideSecrets)
-    {
-        operation->HideSecrets(decoded.json);
-        decoded.json.erase("processId");
-        request.text = request.operation + " " + json::Dump(decoded.json);
+        request.text = request.operation + " " + json::Dump(*arguments);
         return request;
     }
-    json::Wipe(decoded.json);
-    const bool isSecret = mayHideSecrets || (operation != nullptr && operation->HasSecrets());
+    const bool isSecret =
+        json::MayHideSecrets(known, operation, payload) || (operation != nullptr && operation->HasSecrets());
     request.text =
         request.operation + " " +
         (isSecret ? std::to_string(payload.size()) + " bytes"
                   : json::BytesToHex({reinterpret_cast<const unsigned char*>(payload.data()), payload.size()}));
     return request;
+}
+
+std::string_view TSRecordedCall::Payload() const
+{
+    const protocol::SBytes payload = DecodeCall(message.get()).envelope.payload;
+    return {payload.data, static_cast<std::size_t>(payload.length)};
 }
 
 std::string TSRecording::ClientsInWords() const
@@ -314,7 +321,7 @@ std::string TSRecording::ClientsInWords() const
     {
         words += (words.empty() ? "" : ", ") +
                  (client.program.empty() ? client.name : client.program + " (" + client.name + ")") + ": " +
-                 std::to_string(client.calls) + (client.calls == 1 ? " call" : " calls");
+                 Counted(client.calls, "call");
     }
     return words;
 }
@@ -343,6 +350,14 @@ TSRecording ReadRecording(const std::string& path, const std::string& client)
     {
         throw TCNoRecording(path + ": " + error.what());
     }
+}
+
+std::size_t LeaveOf(const TSRecording& recording)
+{
+    const auto leaves = [](const TSRecordedCall& call)
+    { return call.operation != nullptr && call.operation->FullName() == "ICISignalSubscriber.Unsubscribe"; };
+    const auto last = std::find_if_not(recording.calls.rbegin(), recording.calls.rend(), leaves);
+    return static_cast<std::size_t>(recording.calls.rend() - last);
 }
 
 bool IsRecording(const std::string& path)

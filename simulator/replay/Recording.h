@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -14,6 +15,11 @@
 namespace CIM::sim
 {
 using TSharedMessage = std::shared_ptr<DBusMessage>;
+
+constexpr std::int64_t NS_PER_MS = 1'000'000; ///< recordings count in nanoseconds
+
+/// "1 call", "2 calls".
+std::string Counted(std::size_t count, const char* what);
 
 /// What a call asks for. Two calls ask for the same when the texts are equal: secrets, which recordings do not hold, and
 /// process ids do not count.
@@ -26,6 +32,9 @@ struct TSRequest
     /// The text, short enough for a line.
     std::string Words() const;
 };
+/// The arguments of a request by name, without secrets and process ids.
+/// \return nothing when not all of them can be read, or when a secret may stand among them unknown
+std::optional<json::TJson> ReadableArguments(const json::TCOperationForm& operation, std::string_view payload);
 /// \param[in] interface  the own name of an interface, or what was called instead
 TSRequest ToRequest(const std::string& interface, short methodId, std::string_view payload);
 
@@ -39,6 +48,9 @@ struct TSRecordedCall
     bool isSubscription = false;
     TSharedMessage message;
     TSharedMessage reply; ///< or error; null: the recording has none
+
+    /// The bytes of its arguments, which belong to the message.
+    std::string_view Payload() const;
 };
 
 /// Something that the recording shows, in its order.
@@ -91,6 +103,9 @@ public:
 /// \param[in] client  only the calls of the program of that name, or of that unique name; empty: all
 /// \throws TCNoRecording with a sentence: it cannot be read, is too long, holds no call
 TSRecording ReadRecording(const std::string& path, const std::string& client);
+
+/// The call from which on applications only take their leave: there are nothing but unsubscriptions.
+std::size_t LeaveOf(const TSRecording& recording);
 
 /// Whether a file is a recording: by its name's ending, ".pcapng" or ".pcap", or by how it begins.
 bool IsRecording(const std::string& path);

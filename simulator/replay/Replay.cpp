@@ -15,8 +15,6 @@ namespace CIM::sim
 {
 namespace
 {
-constexpr std::int64_t NS_PER_MS = 1'000'000;
-
 std::int64_t Now()
 {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
@@ -39,11 +37,6 @@ std::string SignalWords(DBusMessage* message)
     const traffic::TSSignal read = traffic::ReadSignal(message);
     return read.signal ? json::SignalName(read.signal->type) + " " + json::SignalWords(*read.signal)
                        : read.type + " " + read.bytes + " (" + read.error + ")";
-}
-
-std::string Counted(std::size_t count, const char* what)
-{
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 } // namespace
 

@@ -80,17 +80,8 @@ std::string WordFrom(const TJson& text, const std::string& alternative)
 std::string Quoted(const TJson& text)
 {
     constexpr std::size_t MOST = 60;
-    std::string words = json::TextOf(text) != nullptr ? *json::TextOf(text) : json::Dump(text);
-    if (words.size() > MOST)
-    {
-        std::size_t end = MOST;
-        while (end > 0 && (static_cast<unsigned char>(words[end]) & 0xC0) == 0x80)
-        {
-            --end; // not within a character
-        }
-        words = words.substr(0, end) + "...";
-    }
-    return "\"" + json::Harmless(words) + "\"";
+    const std::string words = json::TextOf(text) != nullptr ? *json::TextOf(text) : json::Dump(text);
+    return "\"" + json::Harmless(json::Shortened(words, MOST)) + "\"";
 }
 
 void TCCamMenus::Enter() { m_done = ENTERED; }

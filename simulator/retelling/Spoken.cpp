@@ -1,21 +1,35 @@
 #include "Spoken.h"
 
-#include "simulator/daemon/Messages.h"
+#include "protocol/Envelope.h"
 #include "traffic/Messages.h"
 
 #include <ciapi/CIEnumNames.h>
+
+#include <charconv>
+#include <cstring>
 
 namespace CIM::sim
 {
 using json::TJson;
 
-namespace
+void TSSpoken::TakeReply(const json::TCOperationForm& operation, std::string_view payload)
 {
-bool IsTrue(const TJson& result)
-{
-    return result.is_boolean() ? result.get<bool>() : result.is_number_integer() && result.get<std::int64_t>() > 0;
+    json::TSDecoded decoded = operation.ReplyToJson(payload);
+    if (!decoded.error.empty())
+    {
+        return;
+    }
+    isAnswered = true;
+    if (decoded.json.contains("result"))
+    {
+        result = decoded.json["result"];
+    }
+    if (decoded.json.contains("outputs"))
+    {
+        outputs = std::move(decoded.json["outputs"]);
+    }
+    isDone = !result.is_null() && !operation.IsRefusal(result);
 }
-} // namespace
 
 std::optional<unsigned> TSSpoken::Slot() const
 {
@@ -30,6 +44,22 @@ const TJson& TSSpoken::Output(const char* name) const
     return found != outputs.end() ? *found : none;
 }
 
+std::map<unsigned, TJson> BySlot(const TJson& map)
+{
+    std::map<unsigned, TJson> slots;
+    for (const auto& item : map.items())
+    {
+        unsigned slot = 0;
+        const char* const end = item.key().data() + item.key().size();
+        const auto [behind, error] = std::from_chars(item.key().data(), end, slot);
+        if (error == std::errc() && behind == end && slot < NO_SLOT)
+        {
+            slots[slot] = item.value();
+        }
+    }
+    return slots;
+}
+
 TSSpoken ReadSpoken(const TSRecordedCall& call)
 {
     TSSpoken spoken;
@@ -37,15 +67,12 @@ TSSpoken ReadSpoken(const TSRecordedCall& call)
     {
         return spoken;
     }
-    const protocol::SBytes payload = DecodeCall(call.message.get()).envelope.payload;
-    json::TSDecoded request = call.operation->RequestToJson({payload.data, static_cast<std::size_t>(payload.length)});
-    if (!request.error.empty())
+    std::optional<TJson> arguments = ReadableArguments(*call.operation, call.Payload());
+    if (!arguments)
     {
         return spoken; // whatever was answered, nobody knows to what
     }
-    call.operation->HideSecrets(request.json);
-    request.json.erase("processId");
-    spoken.arguments = std::move(request.json);
+    spoken.arguments = std::move(*arguments);
     spoken.isReadable = true;
     if (call.reply == nullptr)
     {
@@ -59,21 +86,7 @@ TSSpoken ReadSpoken(const TSRecordedCall& call)
     {
         return spoken;
     }
-    json::TSDecoded decoded = call.operation->ReplyToJson(reply.payload);
-    if (!decoded.error.empty())
-    {
-        return spoken;
-    }
-    spoken.isAnswered = true;
-    if (decoded.json.contains("result"))
-    {
-        spoken.result = decoded.json["result"];
-    }
-    if (decoded.json.contains("outputs"))
-    {
-        spoken.outputs = std::move(decoded.json["outputs"]);
-    }
-    spoken.isDone = IsTrue(spoken.result);
+    spoken.TakeReply(*call.operation, reply.payload);
     return spoken;
 }
 
@@ -95,5 +108,11 @@ std::optional<TSSignal> ReadRecordedSignal(const TSRecordedEvent& event)
     }
     const auto signal = traffic::ReadSignal(event.signal.get()).signal;
     return signal && !EnumName(signal->type).empty() ? signal : std::nullopt;
+}
+
+bool IsSame(const TSSignal& one, const TSSignal& other)
+{
+    return one.type == other.type && one.profile == other.profile && one.handle == other.handle &&
+           std::memcmp(one.data.bytes, other.data.bytes, sizeof one.data.bytes) == 0;
 }
 } // namespace CIM::sim

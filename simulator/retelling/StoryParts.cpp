@@ -20,17 +20,6 @@ bool IsEnding(const TSRecordedCall& call)
 }
 } // namespace
 
-std::string Short(const std::string& text)
-{
-    constexpr std::size_t MOST = 120;
-    std::size_t end = std::min(text.size(), MOST);
-    while (end < text.size() && end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
-    {
-        --end; // not within a character
-    }
-    return text.substr(0, end) + (end < text.size() ? "..." : "");
-}
-
 bool IsActing(const TSRecordedCall& call)
 {
     const std::string_view name = call.operation->Name();
@@ -74,9 +63,7 @@ TJson Pattern(const TSRecordedCall& call, const TSSpoken& spoken)
 
 TSRecording WithoutFarewell(TSRecording recording)
 {
-    const auto leaves = [](const TSRecordedCall& call) { return IsOf(call, "ICISignalSubscriber.Unsubscribe"); };
-    const auto last = std::find_if_not(recording.calls.rbegin(), recording.calls.rend(), leaves);
-    const auto leave = static_cast<std::size_t>(recording.calls.rend() - last);
+    const std::size_t leave = LeaveOf(recording);
     const auto isCall = [](const TSRecordedEvent& event) { return event.kind == TSRecordedEvent::CALL; };
     const auto left = std::find_if(recording.events.begin(), recording.events.end(),
                                    [&](const TSRecordedEvent& event) { return isCall(event) && event.call == leave; });

@@ -6,10 +6,6 @@
 
 namespace CIM::sim
 {
-constexpr std::int64_t NS_PER_MS = 1'000'000;
-
-/// The beginning of a text, for a line.
-std::string Short(const std::string& text);
 /// Whether a call does something, rather than ask for something.
 bool IsActing(const TSRecordedCall& call);
 /// Whether an operation is about a CAM's dialogue.

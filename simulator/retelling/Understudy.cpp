@@ -1,26 +1,15 @@
 #include "Understudy.h"
 
 #include "simulator/control/Controls.h"
-#include "simulator/daemon/Messages.h"
 #include "simulator/model/Subscriber.h"
 
 #include <tvplatform/MessageBuffer.h>
 
 #include <algorithm>
-#include <cstring>
 
 namespace CIM::sim
 {
 using json::TJson;
-
-namespace
-{
-bool IsSame(const TSSignal& one, const TSSignal& other)
-{
-    return one.type == other.type && one.profile == other.profile && one.handle == other.handle &&
-           std::memcmp(one.data.bytes, other.data.bytes, sizeof one.data.bytes) == 0;
-}
-} // namespace
 
 TCUnderstudy::TCUnderstudy(const TSSetDefinition& set) : m_model(set, 1), m_skeletons(m_model, m_model.Subscriptions())
 {
@@ -39,8 +28,7 @@ TSSpoken TCUnderstudy::Call(const TSRecordedCall& call, bool isRight)
 
 std::string TCUnderstudy::m_Payload(const TSRecordedCall& call, bool isRight)
 {
-    const protocol::SBytes payload = DecodeCall(call.message.get()).envelope.payload;
-    const std::string_view bytes(payload.data, static_cast<std::size_t>(payload.length));
+    const std::string_view bytes = call.Payload();
     if (!call.operation->HasSecrets())
     {
         return std::string(bytes);
@@ -77,17 +65,7 @@ TSSpoken TCUnderstudy::m_Ask(const json::TCOperationForm& operation, const std::
     {
         return spoken;
     }
-    const std::string_view bytes(reply.GetAsCStr(0), reply.GetUnreadSize());
-    TJson decoded = operation.ReplyToJson(bytes).json;
-    spoken.isAnswered = true;
-    if (decoded.contains("result"))
-    {
-        spoken.result = decoded["result"];
-    }
-    if (decoded.contains("outputs"))
-    {
-        spoken.outputs = decoded["outputs"];
-    }
+    spoken.TakeReply(operation, {reply.GetAsCStr(0), reply.GetUnreadSize()});
     return spoken;
 }
 

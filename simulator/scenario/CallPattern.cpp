@@ -3,6 +3,7 @@
 #include "commandline/Nearest.h"
 #include "protocol/InterfaceList.h"
 #include "simulator/daemon/Journal.h"
+#include "json/Harmless.h"
 #include "json/OperationForm.h"
 
 #include <algorithm>
@@ -47,13 +48,8 @@ json::TJson PartOf(const json::TJson& made, const json::TJson& meant)
 /// Of a text, however it is written.
 std::size_t CharactersOf(const json::TJson& text)
 {
-    if (!text.is_string())
-    {
-        return text.size();
-    }
-    const auto& utf8 = text.get_ref<const std::string&>();
-    return static_cast<std::size_t>(
-        std::count_if(utf8.begin(), utf8.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+    const std::string* const utf8 = json::TextOf(text);
+    return utf8 != nullptr ? json::CharactersOf(*utf8) : text.size();
 }
 
 bool IsSent(const json::TSParameter* parameter)

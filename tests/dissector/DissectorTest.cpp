@@ -260,6 +260,11 @@ TEST(Dissector, TellsOfEveryOperationWhatCictlTells)
         }
         if (isReply)
         {
+            const std::string name = told[i]["operation"];
+            const std::size_t dot = name.find('.');
+            const json::TCOperationForm* const form =
+                json::FindInterface(name.substr(0, dot))->Find(name.substr(dot + 1));
+            EXPECT_EQ(layer.dump().find("ciapi.refused") != std::string::npos, form->IsRefusal(told[i]["result"]));
             ExpectSame("result", told[i]["result"], layer.value("ciapi.result", TJson("nothing")));
             EXPECT_EQ(layer.value("ciapi.request_in", ""), std::to_string(i));
             EXPECT_EQ(layer.value("ciapi.time", ""), "0.001000000");

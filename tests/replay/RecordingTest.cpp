@@ -133,3 +133,14 @@ TEST(ReplayedRecording, HasWhatApplicationsAndDaemonSay)
                     HasSubstr("there are no calls of an application nobody; there are: tv-ui (:1.7): 3 calls"));
     }
 }
+
+TEST(ReplayedRecording, ShowsNoSecretThatIsSentToAnotherOperation)
+{
+    const json::TCInterfaceForm& general = *json::FindInterface("ICIGeneral");
+    const std::string pin = general.Find("VerifyCamPin")->RequestFromJson({{"slot", 1}, {"pin", "31323334"}});
+    const std::string covered = " " + std::to_string(pin.size()) + " bytes";
+    EXPECT_EQ(ToRequest("ICIGeneral", general.Find("EnterMenu")->Id(), pin).text, "ICIGeneral.EnterMenu" + covered);
+    EXPECT_EQ(ToRequest("ICIGeneral", 999, pin).text, "ICIGeneral.999" + covered);
+    EXPECT_EQ(ToRequest("ICIOther", 1, pin).text, "ICIOther.1" + covered);
+    EXPECT_FALSE(ReadableArguments(*general.Find("EnterMenu"), pin));
+}

@@ -95,6 +95,8 @@ class Desk:
         file, _ = self.loop("menu-walk", STORIES["menu-walk"], "--step-timeout", "10")
         cut = self.folder / "cut.pcapng"
         cut.write_bytes(pathlib.Path(file).read_bytes()[:-700])
+        unnamed = self.folder / "recording"  # is one by what it begins with
+        unnamed.write_bytes(pathlib.Path(file).read_bytes())
         empty = self.folder / "empty.pcapng"
         empty.write_bytes(pathlib.Path(file).read_bytes()[:28])
         two = self.folder / "two.pcapng"
@@ -118,12 +120,14 @@ class Desk:
                 "makes no more calls of the recording: the play goes on with SIGNAL_CI_MMI_STATUS_CHANGED slot 0: "
                 "CI_MMI_STATUS_MENU_RECEIVED, 4 entries without 1 call\n"]),
             (str(cut), ["--end"], [osd, "1", "", "4"], 0, ["the file ends within a block", "is played: "]),
+            (str(unnamed), ["--strict", "--end"], [osd, "1", "", "4"], 0, []),
             (str(two), ["--strict"], ["true"], 2, [r"--client says whose.*cictl \(:1.\d+\): \d+ calls, example-osd"]),
             (str(two), ["--strict", "--client", "cictl"], [cictl, "slots"], 0, []),
             (str(two), ["--client", "tv"], ["true"], 1, ["no calls of an application tv; there are: cictl"]),
             (str(empty), [], ["true"], 1, ["holds no call to the CI daemon"]),
             (str(self.folder / "none.pcapng"), [], ["true"], 1, ["cannot be read: No such file"]),
             (__file__, ["--strict"], ["true"], 2, ["go with a recording"]),
+            (file, ["--whole"], ["true"], 2, ["--whole goes with a scenario"]),
         ]
         for piece, options, command, expected, texts in cases:
             status, text = self.play(piece, *options, "--", *command)

@@ -1,6 +1,7 @@
 #include "SimulatorProcess.h"
 
 #include "privatebus/Process.h"
+#include "support/Shell.h"
 
 #include <csignal>
 #include <filesystem>
@@ -45,9 +46,12 @@ TEST(SimulatorRun, ExitStatusIsTheCommands)
     EXPECT_EQ(WaitForEnd(StartSimulator({"run"})), 2) << "no command";
 
     // A daemon that crashes beside a command that does not mind is told all the same.
-    const std::string crash = std::string(SIMULATOR_PATH) + R"( ctl AddFault '{"kind": "crash"}' 2> /dev/null; )";
+    const std::string fault = std::string(SIMULATOR_PATH) + R"( ctl AddFault '{"kind": "crash"}')";
+    const std::string crash = fault + " 2> /dev/null; ";
     EXPECT_EQ(WaitForEnd(StartSimulator({"run", "--", "sh", "-c", crash + "exit 0"})), 70);
     EXPECT_EQ(WaitForEnd(StartSimulator({"run", "--", "sh", "-c", crash + "exit 5"})), 5);
+    const std::string said = Shell(std::string(SIMULATOR_PATH) + " run -- " + fault).text;
+    EXPECT_NE(said.find("ci-daemon-sim: the simulator ends with a fault: crash\n"), said.npos) << said;
 
     // A folder's name may hold what an address of D-Bus escapes.
     TCTempFolder folder;

@@ -18,8 +18,6 @@ namespace CIM
 namespace
 {
 using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
 } // namespace
 
 TEST(Cictl, WatchesSignalsAndUnsubscribesWhenInterrupted)
@@ -134,7 +132,7 @@ TEST(Cictl, TellsSignalsOfAllPipelinesInWordsAndWhatIsWrongWithOthers)
         EXPECT_THAT(traced.output, HasSubstr(asJson ? R"("value":3,"words":"PROFILE_SUB/3, slot 1: code 9, id 2)"
                                                     : "PROFILE_SUB/3, slot 1: code 9, id 2, value 3 data=0109020003"));
         EXPECT_THAT(traced.output, HasSubstr(asJson ? R"("type":"\u001b[2J","data":"0100020003000000")"
-                                                    : "signal Signal \\x1b[2J data=0100020003000000 error=its type"));
+                                                    : "signal \\x1b[2J data=0100020003000000 error=its type"));
         EXPECT_THAT(traced.output, HasSubstr("but is about 65539"));
     }
 }

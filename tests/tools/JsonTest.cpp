@@ -1,3 +1,4 @@
+#include "json/Harmless.h"
 #include "json/OperationForm.h"
 #include "json/ToJson.h"
 
@@ -195,5 +196,34 @@ TEST(Json, SaysWhatIsWrongAndWhere)
     EXPECT_EQ(
         general.Find("GetMmiText")->ReplyToJson(pin).error,
         "the argument tree is that of method 24; the input slot stands in the reply; an argument is of another kind");
+}
+
+TEST(Texts, AreShortenedBetweenCharacters)
+{
+    for (const auto& [text, shortened] : {std::pair("", ""),
+                                          {"abc", "abc"},
+                                          {"abcd", "abc..."},
+                                          {"\u00e4\u20ac\U0001F4FA", "\u00e4\u20ac\U0001F4FA"},
+                                          {"\u00e4\u20ac\U0001F4FA\u00e4", "\u00e4\u20ac\U0001F4FA..."}})
+    {
+        EXPECT_EQ(Shortened(text, 3), shortened);
+    }
+}
+
+TEST(Results, RefuseWhatWasAskedFor)
+{
+    const TCOperationForm& enter = *FindInterface("general")->Find("EnterMenu");
+    const TCOperationForm& play = *FindInterface("camplayer")->Find("PlayRequest"); // gives a handle, which may be 0
+    for (const auto& [operation, result, isRefusal] : {std::tuple(&enter, TJson(1), false),
+                                                       {&enter, TJson(0), true},
+                                                       {&enter, TJson(-1), true},
+                                                       {&enter, TJson(true), false},
+                                                       {&enter, TJson(false), true},
+                                                       {&enter, TJson(), false},
+                                                       {&play, TJson(0), false},
+                                                       {&play, TJson(0xFFFF), true}})
+    {
+        EXPECT_EQ(operation->IsRefusal(result), isRefusal) << operation->Name() << ' ' << result;
+    }
 }
 } // namespace CIM::json

@@ -106,19 +106,20 @@ std::size_t Lines(const std::string& text)
 
 TEST(Recordings, WhatIsReadIsWhatWasShownAndHoldsNoPin)
 {
-    for (const bool withSecrets : {false, true})
+    for (const std::string shown : {"", " --show-secrets", " --program cictl"})
     {
         const TCTempFolder folder;
         const std::string file = folder.File("r.pcapng");
+        const bool withSecrets = shown == " --show-secrets";
         const TSOutput run =
-            Record(folder, CICTL + " trace --record " + file + (withSecrets ? " --with-secrets --show-secrets" : ""));
+            Record(folder, CICTL + " trace --record " + file + (withSecrets ? " --with-secrets" : "") + shown);
         EXPECT_EQ(run.status, 143) << run.text;
         const std::string live = Content(folder.File("live.txt"));
-        const TSOutput read = Shell(CICTL + " trace " + file + (withSecrets ? " --show-secrets" : ""));
+        const TSOutput read = Shell(CICTL + " trace " + file + shown);
         EXPECT_EQ(read.status, 0);
         EXPECT_GT(Lines(live), 10U);
         EXPECT_EQ(WithoutTimes(read.text), WithoutTimes(live));
-        EXPECT_THAT(read.text, HasSubstr("mark Mark it fails here\n"));
+        EXPECT_THAT(read.text, HasSubstr("mark it fails here\n"));
         EXPECT_THAT(read.text, HasSubstr("slot 0: CI_MMI_STATUS_MENU_RECEIVED, 4 entries\n"));
         EXPECT_EQ(Content(file).find("471147") != std::string::npos, withSecrets);
         EXPECT_THAT(read.text, ContainsRegex(withSecrets ? "VerifyCamPin.*pin: 34" : "VerifyCamPin.*pin: \\*\\*\\*"));
@@ -129,7 +130,10 @@ TEST(Recordings, FiltersShowWhatIsAskedForAndRefuseWhatCannotBe)
 {
     const TCTempFolder folder;
     const std::string file = folder.File("r.pcapng");
-    Record(folder, CICTL + " trace --record " + file);
+    const std::string hangs = std::string(SIMULATOR_PATH) +
+                              R"( ctl AddFault '{"kind": "never", "operation": "ICIGeneral.GetCaSystemIds"}')" +
+                              "\nCIAPI_CALL_TIMEOUT_MS=200 " + CICTL + " call ICIGeneral.GetCaSystemIds\n";
+    Record(folder, CICTL + " trace --record " + file, hangs);
     const struct
     {
         std::string options;
@@ -140,10 +144,16 @@ TEST(Recordings, FiltersShowWhatIsAskedForAndRefuseWhatCannotBe)
         {"--operation VerifyCamPin", 0, "reply ICIGeneral.VerifyCamPin", "GetCiSlotStatus|signal "},
         {"--operation ICIGeneral.GetCamModes --operation GetCiSlotStatus", 0, "reply ICIGeneral.GetCamModes", "Pin"},
         {"--signal CI_MMI_STATUS_CHANGED", 0, "CI_MMI_STATUS_MENU_RECEIVED", "call |PIN_REPLY"},
+        {"--program cictl --summary", 0, "ICIGeneral.VerifyCamPin +1 +0 +0 ", "Other"},
+        {"--program cictl --errors", 0, "GetMmiEnquiry.*result=0[^]*no reply has come", "Object Other"},
+        {"--program :1.0", 0, "it fails here[^]*no call is known to be of an application \":1.0\"; there are cictl",
+         "call I"},
         {"--slot 1", 0, "GetApplicationInfo.*slot: 1", "slot: 0|slot 0"},
         {"--errors", 0, "GetMmiEnquiry.*result=0", "program=|GetCamModes"},
-        {"--slower-than 0.001ms", 0, "reply ICIGeneral[^]* ms=", "call "},
-        {"--slower-than 60s", 0, "mark Mark", "call |reply |signal "},
+        {"--errors --operation GetCaSystemIds", 0,
+         "call ICIGeneral.GetCaSystemIds error=no reply has come until the end\n$", "reply I"},
+        {"--slower-than 0.001ms", 0, "reply ICIGeneral.[A-Za-z]+ status=1 result=1 .*ms=", "call "},
+        {"--slower-than 60s", 0, "mark it fails", "call |reply |signal "},
         {"--from 2026-01-01T00:00 --to 2026-01-01T00:01:00.5", 0, "^$", "."},
         {"--summary", 0, "Object Other +1 +1 +0 [^]*ICIGeneral.VerifyCamPin +2 +1 +0 ", "call "},
         {"--summary --json", 0, "\"version\":1,\"operation\":\"ICIGeneral.GetMmiEnquiry\",\"count\":2,\"failures\":2",
@@ -156,6 +166,7 @@ TEST(Recordings, FiltersShowWhatIsAskedForAndRefuseWhatCannotBe)
         {"--from yesterday", 2, "from: a time such as", "reply"},
         {"--from 2026-01-02T00:00 --to 2026-01-01T00:00", 2, "from: this is behind", "reply"},
         {"--record other.pcapng", 2, "--record goes with the bus", "reply"},
+        {"--with-secrets", 2, "--with-secrets goes with --record; .*--show-secrets", "reply"},
         {"--quiet", 2, "--quiet goes with --record", "reply"},
     };
     for (const auto& row : cases)
@@ -270,7 +281,7 @@ TEST(Recordings, OfOthersAreRead)
     const TSOutput read = Shell(CICTL + " trace " + file);
     EXPECT_EQ(read.status, 0) << read.text;
     EXPECT_THAT(read.text, HasSubstr("reply ICIGeneral.GetCamModes"));
-    EXPECT_THAT(read.text, HasSubstr("mark Mark it fails here"));
+    EXPECT_THAT(read.text, HasSubstr("mark it fails here"));
     EXPECT_THAT(read.text, HasSubstr("pin: ***"));
     EXPECT_THAT(read.text, Not(ContainsRegex("(call|signal) [^\n]*org\\.freedesktop")));
 }

@@ -128,7 +128,7 @@ void HintAtCharacters(const json::TCOperationForm& operation, const std::map<std
 EExit CallAndPrint(TCDaemonAccess& daemon, const json::TCOperationForm& operation, const TJson& arguments, bool asJson)
 {
     TJson answer = daemon.Call(operation, arguments);
-    const bool isYes = IsYes(operation, answer);
+    const bool isYes = !operation.IsRefusal(answer["result"]);
     TJson record = {{"operation", operation.FullName()}, {"result", std::move(answer["result"])}};
     if (!answer["outputs"].empty())
     {

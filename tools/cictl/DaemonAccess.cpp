@@ -220,15 +220,5 @@ std::map<unsigned char, ECamStatus> TCDaemonAccess::SlotStatuses()
     return slots;
 }
 
-bool IsYes(const json::TCOperationForm& operation, const TJson& answer)
-{
-    const bool isPlayerHandle = operation.ResultType().text == "uint16";
-    return isPlayerHandle ? answer["result"] != 0xFFFF : IsYes(answer);
-}
-
-bool IsYes(const TJson& answer)
-{
-    const TJson& result = answer["result"];
-    return result.is_boolean() ? result.get<bool>() : result != 0 && result != -1;
-}
+bool IsYes(const TJson& answer) { return !json::IsRefusal(answer["result"]); }
 } // namespace CIM::cictl

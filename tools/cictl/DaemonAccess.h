@@ -53,7 +53,6 @@ private:
 /// At the end of the process: closes the library's connection.
 void EndDaemonAccess();
 
-/// Whether an answer's result says yes: not 0, not false, not -1 (no result), not an invalid player handle.
-bool IsYes(const json::TCOperationForm& operation, const TJson& answer);
+/// Whether the answer of an operation that gives no handle says yes.
 bool IsYes(const TJson& answer);
 } // namespace CIM::cictl

@@ -45,21 +45,6 @@ double Milliseconds(const recording::TSMoment& from, const recording::TSMoment& 
 }
 } // namespace
 
-const json::TCInterfaceForm* InterfaceOf(const recording::TSMessageHead& call)
-{
-    static const std::map<std::string_view, const json::TCInterfaceForm*> interfaces = []
-    {
-        std::map<std::string_view, const json::TCInterfaceForm*> all;
-        for (const json::TCInterfaceForm& interface : json::Interfaces())
-        {
-            all.emplace(interface.ConnectionName(), &interface);
-        }
-        return all;
-    }();
-    const auto found = interfaces.find(call.interface.empty() ? call.destination : call.interface);
-    return found != interfaces.end() ? found->second : nullptr;
-}
-
 TCDissector::TSDescribed TCDissector::Describe(DBusMessage* message, const recording::TSMoment& moment)
 {
     m_moment = moment;
@@ -77,10 +62,9 @@ TCDissector::TSDescribed TCDissector::Describe(DBusMessage* message, const recor
         }
         else if (const auto text = traffic::ReadMark(message))
         {
-            described.record = {{"time", TimeText(moment.real)},
-                                {"kind", "mark"},
-                                {"operation", traffic::MARK_MEMBER},
-                                {"text", *text}};
+            described.record = {{"time", TimeText(moment.real)}, {"kind", "mark"}};
+            m_AddMember(message, described.record);
+            described.record["text"] = *text;
         }
         break;
     default:
@@ -115,7 +99,7 @@ bool TCDissector::Note(const recording::TSMessageHead& head, const recording::TS
         m_calls.erase({std::string(head.destination), head.replySerial});
         return true;
     }
-    const json::TCInterfaceForm* const interface = InterfaceOf(head);
+    const json::TCInterfaceForm* const interface = traffic::InterfaceOfCall(head);
     const bool isForeign = head.member != protocol::CALL_MEMBER || head.path != protocol::CALL_OBJECT_PATH;
     const json::TCOperationForm* const operation =
         interface != nullptr && !isForeign ? interface->Find(protocol::MethodIdOf(head.FirstNumber())) : nullptr;
@@ -138,16 +122,6 @@ std::optional<double> TCDissector::Waited(const recording::TSMessageHead& reply,
     return found != m_calls.end() ? std::optional(Milliseconds(found->second.sent, moment)) : std::nullopt;
 }
 
-std::map<std::string, std::uint64_t> TCDissector::Unanswered() const
-{
-    std::map<std::string, std::uint64_t> counts;
-    for (const auto& [key, call] : m_calls)
-    {
-        ++counts[call.name];
-    }
-    return counts;
-}
-
 std::vector<TCDissector::TSDescribed> TCDissector::UnansweredCalls() const
 {
     std::vector<TSDescribed> calls;
@@ -160,6 +134,7 @@ std::vector<TCDissector::TSDescribed> TCDissector::UnansweredCalls() const
                             {"error", "no reply has come until the end"}};
         described.operation = call.operation;
         described.slot = call.slot;
+        described.application = key.first;
         described.moment = call.sent;
         calls.push_back(std::move(described));
     }
@@ -213,6 +188,7 @@ void TCDissector::m_DescribeCall(DBusMessage* message, TSDescribed& described)
     call.isBad = !error.empty();
     described.operation = read->operation;
     described.slot = call.slot;
+    described.application = Text(dbus_message_get_sender(message));
     m_AwaitReply(message, std::move(call));
 }
 
@@ -245,6 +221,7 @@ void TCDissector::m_DescribeReply(DBusMessage* message, TSDescribed& described)
     m_calls.erase(found);
     described.operation = call.operation;
     described.slot = call.slot;
+    described.application = Text(dbus_message_get_destination(message));
     described.isOfBadCall = call.isBad;
     described.ms = Milliseconds(call.sent, m_moment);
     TJson& record = described.record;
@@ -294,11 +271,23 @@ void AddSignal(TJson& record, const protocol::SSignal& signal, bool asJson, bool
     }
 }
 
+/// Adds the member of a signal or mark: in text only where it says more than the kind does.
+void TCDissector::m_AddMember(DBusMessage* message, TJson& record) const
+{
+    const bool isPlain = dbus_message_has_member(message, protocol::SIGNAL_KINDS[IPC_MESSAGE_SIGNAL].member) ||
+                         dbus_message_has_member(message, traffic::MARK_MEMBER);
+    if (m_wishes.asJson || !isPlain)
+    {
+        record["operation"] = Text(dbus_message_get_member(message));
+    }
+}
+
 void TCDissector::m_DescribeSignal(DBusMessage* message, TSDescribed& described)
 {
+    described.application = Text(dbus_message_get_destination(message));
     TJson& record = described.record;
-    record = {
-        {"time", TimeText(m_moment.real)}, {"kind", "signal"}, {"operation", Text(dbus_message_get_member(message))}};
+    record = {{"time", TimeText(m_moment.real)}, {"kind", "signal"}};
+    m_AddMember(message, record);
     const traffic::TSSignal read = traffic::ReadSignal(message);
     if (read.signal)
     {

@@ -19,9 +19,6 @@ using json::TJson;
 /// \param[in] isRaw  also the bytes of its data
 void AddSignal(TJson& record, const protocol::SSignal& signal, bool asJson, bool isRaw);
 
-/// The CI daemon's interface that a call is for; null: it is none of them.
-const json::TCInterfaceForm* InterfaceOf(const recording::TSMessageHead& call);
-
 /// Turns the messages between applications and the CI daemon into records, each reply with the call that it answers.
 /// The messages may be anybody's: what is wrong with one stands in its record. Bound to its thread.
 class TCDissector
@@ -41,6 +38,7 @@ public:
         const json::TCOperationForm* operation = nullptr; ///< of a call or reply; null: unknown, or a signal
         std::optional<std::int64_t> slot;                 ///< that a call, its reply or a signal is about
         std::optional<ECISignalType> signal;              ///< of a signal whose data can be read
+        std::string application;                          ///< unique bus name: who calls, or is answered; empty: all
         std::optional<double> ms;                         ///< from the call to this reply
         bool isOfBadCall = false;                         ///< a reply to a call whose record has told an error
         recording::TSMoment moment;
@@ -54,9 +52,7 @@ public:
     bool Note(const recording::TSMessageHead& head, const recording::TSMoment& moment);
     /// How long the call has waited that this answers, in milliseconds; nothing: no call that is known.
     std::optional<double> Waited(const recording::TSMessageHead& reply, const recording::TSMoment& moment) const;
-    /// Calls that wait for their replies, by what they call.
-    std::map<std::string, std::uint64_t> Unanswered() const;
-    /// ... each as a record that says so, by the time of the call.
+    /// Calls that wait for their replies, each as a record that says so, by the time of the call.
     std::vector<TSDescribed> UnansweredCalls() const;
 
 private:
@@ -75,6 +71,7 @@ private:
     void m_AwaitReply(DBusMessage* message, TSCall call);
     void m_AwaitReply(TKey key, TSCall call);
     void m_DescribeReply(DBusMessage* message, TSDescribed& described);
+    void m_AddMember(DBusMessage* message, TJson& record) const;
     void m_DescribeSignal(DBusMessage* message, TSDescribed& described);
 
     TSWishes m_wishes;

@@ -39,15 +39,9 @@ TJson InOrder(std::span<const TSField> fields, const TJson& record)
     return ordered;
 }
 
-std::size_t Width(std::string_view utf8)
-{
-    return static_cast<std::size_t>(
-        std::count_if(utf8.begin(), utf8.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-}
-
 void PrintPadded(const std::string& text, std::size_t width)
 {
-    Out() << text << std::string(width > Width(text) ? width - Width(text) : 0, ' ');
+    Out() << text << std::string(width > json::CharactersOf(text) ? width - json::CharactersOf(text) : 0, ' ');
 }
 
 // A value under its label: what is made of several parts goes below, further in.
@@ -67,7 +61,7 @@ void PrintValue(const std::string& label, const TJson& value, std::size_t width,
     std::size_t inner = 0;
     for (const auto& member : value.items())
     {
-        inner = std::max(inner, Width(Harmless(member.key())));
+        inner = std::max(inner, json::CharactersOf(Harmless(member.key())));
     }
     for (const auto& member : value.items())
     {
@@ -152,7 +146,7 @@ void PrintRecord(std::span<const TSField> fields, const TJson& record, bool asJs
     std::size_t width = 0;
     for (const TSField& field : fields)
     {
-        width = ordered.contains(field.key) ? std::max(width, Width(field.label)) : width;
+        width = ordered.contains(field.key) ? std::max(width, json::CharactersOf(field.label)) : width;
     }
     for (const TSField& field : fields)
     {
@@ -197,7 +191,7 @@ void PrintTable(std::span<const TSField> fields, const TJson& records, bool asJs
         widths.push_back(0);
         for (const auto& line : lines)
         {
-            widths.back() = std::max(widths.back(), Width(line[column]));
+            widths.back() = std::max(widths.back(), json::CharactersOf(line[column]));
         }
     }
     const bool isColoured = IsColoured(STDOUT_FILENO);

@@ -27,22 +27,6 @@ std::string Text(const char* text) { return text != nullptr ? text : ""; }
 /// Who calls, or is answered.
 std::string Application(const char* unique) { return unique != nullptr ? unique : "unknown"; }
 
-/// At most so many characters of a text in UTF-8.
-std::string Cut(const std::string& text, std::size_t most)
-{
-    const auto isCharacter = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
-    std::size_t count = 0;
-    for (std::size_t i = 0; i < text.size(); ++i)
-    {
-        count += isCharacter(text[i]) ? 1 : 0;
-        if (count > most)
-        {
-            return text.substr(0, i) + "...";
-        }
-    }
-    return text;
-}
-
 /// A text as Mermaid shows it: what could end it, begin a comment, a directive, a formula or markup goes by number.
 std::string Escaped(const std::string& text)
 {
@@ -69,12 +53,12 @@ std::string Members(const TJson& record, const char* key)
     {
         words = words.substr(1, words.size() - 2);
     }
-    return Cut(words, MOST_CHARACTERS);
+    return json::Shortened(words, MOST_CHARACTERS);
 }
 
 std::string ErrorIn(const TJson& record)
 {
-    return record.contains("error") ? " error: " + Cut(InWords(record["error"]), MOST_CHARACTERS) : "";
+    return record.contains("error") ? " error: " + json::Shortened(InWords(record["error"]), MOST_CHARACTERS) : "";
 }
 
 std::string CallText(const TJson& record)
@@ -92,7 +76,7 @@ std::string ReplyText(const TJson& record)
     }
     if (record.contains("result"))
     {
-        text += " = " + Cut(InWords(record["result"]), MOST_CHARACTERS);
+        text += " = " + json::Shortened(InWords(record["result"]), MOST_CHARACTERS);
     }
     const std::string outputs = Members(record, "outputs");
     return text + (outputs.empty() ? "" : ", " + outputs) + ErrorIn(record);
@@ -105,7 +89,7 @@ std::string SignalText(const TJson& record)
     {
         text += record.contains(key) ? " " + InWords(record[key]) : "";
     }
-    return Cut(text, MOST_CHARACTERS) + ErrorIn(record);
+    return json::Shortened(text, MOST_CHARACTERS) + ErrorIn(record);
 }
 
 std::string Number(const char* format, double number)
@@ -159,7 +143,8 @@ public:
             m_Note(held + ", more came");
             Out().flush();
             std::fprintf(stderr,
-                         "cictl: %s; --operation, --signal, --slot, --errors, --slower-than, --from and --to cut down "
+                         "cictl: %s; --operation, --signal, --program, --slot, --errors, --slower-than, --from and "
+                         "--to cut down "
                          "what it is made of\n",
                          held.c_str());
         }
@@ -323,7 +308,7 @@ void TCTraceChart::Meet(DBusMessage* message, const TJson& record)
     const auto program = record.find("program");
     if (program != record.end() && m_programs.size() < MOST_KNOWN)
     {
-        m_programs[process] = Cut(InWords(*program), MOST_NAME_CHARACTERS);
+        m_programs[process] = json::Shortened(InWords(*program), MOST_NAME_CHARACTERS);
     }
 }
 
@@ -352,7 +337,7 @@ void TCTraceChart::Add(DBusMessage* message, const TCDissector::TSDescribed& des
     }
     else if (kind == "reply")
     {
-        row.kind = IsFailure(record) ? EKind::BAD_REPLY : EKind::REPLY;
+        row.kind = IsFailure(described) ? EKind::BAD_REPLY : EKind::REPLY;
         row.application = Application(dbus_message_get_destination(message));
         row.text = ReplyText(record);
         row.isOfBus = dbus_message_has_sender(message, DBUS_SERVICE_DBUS);
@@ -367,7 +352,7 @@ void TCTraceChart::Add(DBusMessage* message, const TCDissector::TSDescribed& des
     else
     {
         row.kind = EKind::MARK;
-        row.text = Cut(InWords(record["text"]), MOST_CHARACTERS);
+        row.text = json::Shortened(InWords(record["text"]), MOST_CHARACTERS);
     }
     m_pieces.push_back({{row}, 1, row.moment, row.ms});
     ++m_rowCount;

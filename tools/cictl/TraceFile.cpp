@@ -110,6 +110,11 @@ EExit TraceFile(const TCArguments& arguments)
                             std::string("--") + option + " goes with the bus, not with a file that is read");
         }
     }
+    if (arguments.IsSet("with-secrets"))
+    {
+        throw TCFailure(EXIT_USAGE,
+                        "--with-secrets goes with --record; of the secrets in a file, --show-secrets tells");
+    }
     TCTraceOutput output(arguments);
     std::optional<recording::TCInput> input;
     try

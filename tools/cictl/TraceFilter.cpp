@@ -3,6 +3,7 @@
 #include "cictl/Signals.h"
 
 #include "commandline/Duration.h"
+#include "commandline/Nearest.h"
 #include "protocol/Envelope.h"
 
 #include <ciapi/CINames.h>
@@ -51,6 +52,11 @@ TCTraceFilter::TCTraceFilter(const TCArguments& arguments)
     for (const std::string& word : arguments.Many("signal"))
     {
         m_signals.insert(SignalTypeFromWord(word));
+    }
+    for (const std::string& word : arguments.Many("program"))
+    {
+        m_applications.insert(word);
+        m_needsNames = true;
     }
     if (arguments.Has("slot"))
     {
@@ -123,7 +129,7 @@ TCTraceFilter::EInterest TCTraceFilter::InterestIn(const recording::TSMessageHea
         {
             return EInterest::WHOLE;
         }
-        if ((!m_signals.empty() && m_operations.empty()) || !m_IsWantedCall(head))
+        if ((!m_signals.empty() && m_operations.empty()) || !m_IsWantedCall(head) || !m_IsOfWanted(head.sender))
         {
             return EInterest::NONE;
         }
@@ -137,7 +143,8 @@ TCTraceFilter::EInterest TCTraceFilter::InterestIn(const recording::TSMessageHea
         }
         return EInterest::NONE;
     case DBUS_MESSAGE_TYPE_SIGNAL:
-        return !isEarly && m_IsWantedSignal(head) ? EInterest::WHOLE : EInterest::NONE;
+        return !isEarly && m_IsWantedSignal(head) && m_IsOfWanted(head.destination) ? EInterest::WHOLE
+                                                                                    : EInterest::NONE;
     default:
         return EInterest::NONE;
     }
@@ -145,7 +152,7 @@ TCTraceFilter::EInterest TCTraceFilter::InterestIn(const recording::TSMessageHea
 
 bool TCTraceFilter::m_IsWantedCall(const recording::TSMessageHead& head) const
 {
-    const json::TCInterfaceForm* const interface = InterfaceOf(head);
+    const json::TCInterfaceForm* const interface = traffic::InterfaceOfCall(head);
     if (interface == nullptr || m_operations.empty())
     {
         return interface != nullptr;
@@ -166,6 +173,47 @@ bool TCTraceFilter::m_IsWantedSignal(const recording::TSMessageHead& head) const
            m_signals.count(static_cast<ECISignalType>(type)) > 0;
 }
 
+bool TCTraceFilter::m_IsOfWanted(std::string_view application) const
+{
+    return m_applications.empty() || application.empty() || m_applications.count(application) > 0 ||
+           m_callers.count(application) > 0;
+}
+
+bool TCTraceFilter::IsOfWanted(const TCDissector::TSDescribed& described) const
+{
+    return m_IsOfWanted(described.application);
+}
+
+void TCTraceFilter::Meet(const TCDissector::TSDescribed& described)
+{
+    if (m_applications.empty() || !described.record.is_object() || described.record["kind"] != "call")
+    {
+        return;
+    }
+    constexpr std::size_t MOST = 4096;
+    std::string program = described.record.value("program", "");
+    if ((m_applications.count(described.application) > 0 || m_applications.count(program) > 0) &&
+        m_callers.size() < MOST)
+    {
+        m_callers.insert(described.application);
+    }
+    if (!program.empty() && m_programs.size() < MOST)
+    {
+        m_programs.insert(std::move(program));
+    }
+}
+
+std::string TCTraceFilter::Missing() const
+{
+    if (m_applications.empty() || !m_callers.empty())
+    {
+        return {};
+    }
+    const TNames known(m_programs.begin(), m_programs.end());
+    return "no call is known to be of an application \"" + *m_applications.begin() + "\"" +
+           (known.empty() ? "" : "; " + ThereAre(known, *m_applications.begin()));
+}
+
 bool TCTraceFilter::IsWanted(const TCDissector::TSDescribed& described) const
 {
     const TJson& record = described.record;
@@ -178,7 +226,7 @@ bool TCTraceFilter::IsWanted(const TCDissector::TSDescribed& described) const
     {
         return true;
     }
-    if ((m_slot && described.slot != m_slot) || (m_errorsOnly && !IsFailure(record)) ||
+    if (!IsOfWanted(described) || (m_slot && described.slot != m_slot) || (m_errorsOnly && !IsFailure(described)) ||
         (m_slowerThanMs && (!described.ms || *described.ms <= *m_slowerThanMs)) ||
         (m_from && described.moment.real < *m_from) || IsOver(described.moment.real))
     {
@@ -191,11 +239,12 @@ bool TCTraceFilter::IsWanted(const TCDissector::TSDescribed& described) const
     return m_operations.empty() ? m_signals.empty() : m_operations.count(described.operation) > 0;
 }
 
-bool IsFailure(const TJson& record)
+bool IsFailure(const TCDissector::TSDescribed& described)
 {
+    const TJson& record = described.record;
     const auto result = record.find("result");
     const bool isRefusal =
-        result != record.end() && (*result == false || (result->is_number_integer() && *result <= 0));
+        result != record.end() && described.operation != nullptr && described.operation->IsRefusal(*result);
     return isRefusal || record.contains("error");
 }
 } // namespace CIM::cictl

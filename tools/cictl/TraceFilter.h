@@ -24,7 +24,13 @@ public:
     /// Looks at a message before it is decoded.
     EInterest InterestIn(const recording::TSMessageHead& head, const recording::TSMoment& moment,
                          const TCDissector& dissector) const;
+    /// Learns which application calls; asked of each message before IsWanted.
+    void Meet(const TCDissector::TSDescribed& described);
     bool IsWanted(const TCDissector::TSDescribed& described) const;
+    /// Whether a message is of a wanted application, or for all.
+    bool IsOfWanted(const TCDissector::TSDescribed& described) const;
+    /// When the wanted applications have not been met: a sentence that says so, and which have; else empty.
+    std::string Missing() const;
     /// Whether only what went wrong is wanted.
     bool IsForErrors() const { return m_errorsOnly; }
     /// Whether nothing that comes at a later time is wanted. \param[in] time  nanoseconds since 1970
@@ -33,10 +39,14 @@ public:
 private:
     void m_TakeOperation(const std::string& word);
     bool m_IsWantedCall(const recording::TSMessageHead& head) const;
+    bool m_IsOfWanted(std::string_view application) const;
     bool m_IsWantedSignal(const recording::TSMessageHead& head) const;
 
     std::set<const json::TCOperationForm*> m_operations; ///< empty: all
     std::set<ECISignalType> m_signals;                   ///< empty: all
+    std::set<std::string, std::less<>> m_applications;   ///< by program or unique bus name; empty: all
+    std::set<std::string, std::less<>> m_callers;        ///< unique bus names of those that have been met
+    std::set<std::string> m_programs;                    ///< that have been met
     std::optional<std::int64_t> m_slot;
     std::optional<double> m_slowerThanMs;
     std::optional<std::int64_t> m_from;
@@ -46,5 +56,5 @@ private:
 };
 
 /// Whether something went wrong with what a record tells: an error, a reply that cannot be read, a refusal.
-bool IsFailure(const TJson& record);
+bool IsFailure(const TCDissector::TSDescribed& described);
 } // namespace CIM::cictl

@@ -2,6 +2,8 @@
 
 #include "cictl/Output.h"
 
+#include <cstdio>
+
 namespace CIM::cictl
 {
 namespace
@@ -43,6 +45,7 @@ bool TCTraceOutput::Take(DBusMessage* message, const recording::TSMoment& moment
         return m_dissector.PassOver(message);
     }
     const TCDissector::TSDescribed described = m_dissector.Describe(message, moment);
+    m_filter.Meet(described);
     if (m_chart)
     {
         m_chart->Meet(message, described.record);
@@ -70,7 +73,12 @@ void TCTraceOutput::Finish()
 {
     if (m_isSummary)
     {
-        m_summary.Print(m_dissector.Unanswered(), m_asJson);
+        std::map<std::string, std::uint64_t> unanswered;
+        for (const TCDissector::TSDescribed& call : m_dissector.UnansweredCalls())
+        {
+            unanswered[call.record["operation"].get<std::string>()] += m_filter.IsOfWanted(call) ? 1 : 0;
+        }
+        m_summary.Print(unanswered, m_asJson);
     }
     else if (m_chart)
     {
@@ -85,6 +93,11 @@ void TCTraceOutput::Finish()
                 PrintEvent(TRACE_FIELDS, call.record, m_asJson);
             }
         }
+    }
+    if (const std::string missing = m_filter.Missing(); !missing.empty() && !m_isQuiet)
+    {
+        Out().flush();
+        std::fprintf(stderr, "cictl: %s\n", Harmless(missing).c_str());
     }
 }
 } // namespace CIM::cictl

@@ -62,7 +62,6 @@ void TCTraceSummary::Add(const TCDissector::TSDescribed& described)
 {
     const TJson& record = described.record;
     const std::string kind = record["kind"];
-    const std::string name = record["operation"];
     if (kind == "signal")
     {
         const TJson& type = record["type"];
@@ -73,9 +72,9 @@ void TCTraceSummary::Add(const TCDissector::TSDescribed& described)
     {
         return;
     }
-    TSLine& line = Line(m_lines, name);
+    TSLine& line = Line(m_lines, record["operation"].get<std::string>());
     line.calls += kind == "call" ? 1 : 0;
-    line.failures += IsFailure(record) && !described.isOfBadCall ? 1 : 0; // that call has been counted
+    line.failures += IsFailure(described) && !described.isOfBadCall ? 1 : 0; // that call has been counted
     if (described.ms)
     {
         line.times.Add(*described.ms);

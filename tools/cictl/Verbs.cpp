@@ -106,6 +106,10 @@ std::span<const TSVerb> Verbs()
           {"quiet", EArgument::FLAG, "record, and show nothing"},
           {"operation", EArgument::OPTIONS, "only calls of it and their replies; may be repeated, as the next one"},
           {"signal", EArgument::OPTIONS, "only signals of this type"},
+          {"program", EArgument::OPTIONS,
+           "only calls of the application that states this program, or has this unique bus name, their replies, and "
+           "the "
+           "signals that it may hear"},
           {"slot", EArgument::OPTION, "only what is about this slot"},
           {"errors", EArgument::FLAG, "only what went wrong: errors, refusals, what cannot be read"},
           {"slower-than", EArgument::OPTION, "only replies that took longer, such as 50ms"},

@@ -287,7 +287,8 @@ local function tellReply(sheet, operation, payload, isLittle)
     if told then
         local number = type(told.value) == "boolean" and (told.value and 1 or 0) or tonumber(tostring(told.value))
         local item = sheet:add("result", told.range, Int64(number)):set_text("result: " .. told.words)
-        if number <= 0 then
+        local isHandle = operation.result == "TSCICAMPlayerHandle" -- 0 is the first one
+        if isHandle and number == 0xFFFF or not isHandle and number <= 0 then
             item:add_proto_expert_info(refused, "refused")
         end
         sheet:say("result=" .. told.words)
