@@ -19,6 +19,14 @@ function(ciapi_add_test NAME)
   gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
 endfunction()
 
+# Whether tests/abi compares this build with the last release: it needs the types of what the libraries export, as g++
+# tells them in debugging information.
+set(CIAPI_ABI_TYPES OFF)
+if(CIAPI_BUILD_TESTS AND CIAPI_BUILD_TOOLS AND CIAPI_PLATFORM STREQUAL "portable" AND NOT CIAPI_SANITIZE
+    AND NOT CMAKE_CROSSCOMPILING AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "Debug")
+  set(CIAPI_ABI_TYPES ON)
+endif()
+
 if(CIAPI_BUILD_TESTS)
   include(CTest)
   include(GoogleTest)

@@ -77,7 +77,10 @@ class TVPLATFORM_EXPORT TSTvMode : public TCMarshalable
 {
 public:
     TSTvMode() = default;
-    TSTvMode(EAntennaMode antennaMode, EServiceMode serviceMode) : antennaMode(antennaMode), serviceMode(serviceMode) {}
+    TSTvMode(EAntennaMode aAntennaMode, EServiceMode aServiceMode)
+        : antennaMode(aAntennaMode), serviceMode(aServiceMode)
+    {
+    }
 
     bool ClassToTree(TCTreeBranch& branch) override;
     bool TreeToClass(TCTreeBranch& branch) override;
