@@ -73,4 +73,5 @@ endif()
 
 # Laid out as here, so that the links between the pages hold.
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
-install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
+  PATTERN man EXCLUDE PATTERN Doxyfile.in EXCLUDE)

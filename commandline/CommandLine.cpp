@@ -166,6 +166,16 @@ std::vector<std::string> TCCommandLine::Rest() const { return m_app->remaining()
 
 void TCCommandLine::Footer(const std::string& text) { m_app->footer(text); }
 
+void AddProgramOptions(CLI::App& app, const TSProgram& program, bool& listsCommands)
+{
+    if (program.prepare)
+    {
+        program.prepare(TCCommandLine(app));
+    }
+    app.set_version_flag("--version", program.version);
+    app.add_flag("--commands", listsCommands, std::string("print the names of the ") + program.commandWord + "s");
+}
+
 int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands, int argc, char** argv)
 {
     const std::string first = argc > 1 ? argv[1] : "-";
@@ -179,14 +189,9 @@ int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands
     }
     CLI::App app(program.description, program.name);
     app.get_formatter()->column_width(HELP_COLUMN);
-    if (program.prepare)
-    {
-        program.prepare(TCCommandLine(app));
-    }
-    app.require_subcommand(1, 1);
-    app.set_version_flag("--version", program.version);
     bool listsCommands = false;
-    app.add_flag("--commands", listsCommands, std::string("print the names of the ") + program.commandWord + "s");
+    AddProgramOptions(app, program, listsCommands);
+    app.require_subcommand(1, 1);
     std::function<int()> run;
     for (const TSCommand& command : commands)
     {

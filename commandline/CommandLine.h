@@ -80,6 +80,9 @@ struct TSProgram
     std::function<void(TCCommandLine line)> prepare = {};
 };
 
+/// Adds all options that stand in front of the command.
+void AddProgramOptions(CLI::App& app, const TSProgram& program, bool& listsCommands);
+
 /// Breaks the lines of a help text at 80 columns. What a line begins with stays alone on the left: what is broken goes
 /// on below its description, where one begins behind two spaces or at the column, and otherwise a little further in.
 std::string Wrapped(const std::string& text, std::size_t column = 0);

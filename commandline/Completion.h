@@ -39,7 +39,7 @@ TCandidates Complete(const TSProgram& program, std::span<const TSCommand> comman
 /// Files and folders. \param[in] typed  beginning of a path \param[in] prefix  what stands in front of it in the word
 TCandidates FileCandidates(const std::string& typed, const std::string& prefix = {});
 
-/// The one option that no help shows: whether the command line is "--complete WORD...". Then prints the candidates, a
+/// An option that no help shows: whether the command line is "--complete WORD...". Then prints the candidates, a
 /// line each: word, tabulator, help.
 bool AnswerCompletion(int argc, char** argv,
                       const std::function<TCandidates(std::span<const std::string> words)>& complete);

@@ -66,8 +66,8 @@ quietly "getent passwd ci-daemon; getent group ciapi"
 if inside "find /etc/systemd -name 'ci-daemon-sim*' | grep ."; then
   fail "the unit is enabled"
 fi
-for file in cictl.1.gz ci-daemon-sim.1.gz; do
-  [ -f "$root/usr/share/man/man1/$file" ] || fail "no manual page $file"
+for file in man1/cictl.1.gz man1/ci-daemon-sim.1.gz man5/ciapi-scenario.5.gz man7/ciapi.7.gz; do
+  [ -f "$root/usr/share/man/$file" ] || fail "no manual page $file"
 done
 
 echo "== Applications: the README's by pkg-config, examples/consumer by CMake, with its tests"

@@ -82,12 +82,14 @@ protected:
 CIAPI_EXPORT std::string ToString(const TSCIOperatorProfileData& profile);
 
 /// Prints bytes: for each "0x", two lower-case hexadecimal digits and a blank.
+/// \param[in]  data  the bytes
 /// \param[out] text  replaced
 /// \return true
 CIAPI_EXPORT bool SerializedDataToString(const std::vector<unsigned char>& data, std::string& text);
 
 /// Reads what SerializedDataToString prints: hexadecimal numbers between blanks, with or without "0x"; of a number
 /// above 0xff only the low byte counts.
+/// \param[in]     text  what to read
 /// \param[in,out] data  the bytes are appended
 /// \return true
 /// \throws std::invalid_argument for a token that is no hexadecimal number, std::out_of_range for one beyond 64 bits;

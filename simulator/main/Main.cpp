@@ -1,5 +1,6 @@
 #include "Candidates.h"
 #include "Commands.h"
+#include "ManualTables.h"
 #include "simulator/scenario/Tell.h"
 
 #include <stdexcept>
@@ -15,7 +16,9 @@ int main(int argc, char** argv)
             "command"};
         const bool isAnswered = CIM::AnswerCompletion(
             argc, argv, [&](const auto& words) { return CIM::Complete(program, Commands(), words, &Candidates); });
-        const int status = isAnswered ? 0 : CIM::RunCommandLine(program, Commands(), argc, argv);
+        const int status = isAnswered || CIM::AnswerManual(argc, argv, program, Commands(), ManualTables())
+                               ? 0
+                               : CIM::RunCommandLine(program, Commands(), argc, argv);
         if (!CIM::IsOutputWritten())
         {
             throw std::runtime_error("cannot write to standard output");

@@ -1,4 +1,4 @@
-"""Runs every command line that the documentation shows, as a reader would who copies it.
+"""Runs every command line that the documentation and the manual pages show, as a reader would who copies it.
 
     commands_test.py SOURCES PROGRAMS NINJA_BUILD
 
@@ -31,6 +31,7 @@ PLACEHOLDERS = [
 # What a reader types. A command that would not end is ended by timeout(1) after so many seconds.
 MANNERS = [
     (r"(.* && )?(ci-daemon-sim run -- )?cictl menu 0", {"input": "q\n"}),
+    (r"ci-daemon-sim (run|play menu-walk .*) -- ./show-a-cams-menu", {"input": "1\n0\nq\n"}),
     (r"ci-daemon-sim run -- bash", {"input": "cictl slots\nexit\n"}),
     (r"cictl call ICIGeneral.VerifyCamPin .*pin=-", {"input": "1234\n"}),
     (r"cictl watch|cictl wait .*signal=.*", {"seconds": 1}),
@@ -76,12 +77,13 @@ ELSEWHERE = [
 def blocks_of(document):
     """The commands, as lists of (line, command) that belong together. A name alone stands for its help."""
     fence, block, pending = None, [], ""
+    isManual = document.suffix == ".in"  # has no words behind its fences
     for number, line in enumerate(document.read_text().splitlines(), 1):
         if line.startswith("```"):
-            if fence == "sh" and block:
+            if block:
                 yield block
             fence, block = (line[3:].strip() if fence is None else None), []
-        elif fence == "sh":
+        elif fence == "sh" or (isManual and fence == "" and line.startswith(("cictl ", "ci-daemon-sim "))):
             pending += line
             if pending.endswith("\\"):
                 pending = pending[:-1]
@@ -163,12 +165,15 @@ def prepare(sources, programs, recording, folder):
         text = (sources / "docs" / document).read_text()
         (pathlib.Path(folder) / name).write_text(re.search(rf"```{fence}\n(.*?)```", text, re.S).group(1))
     (pathlib.Path(folder) / "pin.txt").write_text("1234\n")
+    for program in (programs.parent / "tasks").iterdir():
+        (pathlib.Path(folder) / program.name).symlink_to(program)
     (pathlib.Path(folder) / "ciapi.lua").symlink_to(programs.parent / "share/wireshark/ciapi.lua")
 
 
 def main():
     sources, programs, build = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
-    documents = [sources / "README.md", *sorted((sources / "docs").glob("*.md")), sources / "fuzz/README.md"]
+    documents = [sources / "README.md", *sorted((sources / "docs").rglob("*.md")), sources / "fuzz/README.md",
+                 *sorted((sources / "docs/man").iterdir())]
     recording = record(sources, programs)
     count, wrong = 0, []
     for document in documents:

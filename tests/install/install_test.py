@@ -24,15 +24,19 @@ PLACES = [
     ("development", r"include/ciapi/CIService\.h"),
     ("development", r"include/tvplatform/Types\.h"),
     ("development", r"lib\S*/cmake/ciapi/ciapi-config\.cmake"),
+    ("development", r"share/man/man7/ciapi\.7"),
     ("testing", r"lib\S*/libciapi-testing\.so\.0"),
     ("testing", r"lib\S*/cmake/ciapi/ciapi-testing-targets\.cmake"),
     ("tools", r"bin/cictl"),
     ("tools", r"bin/ci-daemon-sim"),
     ("tools", r"share/ciapi/scenarios/menu-walk\.json"),
     ("tools", r"lib\S*/wireshark/plugins/ciapi\.lua"),
+    ("tools", r"share/man/man1/cictl\.1"),
+    ("tools", r"share/man/man5/ciapi-scenario\.5"),
     ("tools", r"lib/systemd/system/ci-daemon-sim\.service"),
     ("tools", r"lib/sysusers\.d/ciapi\.conf"),
     ("documentation", r"share/doc/ciapi/docs/testing\.md"),
+    ("documentation", r"share/doc/ciapi/docs/tasks/put-it-on-a-set\.md"),
     ("documentation", r"share/doc/ciapi/examples/consumer/main\.cpp"),
 ]
 COMPONENTS = sorted({component for component, _ in PLACES})
@@ -69,9 +73,12 @@ def files_in(folder):
     return sorted(str(file.relative_to(folder)) for file in folder.rglob("*") if not file.is_dir())
 
 
+def program_of(page):
+    return re.search(r"```cpp\n(.*?)```", pathlib.Path(SOURCES, page).read_text(), re.S).group(1)
+
+
 def program_of_readme():
-    text = pathlib.Path(SOURCES, "README.md").read_text()
-    return re.search(r"```cpp\n(.*?)```", text, re.S).group(1)
+    return program_of("README.md")
 
 
 class Install(unittest.TestCase):
@@ -116,16 +123,25 @@ class Install(unittest.TestCase):
             self.assertEqual(status != 0, sentence is not None, output)
             self.assertIn(sentence or "", " ".join(output.split()))
 
-    def test_what_the_readme_compiles_runs(self):
-        prefix = self.moved("runtime", "development")
-        readme = pathlib.Path(SOURCES, "README.md").read_text()
+    def compile(self, page, name, prefix):
+        """The page's program, by the page's own lines."""
         [package] = prefix.rglob("ciapi.pc")
-        (self.folder / "my-app.cpp").write_text(program_of_readme())
-        lines = re.findall(r"^g\+\+ .*(?:\\\n.*)*", readme, re.M)
-        self.assertTrue(lines, "the README has no compile line")
+        (self.folder / f"{name}.cpp").write_text(program_of(page))
+        lines = re.findall(r"^g\+\+ .*(?:\\\n.*)*", pathlib.Path(SOURCES, page).read_text(), re.M)
+        self.assertTrue(lines, f"{page} has no compile line")
         for line in lines:
             line = re.sub(r"#.*", "", line).replace("g++", COMPILER, 1)
             must("sh", "-c", line, cwd=self.folder, env={**os.environ, "PKG_CONFIG_PATH": str(package.parent)})
+
+    def test_what_the_task_pages_compile_is_a_program(self):
+        prefix = self.moved("runtime", "development", "testing")
+        for page in sorted(pathlib.Path(SOURCES, "docs/tasks").glob("*.md")):
+            self.compile(page, page.stem, prefix)
+            self.assertTrue((self.folder / page.stem).exists(), f"{page.name} makes something else")
+
+    def test_what_the_readme_compiles_runs(self):
+        prefix = self.moved("runtime", "development")
+        self.compile("README.md", "my-app", prefix)
         output = must(f"{BUILD}/bin/ci-daemon-sim", "run", "--", "./my-app", cwd=self.folder)
         self.assertIn("slot 0: CAM_STATUS_READY", output)
         loaded = must("ldd", "./my-app", cwd=self.folder)

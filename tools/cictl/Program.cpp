@@ -6,6 +6,7 @@
 #include "cictl/SecretWords.h"
 #include "cictl/Verb.h"
 #include "cictl/Worker.h"
+#include "commandline/Manual.h"
 
 #include <algorithm>
 #include <memory>
@@ -44,6 +45,16 @@ std::string ExitTable()
         text += "\n  " + number + std::string(5 - number.size(), ' ') + exit.help;
     }
     return text;
+}
+
+TManualTable ManualExits()
+{
+    TManualTable table;
+    for (const TSExit& exit : Exits())
+    {
+        table.push_back({std::to_string(exit.status), exit.name, exit.help});
+    }
+    return table;
 }
 
 // The verbs as commands. What the options are read into lives as long as these do.
@@ -95,6 +106,10 @@ int Run(int argc, char** argv)
     }
     std::vector<std::string> host;
     const TSTable table = MakeTable(host);
+    if (AnswerManual(argc, argv, table.program, table.commands, {{"exits", &ManualExits}}))
+    {
+        return EXIT_ANSWERED;
+    }
     return CIM::RunCommandLine(table.program, table.commands, argc, argv);
 }
 

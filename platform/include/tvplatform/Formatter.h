@@ -13,13 +13,18 @@ public:
     virtual ~TCTreeFormatter();
 
     /// A plain value.
-    /// \param[in] typeCode  its width in bytes: 1, 2, 4 or 8
+    /// \param[in]     tag       of its node
+    /// \param[in]     typeCode  its width in bytes: 1, 2, 4 or 8
+    /// \param[in,out] address   where it lies
     /// \return false, changing nothing, for another width, a null address, or when reading a node of another size
     virtual bool PushValue(unsigned tag, int typeCode, void* address) = 0;
     /// Bytes whose count both sides know. Reading takes the smaller of that count and what the node holds.
     /// When writing a large one in a tree whose data are said to outlive it, the tree refers to the bytes: they must
     /// not be a local variable of the object's ClassToTree.
-    /// \param[in] lengthInformation  the count (32 bits) stands before the bytes in the leaf
+    /// \param[in]     tag                of their node
+    /// \param[in]     byteCount          how many there are
+    /// \param[in,out] data               where they lie
+    /// \param[in]     lengthInformation  the count (32 bits) stands before the bytes in the leaf
     /// \return false also when the two counts differ in reading
     virtual bool PushLengthArray(unsigned tag, unsigned long byteCount, void* data, bool lengthInformation = false) = 0;
     /// An object, as a branch of its own. \return false when it could not be written or read

@@ -31,9 +31,9 @@ public:
     /// others are filled all the same.
     virtual bool TreeToClass(TCTreeBranch& branch) = 0;
 
-    /// A plain value. \param[in] width  1, 2, 4 or 8 bytes; another one, or a null address, makes ClassToTree fail
+    /// A plain value. A width other than 1, 2, 4 or 8 bytes, or a null address, makes ClassToTree fail.
     void PushValue(EMarshallingDirection direction, int width, void* address);
-    /// An object that marshals itself. \param[in] object  null makes ClassToTree fail
+    /// An object that marshals itself. Null makes ClassToTree fail.
     void PushMarshalableClass(EMarshallingDirection direction, TIMarshalable* object);
 
     /// \return how many arguments were pushed

@@ -36,11 +36,15 @@ public:
     /// \param[in] data         the element; null gives null unless said otherwise
     /// \param[in] elementSize  its size in memory, in bytes
     /// \param[in] count        a hint of how many children will follow; -1: unknown
+    /// \param[in] storageType  what an element that marshals itself becomes
     /// \return the node; null when there is none for this element
     virtual TCTreeNode* MakeNewNode(TCTreeBranch& owner, void* data, unsigned long elementSize, int count,
                                     EMarshalableStorageType storageType) = 0;
     /// Fills an element from a node. Never reads past the node nor writes past the element.
-    /// \param[in] byteSize  how many bytes are wanted
+    /// \param[out] data         the element
+    /// \param[in]  elementSize  its size in memory, in bytes
+    /// \param[in]  byteSize     how many bytes are wanted
+    /// \param[in]  node         what to read
     /// \return false when the node does not hold such an element
     virtual bool PutNodeDataTo(void* data, unsigned long elementSize, unsigned long byteSize, TCTreeNode& node) = 0;
 

@@ -146,6 +146,8 @@ class TVPLATFORM_EXPORT TCTreeBranch : public TCTreeNode
 {
 public:
     /// Makes a leaf with a copy of the bytes, in this tree's memory; it is not a child yet.
+    /// \param[in] tag   of the leaf
+    /// \param[in] size  how many bytes there are
     /// \param[in] data  may be null when size is 0; null with another size gives zero bytes
     /// \return the leaf; null when it would not fit into 32 bits of size
     TCTreeNode* NewLeaf(unsigned tag, std::size_t size, const void* data);
@@ -153,6 +155,8 @@ public:
     /// long enough (TCTreeBranchList::SetDataLifetime).
     TCTreeNode* NewReferringLeaf(unsigned tag, std::size_t size, const void* data);
     /// As NewLeaf, for bytes that do not lie in one piece: the caller fills them in.
+    /// \param[in]  tag    of the leaf
+    /// \param[in]  size   how many bytes there will be
     /// \param[out] bytes  where to write them; untouched when null is returned
     TCTreeNode* NewLeafToFill(unsigned tag, std::size_t size, char*& bytes);
     /// Makes an empty branch in this tree's memory; it is not a child yet.
@@ -217,7 +221,8 @@ public:
     bool StoreInBuffer(TCMessageBuffer& buffer);
 
     /// As the reading constructor, but more bytes may follow the tree.
-    /// \param[out] taken  the bytes of the tree; untouched when false is returned
+    /// \param[in]  buffer  what to read
+    /// \param[out] taken   the bytes of the tree; untouched when false is returned
     /// \return IsValid() afterwards
     bool ReadFront(const TCMessageBuffer& buffer, std::size_t& taken);
 

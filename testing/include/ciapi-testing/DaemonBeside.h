@@ -23,6 +23,7 @@ class CIAPI_TESTING_EXPORT TCDaemonBeside
 {
 public:
     /// Starts bus and daemon and returns when the daemon is ready.
+    /// \param[in] options  which set, as for TCDaemon
     /// \param[in] program  the simulator: a path, or a name that is looked up in PATH
     /// \throws std::invalid_argument when an option is wrong, std::runtime_error when bus or daemon do not start
     explicit TCDaemonBeside(const TSOptions& options = {}, const std::string& program = "ci-daemon-sim");

@@ -16,7 +16,7 @@ public:
     static TCFailure Late(unsigned milliseconds);
     /// No answer at all: the caller waits for as long as its bus lets it.
     static TCFailure Never();
-    /// An error reply. \param[in] name  a D-Bus error name
+    /// An error reply, with a D-Bus error name.
     static TCFailure Error(const std::string& name = "org.freedesktop.DBus.Error.Failed",
                            const std::string& text = "as the test wants it");
     /// A reply with a status of the test's choice; 0 says that the daemon did not handle the call.
