@@ -90,7 +90,7 @@ TSCondition Dialogue(TSConditionReader& reader, TSlot slot, EShows shows, const 
                 }
                 return (shows == SHOWS_ANY || page.at("kind") == kind) && (title.empty() || page.at("text") == title);
             },
-            [look, slot](const TSScene& scene)
+            [look](const TSScene& scene)
             {
                 const TJson page = look(scene);
                 return page.is_null() ? "it shows no dialogue"

@@ -266,7 +266,7 @@ bool TCStory::m_Open(TCWatch& watch)
     if (const auto within = watch.Expectation().withinMs)
     {
         m_timers.After(*within,
-                       [this, &watch, within]
+                       [this, &watch]
                        {
                            m_Close(watch, "in that time");
                            m_Proceed();
