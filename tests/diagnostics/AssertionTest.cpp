@@ -146,9 +146,9 @@ TEST(Assertion, ReportsThenEndsTheProcessWithASegmentationFault)
 
 TEST(Assertion, TheMacroTellsWhatFailedWhereAndWhy)
 {
-    const int slot = 3;
+    static constexpr int slot = 3;
     const int line = __LINE__ + 1;
-    const SEnd end = EndOf(true, [slot] { CIM_ASSERT(slot != 3, "slot %d %s\n", slot, "is empty"); });
+    const SEnd end = EndOf(true, [] { CIM_ASSERT(slot != 3, "slot %d %s\n", slot, "is empty"); });
     EXPECT_EQ(WTERMSIG(end.status), SIGSEGV);
     ASSERT_FALSE(end.errors.empty());
     EXPECT_EQ(end.errors[0], "slot 3 is empty");
