@@ -17,7 +17,7 @@ namespace
 {
 constexpr int STARVED_RETRY_MS = 50;
 
-// Without a descriptor to be woken by, who waits for an answer looks for it.
+// Without a descriptor to be woken by, or memory for what has come, who waits for an answer looks for it.
 constexpr std::int64_t UNWOKEN_CHECK_MS = 20;
 
 bool IsAnswer(DBusMessage* message, std::uint32_t question)
@@ -112,10 +112,11 @@ TCMessagePtr TCInbox::Ask(DBusMessage* call, std::chrono::milliseconds time, TCD
             break;
         }
         const bool isSending = (m_state & STATE_SENDING) != 0;
+        const bool isWoken = m_answered >= 0 && (m_state & STATE_STARVED) == 0;
         lock.unlock();
         pollfd waited[] = {{m_socket, static_cast<short>(isSending ? POLLIN | POLLOUT : POLLIN), 0},
                            {m_answered, POLLIN, 0}};
-        const std::int64_t longest = m_answered >= 0 ? INT_MAX : UNWOKEN_CHECK_MS;
+        const std::int64_t longest = isWoken ? INT_MAX : UNWOKEN_CHECK_MS;
         poll(waited, std::size(waited), static_cast<int>(std::min<std::int64_t>(left.count(), longest)));
         lock.lock();
     }
