@@ -9,14 +9,6 @@ namespace
 constexpr const char* SYSTEM_BUS_ADDRESS = "unix:path=/var/run/dbus/system_bus_socket";
 } // namespace
 
-TCMessagePtr MakeMatchRuleChange(const char* change, const char* rule)
-{
-    TCMessagePtr request(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, change));
-    const bool isComplete =
-        request && dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &rule, DBUS_TYPE_INVALID);
-    return isComplete ? std::move(request) : nullptr;
-}
-
 TCConnectionPtr ConnectToSystemBus(TCDBusError& error)
 {
     const char* const address = secure_getenv("DBUS_SYSTEM_BUS_ADDRESS");

@@ -81,9 +81,6 @@ inline TCConnectionPtr OpenBusAt(const char* address, TCDBusError& error)
     return connection;
 }
 
-/// A change of match rules, "AddMatch" or "RemoveMatch", for the bus. \return null: no memory
-TCMessagePtr MakeMatchRuleChange(const char* change, const char* rule);
-
 /// Opens a private connection to the system bus, and begins to authenticate. Does not wait for the bus.
 /// \return null, with the error set, when there is no bus
 TCConnectionPtr ConnectToSystemBus(TCDBusError& error);

@@ -28,6 +28,14 @@ bool IsAnswer(DBusMessage* message, std::uint32_t question)
 }
 } // namespace
 
+TCMessagePtr MakeMatchRuleChange(const char* change, const char* rule)
+{
+    TCMessagePtr request(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, change));
+    const bool isComplete =
+        request && dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &rule, DBUS_TYPE_INVALID);
+    return isComplete ? std::move(request) : nullptr;
+}
+
 struct TCInbox::SSource
 {
     GSource base;

@@ -11,6 +11,9 @@
 
 namespace CIM
 {
+/// A change of match rules, "AddMatch" or "RemoveMatch", for the bus. \return null: no memory
+TCMessagePtr MakeMatchRuleChange(const char* change, const char* rule);
+
 /// Brings what comes over a connection of libdbus's to the thread that runs the default GLib main context, and asks the
 /// bus over it on any thread.
 ///
