@@ -52,17 +52,14 @@ TCKnownCams::TCKnownCams(std::vector<TSKnownCam>& known, std::vector<std::string
     }
 }
 
-TCCamMenus& TCKnownCams::MenusOf(const std::string& name)
-{
-    return std::find_if(m_cams.begin(), m_cams.end(), [&](const TSCam& cam) { return cam.name == name; })->menus;
-}
+TCCamMenus& TCKnownCams::MenusOf(const std::string& name) { return m_Find(name)->menus; }
 
 void TCKnownCams::SayMmiMs(const std::string& name, std::int64_t ms)
 {
-    TSCam& cam = *std::find_if(m_cams.begin(), m_cams.end(), [&](const TSCam& each) { return each.name == name; });
-    if (!cam.json.contains("mmiMs"))
+    TJson& cam = m_Find(name)->json;
+    if (!cam.contains("mmiMs"))
     {
-        cam.json["mmiMs"] = ms;
+        cam["mmiMs"] = ms;
     }
 }
 
@@ -79,6 +76,11 @@ TJson TCKnownCams::Define(std::vector<std::string>& notes)
     return cams;
 }
 
+std::vector<TCKnownCams::TSCam>::iterator TCKnownCams::m_Find(const std::string& name)
+{
+    return std::find_if(m_cams.begin(), m_cams.end(), [&](const TSCam& cam) { return cam.name == name; });
+}
+
 TCKnownCams::TSCam& TCKnownCams::m_CamFor(const TSKnownCam& known)
 {
     const auto same =
@@ -90,9 +92,7 @@ TCKnownCams::TSCam& TCKnownCams::m_CamFor(const TSKnownCam& known)
     }
     const std::string word = known.cam.contains("menuString") ? WordFrom(known.cam["menuString"], "cam") : "cam";
     std::string name = word;
-    const auto isTaken = [&]
-    { return std::any_of(m_cams.begin(), m_cams.end(), [&](const TSCam& cam) { return cam.name == name; }); };
-    for (int number = 2; isTaken(); ++number)
+    for (int number = 2; m_Find(name) != m_cams.end(); ++number)
     {
         name = word + "-" + std::to_string(number);
     }

@@ -11,7 +11,9 @@ class TCKnownCams
 public:
     TCKnownCams(std::vector<TSKnownCam>& known, std::vector<std::string>& notes);
 
+    /// Of a CAM that there is, as in what follows.
     TCCamMenus& MenusOf(const std::string& name);
+    /// How long a CAM takes to show its menu; what was said first counts.
     void SayMmiMs(const std::string& name, std::int64_t ms);
     json::TJson Define(std::vector<std::string>& notes);
 
@@ -25,6 +27,7 @@ private:
         std::set<unsigned> pmtIds{};
         TCCamMenus menus{};
     };
+    std::vector<TSCam>::iterator m_Find(const std::string& name);
     TSCam& m_CamFor(const TSKnownCam& known);
 
     std::vector<TSCam> m_cams;

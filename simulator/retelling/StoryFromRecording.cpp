@@ -308,13 +308,19 @@ private:
 
     // CAMs that come and go
 
-    /// Whether the CAM of a slot goes right now, without the application's doing.
-    bool m_Goes(unsigned slot) const
+    /// What is told next of a slot; null: nothing more.
+    const TSStatus* m_NextStatus(unsigned slot) const
     {
         const auto told =
             std::find_if(m_statuses.begin(), m_statuses.end(),
                          [&](const TSStatus& status) { return status.place >= m_place && status.slot == slot; });
-        if (told == m_statuses.end() || told->status != CAM_STATUS_NO_CAM)
+        return told != m_statuses.end() ? &*told : nullptr;
+    }
+    /// Whether the CAM of a slot goes right now, without the application's doing.
+    bool m_Goes(unsigned slot) const
+    {
+        const TSStatus* const told = m_NextStatus(slot);
+        if (told == nullptr || told->status != CAM_STATUS_NO_CAM)
         {
             return false;
         }
@@ -331,10 +337,8 @@ private:
     /// Whether the next that is told of a slot is that its CAM is ready.
     bool m_ComesReady(unsigned slot) const
     {
-        const auto told =
-            std::find_if(m_statuses.begin(), m_statuses.end(),
-                         [&](const TSStatus& status) { return status.place >= m_place && status.slot == slot; });
-        return told != m_statuses.end() && told->status == CAM_STATUS_READY;
+        const TSStatus* const told = m_NextStatus(slot);
+        return told != nullptr && told->status == CAM_STATUS_READY;
     }
 
     void m_Insert(unsigned slot, bool isReady)

@@ -28,14 +28,6 @@ bool IsAnswer(DBusMessage* message, std::uint32_t question)
 }
 } // namespace
 
-TCMessagePtr MakeMatchRuleChange(const char* change, const char* rule)
-{
-    TCMessagePtr request(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, change));
-    const bool isComplete =
-        request && dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &rule, DBUS_TYPE_INVALID);
-    return isComplete ? std::move(request) : nullptr;
-}
-
 struct TCInbox::SSource
 {
     GSource base;
@@ -94,6 +86,12 @@ std::uint32_t TCInbox::m_Send(DBusMessage* message)
 TCMessagePtr TCInbox::Ask(DBusMessage* call, std::chrono::milliseconds time, TCDBusError& error)
 {
     const auto deadline = std::chrono::steady_clock::now() + time;
+    const std::unique_lock asking(m_asking, deadline);
+    if (!asking)
+    {
+        dbus_set_error_const(error.Get(), DBUS_ERROR_NO_REPLY, "The bus has not answered others in time");
+        return nullptr;
+    }
     std::unique_lock lock(m_mutex);
     eventfd_t leftOver = 0;
     eventfd_read(m_answered, &leftOver);

@@ -11,9 +11,6 @@
 
 namespace CIM
 {
-/// A change of match rules, "AddMatch" or "RemoveMatch", for the bus. \return null: no memory
-TCMessagePtr MakeMatchRuleChange(const char* change, const char* rule);
-
 /// Brings what comes over a connection of libdbus's to the thread that runs the default GLib main context, and asks the
 /// bus over it on any thread.
 ///
@@ -22,7 +19,8 @@ TCMessagePtr MakeMatchRuleChange(const char* change, const char* rule);
 /// and watches nothing, and one thread at a time is inside it: whoever wakes first, the main loop or who waits for an
 /// answer, reads for both. Messages are handed on in the order of their coming, one in an iteration of the main loop.
 ///
-/// Thread-safe. Must live until the process ends once it is attached. Lock order: its mutex comes last.
+/// Thread-safe. Must live until the process ends once it is attached. Lock order: the turn to ask comes after every mutex
+/// that is held during a callback, the other mutex last.
 class TCInbox
 {
 public:
@@ -41,7 +39,7 @@ public:
     /// Sends without waiting. \return the message's serial; 0: no memory, or the connection is lost
     std::uint32_t Send(DBusMessage* message);
 
-    /// Asks the bus and blocks until its answer or the end of the time. One question at a time: the caller sees to it.
+    /// Asks the bus and blocks until its answer or the end of the time, in which others may have to be answered first.
     /// \param call  null: no memory \return null with the error set
     TCMessagePtr Ask(DBusMessage* call, std::chrono::milliseconds time, TCDBusError& error);
 
@@ -77,7 +75,8 @@ private:
     const int m_answered; ///< wakes who waits for an answer that the main loop has read
 
     std::atomic<unsigned> m_state{0};
-    std::mutex m_mutex; // libdbus is called with it held
+    std::timed_mutex m_asking; // one question at a time; comes before m_mutex
+    std::mutex m_mutex;        // libdbus is called with it held
     std::deque<TCMessagePtr> m_messages;
     std::uint32_t m_question = 0;
     TCMessagePtr m_answer;

@@ -66,7 +66,7 @@ public:
 /// freed, as the bus connections themselves: the call router and the signal receiver.
 ///
 /// Lock order, outermost first: a signal type's mutex (held while its callback runs, so the callback may call and
-/// change match rules), the mutex of match rules, the locks inside libdbus and GLib. The router's come last. No lock is
+/// change match rules), the inbox's mutexes, the locks inside libdbus and GLib. The router's come last. No lock is
 /// held while a call waits for its reply.
 class TCCIMIPCConnection : public TICIMIPCConnection
 {

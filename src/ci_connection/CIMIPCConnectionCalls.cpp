@@ -1,4 +1,5 @@
 #include "bus/Arguments.h"
+#include "bus/BusCall.h"
 #include "ci_connection/CallMessage.h"
 #include "ci_connection/CallRouter.h"
 #include "ci_connection/CIMIPCConnection.h"
@@ -106,10 +107,9 @@ enum class EOwner
 
 EOwner FindOwner(TCCallRouter& router, const char* name, TCDBusError& error)
 {
-    TCMessagePtr question(
-        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "NameHasOwner"));
+    const TCMessagePtr question = MakeBusCall("NameHasOwner", name);
     TCMessagePtr answer;
-    if (!question || !dbus_message_append_args(question.get(), DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID))
+    if (!question)
     {
         dbus_set_error_const(error.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory");
         return EOwner::UNKNOWN;

@@ -1,3 +1,4 @@
+#include "bus/BusCall.h"
 #include "bus/Inbox.h"
 #include "ci_connection/CallRouter.h"
 #include "ci_connection/CIMIPCConnection.h"
@@ -10,7 +11,6 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
-#include <mutex>
 #include <string_view>
 
 namespace CIM
@@ -36,7 +36,7 @@ void KeepFailure(bool wasSent, const TCDBusError& error)
 void ChangeMatchRule(TCInbox& inbox, const char* change, const char* rule, std::chrono::milliseconds time,
                      TCDBusError& error)
 {
-    const TCMessagePtr request = MakeMatchRuleChange(change, rule);
+    const TCMessagePtr request = MakeBusCall(change, rule);
     if (time.count() > 0 || !request)
     {
         inbox.Ask(request.get(), time, error);
@@ -107,7 +107,6 @@ void TCCIMIPCConnection::m_ChangeMatchRule(const char* change, EIPCMessageType t
     }
     else if (dbus_validate_utf8(rule.data(), error.Get()))
     {
-        const std::lock_guard lock(m_receiver->matchRules);
         TCInbox& inbox = *m_receiver->Inbox();
         wasSent = inbox.IsOpen();
         ChangeMatchRule(inbox, change, rule.data(), m_router->TimeLeft(), error);

@@ -1,24 +1,56 @@
 #include "ci_connection/Registration.h"
 
-#include "bus/Pending.h"
+#include "bus/BusCall.h"
 #include "ci_connection/CallRouter.h"
 
 namespace CIM
 {
 namespace
 {
-TCMessagePtr MakeQuestion(const char* member)
+struct TSPendingCallRelease
 {
-    return TCMessagePtr(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, member));
+    void operator()(DBusPendingCall* pending) const
+    {
+        dbus_pending_call_cancel(pending);
+        dbus_pending_call_unref(pending);
+    }
+};
+/// Owns a call that was sent; cancelled when released.
+using TCPendingCallPtr = std::unique_ptr<DBusPendingCall, TSPendingCallRelease>;
+
+/// Sends a method call, without waiting. \param call  null: no memory \return null with the error set
+TCPendingCallPtr Ask(DBusConnection* connection, DBusMessage* call, std::chrono::milliseconds time, TCDBusError& error)
+{
+    DBusPendingCall* pending = nullptr;
+    if (call == nullptr || !dbus_connection_send_with_reply(connection, call, &pending, static_cast<int>(time.count())))
+    {
+        dbus_set_error_const(error.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory");
+    }
+    else if (pending == nullptr)
+    {
+        dbus_set_error_const(error.Get(), DBUS_ERROR_DISCONNECTED, "Connection is closed");
+    }
+    return TCPendingCallPtr(pending);
+}
+
+/// Blocks until the answer or the end of the call's time. \return null with the error set
+TCMessagePtr Answer(const TCPendingCallPtr& pending, TCDBusError& error)
+{
+    if (!pending)
+    {
+        return nullptr;
+    }
+    dbus_pending_call_block(pending.get());
+    TCMessagePtr answer(dbus_pending_call_steal_reply(pending.get()));
+    return dbus_set_error_from_message(error.Get(), answer.get()) ? nullptr : std::move(answer);
 }
 
 TCMessagePtr MakeNameRequest(const std::string& name)
 {
-    const char* const text = name.c_str();
     const dbus_uint32_t flags = DBUS_NAME_FLAG_REPLACE_EXISTING;
-    TCMessagePtr request = MakeQuestion("RequestName");
-    const bool isComplete = request && dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &text,
-                                                                DBUS_TYPE_UINT32, &flags, DBUS_TYPE_INVALID);
+    TCMessagePtr request = MakeBusCall("RequestName", name.c_str());
+    const bool isComplete =
+        request && dbus_message_append_args(request.get(), DBUS_TYPE_UINT32, &flags, DBUS_TYPE_INVALID);
     return isComplete ? std::move(request) : nullptr;
 }
 
@@ -34,7 +66,7 @@ const char* UniqueName(DBusMessage* answer, TCDBusError& error)
 
 std::string Register(TCCallRouter& router, TCDBusError& error)
 {
-    const TCMessagePtr hello = MakeQuestion("Hello");
+    const TCMessagePtr hello = MakeBusCall("Hello");
     TCMessagePtr answer;
     if (hello && router.Call(hello.get(), answer) == TCCallRouter::EResult::BROKEN)
     {
@@ -54,7 +86,7 @@ std::string Register(TCCallRouter& router, TCDBusError& error)
 void Register(DBusConnection* connection, const std::function<std::optional<std::string>()>& meanwhile,
               std::chrono::milliseconds time, TCDBusError& error, TCDBusError& nameError)
 {
-    const TCPendingCallPtr hello = Ask(connection, MakeQuestion("Hello").get(), time, error);
+    const TCPendingCallPtr hello = Ask(connection, MakeBusCall("Hello").get(), time, error);
     const std::optional<std::string> name = hello ? meanwhile() : std::nullopt;
     if (!name)
     {

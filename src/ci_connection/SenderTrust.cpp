@@ -2,6 +2,7 @@
 
 #include <ciapi/CIDiagnostics.h>
 
+#include "bus/BusCall.h"
 #include "utils/CIAPILog.h"
 
 #include <algorithm>
@@ -55,7 +56,7 @@ void TCSenderTrust::Start(TCInbox& inbox)
     // First the rule, then the question: no change can fall between the two.
     const std::string rule = std::string("type='signal',sender='") + DBUS_SERVICE_DBUS + "',interface='" +
                              DBUS_INTERFACE_DBUS + "',member='NameOwnerChanged',arg0='" + m_daemonName + "'";
-    if (const TCMessagePtr request = MakeMatchRuleChange("AddMatch", rule.c_str()))
+    if (const TCMessagePtr request = MakeBusCall("AddMatch", rule.c_str()))
     {
         dbus_message_set_no_reply(request.get(), TRUE);
         inbox.Send(request.get());
@@ -138,12 +139,8 @@ bool TCSenderTrust::Observe(DBusMessage* message, std::vector<TCMessagePtr>& rel
 // \return the question's serial; 0 when it could not be asked, so that the next signal tries again
 dbus_uint32_t TCSenderTrust::m_Ask(const char* method, const std::string& name)
 {
-    const TCMessagePtr question(
-        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, method));
-    const char* const text = name.c_str();
-    const bool isComplete = m_inbox != nullptr && question &&
-                            dbus_message_append_args(question.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
-    return isComplete ? m_inbox->Send(question.get()) : 0;
+    const TCMessagePtr question = m_inbox != nullptr ? MakeBusCall(method, name.c_str()) : nullptr;
+    return question ? m_inbox->Send(question.get()) : 0;
 }
 
 TCSenderTrust::SSender* TCSenderTrust::m_Find(const std::string& name)

@@ -56,10 +56,6 @@ public:
     DBusHandlerResult Handle(DBusMessage* message);
     EIPCMessageType TypeOf(DBusMessage* message) const;
 
-    /// One change of match rules at a time: the inbox takes one question at a time. Comes after a type's mutex in the
-    /// lock order.
-    std::mutex matchRules;
-
 private:
     bool m_Active() const;
     bool m_ObserveBus(DBusMessage* message);

@@ -1,5 +1,6 @@
 #include "cictl/Bus.h"
 
+#include "bus/BusCall.h"
 #include "cictl/Exit.h"
 #include "cictl/Host.h"
 
@@ -21,19 +22,6 @@ EExit ExitFor(std::string_view error)
         return EXIT_DENIED;
     }
     return error == DBUS_ERROR_NO_REPLY || error == DBUS_ERROR_TIMEOUT ? EXIT_TIMEOUT : EXIT_NO_BUS;
-}
-
-TCMessagePtr BusCall(const char* method)
-{
-    return TCMessagePtr(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, method));
-}
-
-TCMessagePtr BusCall(const char* method, const std::string& argument)
-{
-    TCMessagePtr call = BusCall(method);
-    const char* const text = argument.c_str();
-    dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
-    return call;
 }
 } // namespace
 
@@ -61,7 +49,7 @@ TCBus::TCBus(std::optional<std::chrono::milliseconds> patience) : m_patience(pat
     {
         fail();
     }
-    const TCMessagePtr hello = BusCall("Hello");
+    const TCMessagePtr hello = MakeBusCall("Hello");
     const TCMessagePtr reply = Ask(hello.get(), error);
     const char* name = nullptr;
     if (!reply || !dbus_message_get_args(reply.get(), error.Get(), DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID))
@@ -84,7 +72,7 @@ TCMessagePtr TCBus::Ask(DBusMessage* call, TCDBusError& error)
 
 std::string TCBus::OwnerOf(const std::string& name)
 {
-    const TCMessagePtr call = BusCall("GetNameOwner", name);
+    const TCMessagePtr call = MakeBusCall("GetNameOwner", name.c_str());
     TCDBusError error;
     const TCMessagePtr reply = Ask(call.get(), error);
     const char* owner = nullptr;
@@ -102,7 +90,7 @@ std::string TCBus::OwnerOf(const std::string& name)
 std::optional<std::uint32_t> TCBus::NumberOf(const char* method, const std::string& name)
 {
     TCDBusError error;
-    const TCMessagePtr reply = Ask(BusCall(method, name).get(), error);
+    const TCMessagePtr reply = Ask(MakeBusCall(method, name.c_str()).get(), error);
     dbus_uint32_t number = 0;
     const bool isTold =
         reply && dbus_message_get_args(reply.get(), error.Get(), DBUS_TYPE_UINT32, &number, DBUS_TYPE_INVALID);
@@ -112,7 +100,7 @@ std::optional<std::uint32_t> TCBus::NumberOf(const char* method, const std::stri
 void TCBus::AddMatch(const std::string& rule, const char* what)
 {
     TCDBusError error;
-    if (!Ask(BusCall("AddMatch", rule).get(), error))
+    if (!Ask(MakeBusCall("AddMatch", rule.c_str()).get(), error))
     {
         FailForBus(what, error);
     }
@@ -129,14 +117,14 @@ void TCBus::RequireApplicationName()
     }
     const char* const text = name.data();
     const dbus_uint32_t flags = DBUS_NAME_FLAG_DO_NOT_QUEUE;
-    const TCMessagePtr request = BusCall("RequestName");
-    dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_UINT32, &flags, DBUS_TYPE_INVALID);
+    const TCMessagePtr request = MakeBusCall("RequestName", text);
+    dbus_message_append_args(request.get(), DBUS_TYPE_UINT32, &flags, DBUS_TYPE_INVALID);
     TCDBusError error;
     if (!Ask(request.get(), error))
     {
         FailForBus("the bus does not let this user be an application of the CI daemon", error);
     }
-    const TCMessagePtr release = BusCall("ReleaseName", text);
+    const TCMessagePtr release = MakeBusCall("ReleaseName", text);
     dbus_message_set_no_reply(release.get(), TRUE);
     dbus_connection_send(m_connection.get(), release.get(), nullptr);
 }
