@@ -86,13 +86,25 @@ std::uint32_t TCInbox::m_Send(DBusMessage* message)
 TCMessagePtr TCInbox::Ask(DBusMessage* call, std::chrono::milliseconds time, TCDBusError& error)
 {
     const auto deadline = std::chrono::steady_clock::now() + time;
-    const std::unique_lock asking(m_asking, deadline);
-    if (!asking)
+    std::unique_lock lock(m_mutex);
+    if (!m_turn.wait_until(lock, deadline, [this] { return !m_isAsking; }))
     {
         dbus_set_error_const(error.Get(), DBUS_ERROR_NO_REPLY, "The bus has not answered others in time");
         return nullptr;
     }
-    std::unique_lock lock(m_mutex);
+    m_isAsking = true;
+    m_AskInTurn(lock, call, deadline, error);
+    m_isAsking = false;
+    TCMessagePtr answer = std::move(m_answer);
+    lock.unlock();
+    m_turn.notify_one();
+    return answer && dbus_set_error_from_message(error.Get(), answer.get()) ? nullptr : std::move(answer);
+}
+
+// Leaves the answer in m_answer, or sets the error.
+void TCInbox::m_AskInTurn(std::unique_lock<std::mutex>& lock, DBusMessage* call,
+                          std::chrono::steady_clock::time_point deadline, TCDBusError& error)
+{
     eventfd_t leftOver = 0;
     eventfd_read(m_answered, &leftOver);
     m_answer.reset();
@@ -101,7 +113,7 @@ TCMessagePtr TCInbox::Ask(DBusMessage* call, std::chrono::milliseconds time, TCD
     {
         IsOpen() ? dbus_set_error_const(error.Get(), DBUS_ERROR_NO_MEMORY, "Out of memory")
                  : dbus_set_error_const(error.Get(), DBUS_ERROR_DISCONNECTED, "Connection is closed");
-        return nullptr;
+        return;
     }
     for (;;)
     {
@@ -126,17 +138,12 @@ TCMessagePtr TCInbox::Ask(DBusMessage* call, std::chrono::milliseconds time, TCD
         poll(waited, std::size(waited), static_cast<int>(std::min<std::int64_t>(left.count(), longest)));
         lock.lock();
     }
-    TCMessagePtr answer = std::move(m_answer);
-    const bool isOpen = IsOpen();
-    lock.unlock();
-    if (!answer)
+    if (!m_answer)
     {
-        isOpen
+        IsOpen()
             ? dbus_set_error_const(error.Get(), DBUS_ERROR_NO_REPLY, "The bus has not answered in time")
             : dbus_set_error_const(error.Get(), DBUS_ERROR_DISCONNECTED, "The connection was lost before the answer");
-        return nullptr;
     }
-    return dbus_set_error_from_message(error.Get(), answer.get()) ? nullptr : std::move(answer);
 }
 
 // Takes what has come; the bytes that libdbus reads at once are few, and the socket stays readable for the rest.

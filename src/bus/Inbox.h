@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <glib.h>
@@ -20,7 +21,7 @@ namespace CIM
 /// answer, reads for both. Messages are handed on in the order of their coming, one in an iteration of the main loop.
 ///
 /// Thread-safe. Must live until the process ends once it is attached. Lock order: the turn to ask comes after every mutex
-/// that is held during a callback, the other mutex last.
+/// that is held during a callback, the mutex last.
 class TCInbox
 {
 public:
@@ -58,6 +59,8 @@ private:
     };
 
     std::uint32_t m_Send(DBusMessage* message);
+    void m_AskInTurn(std::unique_lock<std::mutex>& lock, DBusMessage* call,
+                     std::chrono::steady_clock::time_point deadline, TCDBusError& error);
     void m_Read();
     void m_Take(TCMessagePtr message) noexcept;
     void m_Tell(bool isMainLoop);
@@ -75,8 +78,9 @@ private:
     const int m_answered; ///< wakes who waits for an answer that the main loop has read
 
     std::atomic<unsigned> m_state{0};
-    std::timed_mutex m_asking; // one question at a time; comes before m_mutex
-    std::mutex m_mutex;        // libdbus is called with it held
+    std::mutex m_mutex; // libdbus is called with it held
+    std::condition_variable m_turn;
+    bool m_isAsking = false; // one question at a time
     std::deque<TCMessagePtr> m_messages;
     std::uint32_t m_question = 0;
     TCMessagePtr m_answer;
