@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
+#include <optional>
 
 namespace CIM
 {
@@ -176,6 +177,36 @@ void AddProgramOptions(CLI::App& app, const TSProgram& program, bool& listsComma
     app.add_flag("--commands", listsCommands, std::string("print the names of the ") + program.commandWord + "s");
 }
 
+namespace
+{
+/// Prints what --help and --version ask for. \param listsCommands  that --commands is there counts more than an error
+/// \return the exit status when that was all
+std::optional<int> Parse(CLI::App& app, int argc, char** argv, const bool* listsCommands = nullptr)
+{
+    try
+    {
+        app.parse(argc, argv);
+    }
+    catch (const CLI::CallForHelp&)
+    {
+        std::printf("%s", Wrapped(app.help(), HELP_COLUMN).c_str());
+        return 0;
+    }
+    catch (const CLI::Success& wish) // --version
+    {
+        return app.exit(wish);
+    }
+    catch (const CLI::ParseError& error)
+    {
+        if (listsCommands == nullptr || !*listsCommands)
+        {
+            throw TCUsageError(TextOf(error, app));
+        }
+    }
+    return std::nullopt;
+}
+} // namespace
+
 int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands, int argc, char** argv)
 {
     const std::string first = argc > 1 ? argv[1] : "-";
@@ -203,25 +234,9 @@ int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands
         std::fprintf(stderr, "%s", Wrapped(app.help(), HELP_COLUMN).c_str());
         return EXIT_WITHOUT_COMMAND;
     }
-    try
+    if (const std::optional<int> status = Parse(app, argc, argv, &listsCommands))
     {
-        app.parse(argc, argv);
-    }
-    catch (const CLI::CallForHelp&)
-    {
-        std::printf("%s", Wrapped(app.help(), HELP_COLUMN).c_str());
-        return 0;
-    }
-    catch (const CLI::Success& wish) // --version
-    {
-        return app.exit(wish);
-    }
-    catch (const CLI::ParseError& error)
-    {
-        if (!listsCommands)
-        {
-            throw TCUsageError(TextOf(error, app));
-        }
+        return *status;
     }
     if (listsCommands)
     {
@@ -232,6 +247,15 @@ int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands
         return 0;
     }
     return run();
+}
+
+int RunCommandLine(const char* name, const char* description, const TPrepareCommand& prepare, int argc, char** argv)
+{
+    CLI::App app(description, name);
+    app.get_formatter()->column_width(HELP_COLUMN);
+    const std::function<int()> run = prepare(TCCommandLine(app));
+    const std::optional<int> status = Parse(app, argc, argv);
+    return status ? *status : run();
 }
 
 bool IsOutputWritten()

@@ -60,13 +60,15 @@ private:
     CLI::App* m_app;
 };
 
+/// Adds a command's options and gives what runs it once they are parsed; its result is the exit status.
+using TPrepareCommand = std::function<std::function<int()>(TCCommandLine line)>;
+
 /// One command of a program.
 struct TSCommand
 {
     std::string name;
     std::string help;
-    /// Adds the command's options and gives what runs it once they are parsed; its result is the exit status.
-    std::function<std::function<int()>(TCCommandLine line)> prepare;
+    TPrepareCommand prepare;
 };
 
 /// A program with commands.
@@ -92,6 +94,9 @@ std::string Wrapped(const std::string& text, std::size_t column = 0);
 /// \return the exit status
 /// \throws TCUsageError  also from the command
 int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands, int argc, char** argv);
+
+/// The same for a program without commands.
+int RunCommandLine(const char* name, const char* description, const TPrepareCommand& prepare, int argc, char** argv);
 
 /// At the end: whether all that was printed has been written.
 bool IsOutputWritten();

@@ -101,16 +101,11 @@ int main(int argc, char** argv)
 {
     try
     {
-        const CIM::TSProgram program{"call_bench",
-                                     "Calls and signals through the library beside plain libdbus, sd-bus and a bare "
-                                     "socket, in turns, on a private bus. Prints Markdown tables; a ratio is to plain "
-                                     "libdbus in the same round.",
-                                     "", "command"};
-        const CIM::TSCommand commands[] = {{"run", "the same", CIM::bench::Prepare}};
-        char command[] = "run"; // the only one, so that nobody has to name it
-        std::vector<char*> words(argv, argv + argc);
-        words.insert(words.begin() + 1, command);
-        return CIM::RunCommandLine(program, commands, argc + 1, words.data());
+        return CIM::RunCommandLine("call_bench",
+                                   "Calls and signals through the library beside plain libdbus, sd-bus and a bare "
+                                   "socket, in turns, on a private bus. Prints Markdown tables; a ratio is to plain "
+                                   "libdbus in the same round.",
+                                   CIM::bench::Prepare, argc, argv);
     }
     catch (const std::exception& error)
     {

@@ -12,7 +12,6 @@
 #include <memory>
 #include <random>
 #include <string_view>
-#include <vector>
 
 namespace CIM::soak
 {
@@ -142,16 +141,11 @@ int main(int argc, char** argv)
         {
             return RunRole(argv[1], TakeShared(std::atoi(argv[2])), static_cast<unsigned>(std::atoi(argv[3])));
         }
-        const CIM::TSProgram program{"fault_soak",
-                                     "Applications, a daemon and a bus of their own, with faults at random, in rounds "
-                                     "of some seconds. Every answer and every signal is checked; the exit status is 1 "
-                                     "when anything was wrong.",
-                                     "", "command"};
-        const CIM::TSCommand commands[] = {{"run", "the same", Prepare}};
-        char command[] = "run"; // the only one, so that nobody has to name it
-        std::vector<char*> words(argv, argv + argc);
-        words.insert(words.begin() + 1, command);
-        return CIM::RunCommandLine(program, commands, argc + 1, words.data());
+        return CIM::RunCommandLine("fault_soak",
+                                   "Applications, a daemon and a bus of their own, with faults at random, in rounds "
+                                   "of some seconds. Every answer and every signal is checked; the exit status is 1 "
+                                   "when anything was wrong.",
+                                   Prepare, argc, argv);
     }
     catch (const std::exception& error)
     {
