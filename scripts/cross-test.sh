@@ -2,13 +2,13 @@
 # Builds the library for another processor and runs its tests under qemu-user, those beside the simulator against one
 # that is built for this machine. Installs what is missing, and says the result in its last line. docs/platforms.md tells
 # what ran, and what cannot.
-#   scripts/cross-test.sh ARCH    armhf, arm64
+#   scripts/cross-test.sh ARCH    armhf, arm64; s390x: the golden bytes alone
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 arch=${1:-}
 if [ $# -ne 1 ] || [ ! -f "cmake/toolchains/$arch.cmake" ] || [ "$arch" = debian ]; then
-  echo "usage: scripts/cross-test.sh armhf|arm64" >&2
+  echo "usage: scripts/cross-test.sh armhf|arm64|s390x" >&2
   exit 2
 fi
 limit=2400 # seconds for everything; ccache makes most of them few

@@ -11,7 +11,7 @@ set -uo pipefail
 cd "$(dirname "$0")/.." || exit
 
 names=(gcc-debug gcc-release gcc-relwithdebinfo clang-debug clang-release clang-relwithdebinfo soak asan tsan fuzz armhf
-  arm64 packages)
+  arm64 s390x packages)
 declare -A about=(
   [gcc-debug]="g++, Debug: the preset ci, its tests (scripts/test.sh)"
   [gcc-release]="g++, Release, and its tests"
@@ -25,6 +25,7 @@ declare -A about=(
   [fuzz]="every fuzzer over its corpus and for 10 seconds (scripts/fuzz.sh)"
   [armhf]="32-bit ARM under qemu-user (scripts/cross-test.sh)"
   [arm64]="64-bit ARM under qemu-user (scripts/cross-test.sh)"
+  [s390x]="the golden bytes on a big-endian machine under qemu-user (scripts/cross-test.sh)"
   [packages]="Debian packages, twice the same, used in a bare Debian 12 (scripts/package.sh, scripts/package-test.sh)"
 )
 limit=10800 # seconds for each
@@ -73,7 +74,7 @@ run() {
     ;;
   asan | tsan) scripts/sanitize.sh "$name" ;;
   fuzz) scripts/fuzz.sh 10 ;;
-  armhf | arm64) scripts/cross-test.sh "$name" ;;
+  armhf | arm64 | s390x) scripts/cross-test.sh "$name" ;;
   packages) scripts/package.sh --twice && scripts/package-test.sh ;;
   esac
 }

