@@ -54,6 +54,7 @@ class _Switchboard:
         self._receivers: dict[_Key, list[Signals]] = {}
         self._thread: Optional[threading.Thread] = None
         self.runs_loop = True
+        self.has_ended = False
 
     def add(self, key: _Key, receiver: Signals) -> None:
         with self._change:
@@ -109,6 +110,7 @@ class _Switchboard:
                     receiver._take(signal)
 
     def _end(self) -> None:
+        self.has_ended = True
         _ciapi.end_signals()
         if self._thread is not None and self._thread is not threading.current_thread():
             self._thread.join(1.0)  # a callback that takes longer is left where it is
@@ -184,6 +186,8 @@ class Signals:
         try:
             self._callback(signal)
         except Exception:
+            if _switchboard.has_ended:  # the program is ending, and took away what the callback uses
+                return
             print(f"ciapi: the callback for {signal} has failed:", file=sys.stderr)
             traceback.print_exc()
 

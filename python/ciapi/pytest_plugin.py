@@ -60,6 +60,7 @@ def _telling(test: Any, story: ciapi.sim.Story) -> Any:
 
     @functools.wraps(test)
     def told(*args: Any, **kwargs: Any) -> None:
+        __tracebackhide__ = True
         test(*args, **kwargs)
         story.finish()
 

@@ -202,6 +202,7 @@ class Story:
 
     def finish(self, timeout: float = 30.0) -> None:
         """Waits until the story is over. Raises StoryError, with the simulator's words, when it was not met."""
+        __tracebackhide__ = True
         deadline = time.monotonic() + timeout
         while not self._sim._has_ended() and time.monotonic() < deadline:
             time.sleep(INTERVAL)
