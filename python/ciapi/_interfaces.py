@@ -88,7 +88,8 @@ class Operation:
         made = []
         for each in self.parameters:
             if each.word in GIVEN:
-                made.append(inspect.Parameter(each.name, inspect.Parameter.POSITIONAL_OR_KEYWORD, annotation=each.taken))
+                kind = inspect.Parameter.POSITIONAL_OR_KEYWORD
+                made.append(inspect.Parameter(each.name, kind, annotation=each.taken))
         for each in self.parameters:
             if each.word in ("one_way", "not_sent"):
                 default = False if each.word == "one_way" else None

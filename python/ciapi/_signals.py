@@ -2,9 +2,9 @@
 
 from __future__ import annotations
 
-import atexit
 import collections
 import dataclasses
+import os
 import sys
 import threading
 import time
@@ -98,7 +98,6 @@ class _Switchboard:
         if self._thread is None:
             self._thread = threading.Thread(target=self._deliver, name="ciapi-signals", daemon=True)
             self._thread.start()
-            atexit.register(self._end)
 
     def _deliver(self) -> None:
         while (parts := _ciapi.next_signal()) is not None:
@@ -109,16 +108,27 @@ class _Switchboard:
                 for receiver in receivers:
                     receiver._take(signal)
 
-    def _end(self) -> None:
+    def end(self) -> None:
+        if self._thread is None:
+            return
         self.has_ended = True
         _ciapi.end_signals()
-        if self._thread is not None and self._thread is not threading.current_thread():
+        if self._thread is not threading.current_thread():
             self._thread.join(1.0)  # a callback that takes longer is left where it is
         if self.runs_loop:
             _ciapi.stop_loop()
 
 
 _switchboard = _Switchboard()
+
+
+def _forget() -> None:
+    """In a forked child: the threads are its parent's, and locks that they held stay held."""
+    global _switchboard
+    _switchboard = _Switchboard()
+
+
+os.register_at_fork(after_in_child=_forget)
 
 
 def application_runs_loop() -> None:
@@ -224,3 +234,8 @@ class Signals:
 def close_all() -> None:
     """Ends all subscriptions of the process."""
     _switchboard.close_all()
+
+
+def end() -> None:
+    """For the end of the process: no callback begins any more, and the threads end."""
+    _switchboard.end()

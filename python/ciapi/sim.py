@@ -181,7 +181,8 @@ class Calls:
         deadline = time.monotonic() + timeout
         while len(calls := self.of(operation)) < count:
             if time.monotonic() >= deadline:
-                raise TimeoutError(f"{operation_name(operation)} came {len(calls)} times within {timeout} s, not {count}")
+                name = operation_name(operation)
+                raise TimeoutError(f"{name} came {len(calls)} times within {timeout} s, not {count}")
             time.sleep(INTERVAL)
         return calls
 
@@ -210,7 +211,8 @@ class Story:
         if status == EXIT_UNMET:
             raise StoryError(self._sim._take_words().strip())
         if status != 0:
-            raise StoryError(f"{self.name} does not come to its end (status {status})\n{self._sim._take_words()}".strip())
+            words = f"{self.name} does not come to its end (status {status})\n{self._sim._take_words()}"
+            raise StoryError(words.strip())
 
     def __enter__(self) -> Story:
         return self
@@ -229,7 +231,9 @@ class Simulator(Controls):
     ``remove_cam(0)``, ``open_menu(0)``, ... (``help(ciapi.sim.Simulator)``).
     """
 
-    def __init__(self, options: list[str], play: list[str], keys: Mapping[str, str], warm_up: int, program: str) -> None:
+    def __init__(
+        self, options: list[str], play: list[str], keys: Mapping[str, str], warm_up: int, program: str
+    ) -> None:
         self._options = options
         self._play = play
         self._keys = dict(keys)
@@ -239,6 +243,7 @@ class Simulator(Controls):
         self._status: Optional[int] = None
         self._words: Any = None
         self._is_open = False
+        self._owner = os.getpid()
         self.story: Optional[Story] = None
 
     def __enter__(self) -> Simulator:
@@ -265,7 +270,7 @@ class Simulator(Controls):
     def close(self) -> None:
         """Ends the simulator, and the subscriptions of the process."""
         global _running
-        if self._is_open:
+        if self._is_open and self._owner == os.getpid():  # a forked child has nothing to end
             self._is_open = False
             try:
                 _signals.close_all()
@@ -334,7 +339,9 @@ class Simulator(Controls):
         """Any verb of ``ci-daemon-sim ctl``. Raises ValueError, with the reason, when it is refused."""
         return _ciapi.ask(verb, [_word(each) for each in arguments])
 
-    def play(self, scenario: Union[str, os.PathLike[str]], *, step_timeout: float = 10.0, seed: Optional[int] = None) -> Story:
+    def play(
+        self, scenario: Union[str, os.PathLike[str]], *, step_timeout: float = 10.0, seed: Optional[int] = None
+    ) -> Story:
         """Plays a story in place of the set; afterwards the set is there again, as it was at the beginning.
 
             with sim.play("menu-walk"):
@@ -425,4 +432,10 @@ def run(
     return Simulator(options, play, keys or {}, warm_up, found)
 
 
-atexit.register(lambda: _running.close() if _running is not None else None)
+def _end_process() -> None:
+    _signals.end()  # first: callbacks are not to be told that the daemon goes
+    if _running is not None:
+        _running.close()
+
+
+atexit.register(_end_process)

@@ -26,7 +26,11 @@ class Program:
 
     def __init__(self, text):
         self.process = subprocess.Popen(
-            [sys.executable, "-c", BEGIN + text], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True
+            [sys.executable, "-c", BEGIN + text],
+            stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            text=True,
         )
         told = self.process.stdout.readline().split()
         if len(told) != 2:
@@ -124,15 +128,16 @@ def test_an_exit_while_threads_call():
 
 def test_a_forked_child_is_refused_and_ends_nothing():
     program = Program(
-        "with sim.run() as simulator:\n"
+        "with sim.run() as simulator, Signals(READY) as signals:\n"
         "  tell(simulator); ciapi.general.get_cam_modes()\n"
         "  child = os.fork()\n"
         "  try: ciapi.general.get_cam_modes()\n"
         "  except ciapi.CallError as error: outcome = error.outcome\n"
         "  else: outcome = ciapi.CallOutcome.ANSWERED\n"
-        "  if child == 0: os._exit(outcome)\n"
+        "  if child == 0: sys.exit(outcome)\n"
         "  assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == ciapi.CallOutcome.NOT_SENT\n"
         "  assert outcome == ciapi.CallOutcome.ANSWERED\n"
+        "  simulator.remove_cam(0); signals.get(timeout=5)\n"
     )
     assert (program.end(), program.process.returncode) == ("", 0)
 

@@ -42,8 +42,8 @@ def test_side_by_side(ci_sim, number):
 def run(folder, *options):
     (folder / "test_it.py").write_text(TESTS)
     return subprocess.run(
-        [sys.executable, "-m", "pytest", "-p", "no:cacheprovider", "--strict-markers", "--rootdir", folder,
-         "--basetemp", folder / "tmp", *options],
+        [sys.executable, "-m", "pytest", "-p", "no:cacheprovider", "--strict-markers", "--rootdir", folder]
+        + ["--basetemp", folder / "tmp", *options],
         cwd=folder,
         env={**os.environ, "BUSES": str(folder / "buses")},
         capture_output=True,

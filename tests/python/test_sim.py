@@ -17,9 +17,10 @@ def test_one_after_the_other_in_a_process():
         with sim.run(insert=insert) as simulator:
             assert ciapi.general.get_ci_slot_status(0) == expected
             assert len(simulator.calls) == 1
-            with ciapi.Signals(ciapi.ECISignalType.SIGNAL_CI_CAM_READY_STATUS_CHANGED, handle=0 if not insert else 1) as s:
-                simulator.remove_cam(0 if not insert else 1)
-                assert s.get(timeout=5).code == NO_CAM
+            slot = 1 if insert else 0
+            with ciapi.Signals(ciapi.ECISignalType.SIGNAL_CI_CAM_READY_STATUS_CHANGED, handle=slot) as signals:
+                simulator.remove_cam(slot)
+                assert signals.get(timeout=5).code == NO_CAM
 
 
 def test_one_at_a_time(ci_sim):
