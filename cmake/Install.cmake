@@ -1,5 +1,5 @@
 # What is installed, in components: "runtime" for a set, "development" for who builds applications, "testing" for their
-# tests, "tools" for people, "documentation". Every file is in one.
+# tests, "tools" for people, "python" for who writes in Python, "documentation". Every file is in one.
 include(CMakePackageConfigHelpers)
 
 set(ciapi_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ciapi)
@@ -69,6 +69,15 @@ if(TARGET ciapi_dissector)
   set(CIAPI_WIRESHARK_PLUGINS "${CMAKE_INSTALL_LIBDIR}/wireshark/plugins" CACHE STRING "Where Wireshark looks for plugins in Lua")
   get_target_property(dissector ciapi_dissector DISSECTOR)
   install(FILES ${dissector} DESTINATION ${CIAPI_WIRESHARK_PLUGINS} COMPONENT tools)
+endif()
+
+if(TARGET ciapi_python)
+  install(TARGETS ciapi_python LIBRARY DESTINATION ${CIAPI_PYTHON_DIR}/ciapi COMPONENT python)
+  ciapi_leave_to_the_loader(${CIAPI_PYTHON_DIR}/ciapi ciapi_python python)
+  get_target_property(files ciapi_python_package FILES)
+  install(FILES ${files} DESTINATION ${CIAPI_PYTHON_DIR}/ciapi COMPONENT python)
+  install(DIRECTORY ${CMAKE_BINARY_DIR}/python/ciapi-${PROJECT_VERSION}.dist-info DESTINATION ${CIAPI_PYTHON_DIR}
+    COMPONENT python)
 endif()
 
 # Laid out as here, so that the links between the pages hold.

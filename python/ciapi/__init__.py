@@ -1,0 +1,8 @@
+"""The DVB Common Interface slots of a Linux TV: the nine interfaces of libciapi, its signals, and a simulated set."""
+
+from ciapi import _ciapi, sim
+from ciapi._interfaces import INTERFACES, CallError, NotOperableError, RefusedError
+from ciapi._signals import Signal, Signals, application_runs_loop
+
+globals().update(INTERFACES)
+globals().update({_name: _class for _name, _class in vars(_ciapi).items() if isinstance(_class, type)})

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <pybind11/pybind11.h>
+
+#include <unistd.h>
+
+namespace CIM::python
+{
+/// Releases the interpreter's lock for a block that waits, or that takes locks of the library. A thread that comes back
+/// when the interpreter is ending stays where it is until the process is gone: the interpreter would end it in the middle
+/// of C++.
+class TCWithoutLock
+{
+public:
+    TCWithoutLock() : m_state(PyEval_SaveThread()) {}
+    ~TCWithoutLock() noexcept(false) // the interpreter may end the thread by unwinding it
+    {
+        while (_Py_IsFinalizing() != 0)
+        {
+            pause();
+        }
+        PyEval_RestoreThread(m_state);
+    }
+    TCWithoutLock(const TCWithoutLock&) = delete;
+    TCWithoutLock& operator=(const TCWithoutLock&) = delete;
+
+private:
+    PyThreadState* m_state;
+};
+} // namespace CIM::python
