@@ -63,13 +63,13 @@ public:
     int Run(const std::function<void()>& ready)
     {
         m_serve.daemon.markerPath = TCMarker::DefaultPath(); // of the private bus
-        m_serve.company = [this](TCSimulatedDaemon& daemon, std::function<void(int)>) -> std::shared_ptr<void>
+        m_serve.company = [this](TCSimulatedDaemon& daemon, std::function<void(int)> quit) -> std::shared_ptr<void>
         {
             if (m_story != nullptr)
             {
                 TSPlayOptions options;
-                options.quit = [](int) {}; // a story that is not met is told, and the page stays
-                options.isPatient = true;  // people play it
+                options.quit = [this, quit](int status) { status == EXIT_UNMET ? TellUnmet() : quit(status); };
+                options.isPatient = true; // people play it
                 options.onProgress = [this](const std::string& words) { m_screen->Progress(words); };
                 options.onOver = [this] { m_screen->Over(m_play->OverWords()); };
                 m_play = MakePlay(*m_story, daemon, options);
@@ -92,6 +92,19 @@ public:
     }
 
 private:
+    /// The page stays: there may be more to see.
+    void TellUnmet()
+    {
+        for (const TSPartResult& part : m_play->Results())
+        {
+            if (part.state == TSPartResult::UNMET)
+            {
+                m_screen->Over("not met: " + part.name + ": " + part.words);
+                return;
+            }
+        }
+    }
+
     const TSScenario* m_story;
     TSServeOptions m_serve;
     TSScreenOptions m_screenOptions;

@@ -41,7 +41,8 @@ json::TJson TCTv::m_OfModel() const
     TJson dialogues = TJson::object();
     const TInvoke invoke = [this](const json::TCOperationForm& operation, const TJson& arguments)
     { return operation.Invoke(&m_model.Of<ICIGeneral>(), arguments); };
-    for (const TJson& open : m_model.State().at("mmi"))
+    const TJson state = m_model.State();
+    for (const TJson& open : state.at("mmi"))
     {
         const unsigned slot = open.at("slot").get<unsigned>();
         dialogues[std::to_string(slot)] = ReadDialogue(invoke, slot);

@@ -341,13 +341,18 @@ class InABrowser(unittest.TestCase):
 
 
 def take_picture(path):
-    with Browser(*BROWSER) as browser, Simulator("enquiry-pin") as simulator:
-        browser.size(1280, 1000)
+    with Browser(*BROWSER) as browser, Simulator("menu-walk") as simulator:
+        browser.size(1280, 1260)
         browser.open(simulator.address)
         browser.until_text("#slot-0", "State\nready")
+        browser.click("#filter-signal")
+        browser.type("#filter", "mmi")
         browser.click(MENU)
-        browser.until_text("#chart", "GetMmiMenu")
-        browser.click("#remote [data-remote=down]")
+        browser.until(lambda: browser.run("return !!document.querySelector('.tv-choices')"), "a menu")
+        browser.click(f"{PAGE} .tv-choices button")
+        browser.until_text("#chart", "AnswerMmiMenu")
+        browser.click("#filter-signal")
+        browser.run("document.activeElement.blur()")
         with open(path, "wb") as file:
             file.write(browser.picture())
 
@@ -356,4 +361,4 @@ if __name__ == "__main__":
     if CASES.endswith(".png"):
         take_picture(CASES)
     else:
-        unittest.main(argv=[sys.argv[0], "-v", CASES])
+        unittest.main(argv=[sys.argv[0], "-v", *CASES.split(",")])

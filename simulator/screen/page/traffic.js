@@ -8,8 +8,6 @@ const MOST_SHOWN = 400;
 const LATE_MS = 100;
 const OPEN_MS = 1000; // a call that waits for longer is told
 
-const TITLES = { call: "call", reply: "reply", signal: "signal" };
-
 export class Traffic {
   constructor(link) {
     this.link = link;
@@ -19,7 +17,7 @@ export class Traffic {
     this.lost = 0;
     this.isPaused = false;
     this.filter = el("input", { type: "search", id: "filter", placeholder: "a part of a name", autocomplete: "off", on: { input: () => this.rebuild() } });
-    this.kinds = ["call", "reply", "signal"].map((kind) => this.box(kind, `${kind}s`, true));
+    this.kinds = [["call", "calls"], ["reply", "replies"], ["signal", "signals"]].map(([kind, words]) => this.box(kind, words, true));
     this.bad = this.box("bad", "only late and failed", false);
     this.pause = el("button", { type: "button", id: "pause", "aria-pressed": "false", on: { click: () => this.toggle() } }, "Pause");
     this.count = el("span", { id: "traffic-count" });
@@ -123,7 +121,7 @@ export class Traffic {
     },
     el("span", { class: "time" }, (entry.t / 1000).toFixed(3)),
     el("span", { class: "lane" }, entry.kind === "signal" ? "all" : entry.from ?? ""),
-    el("span", { class: "arrow", "aria-label": TITLES[entry.kind] }, el("span", { class: "name" }, entry.name.replace(/^SIGNAL_CI_/, ""))),
+    el("span", { class: "arrow", "aria-label": `${entry.kind} ${entry.name}` }, el("span", { class: "name" }, entry.name.replace(/^SIGNAL_CI_/, ""))),
     el("span", { class: "lane daemon" }, "CI daemon"),
     el("span", { class: "note" }, note));
     this.rows.set(entry.n, row);
@@ -157,7 +155,7 @@ export class Traffic {
   async details(number) {
     try {
       const { result } = await this.link.request({ do: "details", number });
-      DETAILS.replaceChildren(el("h3", {}, `${TITLES[result.kind]} ${result.name}`),
+      DETAILS.replaceChildren(el("h3", {}, `${result.kind} ${result.name}`),
         el("pre", { tabindex: 0 }, JSON.stringify(result, null, 2)),
         el("button", { type: "button", on: { click: () => DETAILS.replaceChildren() } }, "Close"));
     } catch (error) {

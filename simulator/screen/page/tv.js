@@ -5,12 +5,9 @@ const REMOTE = document.getElementById("remote");
 const NOTE = document.getElementById("tv-note");
 const NO_LIMIT = 255;
 
-const KEYS = [
-  ["menu", "Menu"], ["up", "Up"], ["exit", "Exit"],
-  ["back", "Back"], ["ok", "OK"], ["slot", "Slot"],
-  ["", ""], ["down", "Down"], ["", ""],
-  ["1", "1"], ["2", "2"], ["3", "3"], ["4", "4"], ["5", "5"], ["6", "6"], ["7", "7"], ["8", "8"], ["9", "9"],
-  ["clear", "Clear"], ["0", "0"], ["", ""],
+const PADS = [ // three keys a row
+  [["menu", "Menu"], ["up", "Up"], ["exit", "Exit"], ["back", "Back"], ["ok", "OK"], ["slot", "Slot"], null, ["down", "Down"]],
+  [..."123456789"].map((digit) => [digit, digit]).concat([["clear", "Clear"], ["0", "0"]]),
 ];
 const KEYBOARD = { ArrowUp: "up", ArrowDown: "down", Enter: "ok", Escape: "exit", Backspace: "clear", m: "menu" };
 
@@ -24,9 +21,8 @@ export class Tv {
     this.open = null; // what is shown: a dialogue, or a question of the set's own
     this.chosen = 1;
     this.typed = "";
-    for (const [key, label] of KEYS) {
-      REMOTE.append(key === "" ? el("span") : el("button", { type: "button", "data-remote": key, on: { click: () => this.press(key) } }, label));
-    }
+    REMOTE.append(...PADS.map((keys) => el("div", { class: "pad" }, ...keys.map((key) => key === null ? el("span")
+      : el("button", { type: "button", "data-remote": key[0], on: { click: () => this.press(key[0]) } }, key[1])))));
     SCREEN.tabIndex = 0;
     SCREEN.addEventListener("keydown", (event) => {
       const key = /^[0-9]$/.test(event.key) ? event.key : KEYBOARD[event.key];
@@ -60,10 +56,9 @@ export class Tv {
       this.chosen = 1;
       this.typed = "";
     }
-    show(REMOTE, [this.isApplication], () => Array.from(REMOTE.children, (child) => {
-      child.disabled = !this.isApplication && child.dataset.remote !== "slot";
-      return child;
-    }));
+    for (const key of REMOTE.querySelectorAll("button")) {
+      key.disabled = !this.isApplication && key.dataset.remote !== "slot";
+    }
     this.calling = tv.calling ?? "";
     this.about = {
       role: tv.role, trouble: tv.trouble ?? "", slot: this.slot, cam: set.slots[this.slot], open: this.open,
