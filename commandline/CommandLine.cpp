@@ -159,6 +159,16 @@ void TCCommandLine::Words(const std::string& name, std::vector<std::string>& val
     }
 }
 
+void TCCommandLine::CommandBehindDashes(const std::string& name, std::vector<std::string>& values,
+                                        const std::string& help)
+{
+    Words(name, values, EHowMany::ANY, help);
+    if (m_behind != nullptr)
+    {
+        *m_behind = &values;
+    }
+}
+
 void TCCommandLine::OptionsComeFirst() { m_app->positionals_at_end(); }
 
 void TCCommandLine::LeaveTheRest() { m_app->prefix_command(); }
@@ -224,10 +234,19 @@ int RunCommandLine(const TSProgram& program, std::span<const TSCommand> commands
     AddProgramOptions(app, program, listsCommands);
     app.require_subcommand(1, 1);
     std::function<int()> run;
+    TCCommandLine::TWords* behind = nullptr;
     for (const TSCommand& command : commands)
     {
         CLI::App* const sub = app.add_subcommand(command.name, command.help);
-        sub->callback([&run, prepared = command.prepare(TCCommandLine(*sub))] { run = prepared; });
+        TCCommandLine::TWords* its = nullptr;
+        sub->callback([&run, prepared = command.prepare(TCCommandLine(*sub, &its))] { run = prepared; });
+        behind = first == command.name ? its : behind;
+    }
+    if (behind != nullptr)
+    {
+        char** const dashes = std::find(argv, argv + argc, std::string_view("--"));
+        behind->assign(std::min(dashes + 1, argv + argc), argv + argc);
+        argc = static_cast<int>(dashes - argv);
     }
     if (argc < 2)
     {

@@ -34,7 +34,10 @@ enum class EHowMany
 class TCCommandLine
 {
 public:
-    explicit TCCommandLine(CLI::App& app) : m_app(&app) {}
+    using TWords = std::vector<std::string>;
+
+    /// \param[out] behind  set to where the words behind "--" belong, by a command that keeps them apart; may be null
+    explicit TCCommandLine(CLI::App& app, TWords** behind = nullptr) : m_app(&app), m_behind(behind) {}
 
     /// \param[in] name  with dashes; behind a '!' for a flag that clears the value
     void Flag(const std::string& name, bool& value, const std::string& help);
@@ -48,6 +51,8 @@ public:
     void Option(const std::string& name, std::vector<std::string>& values, EHowMany howMany, const std::string& help);
     /// Words by their place; any number of them only behind all others.
     void Words(const std::string& name, std::vector<std::string>& values, EHowMany howMany, const std::string& help);
+    /// A command to run, which begins behind "--" also where a word in front of it is left out.
+    void CommandBehindDashes(const std::string& name, std::vector<std::string>& values, const std::string& help);
     /// Everything from the first word on is a word, also with dashes.
     void OptionsComeFirst();
     /// Everything from the first word that has no meaning here is left to the command.
@@ -58,6 +63,7 @@ public:
 
 private:
     CLI::App* m_app;
+    TWords** m_behind;
 };
 
 /// Adds a command's options and gives what runs it once they are parsed; its result is the exit status.

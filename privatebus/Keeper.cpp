@@ -3,7 +3,6 @@
 #include "privatebus/Process.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -39,8 +38,9 @@ struct TSPlan
     std::string configurationOption;
     std::string addressOption;
     int lifeline;
-    int address; ///< dbus-daemon says here that it listens
-    int report;  ///< the keeper and the companion
+    int address;           ///< dbus-daemon says here that it listens
+    int report;            ///< the keeper and the companion
+    std::vector<int> kept; ///< these, and what the companion gets; sorted
 };
 
 /// A bus for one purpose: nobody of the machine's services is on it, and 256 clients with two connections each fit.
@@ -55,10 +55,9 @@ std::string Configuration(const TCBusFolder& folder, const std::string& more)
            more + "</busconfig>\n";
 }
 
-/// Of the descriptors above standard error.
-void CloseAllBut(std::array<int, 3> kept)
+/// Of the descriptors above standard error. \param[in] kept  sorted
+void CloseAllBut(const std::vector<int>& kept)
 {
-    std::sort(kept.begin(), kept.end());
     unsigned first = STDERR_FILENO + 1;
     for (const int fd : kept)
     {
@@ -171,8 +170,7 @@ pid_t StartCompanion(const TSPlan& plan)
 
 [[noreturn]] void Keep(const TSPlan& plan)
 {
-    CloseAllBut(
-        {plan.lifeline, plan.address, plan.report}); // a peer of one of the maker's descriptors must not wait for us
+    CloseAllBut(plan.kept); // a peer of one of the maker's descriptors must not wait for us
     prctl(PR_SET_NAME, plan.options.name);
     setpgid(0, 0); // an interrupt from the terminal is for the maker; we follow when it has ended
     sigset_t all;
@@ -190,6 +188,10 @@ pid_t StartCompanion(const TSPlan& plan)
         if (got > 0 && companion < 0)
         {
             companion = StartCompanion(plan);
+            for (const int fd : plan.options.handed)
+            {
+                close(fd);
+            }
         }
     }
     if (companion > 0)
@@ -301,6 +303,9 @@ void TCKeeper::Start(const TCBusFolder& folder, const TSKeeperOptions& options)
         CloseBoth(report);
         fail(std::string("no pipe: ") + std::strerror(error));
     }
+    std::vector<int> kept = {lifeline[0], address[1], report[1]};
+    kept.insert(kept.end(), options.handed.begin(), options.handed.end());
+    std::sort(kept.begin(), kept.end());
     const TSPlan plan{options,
                       folder.Path(),
                       folder.File("bus.log"),
@@ -308,7 +313,8 @@ void TCKeeper::Start(const TCBusFolder& folder, const TSKeeperOptions& options)
                       "--print-address=" + std::to_string(address[1]),
                       lifeline[0],
                       address[1],
-                      report[1]};
+                      report[1],
+                      std::move(kept)};
     m_maker = getpid();
     m_keeper = Fork(plan);
     const int error = errno;

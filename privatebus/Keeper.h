@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -19,6 +20,8 @@ struct TSKeeperOptions
     /// Runs beside the bus, in a process of its own that inherits the environment; calls ready once it can be used.
     /// May be empty; needs a maker with a single thread. \return the exit status of that process
     std::function<int(const std::function<void()>& ready)> companion;
+    /// Descriptors that the companion needs; of the others it has none but the standard ones.
+    std::vector<int> handed;
     /// The keeper is nobody's child: a program that waits for its children does not wait for it.
     bool isOrphan = false;
 };

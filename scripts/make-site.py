@@ -49,7 +49,7 @@ def page(path, pages, text):
         if heading and not fenced:
             line += f" {{#{label(path, heading[1])}}}"
         elif not fenced:
-            line = re.sub(r"\[([^\]]*)\]\(([^)\s]+)\)", lambda match: linked(path, pages, match), line)
+            line = re.sub(r"(?<!!)\[([^\]]*)\]\(([^)\s]+)\)", lambda match: linked(path, pages, match), line)
         lines.append(line)
     return "\n".join(lines) + "\n"
 
@@ -69,6 +69,9 @@ def lay_out(folder):
     for headers in HEADERS:
         for file in (SOURCES / headers).glob("*.h"):
             texts[file.relative_to(SOURCES)] = header(file.read_text())
+    for picture in SOURCES.glob("docs/*.png"):
+        (folder / "docs").mkdir(exist_ok=True)
+        shutil.copy(picture, folder / "docs")
     for path, text in texts.items():
         (folder / path).parent.mkdir(parents=True, exist_ok=True)
         (folder / path).write_text(text)

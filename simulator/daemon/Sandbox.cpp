@@ -62,6 +62,11 @@ public:
                 _exit(EXIT_SANDBOX_FAILED);
             }
             sigprocmask(SIG_SETMASK, &before, nullptr);
+            if (m_options.command.empty())
+            {
+                close(report[1]);
+                _exit(m_options.application());
+            }
             Become(m_options.command, report[1]);
         }
         close(report[1]);
@@ -125,13 +130,12 @@ private:
         else if (errno == EAGAIN && !m_isHeldUp)
         {
             m_isHeldUp = true;
-            Complain(m_options.command[0] + " was asked to end (SIGTERM) and goes on; waiting for it");
+            Complain(m_Name() + " was asked to end (SIGTERM) and goes on; waiting for it");
         }
         else if (errno == EAGAIN)
         {
             m_isKilled = privatebus::SendSignal(m_child, SIGKILL);
-            Complain(m_options.command[0] + " does not end within " + std::to_string(PATIENCE_S + MORE_S) +
-                     " s and is killed");
+            Complain(m_Name() + " does not end within " + std::to_string(PATIENCE_S + MORE_S) + " s and is killed");
         }
     }
 
@@ -146,6 +150,8 @@ private:
             m_end.interruption = info.si_signo;
         }
     }
+
+    std::string m_Name() const { return m_options.command.empty() ? "the application" : m_options.command[0]; }
 
     const TSSandboxOptions& m_options;
     const sigset_t& m_waited;
@@ -173,6 +179,7 @@ try
 
     privatebus::TSKeeperOptions held;
     held.name = "ci-sim-keeper";
+    held.handed = options.handed;
     held.companion = [&](const std::function<void()>& ready)
     {
         prctl(PR_SET_NAME, "ci-daemon-sim");
@@ -183,6 +190,10 @@ try
         privatebus::TCKeeper keeper;
         privatebus::WriteFeatureKeys(folder.FeatureKeyFile(), options.featureKeys);
         keeper.Start(folder, held);
+        for (const int fd : options.handed)
+        {
+            close(fd);
+        }
         const TSCommandEnd end = TCCommand(options, waited).Run(before);
         status = end.status;
         if (options.onCommandEnd)

@@ -21,7 +21,11 @@ struct TSSandboxOptions
     /// Plays the daemon, in a process of its own that is on the private bus already; calls ready once it can be used.
     /// \return its exit status
     std::function<int(const std::function<void()>& ready)> simulator;
+    /// Descriptors that the simulator gets; here they are closed once it has them.
+    std::vector<int> handed;
     std::vector<std::string> command;
+    /// Runs in the place of a command when there is none, in a process of its own. \return its exit status
+    std::function<int()> application;
     /// Whether the simulator wants the command to end: a SIGTERM then comes from it, not from a user. A command that
     /// goes on all the same is ended after 5 seconds. May be empty.
     std::function<bool()> isOver;

@@ -86,7 +86,7 @@ TCandidates Candidates(const TSPlace& place)
     {
         return Insertions(place.typed);
     }
-    if (place.option == "journal")
+    if (place.option == "journal" || place.option == "token-file")
     {
         return FileCandidates(place.typed);
     }
@@ -94,7 +94,7 @@ TCandidates Candidates(const TSPlace& place)
     {
         return {};
     }
-    if (place.command == "play")
+    if (place.command == "play" || place.command == "screen")
     {
         return Scenarios(place);
     }

@@ -10,6 +10,8 @@ const std::vector<TSCommand>& Commands()
          PrepareRun},
         {"ctl", "ask the simulator on the system bus to do something: ctl VERB [ARGUMENT ...]", PrepareControl},
         {"play", "play a scenario: play NAME|FILE [-- COMMAND [ARGUMENT ...]]", PreparePlay},
+        {"screen", "the simulator as a page of this machine's browser: screen [NAME|FILE] [-- COMMAND [ARGUMENT ...]]",
+         PrepareScreen},
         {"list", "the scenarios that came with this program", PrepareList},
         {"describe", "what happens in a scenario, and what it expects: describe NAME|FILE", PrepareDescribe},
         {"check", "check scenario files, without playing them", PrepareCheck},

@@ -11,6 +11,7 @@ std::function<int()> PrepareServe(TCCommandLine line);
 std::function<int()> PrepareRun(TCCommandLine line);
 std::function<int()> PrepareControl(TCCommandLine line);
 std::function<int()> PreparePlay(TCCommandLine line);
+std::function<int()> PrepareScreen(TCCommandLine line);
 std::function<int()> PrepareList(TCCommandLine line);
 std::function<int()> PrepareDescribe(TCCommandLine line);
 std::function<int()> PrepareCheck(TCCommandLine line);

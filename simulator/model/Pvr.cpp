@@ -369,9 +369,11 @@ json::TCDraft TCPvr::State() const
     json::TCDraft recordings = json::List();
     for (const auto& [file, recording] : m_recordings)
     {
+        const auto end = m_EndOfRetention(recording.definition);
         recordings.Append(json::Record({{"file", file},
                                         {"emi", recording.definition.emi},
                                         {"exceeded", m_IsExceeded(recording)},
+                                        {"expiresAt", end ? json::TCDraft(*end) : json::TCDraft()},
                                         {"expiredSections", m_Expired(recording).size()},
                                         {"playsLeft", recording.playsLeft},
                                         {"blocked", recording.definition.isBlocked}}));

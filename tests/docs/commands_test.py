@@ -34,6 +34,7 @@ MANNERS = [
     (r"ci-daemon-sim (run|play menu-walk .*) -- ./show-a-cams-menu", {"input": "1\n0\nq\n"}),
     (r"ci-daemon-sim run -- bash", {"input": "cictl slots\nexit\n"}),
     (r"cictl call ICIGeneral.VerifyCamPin .*pin=-", {"input": "1234\n"}),
+    (r"ci-daemon-sim screen.*", {"seconds": 2}),
     (r"cictl watch|cictl wait .*signal=.*", {"seconds": 1}),
 ]
 

@@ -1,10 +1,9 @@
 #include "cictl/DaemonAccess.h"
 
+#include "calls/Instance.h"
 #include "cictl/Doctor.h"
 #include "cictl/Host.h"
 #include "cictl/Verb.h"
-
-#include "protocol/Interfaces.h"
 
 #include <ciapi/CICallOutcome.h>
 #include <ciapi/CINames.h>
@@ -15,7 +14,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <string_view>
-#include <tuple>
 #include <utility>
 
 namespace CIM::cictl
@@ -60,37 +58,6 @@ void RequireFeatureKeys()
                                                : "CI is not enabled or not certified on this set (" + CI_FMS_SUPPORT +
                                                      ", " + CI_FMS_SUPPORT_CERTIFICATION + ")");
     }
-}
-
-ICISignalSubscriber* SubscriberInstance()
-{
-    return TCCIService::CISignalSubscriberInstance(nullptr); // a single call hears no signals; TCSignals does
-}
-
-/// The facade's instance of an interface, as Invoke takes it. Connects when it is the first.
-void* InstanceOf(const json::TCInterfaceForm& interface)
-{
-    static constexpr std::tuple instances{
-        &TCCIService::CIGeneralInstance,
-        &TCCIService::CIAppMMIInstance,
-        &TCCIService::CIOperatorProfileInstance,
-        &TCCIService::PvrCipInstance,
-        &TCCIService::CIDebugInstance,
-        &TCCIService::CIAuxiliaryFileSystemInstance,
-        &TCCIService::CICAMPlayerInstance,
-        &TCCIService::CISampleDecryptionInstance,
-        &SubscriberInstance,
-    };
-    void* instance = nullptr;
-    protocol::ForEachInterface(
-        [&]<class Interface>(protocol::TType<Interface>)
-        {
-            if (interface.Name() == protocol::NameOf<Interface>())
-            {
-                instance = std::get<Interface* (*)()>(instances)();
-            }
-        });
-    return instance;
 }
 
 /// Why a call failed. What D-Bus says of these errors is meant for programmers.

@@ -31,7 +31,4 @@ private:
     bool m_withSecrets;
     bool m_hasTold = false;
 };
-
-/// Overwrites the secrets in a call of the CI daemon's, or what could be one; every length stays as it is.
-void CoverSecrets(DBusMessage* call);
 } // namespace CIM::cictl
