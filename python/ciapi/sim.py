@@ -300,7 +300,10 @@ class Simulator(Controls):
         self._status = None
         self._words = tempfile.TemporaryFile()
         _marker().unlink(missing_ok=True)
-        self._process = subprocess.Popen([self._program, *arguments], stdin=subprocess.DEVNULL, stderr=self._words)
+        # An interrupt from the terminal is for the application; the simulator follows when the bus goes.
+        self._process = subprocess.Popen(
+            [self._program, *arguments], stdin=subprocess.DEVNULL, stderr=self._words, start_new_session=True
+        )
         self._wait_for_marker(START_TIMEOUT)
 
     def _wait_for_marker(self, timeout: float, before: tuple[int, int] = (0, 0)) -> None:
