@@ -82,6 +82,14 @@ quietly "cmake -S /usr/share/doc/ciapi/examples/consumer -B consumer && cmake --
 expect "100% tests passed" "ctest --test-dir consumer --output-on-failure --no-tests=error"
 quietly "rm -rf consumer my-app* compile.sh"
 
+echo "== The README's test in Python"
+quietly "apt-get install -y --no-install-recommends python3-pytest"
+inside "
+  sed -n '/^\`\`\`python/,/^\`\`\`\$/p' /usr/share/doc/ciapi/README.md | sed '/^\`\`\`/d' >test_it.py
+  grep -q ci_sim test_it.py" || fail "the README has no test in Python"
+expect "1 passed" "python3 -B -m pytest -p no:cacheprovider test_it.py"
+quietly "rm -rf test_it.py"
+
 echo "== Removal"
 names=$(for package in "$packages"/*.deb; do dpkg-deb --field "$package" Package; done | tr '\n' ' ')
 inside "for name in $names; do dpkg -L \$name; done" | sort -u >"$root/packages/owned"

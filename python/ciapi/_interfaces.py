@@ -165,6 +165,15 @@ def operations_of(interface: Any) -> list[Operation]:
     return [member.operation for member in vars(type(interface)).values() if hasattr(member, "operation")]
 
 
+# The classes of several outputs.
+OUTPUTS: dict[str, type] = {
+    operation.outputs_class.__name__: operation.outputs_class
+    for interface in INTERFACES.values()
+    for operation in operations_of(interface)
+    if operation.outputs_class is not None
+}
+
+
 def operation_name(operation: Any) -> str:
     """The full name of a method of an interface, or a name as it is."""
     name: str = operation if isinstance(operation, str) else operation.operation.full_name

@@ -83,6 +83,12 @@ def _marker() -> pathlib.Path:
     return pathlib.Path(_environment["CIAPI_DAEMON_READY_FILE"])
 
 
+def _stamp() -> tuple[int, int]:
+    """Tells one readiness marker from the next."""
+    status = _marker().stat()
+    return status.st_ino, status.st_mtime_ns
+
+
 @dataclasses.dataclass(frozen=True)
 class Call:
     """A call that the daemon received. Secrets are not shown."""
@@ -294,15 +300,18 @@ class Simulator(Controls):
         self._status = None
         self._words = tempfile.TemporaryFile()
         _marker().unlink(missing_ok=True)
-        self._process = subprocess.Popen([self._program, *arguments], stdin=subprocess.DEVNULL, stderr=self._words)
+        # An interrupt from the terminal is for the application; the simulator follows when the bus goes.
+        self._process = subprocess.Popen(
+            [self._program, *arguments], stdin=subprocess.DEVNULL, stderr=self._words, start_new_session=True
+        )
         self._wait_for_marker(START_TIMEOUT)
 
-    def _wait_for_marker(self, timeout: float, before: int = -1) -> None:
-        """Waits until the daemon has said that it is ready, again if it had when the file was of another time."""
+    def _wait_for_marker(self, timeout: float, before: tuple[int, int] = (0, 0)) -> None:
+        """Waits until the daemon has said that it is ready: anew, when it had said so before."""
         deadline = time.monotonic() + timeout
         while True:
             with contextlib.suppress(FileNotFoundError):
-                if _marker().stat().st_mtime_ns != before:
+                if _stamp() != before:
                     return
             if self._has_ended() or time.monotonic() >= deadline:
                 self._end()
@@ -358,7 +367,7 @@ class Simulator(Controls):
     def restart(self, **duration: float) -> None:
         """Lets the daemon leave the bus and come back, after so long: ``restart(seconds=3)``. Waits for it."""
         away = datetime.timedelta(**duration)
-        before = _marker().stat().st_mtime_ns
+        before = _stamp()
         self.ask("Restart", round(away / datetime.timedelta(milliseconds=1)))
         self._wait_for_marker(away.total_seconds() + START_TIMEOUT, before)
 

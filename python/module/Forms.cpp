@@ -163,7 +163,7 @@ TSAnnotation TPyForm<TCIText>::Annotation() { return Plain("str"); }
 py::object TPyForm<TCIText>::To(const TCIText& value) { return TextFromUnits(value.text.data(), value.text.size()); }
 void TPyForm<TCIText>::From(py::handle given, TCIText& value) { value.text = UnitsFrom(given); }
 
-TSAnnotation TPyForm<std::vector<unsigned char>>::Annotation() { return {"bytes", "Buffer"}; }
+TSAnnotation TPyForm<std::vector<unsigned char>>::Annotation() { return {"bytes", "_Buffer"}; }
 py::object TPyForm<std::vector<unsigned char>>::To(const std::vector<unsigned char>& value)
 {
     return py::bytes(reinterpret_cast<const char*>(value.data()), value.size());

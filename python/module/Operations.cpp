@@ -101,12 +101,12 @@ public:
         catch (const py::builtin_exception& error)
         {
             error.set_error();
-            AddPlace(i);
+            m_AddPlace(i);
         }
         catch (py::error_already_set& error)
         {
             error.restore();
-            AddPlace(i);
+            m_AddPlace(i);
         }
     }
     void Call(void* object) { m_code.call(object, m_result->Address(), m_addresses.data()); }
@@ -115,7 +115,7 @@ public:
 
 private:
     /// Puts the parameter's name in front of the current error.
-    [[noreturn]] void AddPlace(std::size_t i) const
+    [[noreturn]] void m_AddPlace(std::size_t i) const
     {
         py::error_already_set error;
         const std::string text =

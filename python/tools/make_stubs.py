@@ -21,7 +21,7 @@ from ciapi._signals import Signal as Signal
 from ciapi._signals import Signals as Signals
 from ciapi._signals import application_runs_loop as application_runs_loop
 
-Buffer = Union[bytes, bytearray, memoryview]
+_Buffer = Union[bytes, bytearray, memoryview]
 '''
 
 
@@ -53,8 +53,7 @@ def method(operation):
     yield f"    def {operation.name}({', '.join(['self', *parameters, *keywords])}) -> {operation.returned}: ..."
 
 
-def interface(name, operations):
-    class_name = "_" + "".join(word.capitalize() for word in name.split("_"))
+def interface(name, class_name, operations):
     yield f"\nclass {class_name}:"
     for operation in operations:
         yield from method(operation)
@@ -73,7 +72,7 @@ def stub():
         for operation in operations:
             if operation.outputs_class is not None:
                 yield from outputs(operation)
-        yield from interface(name, operations)
+        yield from interface(name, type(each).__name__, operations)
 
 
 print("\n".join(stub()))

@@ -137,7 +137,7 @@ def test_a_forked_child_is_refused_and_ends_nothing():
         "  if child == 0: sys.exit(outcome)\n"
         "  assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == ciapi.CallOutcome.NOT_SENT\n"
         "  assert outcome == ciapi.CallOutcome.ANSWERED\n"
-        "  simulator.remove_cam(0); signals.get(timeout=5)\n"
+        "  simulator.remove_cam(0); signals.get(timeout=20)\n"
     )
     assert (program.end(), program.process.returncode) == ("", 0)
 

@@ -20,7 +20,7 @@ def test_one_after_the_other_in_a_process():
             slot = 1 if insert else 0
             with ciapi.Signals(ciapi.ECISignalType.SIGNAL_CI_CAM_READY_STATUS_CHANGED, handle=slot) as signals:
                 simulator.remove_cam(slot)
-                assert signals.get(timeout=5).code == NO_CAM
+                assert signals.get(timeout=20).code == NO_CAM
 
 
 def test_one_at_a_time(ci_sim):
@@ -79,7 +79,7 @@ def test_faults(ci_sim):
 
 
 def test_a_story_that_is_met_and_the_set_behind_it(ci_sim):
-    with ci_sim.play("menu-walk", step_timeout=5):
+    with ci_sim.play("menu-walk"):
         _walk()
     assert ciapi.general.get_ci_slot_status(0)[0] == READY
 
@@ -114,6 +114,6 @@ def test_other_feature_keys_need_another_process(ci_sim):
 def _walk():
     with ciapi.Signals(ciapi.ECISignalType.SIGNAL_CI_MMI_STATUS_CHANGED) as signals:
         ciapi.general.enter_menu(0)
-        assert signals.get(timeout=5).code == ciapi.ECiMmiStatus.CI_MMI_STATUS_MENU_RECEIVED
+        assert signals.get(timeout=20).code == ciapi.ECiMmiStatus.CI_MMI_STATUS_MENU_RECEIVED
         ciapi.general.get_mmi_menu(0)
         ciapi.general.close_mmi(0, False)

@@ -48,7 +48,7 @@ def _value(annotation):
         return {_value(match[1]): _value(match[2])}
     if re.fullmatch(r"list\[.*\]", annotation):
         return [_value(annotation[5:-1])]
-    simple = {"int": 2, "bool": True, "str": "/4711", "bytes": b"\x01\x02", "Buffer": b"\x01\x02"}
+    simple = {"int": 2, "bool": True, "str": "/4711", "bytes": b"\x01\x02", "_Buffer": b"\x01\x02"}
     if annotation in simple:
         return simple[annotation]
     made = getattr(ciapi, annotation)
