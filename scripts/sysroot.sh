@@ -17,7 +17,7 @@ if [ -e "$folder" ]; then
   exit 1
 fi
 # Without what only this machine runs: the fuzzers and the benchmarks.
-mapfile -t packages < <(grep -E -- '-dev$' packaging/debian-packages.txt | grep -vE '^lib(clang-rt|benchmark)')
+mapfile -t packages < <(grep -E -- '-dev$' packaging/debian-packages.txt | grep -vE '^lib(clang-rt|benchmark|soup)')
 
 mkdir -p "$(dirname "$folder")"
 work=$(mktemp -d "$folder.XXXXXX")
