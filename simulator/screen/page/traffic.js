@@ -2,6 +2,7 @@ import { el } from "./dom.js";
 
 const TOOLS = document.getElementById("traffic-tools");
 const CHART = document.getElementById("chart");
+const ROWS = CHART.appendChild(el("div"));
 const DETAILS = document.getElementById("details");
 const MOST_KEPT = 5000;
 const MOST_SHOWN = 250;
@@ -42,7 +43,7 @@ export class Traffic {
     this.open.clear();
     this.other.clear();
     this.lost = 0;
-    CHART.replaceChildren();
+    ROWS.replaceChildren();
     DETAILS.replaceChildren();
     this.tell();
   }
@@ -111,27 +112,23 @@ export class Traffic {
   }
 
   append(entries) {
-    const isAtEnd = CHART.scrollHeight - CHART.scrollTop - CHART.clientHeight < 40;
     const wanted = entries.filter((entry) => this.isWanted(entry)).slice(-MOST_SHOWN);
     if (wanted.length === 0) {
       return;
     }
-    CHART.append(...wanted.map((entry) => this.row(entry)));
-    while (CHART.childElementCount > MOST_SHOWN) {
-      this.rows.delete(Number(CHART.firstElementChild.dataset.number));
-      CHART.firstElementChild.remove();
-    }
-    if (isAtEnd) {
-      CHART.scrollTop = CHART.scrollHeight;
+    ROWS.append(...wanted.map((entry) => this.row(entry)));
+    while (ROWS.childElementCount > MOST_SHOWN) {
+      this.rows.delete(Number(ROWS.firstElementChild.dataset.number));
+      ROWS.firstElementChild.remove();
     }
   }
 
   rebuild() {
     this.fresh = [];
     this.rows.clear();
-    CHART.replaceChildren();
+    ROWS.replaceChildren();
     this.append(this.kept);
-    CHART.scrollTop = CHART.scrollHeight;
+    CHART.scrollTop = 0; // the end, as it is laid out
   }
 
   row(entry) {
