@@ -131,5 +131,6 @@ class Browser:
         return [entry["message"] for entry in self.ask("POST", "/se/log", {"type": "browser"})
                 if entry["level"] == "SEVERE"]
 
-    def picture(self):
-        return base64.b64decode(self.ask("GET", "/screenshot"))
+    def picture(self, width, height, scale):
+        clip = {"x": 0, "y": 0, "width": width, "height": height, "scale": scale}
+        return base64.b64decode(self.tool("Page.captureScreenshot", format="png", clip=clip)["data"])

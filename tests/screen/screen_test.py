@@ -357,7 +357,7 @@ class InABrowser(unittest.TestCase):
 
 def take_picture(path):
     with Browser(*BROWSER) as browser, Simulator("menu-walk") as simulator:
-        browser.size(1200, 1150)
+        browser.size(1200, 1345)
         browser.tool("Emulation.setScrollbarsHidden", hidden=True)
         browser.open(simulator.address)
         browser.until_text("#slot-0", "State\nready")
@@ -370,7 +370,7 @@ def take_picture(path):
         browser.click("#filter-signal")
         browser.run("document.activeElement.blur()")
         with open(path, "wb") as file:
-            file.write(browser.picture())
+            file.write(browser.picture(1200, 1345, 0.8))
 
 
 if __name__ == "__main__":
