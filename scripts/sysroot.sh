@@ -16,8 +16,8 @@ if [ -e "$folder" ]; then
   echo "There is a $folder already." >&2
   exit 1
 fi
-# Without what only this machine runs: the fuzzers and the benchmarks.
-mapfile -t packages < <(grep -E -- '-dev$' packaging/debian-packages.txt | grep -vE '^(lib(clang-rt|benchmark)|pybind11|python3)')
+# Without what only this machine runs: the fuzzers, the benchmarks, the tools, Python.
+mapfile -t packages < <(grep -E -- '-dev$' packaging/debian-packages.txt | grep -vE '^(lib(clang-rt|benchmark|soup)|pybind11|python3)')
 
 mkdir -p "$(dirname "$folder")"
 work=$(mktemp -d "$folder.XXXXXX")

@@ -20,6 +20,7 @@ namespace CIM::sim
 {
 namespace
 {
+constexpr unsigned MOST_PORT = 65'535;
 constexpr unsigned WARM_UP_MS = 2'000; ///< as with run
 
 struct TSWanted
@@ -79,14 +80,18 @@ public:
         };
         m_serve.onReady = [this, ready]
         {
-            m_screen->Begin();
-            if (m_play)
+            if (!m_hasBegun) // not yet: the daemon may leave the bus and come back
             {
-                m_play->Begin();
+                m_hasBegun = true;
+                m_screen->Begin();
+                if (m_play)
+                {
+                    m_play->Begin();
+                }
+                std::printf("%s\n", m_screenOptions.address->Text().c_str());
+                std::fflush(stdout);
+                ready();
             }
-            std::printf("%s\n", m_screenOptions.address->Text().c_str());
-            std::fflush(stdout);
-            ready();
         };
         return Serve(m_serve);
     }
@@ -110,13 +115,31 @@ private:
     TSScreenOptions m_screenOptions;
     std::unique_ptr<TCScreen> m_screen;
     std::unique_ptr<TCPlay> m_play;
+    bool m_hasBegun = false;
 };
+
+/// A story has these by itself. \throws TCUsageError
+void NeedNoneOfTheSet(const TSServeArguments& serve)
+{
+    const TSSimulatedDaemonOptions& daemon = serve.options.daemon;
+    if (!serve.insertions.empty() || serve.options.seed != TSServeOptions().seed || daemon.isManualClock ||
+        daemon.namesAfterMs != 0 || daemon.nameStepMs != 0)
+    {
+        throw TCUsageError("a story says by itself what its set, seed, clock and names are: --insert, --seed, "
+                           "--manual-clock, --names-after and --names-step go without one");
+    }
+}
 
 int ScreenCommand(const TSWanted& wanted)
 {
+    if (wanted.port > MOST_PORT)
+    {
+        throw TCUsageError("--port: a number up to " + std::to_string(MOST_PORT) + " is needed");
+    }
     std::unique_ptr<TSScenario> story;
     if (!wanted.words.empty())
     {
+        NeedNoneOfTheSet(wanted.serve);
         story = std::make_unique<TSScenario>(FindScenario(wanted.words.front()));
     }
     std::unique_ptr<TCScreenAddress> address;

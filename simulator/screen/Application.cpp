@@ -13,8 +13,8 @@
 
 #include <csignal>
 #include <deque>
-#include <glib-unix.h>
-#include <memory>
+#include <glib.h>
+#include <unistd.h>
 
 namespace CIM::sim
 {
@@ -32,24 +32,10 @@ public:
     {
         for (const int number : {SIGTERM, SIGINT, SIGHUP})
         {
-            m_sources.push_back(g_unix_signal_add(
-                number,
-                [](void* self) -> gboolean
-                {
-                    static_cast<TCApplication*>(self)->m_Quit();
-                    return G_SOURCE_CONTINUE;
-                },
-                this));
+            std::signal(number, [](int) { _exit(0); }); // at once: it may be waiting for an answer that never comes
         }
     }
-    ~TCApplication()
-    {
-        for (const guint source : m_sources)
-        {
-            g_source_remove(source);
-        }
-        g_main_loop_unref(m_loop);
-    }
+    ~TCApplication() { g_main_loop_unref(m_loop); }
     TCApplication(const TCApplication&) = delete;
     TCApplication& operator=(const TCApplication&) = delete;
 
@@ -199,7 +185,6 @@ private:
 
     GMainLoop* m_loop;
     TCLines m_lines;
-    std::vector<guint> m_sources;
     std::deque<TJson> m_calls;
     guint m_next = 0;
     bool m_isOver = false;

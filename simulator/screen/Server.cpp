@@ -94,7 +94,12 @@ TCPageSocket::TCPageSocket(std::unique_ptr<TSPrivate> parts) : m_private(std::mo
     g_signal_connect(m_private->connection, "closed", G_CALLBACK(TSPrivate::OnClosed), this);
 }
 
-TCPageSocket::~TCPageSocket() { Close(); }
+TCPageSocket::~TCPageSocket()
+{
+    onText = {};
+    onClosed = {};
+    Close();
+}
 
 void TCPageSocket::Send(const std::string& text)
 {

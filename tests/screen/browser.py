@@ -87,6 +87,11 @@ class Browser:
     def text(self, selector):
         return self.run("return document.querySelector(arguments[0])?.innerText ?? ''", selector)
 
+    def words(self, selector):
+        """Also those that are out of sight, and so not drawn."""
+        return self.run("const found = document.querySelector(arguments[0]);"
+                        "return found ? found.innerText + '\\n' + found.textContent : ''", selector)
+
     def until(self, condition, what, seconds=PATIENCE):
         end = time.monotonic() + seconds
         while True:
@@ -102,7 +107,7 @@ class Browser:
 
     def until_text(self, selector, words, seconds=PATIENCE):
         try:
-            self.until(lambda: words in self.text(selector), f"{selector} with {words!r}", seconds)
+            self.until(lambda: words in self.words(selector), f"{selector} with {words!r}", seconds)
         except AssertionError as error:
             raise AssertionError(f"{error}, not {self.text(selector)!r}") from None
 
@@ -126,5 +131,6 @@ class Browser:
         return [entry["message"] for entry in self.ask("POST", "/se/log", {"type": "browser"})
                 if entry["level"] == "SEVERE"]
 
-    def picture(self):
-        return base64.b64decode(self.ask("GET", "/screenshot"))
+    def picture(self, width, height, scale):
+        clip = {"x": 0, "y": 0, "width": width, "height": height, "scale": scale}
+        return base64.b64decode(self.tool("Page.captureScreenshot", format="png", clip=clip)["data"])

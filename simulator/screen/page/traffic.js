@@ -2,9 +2,11 @@ import { el } from "./dom.js";
 
 const TOOLS = document.getElementById("traffic-tools");
 const CHART = document.getElementById("chart");
+const ROWS = CHART.appendChild(el("div"));
 const DETAILS = document.getElementById("details");
 const MOST_KEPT = 5000;
-const MOST_SHOWN = 400;
+const MOST_SHOWN = 250;
+const DRAW_MS = 100; // drawing costs more than anything else here
 const LATE_MS = 100;
 const OPEN_MS = 1000; // a call that waits for longer is told
 
@@ -12,8 +14,10 @@ export class Traffic {
   constructor(link) {
     this.link = link;
     this.kept = [];
+    this.fresh = []; // what is not drawn yet
     this.rows = new Map(); // by number
     this.open = new Map(); // calls without a reply
+    this.other = new Map(); // of a call its reply, and the other way round
     this.lost = 0;
     this.isPaused = false;
     this.filter = el("input", { type: "search", id: "filter", placeholder: "a part of a name", autocomplete: "off", on: { input: () => this.rebuild() } });
@@ -34,10 +38,12 @@ export class Traffic {
 
   clear() {
     this.kept = [];
+    this.fresh = [];
     this.rows.clear();
     this.open.clear();
+    this.other.clear();
     this.lost = 0;
-    CHART.replaceChildren();
+    ROWS.replaceChildren();
     DETAILS.replaceChildren();
     this.tell();
   }
@@ -64,6 +70,8 @@ export class Traffic {
       } else if (entry.kind === "reply") {
         const call = this.open.get(entry.call);
         this.open.delete(entry.call);
+        this.other.set(entry.n, entry.call);
+        this.other.set(entry.call, entry.n);
         if (call) {
           call.isOpen = false;
           this.mark(call);
@@ -71,11 +79,21 @@ export class Traffic {
       }
     }
     this.kept.push(...entries);
-    this.kept.splice(0, Math.max(0, this.kept.length - MOST_KEPT));
-    if (!this.isPaused) {
-      this.append(entries);
+    for (const old of this.kept.splice(0, Math.max(0, this.kept.length - MOST_KEPT))) {
+      this.other.delete(old.n);
+      this.open.delete(old.n);
     }
-    this.tell();
+    if (!this.isPaused) {
+      this.fresh.push(...entries);
+      this.fresh.splice(0, Math.max(0, this.fresh.length - MOST_KEPT));
+      this.drawing ??= setTimeout(() => {
+        this.drawing = undefined;
+        this.append(this.fresh.splice(0));
+        this.tell();
+      }, DRAW_MS);
+    } else {
+      this.tell();
+    }
   }
 
   tell() {
@@ -94,23 +112,23 @@ export class Traffic {
   }
 
   append(entries) {
-    const isAtEnd = CHART.scrollHeight - CHART.scrollTop - CHART.clientHeight < 40;
     const wanted = entries.filter((entry) => this.isWanted(entry)).slice(-MOST_SHOWN);
-    CHART.append(...wanted.map((entry) => this.row(entry)));
-    while (CHART.childElementCount > MOST_SHOWN) {
-      this.rows.delete(Number(CHART.firstElementChild.dataset.number));
-      CHART.firstElementChild.remove();
+    if (wanted.length === 0) {
+      return;
     }
-    if (isAtEnd) {
-      CHART.scrollTop = CHART.scrollHeight;
+    ROWS.append(...wanted.map((entry) => this.row(entry)));
+    while (ROWS.childElementCount > MOST_SHOWN) {
+      this.rows.delete(Number(ROWS.firstElementChild.dataset.number));
+      ROWS.firstElementChild.remove();
     }
   }
 
   rebuild() {
+    this.fresh = [];
     this.rows.clear();
-    CHART.replaceChildren();
+    ROWS.replaceChildren();
     this.append(this.kept);
-    CHART.scrollTop = CHART.scrollHeight;
+    CHART.scrollTop = 0; // the end, as it is laid out
   }
 
   row(entry) {
@@ -152,14 +170,14 @@ export class Traffic {
     }
   }
 
+  // A message, and what belongs to it: a call and its reply are told together.
   async details(number) {
-    try {
-      const { result } = await this.link.request({ do: "details", number });
-      DETAILS.replaceChildren(el("h3", {}, `${result.kind} ${result.name}`),
-        el("pre", { tabindex: 0 }, JSON.stringify(result, null, 2)),
-        el("button", { type: "button", on: { click: () => DETAILS.replaceChildren() } }, "Close"));
-    } catch (error) {
-      DETAILS.replaceChildren(el("p", { class: "bad" }, error.message));
-    }
+    const pair = [number, this.other.get(number)].filter((each) => each !== undefined).sort((left, right) => left - right);
+    const told = await Promise.all(pair.map((each) => this.link.request({ do: "details", number: each }).then(
+      ({ result }) => [el("h3", {}, `${result.kind} ${result.name}`), el("pre", { tabindex: 0 }, JSON.stringify(result, null, 2))],
+      (error) => [el("p", { class: "bad" }, error.message)],
+    )));
+    DETAILS.replaceChildren(...told.flat(),
+      el("button", { type: "button", on: { click: () => DETAILS.replaceChildren() } }, "Close"));
   }
 }
