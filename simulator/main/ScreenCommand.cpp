@@ -183,7 +183,7 @@ std::function<int()> PrepareScreen(TCCommandLine line)
 {
     auto options = std::make_shared<TSWanted>();
     line.Words("story", options->words, EHowMany::AT_MOST_ONE,
-               "a scenario's name, see list; or a file; it is waited for without end");
+               "a scenario's name, see list; or a file; it waits without end but where it names a limit");
     line.Option("--port", options->port, "the port of the loopback address; 0: any that is free");
     line.Option(
         "--token-file", options->tokenFile,

@@ -14,6 +14,7 @@
 #include <csignal>
 #include <deque>
 #include <glib.h>
+#include <iterator>
 #include <unistd.h>
 
 namespace CIM::sim
@@ -64,7 +65,8 @@ private:
         g_main_loop_quit(m_loop);
     }
 
-    // First the subscriptions, then the look: what happens in between is not missed.
+    // First the subscriptions, then the look: what happens in between is not missed. The last ones are those for a CAM
+    // that is ready or opens a dialogue, by which others may see that somebody is there.
     void m_Begin()
     {
         std::map<unsigned char, ECamStatus> slots;
@@ -72,9 +74,9 @@ private:
         ICISignalSubscriber& signals = *TCCIService::CISignalSubscriberInstance(&s_OnSignal);
         for (const auto& [slot, status] : slots)
         {
-            for (const protocol::SSignalRow& row : protocol::SIGNAL_ROWS)
+            for (auto row = std::rbegin(protocol::SIGNAL_ROWS); row != std::rend(protocol::SIGNAL_ROWS); ++row)
             {
-                signals.Subscribe(row.type, this, PROFILE_MAIN, slot, 0);
+                signals.Subscribe(row->type, this, PROFILE_MAIN, slot, 0);
             }
         }
         for (const auto& [slot, status] : slots)
@@ -107,8 +109,11 @@ private:
         case SIGNAL_CI_PIN_REPLY_TO_PIN_EVENT:
             m_Ask(fields.slot, "pin");
             break;
-        case SIGNAL_CI_PIN_REPLY_TO_CI_APP_REQUEST:
-            m_Ask(fields.slot, fields.code == CAM_PIN_CODE_STATUS_BAD ? TJson("pin") : TJson());
+        case SIGNAL_CI_PIN_REPLY_TO_PIN_CMD:
+            m_Ask(fields.slot,
+                  fields.code == CAM_PIN_CODE_STATUS_BAD && TCCIService::CIGeneralInstance()->IsCamPinNeeded() == 1
+                      ? TJson("pin")
+                      : TJson());
             break;
         case SIGNAL_CI_CAM_UGRADE_STATUS_CHANGE:
             m_Ask(fields.slot, fields.code == CAM_UPGRADE_STATUS_REPLY_REQUESTED ? TJson("upgrade") : TJson());

@@ -140,7 +140,7 @@ struct TCScreen::TSPrivate
             }
             else if (what == "call")
             {
-                const TJson kept = {{"id", request.value("id", 0)}};
+                const TJson kept = {{"id", request.value("id", std::uint64_t{0})}};
                 tv.Call(request.at("operation"), request.at("arguments"),
                         [this, kept, to = &viewer](TJson answer)
                         {

@@ -6,6 +6,11 @@ namespace CIM::sim
 {
 using json::TJson;
 
+namespace
+{
+constexpr int MOST_LEVELS = 100; ///< of a request; what is nested deeper is left out
+}
+
 TCViewer::TCViewer(std::unique_ptr<TCPageSocket> socket, std::function<void(TCViewer&, TJson)> onRequest,
                    std::function<void(TCViewer&)> onClosed)
     : m_socket(std::move(socket)), m_onRequest(std::move(onRequest))
@@ -33,14 +38,15 @@ void TCViewer::Show(const TJson& state, TJson news)
 
 void TCViewer::Answer(const TJson& request, TJson answer)
 {
-    answer["reply"] = request.value("id", 0);
+    answer["reply"] = request.value("id", std::uint64_t{0});
     m_socket->Send(json::Dump(answer));
 }
 
 void TCViewer::m_Take(const std::string& text)
 {
-    TJson request = TJson::parse(text, nullptr, false);
-    if (!request.is_object())
+    const auto isShallow = [](int depth, TJson::parse_event_t, const TJson&) { return depth < MOST_LEVELS; };
+    TJson request = TJson::parse(text, isShallow, false);
+    if (!request.is_object() || (request.contains("id") && !request["id"].is_number_unsigned()))
     {
         return m_socket->Close();
     }

@@ -174,6 +174,25 @@ class InABrowser(unittest.TestCase):
             self.leave()
 
 
+    def test_the_set_asks_by_itself(self):
+        browser = self.browser
+        with Simulator("pin-content-control") as simulator:
+            self.show(simulator)
+            browser.until_text(PAGE, "needs the CAM's PIN")
+            for digits, state in (("9999", "2 tries left"), ("0042", "verified")):
+                browser.until(lambda: browser.run("return document.querySelector('.tv-entry').value") == "", "no digits")
+                browser.type(".tv-entry", digits + "\ue007")
+                browser.until_text("#slot-0", state)
+            browser.until(lambda: "needs the CAM's PIN" not in browser.words(PAGE), "no question any more")
+            self.leave()
+        with Simulator("upgrade-delayed") as simulator:
+            self.show(simulator)
+            browser.until_text(PAGE, "firmware upgrade")
+            browser.click("#remote [data-remote=ok]")
+            browser.click(f"{PAGE} .tv-choices button")
+            browser.until_text("#story", "reads the new name")
+            self.leave()
+
     def test_a_cam_that_is_pulled_takes_its_dialogue_along(self):
         browser = self.browser
         with Simulator("cam-pulled") as simulator:

@@ -31,7 +31,7 @@ export function show(element, about, make) {
   }
   shown.set(element, key);
   const focused = element.contains(document.activeElement) ? document.activeElement.dataset.key : undefined;
-  element.replaceChildren(...make());
+  element.replaceChildren(...make().filter((child) => child !== null));
   if (focused) {
     element.querySelector(`[data-key="${CSS.escape(focused)}"]`)?.focus();
   }

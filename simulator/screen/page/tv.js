@@ -120,7 +120,7 @@ export class Tv {
       case "pin":
         return [el("p", { class: "tv-text" }, "This programme needs the CAM's PIN"), this.entry(true, NO_LIMIT)];
       case "upgrade":
-        return [el("p", { class: "tv-text" }, "The CAM asks for its firmware upgrade: OK begins, Back refuses")];
+        return [el("p", { class: "tv-text" }, "The CAM has a firmware upgrade: OK lets it ask, Back refuses")];
       default:
         return [];
     }
@@ -202,7 +202,7 @@ export class Tv {
     } else if (kind === "pin") {
       this.call("VerifyCamPin", { pin: bytes(this.take()), oneWay: false });
     } else if (kind === "upgrade") {
-      this.call("SendCamUpgradeReply", { answer: "CAM_UPGRADE_ANSWER_YES", oneWay: false });
+      this.call("SendCamUpgradeReply", { answer: "CAM_UPGRADE_ANSWER_ASK", oneWay: false });
     }
   }
 
