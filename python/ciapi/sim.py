@@ -445,6 +445,7 @@ def _end_process() -> None:
     _signals.end()  # first: callbacks are not to be told that the daemon goes
     if _running is not None:
         _running.close()
+    _ciapi.end_bus()
 
 
 atexit.register(_end_process)

@@ -78,6 +78,12 @@ PYBIND11_MODULE(_ciapi, module)
                    const TCWithoutLock withoutLock;
                    return StartBus();
                });
+    module.def("end_bus",
+               []
+               {
+                   const TCWithoutLock withoutLock;
+                   EndBus();
+               });
     module.def("write_keys", &WriteKeys);
     module.def("ask",
                [](const std::string& verb, const std::vector<std::string>& arguments)

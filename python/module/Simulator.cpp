@@ -18,22 +18,29 @@ constexpr const char* CONTROL_OBJECT = "/com/kelvora/cisim";
 constexpr const char* CONTROL_INTERFACE = "com.kelvora.cisim.Control";
 constexpr int SLOTS = 2;
 
-/// The one bus of the process: the library connects once.
+/// The one bus of the process: the library connects once. Never destroyed: a process that does not come to EndBus takes
+/// its keeper along all the same.
+struct TSBus
+{
+    privatebus::TCBusFolder folder = privatebus::TCBusFolder::Make("ciapi-python");
+    privatebus::TCKeeper keeper;
+};
+TSBus* theBus = nullptr;
+std::mutex theBusMutex;
+
 const privatebus::TCBusFolder& Bus()
 {
-    static const auto& folder = *new privatebus::TCBusFolder(
-        []
-        {
-            privatebus::TCBusFolder made = privatebus::TCBusFolder::Make("ciapi-python");
-            privatebus::TSKeeperOptions options;
-            options.name = "ciapi-python-bus";
-            options.isOrphan = true;
-            privatebus::TCKeeper keeper;
-            keeper.Start(made, options);
-            keeper.HoldForEver();
-            return made;
-        }());
-    return folder;
+    const std::lock_guard lock(theBusMutex);
+    if (theBus == nullptr)
+    {
+        auto bus = std::make_unique<TSBus>();
+        privatebus::TSKeeperOptions options;
+        options.name = "ciapi-python-bus";
+        options.isOrphan = true;
+        bus->keeper.Start(bus->folder, options);
+        theBus = bus.release();
+    }
+    return theBus->folder;
 }
 } // namespace
 
@@ -43,6 +50,14 @@ std::map<std::string, std::string> StartBus()
     return {{"DBUS_SYSTEM_BUS_ADDRESS", folder.Address()},
             {"TVPLATFORM_SYSTEM_INFO", folder.FeatureKeyFile()},
             {"CIAPI_DAEMON_READY_FILE", folder.MarkerFile()}};
+}
+
+void EndBus()
+{
+    if (theBus != nullptr)
+    {
+        theBus->keeper.LetGo();
+    }
 }
 
 void WriteKeys(const std::map<std::string, std::string>& different)

@@ -11,6 +11,8 @@ namespace CIM::python
 /// What lies where, for the environment: {"DBUS_SYSTEM_BUS_ADDRESS": ..., ...}. The first call starts the bus, which ends
 /// with the process, in whatever way that ends. \throws std::runtime_error when it does not start
 std::map<std::string, std::string> StartBus();
+/// For the end of the process: ends the bus, if there is one, and waits until its folder is gone.
+void EndBus();
 /// Writes the feature keys of the set: those of a set with CI, and what differs from them.
 void WriteKeys(const std::map<std::string, std::string>& different);
 

@@ -41,6 +41,7 @@ class Program:
     def end(self):
         """What it has said on standard error, when it and all that was its have ended."""
         output, errors = self.process.communicate(timeout=BOUND)
+        self.left_its_folder = self.folder.exists()
         deadline = time.monotonic() + BOUND
         while self.folder.exists() or _runs(self.simulator):
             assert time.monotonic() < deadline, f"{self.folder} or {self.simulator} is left"
@@ -73,6 +74,8 @@ def test_a_block_ends(ending, status, words):
     said = program.end()
     assert program.process.returncode == status, said
     assert words in said if words else said == ""
+    # Where it is the first process of a container, nobody is there to do it afterwards.
+    assert not program.left_its_folder or ending.startswith("os.")
 
 
 def test_without_a_block():
