@@ -79,6 +79,7 @@ private:
                 signals.Subscribe(row->type, this, PROFILE_MAIN, slot, 0);
             }
         }
+        TCCIService::CIGeneralInstance()->GetCiSlotStatus(slots, 0);
         for (const auto& [slot, status] : slots)
         {
             if (status == CAM_STATUS_READY)
@@ -179,12 +180,12 @@ private:
             {
                 answer["error"] = ToString(outcome);
             }
-            m_lines.Send({{"calling", nullptr}});
         }
         catch (const std::exception& error)
         {
             answer["error"] = error.what();
         }
+        m_lines.Send({{"calling", nullptr}});
         m_lines.Send(answer);
     }
 
