@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 declare -A areas=(
-  [asan]="connection;datatypes;endings;endtoend;impl;marshalling;proxy;recording;replay;scenarios;sim_model;signals;simulator;testing;tools"
+  [asan]="connection;datatypes;endings;endtoend;impl;marshalling;proxy;recording;replay;scenarios;screen;sim_model;signals;simulator;testing;tools"
   [tsan]="connection;endings;endtoend;impl;proxy;sanitizers;signals;simulator;testing"
 )
 [ $# -gt 0 ] || set -- asan tsan
