@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <exception>
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
@@ -153,12 +154,20 @@ pid_t StartCompanion(const TSPlan& plan)
         BeginChild(keeper);
         close(plan.lifeline);
         bool isReady = false;
-        const int status = plan.options.companion(
-            [&]
-            {
-                isReady = true;
-                Say(plan.report, "ready\n");
-            });
+        int status = 1;
+        try
+        {
+            status = plan.options.companion(
+                [&]
+                {
+                    isReady = true;
+                    Say(plan.report, "ready\n");
+                });
+        }
+        catch (const std::exception& error) // it must not lead back into what the maker does
+        {
+            std::fprintf(stderr, "%s: %s\n", program_invocation_short_name, error.what());
+        }
         if (!isReady)
         {
             Say(plan.report, "ended\n"); // so that the maker does not wait for it
@@ -273,9 +282,23 @@ void CloseBoth(const int (&pipe)[2])
 }
 } // namespace
 
+void FillStandardDescriptors()
+{
+    int fd = 0;
+    do
+    {
+        fd = open("/dev/null", O_RDWR); // stays, where one is missing
+    } while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd >= 0)
+    {
+        close(fd);
+    }
+}
+
 void TCKeeper::Start(const TCBusFolder& folder, const TSKeeperOptions& options)
 {
     LetGo();
+    FillStandardDescriptors();
     mkdir(folder.Path().c_str(), 0700); // a keeper before may have taken it away
     const std::string configurationFile = folder.File("bus.conf");
     const auto fail = [&](const std::string& reason)

@@ -26,6 +26,9 @@ struct TSKeeperOptions
     bool isOrphan = false;
 };
 
+/// Opens /dev/null where standard input, output or error is missing, so that nothing else comes to lie there.
+void FillStandardDescriptors();
+
 /// A small process that holds a private bus, its folder and what runs beside it, and ends them when the process that
 /// made the keeper ends, in whatever way, or lets go. Bound to the thread that made it; forking happens with care for
 /// makers that have threads: nothing is allocated behind the fork.

@@ -39,6 +39,7 @@ class RefusedError(CallError):
 
 def check(operation: str, became: tuple[int, str, str]) -> Any:
     """Raises what became of a call, unless it was answered or sent. Gives the outcome."""
+    __tracebackhide__ = True
     outcome = _ciapi.CallOutcome(became[0])
     if outcome in (_ciapi.CallOutcome.ANSWERED, _ciapi.CallOutcome.SENT):
         return outcome
@@ -101,6 +102,7 @@ class Operation:
         return inspect.Signature(made, return_annotation=self.returned)
 
     def __call__(self, *args: Any, **kwargs: Any) -> Any:
+        __tracebackhide__ = True  # of pytest, which else shows the arguments, PINs among them
         bound = self.signature.bind(*args, **kwargs).arguments
         inputs = tuple(bound.get(each.name) for each in self.parameters)
         for each, value in zip(self.parameters, inputs):
@@ -123,6 +125,7 @@ class Operation:
 
 def _method(operation: Operation) -> Callable[..., Any]:
     def call(self: Any, *args: Any, **kwargs: Any) -> Any:
+        __tracebackhide__ = True
         return operation(*args, **kwargs)
 
     call.__name__ = operation.name

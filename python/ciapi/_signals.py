@@ -14,6 +14,8 @@ from typing import Any, Callable, Deque, Iterator, Optional
 from ciapi import _ciapi
 from ciapi._interfaces import check
 
+MOST_WAITING = 100_000
+
 _Key = tuple[int, int, int]  # type, profile, handle
 
 
@@ -145,7 +147,7 @@ class Signals:
     """Subscriptions to some types of signals, until ``close`` or the end of a ``with`` block.
 
     With a callback, each signal is handed to it, on a thread of the package's own, one at a time; without, they wait
-    here to be taken, by ``get``, ``within`` or a ``for`` loop. What concerns a slot is raised for the profile MAIN and
+    here to be taken, by ``get``, ``within`` or a ``for`` loop; ``dropped`` counts those beyond 100,000. What concerns a slot is raised for the profile MAIN and
     the slot as handle, what concerns a pipeline for that pipeline's.
     """
 
@@ -161,7 +163,10 @@ class Signals:
         self._callback = callback
         self._signals: Deque[Signal] = collections.deque()
         self._changed = threading.Condition()
+        self.dropped = 0
         self._is_closed = False
+        if not 0 <= handle <= 0xFFFF:
+            raise ValueError("handle: a number from 0 to 65535 is needed")
         profile = _ciapi.EProfile.PROFILE_MAIN if profile is None else _ciapi.EProfile(profile)
         self._keys = list(dict.fromkeys((int(_ciapi.ECISignalType(each)), int(profile), handle) for each in types))
         try:
@@ -190,12 +195,15 @@ class Signals:
             if self._is_closed:
                 return
             if self._callback is None:
+                if len(self._signals) >= MOST_WAITING:
+                    self.dropped += 1
+                    return
                 self._signals.append(signal)
                 self._changed.notify_all()
                 return
         try:
             self._callback(signal)
-        except Exception:
+        except BaseException:  # sys.exit() too: it would end everybody's signals
             if _switchboard.has_ended:  # the program is ending, and took away what the callback uses
                 return
             print(f"ciapi: the callback for {signal} has failed:", file=sys.stderr)

@@ -63,6 +63,14 @@ def _word(value: Any) -> str:
     return str(value)
 
 
+def _can_be_sent(text: str) -> bool:
+    try:
+        text.encode()
+    except UnicodeEncodeError:
+        return False
+    return True
+
+
 def _set_up_bus(keys: Mapping[str, str]) -> None:
     """The process's bus, with the feature keys of the set."""
     global _keys
@@ -224,6 +232,8 @@ class Story:
         return self
 
     def __exit__(self, kind: object, *_: object) -> None:
+        if self._sim._owner != os.getpid():  # a forked child has nothing to end
+            return
         try:
             if kind is None:
                 self.finish()
@@ -267,6 +277,8 @@ class Simulator(Controls):
         return self
 
     def __exit__(self, kind: object, *_: object) -> None:
+        if self._owner != os.getpid():
+            return
         try:
             if kind is None and self.story is not None:
                 self.story.finish()
@@ -315,7 +327,8 @@ class Simulator(Controls):
                     return
             if self._has_ended() or time.monotonic() >= deadline:
                 self._end()
-                raise RuntimeError(f"the simulator does not start: {self._take_words().strip()}")
+                words = self._take_words().strip() or f"status {self._status}, without a word"
+                raise RuntimeError(f"the simulator does not start: {words}")
             time.sleep(INTERVAL)
 
     def _has_ended(self) -> bool:
@@ -346,7 +359,10 @@ class Simulator(Controls):
 
     def ask(self, verb: str, *arguments: Any) -> str:
         """Any verb of ``ci-daemon-sim ctl``. Raises ValueError, with the reason, when it is refused."""
-        return _ciapi.ask(verb, [_word(each) for each in arguments])
+        words = [_word(each) for each in arguments]
+        if any(not _can_be_sent(word) for word in words):
+            raise ValueError(f"{verb}: a text with characters that cannot be sent")
+        return _ciapi.ask(verb, words)
 
     def play(
         self, scenario: Union[str, os.PathLike[str]], *, step_timeout: float = 10.0, seed: Optional[int] = None
@@ -356,7 +372,11 @@ class Simulator(Controls):
             with sim.play("menu-walk"):
                 application.run()
         """
-        self._start(["play", *_play_arguments(scenario, step_timeout, seed)])
+        try:
+            self._start(["play", *_play_arguments(scenario, step_timeout, seed)])
+        except RuntimeError:
+            self._restart()
+            raise
         return Story(self, os.fspath(scenario))
 
     def advance(self, **duration: float) -> datetime.timedelta:
@@ -365,7 +385,13 @@ class Simulator(Controls):
         return datetime.timedelta(milliseconds=int(self.ask("AdvanceClock", ms)))
 
     def restart(self, **duration: float) -> None:
-        """Lets the daemon leave the bus and come back, after so long: ``restart(seconds=3)``. Waits for it."""
+        """Lets the daemon leave the bus and come back, after so long: ``restart(seconds=3)``. Waits for it.
+
+        One that was killed is started anew, at once.
+        """
+        if self._has_ended():
+            self._restart()
+            return
         away = datetime.timedelta(**duration)
         before = _stamp()
         self.ask("Restart", round(away / datetime.timedelta(milliseconds=1)))

@@ -64,7 +64,7 @@ PYBIND11_MODULE(_ciapi, module)
                    return CIM::ToString(CIM::TSCallOutcome{CIM::ECallOutcome(outcome), name, text});
                });
     module.def("has_been_used", &CIM::HasBeenUsed);
-    module.def("dropped_signals", &CIM::DroppedSignals);
+    module.def("dropped_signals", [] { return CIM::DroppedSignals() + SignalsNotTaken(); });
     module.def("start_loop", &StartLoop);
     module.def("stop_loop", &StopLoop);
     module.def("subscribe", &Subscribe);

@@ -18,12 +18,15 @@ namespace CIM::python
 {
 namespace
 {
+constexpr std::size_t MOST_SIGNALS = 100'000; ///< that a callback, which takes its time, keeps waiting
+
 /// Never destroyed: a callback may come while the process ends.
 struct TSInbox
 {
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<protocol::SSignal> signals;
+    std::uint64_t dropped = 0;
     bool hasEnded = false;
 };
 TSInbox& Inbox()
@@ -37,7 +40,11 @@ int OnSignal(ECISignalType type, EProfile profile, unsigned short handle, TSSign
 {
     TSInbox& inbox = Inbox();
     const std::lock_guard lock(inbox.mutex);
-    if (userData == &inbox && !inbox.hasEnded)
+    if (inbox.signals.size() >= MOST_SIGNALS)
+    {
+        ++inbox.dropped;
+    }
+    else if (userData == &inbox && !inbox.hasEnded)
     {
         inbox.signals.push_back({type, profile, handle, data});
         inbox.changed.notify_one();
@@ -76,6 +83,12 @@ py::object NumberOrWord(const protocol::SSignalFields& fields, const protocol::S
 } // namespace
 
 ICISignalSubscriber* SubscriberInstance() { return TCCIService::CISignalSubscriberInstance(&OnSignal); }
+
+std::uint64_t SignalsNotTaken()
+{
+    const std::lock_guard lock(Inbox().mutex);
+    return Inbox().dropped;
+}
 
 void StartLoop()
 {

@@ -15,6 +15,8 @@ namespace CIM::python
 ICISignalSubscriber* SubscriberInstance();
 
 /// Starts the thread that runs the default main context, unless there is one.
+/// How many signals were dropped because too many waited for callbacks.
+std::uint64_t SignalsNotTaken();
 void StartLoop();
 /// Ends it, and waits for it.
 void StopLoop();

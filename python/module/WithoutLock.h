@@ -12,10 +12,11 @@ namespace CIM::python
 class TCWithoutLock
 {
 public:
-    TCWithoutLock() : m_state(PyEval_SaveThread()) {}
+    // What runs while the interpreter ends is on the thread that ends it: that one comes back.
+    TCWithoutLock() : m_isEnding(_Py_IsFinalizing() != 0), m_state(PyEval_SaveThread()) {}
     ~TCWithoutLock() noexcept(false) // the interpreter may end the thread by unwinding it
     {
-        while (_Py_IsFinalizing() != 0)
+        while (!m_isEnding && _Py_IsFinalizing() != 0)
         {
             pause();
         }
@@ -25,6 +26,7 @@ public:
     TCWithoutLock& operator=(const TCWithoutLock&) = delete;
 
 private:
+    const bool m_isEnding;
     PyThreadState* m_state;
 };
 } // namespace CIM::python

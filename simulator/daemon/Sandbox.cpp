@@ -64,8 +64,9 @@ public:
             sigprocmask(SIG_SETMASK, &before, nullptr);
             if (m_options.command.empty())
             {
+                close(report[0]);
                 close(report[1]);
-                _exit(m_options.application());
+                _exit(s_Play(m_options.application));
             }
             Become(m_options.command, report[1]);
         }
@@ -121,8 +122,9 @@ private:
         if (number > 0)
         {
             m_Note(info);
-            // What the terminal sends (SI_KERNEL) the command has got already.
-            if (number != SIGCHLD && info.si_code != SI_KERNEL)
+            // What the terminal sends (SI_KERNEL) the command has got already; but of its hangup only a session's leader
+            // hears.
+            if (number != SIGCHLD && (info.si_code != SI_KERNEL || number == SIGHUP))
             {
                 privatebus::SendSignal(m_child, number);
             }
@@ -151,6 +153,18 @@ private:
         }
     }
 
+    /// What it throws must not lead back into what the maker does.
+    static int s_Play(const std::function<int()>& application)
+    try
+    {
+        return application();
+    }
+    catch (const std::exception& error)
+    {
+        Complain(error.what());
+        return EXIT_SANDBOX_FAILED;
+    }
+
     std::string m_Name() const { return m_options.command.empty() ? "the application" : m_options.command[0]; }
 
     const TSSandboxOptions& m_options;
@@ -160,12 +174,33 @@ private:
     bool m_isHeldUp = false;
     bool m_isKilled = false;
 };
+
+/// Removes the folder at the end, in case there is no keeper to do so.
+class TCRemoval
+{
+public:
+    explicit TCRemoval(const privatebus::TCBusFolder& folder) : m_path(folder.Path()), m_maker(getpid()) {}
+    ~TCRemoval()
+    {
+        if (getpid() == m_maker)
+        {
+            privatebus::TCBusFolder::Remove(m_path.c_str());
+        }
+    }
+    TCRemoval(const TCRemoval&) = delete;
+    TCRemoval& operator=(const TCRemoval&) = delete;
+
+private:
+    const std::string m_path;
+    const pid_t m_maker;
+};
 } // namespace
 
 int RunInSandbox(const TSSandboxOptions& options)
 try
 {
     const auto folder = privatebus::TCBusFolder::Make("ci-daemon-sim");
+    const TCRemoval removal(folder);
     folder.PutIntoEnvironment();
 
     sigset_t waited;
@@ -203,7 +238,6 @@ try
         const int simulatorStatus = keeper.LetGo();
         status = status == 0 ? simulatorStatus : status;
     }
-    privatebus::TCBusFolder::Remove(folder.Path().c_str()); // in case the keeper was killed
     sigprocmask(SIG_SETMASK, &before, nullptr);
     return status;
 }

@@ -1,6 +1,7 @@
 #include "Candidates.h"
 #include "Commands.h"
 #include "ManualTables.h"
+#include "privatebus/Keeper.h"
 #include "simulator/scenario/Tell.h"
 
 #include <stdexcept>
@@ -10,6 +11,7 @@ int main(int argc, char** argv)
     using namespace CIM::sim;
     try
     {
+        CIM::privatebus::FillStandardDescriptors();
         const CIM::TSProgram program = {
             "ci-daemon-sim",
             "A CI daemon and its CAMs without a TV: owns the daemon's bus names and answers every call.", CIAPI_VERSION,

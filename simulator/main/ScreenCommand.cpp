@@ -8,7 +8,9 @@
 #include "simulator/screen/Application.h"
 #include "simulator/screen/Screen.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 
@@ -89,7 +91,10 @@ public:
                     m_play->Begin();
                 }
                 std::printf("%s\n", m_screenOptions.address->Text().c_str());
-                std::fflush(stdout);
+                if (std::fflush(stdout) != 0)
+                {
+                    Tell(std::string("the address cannot be written: ") + std::strerror(errno));
+                }
                 ready();
             }
         };
@@ -136,6 +141,7 @@ int ScreenCommand(const TSWanted& wanted)
     {
         throw TCUsageError("--port: a number up to " + std::to_string(MOST_PORT) + " is needed");
     }
+    const unsigned slots = wanted.serve.Take().set.slots; // refuses what is wrong before anything is started
     std::unique_ptr<TSScenario> story;
     if (!wanted.words.empty())
     {
@@ -160,8 +166,7 @@ int ScreenCommand(const TSWanted& wanted)
     }
     TSSandboxOptions sandbox;
     sandbox.command = wanted.command;
-    sandbox.featureKeys =
-        privatebus::DefaultFeatureKeys(story != nullptr ? story->set.slots : wanted.serve.Take().set.slots);
+    sandbox.featureKeys = privatebus::DefaultFeatureKeys(story != nullptr ? story->set.slots : slots);
     const int listener = address->Take();
     sandbox.handed = {listener};
     if (line[0] >= 0)

@@ -49,7 +49,7 @@ std::string TokenIn(const std::string& path)
         }
         return token;
     }
-    file = errno == EEXIST ? open(path.c_str(), O_RDONLY | O_CLOEXEC) : -1;
+    file = errno == EEXIST ? open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK) : -1;
     if (file < 0)
     {
         Fail("cannot use " + path);
@@ -58,7 +58,7 @@ std::string TokenIn(const std::string& path)
     {
     };
     char text[TOKEN_DIGITS + 2] = {};
-    const bool isRead = fstat(file, &status) == 0;
+    const bool isRead = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
     const ssize_t count = read(file, text, sizeof text - 1);
     close(file);
     std::string token(text, count > 0 ? static_cast<std::size_t>(count) : 0);

@@ -91,8 +91,14 @@ private:
     }
 
     static int s_OnSignal(ECISignalType type, EProfile profile, unsigned short handle, TSSignalData data, void* self)
+    try
     {
         static_cast<TCApplication*>(self)->m_OnSignal({type, profile, handle, data});
+        return 0;
+    }
+    catch (const std::exception& error) // the library's callbacks throw nothing
+    {
+        std::fprintf(stderr, "ci-daemon-sim: a signal is lost: %s\n", error.what());
         return 0;
     }
 
@@ -146,7 +152,7 @@ private:
     }
 
     // One call in each turn of the loop: signals come in between.
-    static gboolean s_OnNext(void* self)
+    static gboolean s_OnNext(void* self) noexcept
     {
         auto& application = *static_cast<TCApplication*>(self);
         application.m_Call(application.m_calls.front());

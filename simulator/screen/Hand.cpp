@@ -6,6 +6,7 @@
 #include "simulator/model/Model.h"
 #include "simulator/scenario/Scenario.h"
 #include "json/Document.h"
+#include "json/Secret.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -126,6 +127,7 @@ void TCHand::OnCall(const TSJournalEntry& call)
         return;
     }
     json::TSDecoded decoded = call.operation->RequestToJson(call.request);
+    const json::TCWipeAtEnd wipe(decoded.json);
     if (!decoded.error.empty())
     {
         return;

@@ -3,18 +3,45 @@
 #include "json/Json.h"
 #include "json/Secret.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
+#include <exception>
 #include <fcntl.h>
 #include <glib-unix.h>
+#include <string_view>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 namespace CIM::sim
 {
 namespace
 {
 constexpr std::size_t MOST_BYTES = 64 << 20; ///< of a line, and of what the other end has not read yet
+
+/// A buffer that grows by itself leaves its old bytes behind.
+void Append(std::string& buffer, std::string_view more)
+{
+    if (buffer.size() + more.size() > buffer.capacity())
+    {
+        std::string larger;
+        larger.reserve(std::max(2 * buffer.capacity(), buffer.size() + more.size()));
+        larger += buffer;
+        std::swap(larger, buffer);
+        json::Wipe(larger);
+    }
+    buffer += more;
 }
+
+void Drop(std::string& buffer, std::size_t count)
+{
+    const std::size_t rest = buffer.size() - count;
+    std::memmove(buffer.data(), buffer.data() + count, rest);
+    explicit_bzero(buffer.data() + rest, count);
+    buffer.resize(rest);
+}
+} // namespace
 
 TCLines::TCLines(int descriptor, std::function<void(json::TJson)> onLine, std::function<void()> onEnd)
     : m_descriptor(descriptor), m_onLine(std::move(onLine)), m_onEnd(std::move(onEnd))
@@ -36,18 +63,28 @@ void TCLines::Send(const json::TJson& value)
 {
     std::string line = json::Dump(value);
     const json::TCWipeAtEnd wipe(line);
-    if (m_readable == 0 || m_outgoing.size() + line.size() > MOST_BYTES)
+    if (m_readable == 0 || m_outgoing.size() - m_written + line.size() > MOST_BYTES)
     {
         return m_End();
     }
-    m_outgoing += line;
-    m_outgoing += '\n';
+    Append(m_outgoing, line);
+    Append(m_outgoing, "\n");
     m_Write();
 }
 
 gboolean TCLines::s_OnReadable(gint, GIOCondition, gpointer self)
 {
-    return static_cast<TCLines*>(self)->m_Read() ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+    auto& lines = *static_cast<TCLines*>(self);
+    try
+    {
+        return lines.m_Read() ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+    }
+    catch (const std::exception&) // a line that nobody understands, or no memory: no more of it
+    {
+        lines.m_readable = 0;
+        lines.m_End();
+        return G_SOURCE_REMOVE;
+    }
 }
 
 bool TCLines::m_Read()
@@ -64,10 +101,11 @@ bool TCLines::m_Read()
         m_End();
         return false;
     }
-    m_incoming.append(bytes, static_cast<std::size_t>(count));
+    std::size_t end = m_incoming.size(); // in what came before there is no end of a line
+    Append(m_incoming, {bytes, static_cast<std::size_t>(count)});
     explicit_bzero(bytes, static_cast<std::size_t>(count));
     std::size_t begin = 0;
-    for (std::size_t end = 0; (end = m_incoming.find('\n', begin)) != std::string::npos; begin = end + 1)
+    for (; (end = m_incoming.find('\n', end)) != std::string::npos; begin = ++end)
     {
         json::TJson value = json::TJson::parse(m_incoming.begin() + static_cast<std::ptrdiff_t>(begin),
                                                m_incoming.begin() + static_cast<std::ptrdiff_t>(end), nullptr, false);
@@ -76,9 +114,7 @@ bool TCLines::m_Read()
             m_onLine(std::move(value));
         }
     }
-    std::string rest = m_incoming.substr(begin);
-    std::swap(rest, m_incoming);
-    json::Wipe(rest);
+    Drop(m_incoming, begin);
     return true;
 }
 
@@ -92,14 +128,17 @@ gboolean TCLines::s_OnWritable(gint, GIOCondition, gpointer self)
 
 void TCLines::m_Write()
 {
-    const ssize_t count = send(m_descriptor, m_outgoing.data(), m_outgoing.size(), MSG_NOSIGNAL);
+    const ssize_t count =
+        send(m_descriptor, m_outgoing.data() + m_written, m_outgoing.size() - m_written, MSG_NOSIGNAL);
     if (count < 0 && errno != EAGAIN && errno != EINTR)
     {
         return m_End();
     }
-    std::string rest = m_outgoing.substr(count > 0 ? static_cast<std::size_t>(count) : 0);
-    std::swap(rest, m_outgoing);
-    json::Wipe(rest);
+    m_written += count > 0 ? static_cast<std::size_t>(count) : 0;
+    if (m_written >= m_outgoing.size() / 2) // not with each piece of a long line
+    {
+        Drop(m_outgoing, std::exchange(m_written, 0));
+    }
     if (!m_outgoing.empty() && m_writable == 0)
     {
         m_writable = g_unix_fd_add(m_descriptor, G_IO_OUT, s_OnWritable, this);

@@ -14,6 +14,7 @@ class TCLines
 {
 public:
     /// \param[in] descriptor  closed in the end
+    /// \param[in] onLine      what it throws ends the lines, as their other end's end does
     /// \param[in] onEnd       the other end is closed, or takes no more; called once
     TCLines(int descriptor, std::function<void(json::TJson)> onLine, std::function<void()> onEnd);
     ~TCLines();
@@ -35,6 +36,7 @@ private:
     std::function<void()> m_onEnd;
     std::string m_incoming;
     std::string m_outgoing;
+    std::size_t m_written = 0; ///< of what goes out
     guint m_readable = 0;
     guint m_writable = 0;
 };

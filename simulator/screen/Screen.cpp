@@ -73,8 +73,9 @@ struct TCScreen::TSPrivate
                              { viewers.remove_if([&](const TCViewer& each) { return &each == gone; }); });
             });
         Frame();
-        if (viewers.size() == 1)
+        if (!isFraming)
         {
+            isFraming = true;
             NextFrame();
         }
     }
@@ -84,7 +85,8 @@ struct TCScreen::TSPrivate
         timers.After(FRAME_MS,
                      [this]
                      {
-                         if (!viewers.empty())
+                         isFraming = !viewers.empty();
+                         if (isFraming)
                          {
                              Frame();
                              NextFrame();
@@ -135,8 +137,9 @@ struct TCScreen::TSPrivate
             const std::string what = request.at("do").get<std::string>();
             if (what == "verb")
             {
-                viewer.Answer(request, {{"result", hand.Do(request.at("name").get<std::string>(),
-                                                           request.value("arguments", TJson::object()))}});
+                TJson arguments = request.value("arguments", TJson::object());
+                const json::TCWipeAtEnd wipeArguments(arguments);
+                viewer.Answer(request, {{"result", hand.Do(request.at("name").get<std::string>(), arguments)}});
             }
             else if (what == "call")
             {
@@ -171,12 +174,12 @@ struct TCScreen::TSPrivate
 
     std::optional<TSDownload> Download(const std::string& name) const
     {
-        if (name == "tables.json")
-        {
-            return TSDownload{FormTables(), "application/json", ""};
-        }
         try
         {
+            if (name == "tables.json")
+            {
+                return TSDownload{FormTables(), "application/json", ""};
+            }
             if (name == "story.json")
             {
                 return TSDownload{hand.Story(), "application/json", "story.json"};
@@ -199,6 +202,7 @@ struct TCScreen::TSPrivate
     TCTraffic traffic;
     TJson story;
     std::list<TCViewer> viewers;
+    bool isFraming = false;
     TCTimers timers;
     TCScreenServer server;
 };

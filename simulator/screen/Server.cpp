@@ -65,6 +65,7 @@ struct TCPageSocket::TSPrivate
     }
 
     static void OnMessage(SoupWebsocketConnection*, int type, GBytes* bytes, void* self)
+    try
     {
         const auto& socket = *static_cast<TCPageSocket*>(self);
         gsize size = 0;
@@ -73,6 +74,10 @@ struct TCPageSocket::TSPrivate
         {
             socket.onText(std::string(text, size));
         }
+    }
+    catch (const std::exception&)
+    {
+        static_cast<TCPageSocket*>(self)->Close();
     }
     static void OnClosed(SoupWebsocketConnection*, void* self)
     {
@@ -189,7 +194,10 @@ struct TCScreenServer::TSPrivate
     }
 
     static void s_Guard(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*, void* self)
+    try
     {
+        // Nobody has anything to send but through the socket: it is not kept.
+        soup_message_body_set_accumulate(soup_server_message_get_request_body(message), FALSE);
         SoupMessageHeaders* const headers = soup_server_message_get_response_headers(message);
         for (const auto& [name, value] : HEADERS)
         {
@@ -200,8 +208,13 @@ struct TCScreenServer::TSPrivate
             Answer(message, SOUP_STATUS_FORBIDDEN, "text/plain", objection);
         }
     }
+    catch (const std::exception&)
+    {
+        soup_server_message_set_status(message, SOUP_STATUS_INTERNAL_SERVER_ERROR, nullptr);
+    }
 
     static void s_Serve(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*, void* self)
+    try
     {
         auto& screen = *static_cast<TSPrivate*>(self);
         const std::string name = screen.NameIn(path).value_or(std::string());
@@ -228,6 +241,10 @@ struct TCScreenServer::TSPrivate
                                          ("attachment; filename=\"" + download->fileName + "\"").c_str());
         }
         Answer(message, SOUP_STATUS_OK, download->type, download->content);
+    }
+    catch (const std::exception&)
+    {
+        soup_server_message_set_status(message, SOUP_STATUS_INTERNAL_SERVER_ERROR, nullptr);
     }
 
     static void s_Open(SoupServer*, SoupServerMessage*, const char*, SoupWebsocketConnection* connection, void* self)

@@ -233,7 +233,9 @@ bool TCTraffic::m_DescribeCall(DBusMessage* message, const recording::TSMoment& 
     {
         if (m_calls.size() == MOST_OPEN_CALLS)
         {
-            m_calls.clear(); // nobody has answered for long
+            m_calls.erase(std::min_element(m_calls.begin(), m_calls.end(),
+                                           [](const auto& left, const auto& right)
+                                           { return left.second.number < right.second.number; }));
         }
         m_calls[{sender, dbus_message_get_serial(message)}] = {m_End(), moment, call->name, program};
     }

@@ -87,12 +87,13 @@ def test_a_callback_may_do_anything(ci_sim):
     assert results == [(ECamStatus.CAM_STATUS_NO_CAM, ECamStatus.CAM_STATUS_NO_CAM)]
 
 
-def test_a_callback_that_fails_is_told_and_the_next_signal_comes(ci_sim, capsys):
+@pytest.mark.parametrize("failure", [LookupError, SystemExit])
+def test_a_callback_that_fails_is_told_and_the_next_signal_comes(ci_sim, capsys, failure):
     done = threading.Event()
 
     def hear(signal):
         if signal.code == ECamStatus.CAM_STATUS_NO_CAM:
-            raise LookupError("first")
+            raise failure("first")
         done.set()
 
     with Signals(READY, callback=hear):
@@ -100,7 +101,7 @@ def test_a_callback_that_fails_is_told_and_the_next_signal_comes(ci_sim, capsys)
         ci_sim.insert_cam(0, "plus")
         ci_sim.advance(seconds=3)
         assert done.wait(20)
-    assert "LookupError: first" in capsys.readouterr().err
+    assert f"{failure.__name__}: first" in capsys.readouterr().err
 
 
 def test_threads_subscribe_while_signals_come(ci_sim):

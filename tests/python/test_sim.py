@@ -38,6 +38,11 @@ def test_what_is_wrong_is_said():
             simulator.insert_cam(1, "nix")
         with pytest.raises(TypeError):
             simulator.insert_cam(1)
+        with pytest.raises(ValueError, match="cannot be sent") as caught:
+            simulator.ask("Control", "AnswerPin", "7351\ud800")
+        assert "7351" not in str(caught.value)
+        with pytest.raises(ValueError, match="handle"):
+            ciapi.Signals(ciapi.ECISignalType.SIGNAL_CI_CAM_READY_STATUS_CHANGED, handle=-1)
         with pytest.raises(ValueError, match="NoSuchVerb"):
             simulator.ask("NoSuchVerb")
     with pytest.raises(RuntimeError, match="no simulator answers"):
@@ -93,6 +98,15 @@ def test_a_story_that_is_not_met():
     with pytest.raises(sim.StoryError, match="waits for EnterMenu"):
         with sim.run(story="menu-walk", step_timeout=0.2):
             pass
+
+
+def test_what_fails_or_is_killed_leaves_a_set(ci_sim):
+    with pytest.raises(RuntimeError, match="nope"):
+        ci_sim.play("nope")
+    assert ciapi.general.get_cam_modes()
+    ci_sim.kill()
+    ci_sim.restart()
+    assert ciapi.general.get_cam_modes()
 
 
 def test_an_exception_in_the_block_is_what_comes_out():
