@@ -11,14 +11,17 @@ Under pytest-xdist each worker has a bus of its own.
 
 from __future__ import annotations
 
+import contextlib
 import functools
-from typing import Any, Iterator
+import threading
+from typing import Any, Iterator, Optional
 
 import pytest
 
 import ciapi.sim
 
 _SHOWN_CALLS = 20
+_CALLS_TIMEOUT = 5.0
 _SIMULATOR = pytest.StashKey[ciapi.sim.Simulator]()
 
 
@@ -67,14 +70,27 @@ def _telling(test: Any, story: ciapi.sim.Story) -> Any:
     return told
 
 
+def _last_calls(simulator: ciapi.sim.Simulator) -> Optional[list[ciapi.sim.Call]]:
+    """None when the simulator is away, refuses to tell, or hangs: then the bus would wait far longer for it."""
+    told: list[list[ciapi.sim.Call]] = []
+
+    def ask() -> None:
+        with contextlib.suppress(RuntimeError, ValueError):
+            told.append(simulator.calls[-_SHOWN_CALLS:])
+
+    asking = threading.Thread(target=ask, daemon=True)
+    asking.start()
+    asking.join(_CALLS_TIMEOUT)
+    return told[0] if told else None
+
+
 @pytest.hookimpl(hookwrapper=True)  # type: ignore[misc]
 def pytest_runtest_makereport(item: pytest.Item) -> Iterator[None]:
     outcome: Any = yield
     report = outcome.get_result()
     simulator = item.stash.get(_SIMULATOR, None)
     if report.when == "call" and report.failed and simulator is not None:
-        try:
-            calls = simulator.calls[-_SHOWN_CALLS:]
-        except RuntimeError:  # the daemon is away
-            return
-        report.sections.append(("calls of the CI daemon", "\n".join(f"{each.name} {each.arguments}" for each in calls)))
+        calls = _last_calls(simulator)
+        if calls is not None:
+            lines = [f"{each.name} {each.arguments}" for each in calls]
+            report.sections.append(("calls of the CI daemon", "\n".join(lines)))

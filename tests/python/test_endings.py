@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import select
 import signal
 import subprocess
 import sys
@@ -21,6 +22,19 @@ def tell(simulator):
 """
 
 
+begun = []
+
+
+@pytest.fixture(autouse=True)
+def no_program_is_left():
+    try:
+        yield
+    finally:
+        while begun:
+            with begun.pop() as process:  # which closes its pipes
+                process.kill()
+
+
 class Program:
     """A program of its own that has told which folder and which simulator are its."""
 
@@ -32,11 +46,26 @@ class Program:
             stderr=subprocess.PIPE,
             text=True,
         )
-        told = self.process.stdout.readline().split()
+        begun.append(self.process)
+        told = self.line().split()
         if len(told) != 2:
             raise AssertionError(self.process.communicate(timeout=BOUND)[1])
         self.folder, self.simulator = pathlib.Path(told[0]), int(told[1])
         assert self.folder.is_dir()
+
+    def line(self):
+        """The next line of its output, and not a byte more, which is for ``end``. Less when there is no more."""
+        deadline = time.monotonic() + BOUND
+        output = self.process.stdout.fileno()
+        said = b""
+        while not said.endswith(b"\n"):
+            if not select.select([output], [], [], max(0, deadline - time.monotonic()))[0]:
+                raise AssertionError(f"nothing comes after {said!r}")
+            byte = os.read(output, 1)
+            if not byte:
+                break
+            said += byte
+        return said.decode()
 
     def end(self):
         """What it has said on standard error, when it and all that was its have ended."""
@@ -88,7 +117,7 @@ def test_an_interrupt_while_a_signal_is_waited_for():
         "with sim.run() as simulator, Signals(READY) as signals:\n"
         "  tell(simulator); print('waits', flush=True); signals.get()\n"
     )
-    assert program.process.stdout.readline() == "waits\n"
+    assert program.line() == "waits\n"
     os.kill(program.process.pid, signal.SIGINT)
     assert "KeyboardInterrupt" in program.end()
     assert program.process.returncode == -signal.SIGINT

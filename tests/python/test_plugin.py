@@ -6,6 +6,7 @@ import sys
 
 TESTS = '''
 import os
+import time
 import pytest
 import ciapi
 
@@ -25,6 +26,14 @@ def test_story_that_is_not_met():
 @pytest.mark.ci_story("menu-walk")
 def test_story_and_a_mistake_of_its_own():
     assert ciapi.general.get_cam_modes() == {}
+
+def refuse(*_):
+    raise ValueError("refused")
+
+@pytest.mark.parametrize("answer", [refuse, lambda *_: time.sleep(60)])
+def test_simulator_that_tells_no_calls(ci_sim, answer):
+    ci_sim.ask = answer
+    raise LookupError("mine")
 
 def test_without_a_simulator():
     assert "ci_sim" not in globals()
@@ -54,7 +63,8 @@ def run(folder, *options):
 
 def test_markers_and_what_a_failure_shows(tmp_path):
     said = run(tmp_path)
-    assert "2 failed, 11 passed" in said
+    assert "4 failed, 11 passed" in said
+    assert said.count("E       LookupError: mine") == 2
     assert "StoryError: " in said and "waits for EnterMenu with slot 0; that did not come within 200 ms" in said
     assert "calls of the CI daemon" in said and "ICIGeneral.GetCamModes {}" in said
     assert "ERROR" not in said

@@ -3,6 +3,7 @@ import base64
 import json
 import os
 import select
+import signal
 import subprocess
 import sys
 import tempfile
@@ -11,7 +12,7 @@ import urllib.error
 import urllib.request
 
 ELEMENT = "element-6066-11e4-a52e-4f735466cecf"
-PATIENCE = 15.0
+PATIENCE = 40.0
 
 
 class Browser:
@@ -34,7 +35,7 @@ class Browser:
                          "--disable-sync", "--window-size=1280,1000", f"--user-data-dir={folder}/profile"]
             options = {"binary": self.chromium, "args": arguments}
             self.root += "/" + self.ask("POST", "", {"capabilities": {"alwaysMatch": {
-                "goog:chromeOptions": options, "goog:loggingPrefs": {"browser": "ALL"}}}}, 60)["sessionId"]
+                "goog:chromeOptions": options, "goog:loggingPrefs": {"browser": "ALL"}}}}, 2 * PATIENCE)["sessionId"]
         except BaseException:
             self.__exit__()
             raise
@@ -42,8 +43,16 @@ class Browser:
 
     def __exit__(self, *_):
         self.guard.stdin.close()
-        self.guard.wait(20)
-        self.guard.stdout.close()
+        try:
+            status = self.guard.wait(PATIENCE)
+        except subprocess.TimeoutExpired:
+            os.killpg(self.guard.pid, signal.SIGKILL)  # it leads a session of its own
+            self.guard.wait()
+            raise
+        finally:
+            self.guard.stdout.close()
+        if status != 0:
+            raise RuntimeError(f"the browser's guard has ended with status {status}")
 
     def ask(self, method, path, content=None, seconds=PATIENCE):
         data = None if method == "GET" else json.dumps(content or {}).encode()

@@ -32,7 +32,9 @@ def children():
 
 
 def end_all():
-    for _ in range(200):
+    """Whether all is gone."""
+    end = time.monotonic() + 15
+    while time.monotonic() < end:
         left = [pid for pid in children() if pid > 1 and pid != os.getpid()]
         for pid in left:
             try:
@@ -43,8 +45,10 @@ def end_all():
             while os.waitpid(-1, os.WNOHANG)[0] != 0:
                 pass
         except ChildProcessError:
-            return
+            return True
         time.sleep(0.02)
+    print(f"browser_guard.py gives up: {left} do not end", file=sys.stderr)
+    return False
 
 
 def main():
@@ -63,8 +67,9 @@ def main():
                 break
         sys.stdin.read()
     finally:
-        end_all()
+        is_gone = end_all()
         shutil.rmtree(folder, ignore_errors=True)
+    return 0 if is_gone else 1
 
 
-main()
+sys.exit(main())
