@@ -107,6 +107,17 @@ def test_a_block_ends(ending, status, words):
     assert not program.left_its_folder or ending.startswith("os.")
 
 
+def test_a_call_while_the_interpreter_ends():
+    program = Program(
+        "class Late:\n"
+        "  def __del__(self):\n"
+        "    try: ciapi.general.get_cam_modes()\n"
+        "    except ciapi.CallError: pass\n"
+        "late = Late(); simulator = sim.run().__enter__(); tell(simulator); ciapi.general.get_cam_modes()\n"
+    )
+    assert (program.end(), program.process.returncode) == ("", 0)
+
+
 def test_without_a_block():
     program = Program("simulator = sim.run().__enter__(); tell(simulator); signals = Signals(READY)")
     assert (program.end(), program.process.returncode) == ("", 0)

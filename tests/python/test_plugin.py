@@ -35,6 +35,10 @@ def test_simulator_that_tells_no_calls(ci_sim, answer):
     ci_sim.ask = answer
     raise LookupError("mine")
 
+def test_pin_stands_in_no_report(ci_sim):
+    ci_sim.remove_cam(0)
+    ciapi.general.verify_cam_pin(0, open(os.environ["PIN_FILE"], "rb").read())
+
 def test_without_a_simulator():
     assert "ci_sim" not in globals()
 
@@ -50,11 +54,12 @@ def test_side_by_side(ci_sim, number):
 
 def run(folder, *options):
     (folder / "test_it.py").write_text(TESTS)
+    (folder / "pin").write_text("73519")
     return subprocess.run(
         [sys.executable, "-m", "pytest", "-p", "no:cacheprovider", "--strict-markers", "--rootdir", folder]
         + ["--basetemp", folder / "tmp", *options],
         cwd=folder,
-        env={**os.environ, "BUSES": str(folder / "buses")},
+        env={**os.environ, "BUSES": str(folder / "buses"), "PIN_FILE": str(folder / "pin")},
         capture_output=True,
         text=True,
         timeout=100,
@@ -63,11 +68,12 @@ def run(folder, *options):
 
 def test_markers_and_what_a_failure_shows(tmp_path):
     said = run(tmp_path)
-    assert "4 failed, 11 passed" in said
+    assert "5 failed, 11 passed" in said
     assert said.count("E       LookupError: mine") == 2
     assert "StoryError: " in said and "waits for EnterMenu with slot 0; that did not come within 200 ms" in said
     assert "calls of the CI daemon" in said and "ICIGeneral.GetCamModes {}" in said
     assert "ERROR" not in said
+    assert "test_pin_stands_in_no_report" in said and "73519" not in said
     assert len(set((tmp_path / "buses").read_text().split())) == 1
 
 
