@@ -3,44 +3,17 @@
 #include "Signals.h"
 #include "WithoutLock.h"
 
+#include "calls/Instance.h"
 #include "json/OperationForm.h"
 
 #include <ciapi/CICallOutcome.h>
 #include <ciapi/CIService.h>
-
-#include <array>
 
 namespace CIM::python
 {
 namespace
 {
 using protocol::EWord;
-
-/// The facade's instance of an interface; connects when it is the first.
-void* InstanceOf(std::size_t interface)
-{
-    static constexpr std::tuple instances{
-        &TCCIService::CIGeneralInstance,
-        &TCCIService::CIAppMMIInstance,
-        &TCCIService::CIOperatorProfileInstance,
-        &TCCIService::PvrCipInstance,
-        &TCCIService::CIDebugInstance,
-        &TCCIService::CIAuxiliaryFileSystemInstance,
-        &TCCIService::CICAMPlayerInstance,
-        &TCCIService::CISampleDecryptionInstance,
-        &SubscriberInstance,
-    };
-    void* instance = nullptr;
-    protocol::ForEachInterface(
-        [&]<class Interface>(protocol::TType<Interface>)
-        {
-            if (protocol::IndexIn<Interface>(protocol::TInterfaces()) == interface)
-            {
-                instance = std::get<Interface* (*)()>(instances)();
-            }
-        });
-    return instance;
-}
 
 const char* WordText(EWord word)
 {
@@ -191,7 +164,7 @@ py::tuple Invoke(std::size_t interface, std::size_t row, const py::tuple& inputs
     {
         const TCWithoutLock withoutLock;
         isOperable = code.isLocal || TCCIService::IsCIOperable();
-        void* const object = isOperable ? InstanceOf(interface) : nullptr;
+        void* const object = isOperable ? InstanceOf(json::Interfaces()[interface]) : nullptr;
         if (object != nullptr)
         {
             values.Call(object);

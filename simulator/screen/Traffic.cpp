@@ -4,11 +4,11 @@
 #include "recording/Writer.h"
 #include "traffic/CoverSecrets.h"
 #include "traffic/Messages.h"
+#include "traffic/Monitor.h"
 #include "json/Harmless.h"
 #include "json/Signals.h"
 
-#include <ciapi/CINames.h>
-
+#include <algorithm>
 #include <cmath>
 #include <dbus/dbus-glib-lowlevel.h>
 #include <stdexcept>
@@ -36,25 +36,7 @@ double Milliseconds(const recording::TSMoment& from, const recording::TSMoment& 
 
 void BecomeMonitor(DBusConnection* connection)
 {
-    // Also calls that name no interface, and calls of other members and objects: somebody may have got them wrong.
-    std::vector<std::string> rules = {std::string("type='method_call',member='") + protocol::CALL_MEMBER + "'",
-                                      "type='signal',interface='" + CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME + "'",
-                                      "type='method_return'", "type='error'"};
-    for (const json::TCInterfaceForm& interface : json::Interfaces())
-    {
-        rules.push_back("type='method_call',interface='" + interface.ConnectionName() + "'");
-    }
-    std::vector<const char*> texts;
-    for (const std::string& rule : rules)
-    {
-        texts.push_back(rule.c_str());
-    }
-    const char* const* const array = texts.data();
-    const dbus_uint32_t flags = 0;
-    const TCMessagePtr call(
-        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_MONITORING, "BecomeMonitor"));
-    dbus_message_append_args(call.get(), DBUS_TYPE_ARRAY, DBUS_TYPE_STRING, &array, static_cast<int>(texts.size()),
-                             DBUS_TYPE_UINT32, &flags, DBUS_TYPE_INVALID);
+    const TCMessagePtr call = traffic::MakeMonitorRequest();
     TCDBusError error;
     const TCMessagePtr reply(dbus_connection_send_with_reply_and_block(connection, call.get(), -1, error.Get()));
     if (reply == nullptr)

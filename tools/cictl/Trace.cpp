@@ -2,16 +2,13 @@
 #include "cictl/Recorder.h"
 #include "cictl/TraceOutput.h"
 
-#include "protocol/Envelope.h"
-
-#include <ciapi/CINames.h>
+#include "traffic/Monitor.h"
 
 #include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -21,24 +18,8 @@ namespace
 {
 void BecomeMonitor(TCBus& bus)
 {
-    // Also calls that name no interface, and calls of other members and objects: somebody may have got them wrong.
-    std::vector<std::string> rules = {std::string("type='method_call',member='") + protocol::CALL_MEMBER + "'",
-                                      "type='signal',interface='" + CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME + "'",
-                                      "type='method_return'", "type='error'"};
-    rules.push_back(std::string("type='signal',interface='") + traffic::MARK_INTERFACE + "'");
-    for (const json::TCInterfaceForm& interface : json::Interfaces())
-    {
-        rules.push_back("type='method_call',interface='" + interface.ConnectionName() + "'");
-    }
-    std::vector<const char*> texts;
-    std::transform(rules.begin(), rules.end(), std::back_inserter(texts),
-                   [](const auto& rule) { return rule.c_str(); });
-    const char* const* const array = texts.data();
-    const dbus_uint32_t flags = 0;
-    const TCMessagePtr call(
-        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_MONITORING, "BecomeMonitor"));
-    dbus_message_append_args(call.get(), DBUS_TYPE_ARRAY, DBUS_TYPE_STRING, &array, static_cast<int>(texts.size()),
-                             DBUS_TYPE_UINT32, &flags, DBUS_TYPE_INVALID);
+    const TCMessagePtr call =
+        traffic::MakeMonitorRequest({std::string("type='signal',interface='") + traffic::MARK_INTERFACE + "'"});
     TCDBusError error;
     if (!bus.Ask(call.get(), error))
     {
