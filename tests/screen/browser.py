@@ -87,7 +87,9 @@ class Browser:
         self.until(is_clicked, f"{selector} {words or ''} to click")
 
     def type(self, selector, text):
-        self.ask("POST", f"/element/{self.find(selector)}/value", {"text": text})
+        """Once it can be typed in; what is refused has typed nothing."""
+        self.until(lambda: self.ask("POST", f"/element/{self.find(selector)}/value", {"text": text}) is None,
+                   f"{selector} to type in")
 
     def choose(self, selector, value):
         self.run("const [input] = document.querySelectorAll(arguments[0]); input.value = arguments[1];"
