@@ -57,10 +57,14 @@ def page(path, pages, text):
 def header(text):
     def written_out(match):
         enumerators = re.sub(r"X\((\w+), (\w+)\)\s*\\?", r"\2 = \1,", match[2])
-        return f"{match[3]}enum {match[1]} : int\n{{\n{enumerators}}};\nstd::string ToString(const {match[1]}& value);\n"
+        return f"{match[3]}enum {match[1]} : int\n{{\n{enumerators}}};\n" \
+               f"/// The text of a value, for log lines. Reentrant.\nstd::string ToString(const {match[1]}& value);\n"
 
     lists = r"#define CIAPI_VALUES_(\w+)\(X\)\s*\\\n((?:.*\\\n)*.*\n)((?:///.*\n)*)CIAPI_ENUMERATION\(\1\)\n"
-    return re.sub(lists, written_out, text)
+    text = re.sub(lists, written_out, text)
+    # A macro without words is nobody's to use.
+    text = re.sub(r"(?m)((?:^///.*\n)*)^#define (?:.*\\\n)*.*$", lambda macro: macro[0] if macro[1] else "", text)
+    return text + "/** \\file */\n"  # else Doxygen leaves out what is in no namespace
 
 
 def lay_out(folder):

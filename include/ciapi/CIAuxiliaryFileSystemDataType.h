@@ -33,40 +33,42 @@ CIAPI_EXPORT ECIAuxiliaryFileSystemDomainIds RawDataToEnum(const std::vector<uns
 class CIAPI_EXPORT TCCiAuxiliaryFileSystemDTO : public TCMarshalable
 {
 public:
-    TCCiAuxiliaryFileSystemDTO() = default;
-    TCCiAuxiliaryFileSystemDTO(int intValue, ECIAuxiliaryFileSystemDomainIds domainId);
+    TCCiAuxiliaryFileSystemDTO() = default; ///< an unknown domain, numbers 0
+    TCCiAuxiliaryFileSystemDTO(int intValue, ECIAuxiliaryFileSystemDomainIds domainId); ///< shortValue is 0
+    /// All members.
     TCCiAuxiliaryFileSystemDTO(unsigned short shortValue, int intValue, ECIAuxiliaryFileSystemDomainIds domainId);
 
     bool ClassToTree(TCTreeBranch& branch) override;
     bool TreeToClass(TCTreeBranch& branch) override;
 
-    unsigned short shortValue = 0;
-    int intValue = 0;
-    ECIAuxiliaryFileSystemDomainIds domainId = UNKNOWN_DOMAIN_ID;
+    unsigned short shortValue = 0;                                ///< the daemon's
+    int intValue = 0;                                             ///< the daemon's
+    ECIAuxiliaryFileSystemDomainIds domainId = UNKNOWN_DOMAIN_ID; ///< what it serves
 
 protected:
-    void t_PushTree(TCTreeFormatter& formatter);
+    void t_PushTree(TCTreeFormatter& formatter); ///< the fields, each under its tag
 };
 
 /// The acknowledgement of a file request. What its flags and byte strings mean is the daemon's.
 class CIAPI_EXPORT TCCiFileAckDTO : public TCMarshalable
 {
 public:
-    TCCiFileAckDTO() = default;
+    TCCiFileAckDTO() = default; ///< no flag, no bytes, request type 255
+    /// All members.
     TCCiFileAckDTO(bool firstFlag, bool secondFlag, EFileRequestType requestType, std::vector<unsigned char> firstData,
                    std::vector<unsigned char> secondData);
 
     bool ClassToTree(TCTreeBranch& branch) override;
     bool TreeToClass(TCTreeBranch& branch) override;
 
-    bool firstFlag = false;
-    bool secondFlag = false;
+    bool firstFlag = false;  ///< the daemon's
+    bool secondFlag = false; ///< the daemon's
     /// Only the low byte travels.
     EFileRequestType requestType = static_cast<EFileRequestType>(255);
-    std::vector<unsigned char> firstData;
-    std::vector<unsigned char> secondData;
+    std::vector<unsigned char> firstData;  ///< the daemon's
+    std::vector<unsigned char> secondData; ///< the daemon's
 
 protected:
-    void t_PushTree(TCTreeFormatter& formatter);
+    void t_PushTree(TCTreeFormatter& formatter); ///< the fields, each under its tag
 };
 } // namespace CIM

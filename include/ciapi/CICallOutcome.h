@@ -23,9 +23,10 @@ enum ECallOutcome : int
     CALL_OUTCOME_NOT_READABLE = 8, ///< the daemon replied, but without a result, or with a part that is not readable
 };
 
+/// What became of a call, and why.
 struct TSCallOutcome
 {
-    ECallOutcome outcome = CALL_OUTCOME_NONE;
+    ECallOutcome outcome = CALL_OUTCOME_NONE; ///< what became of it
     /// The D-Bus name of the error, such as "org.freedesktop.DBus.Error.ServiceUnknown" when there is no daemon. Only
     /// with CALL_OUTCOME_ERROR_REPLY and CALL_OUTCOME_NO_REPLY; otherwise empty.
     std::string errorName;
@@ -45,14 +46,15 @@ struct TSCallOutcome
 ///   }
 ///
 /// Operations that need no call leave it as it is: ICIGeneral::IsCiSupported, ICISignalSubscriber::SetCallback, and all
-/// of them on a set without CI. It is CALL_OUTCOME_NONE as long as a thread has made no call. Subscribing what is subscribed already, and unsubscribing what is not, gives
-/// CALL_OUTCOME_NONE; when the bus refuses a subscription, its error is here.
+/// of them on a set without CI. It is CALL_OUTCOME_NONE as long as a thread has made no call. Subscribing what is
+/// subscribed already, and unsubscribing what is not, gives CALL_OUTCOME_NONE; when the bus refuses a subscription, its
+/// error is here.
 /// Each thread has its own; a signal callback that makes calls changes that of the thread it runs on.
 /// Thread-safe. Never blocks.
 /// \throws std::bad_alloc when memory is out
 CIAPI_EXPORT TSCallOutcome LastCallOutcome();
 
-/// "answered", "no reply (org.freedesktop.DBus.Error.NoReply)", "org.freedesktop.DBus.Error.ServiceUnknown: The name ...": for log lines and people.
-/// Reentrant.
+/// "answered", "no reply (org.freedesktop.DBus.Error.NoReply)", "org.freedesktop.DBus.Error.ServiceUnknown: The name ...":
+/// for log lines and people. Reentrant.
 CIAPI_EXPORT std::string ToString(const TSCallOutcome& outcome);
 } // namespace CIM

@@ -12,8 +12,8 @@ namespace CIM
 template <class E>
 struct TSEnumName
 {
-    E value;
-    std::string_view name;
+    E value;               ///< its number
+    std::string_view name; ///< as it is written in C++
 };
 
 /// The table of an enumeration, specialised for every enumeration of the library and of the platform:

@@ -31,7 +31,7 @@ public:
     std::vector<unsigned short> text;
 
 protected:
-    void t_PushTree(TCTreeFormatter& formatter);
+    void t_PushTree(TCTreeFormatter& formatter); ///< the fields, each under its tag
 };
 
 /// The state of one CI slot. What its numbers mean is the daemon's; the library carries them.
@@ -43,14 +43,14 @@ public:
     /// All four members are equal.
     virtual bool operator==(const TCSlotInfo& other) const;
 
-    unsigned char slotFlag = 0;
-    long long slotValue = -1;
+    unsigned char slotFlag = 0; ///< the daemon's
+    long long slotValue = -1;   ///< the daemon's
     /// The TV pipelines that belong to the slot.
     std::vector<TVSHandle> handles;
-    std::vector<unsigned short> codes;
+    std::vector<unsigned short> codes; ///< the daemon's
 
 protected:
-    void t_PushTree(TCTreeFormatter& formatter);
+    void t_PushTree(TCTreeFormatter& formatter); ///< the fields, each under its tag
 };
 
 /// The state of all CI slots.
@@ -66,6 +66,6 @@ public:
     std::map<int, TCSlotInfo> slots;
 
 protected:
-    void t_PushTree(TCTreeFormatter& formatter);
+    void t_PushTree(TCTreeFormatter& formatter); ///< the fields, each under its tag
 };
 } // namespace CIM

@@ -45,7 +45,8 @@ union TUNames
 inline TUNames NAMES;
 } // namespace detail
 
-// The D-Bus interfaces of the CI daemon. Each is also the bus name that the daemon owns for that interface.
+/// A D-Bus interface of the CI daemon; also the bus name that the daemon owns for that interface.
+/// @{
 inline const std::string& CI_GENERAL_CONNECTION_NAME = detail::NAMES.all.CI_GENERAL_CONNECTION_NAME;
 inline const std::string& CI_OPERATOR_PROFILE_CONNECTION_NAME = detail::NAMES.all.CI_OPERATOR_PROFILE_CONNECTION_NAME;
 inline const std::string& CI_APP_MMI_CONNECTION_NAME = detail::NAMES.all.CI_APP_MMI_CONNECTION_NAME;
@@ -55,10 +56,13 @@ inline const std::string& CI_DEBUG_CONNECTION_NAME = detail::NAMES.all.CI_DEBUG_
 inline const std::string& CI_AUXILIARY_FILE_SYSTEM_NAME = detail::NAMES.all.CI_AUXILIARY_FILE_SYSTEM_NAME;
 inline const std::string& CI_CICAM_PLAYER_CONNECTION_NAME = detail::NAMES.all.CI_CICAM_PLAYER_CONNECTION_NAME;
 inline const std::string& CI_SAMPLE_DECRYPTION_CONNECTION_NAME = detail::NAMES.all.CI_SAMPLE_DECRYPTION_CONNECTION_NAME;
+/// @}
 
-// The D-Bus interface and object of the daemon's signals.
+/// The D-Bus interface and object of the daemon's signals.
+/// @{
 inline const std::string& CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME = detail::NAMES.all.CI_SIGNAL_SUBSCRIBER_INTERFACE_NAME;
 inline const std::string& CI_SIGNAL_SUBSCRIBER_OBJECT_NAME = detail::NAMES.all.CI_SIGNAL_SUBSCRIBER_OBJECT_NAME;
+/// @}
 
 // Feature keys of the set, for system_info_get_custom_int and system_info_get_custom_bool. The library reads these.
 inline const std::string& CI_FMS_SUPPORT = detail::NAMES.all.CI_FMS_SUPPORT; ///< bool: CI is enabled
@@ -70,12 +74,14 @@ inline const std::string& CI_FMS_TVS_SUPPORTED = detail::NAMES.all.CI_FMS_TVS_SU
 /// int: the model; on model 5 no call is sent before the daemon says that it is ready (CALL_OUTCOME_NOT_READY)
 inline const std::string& CI_FMS_TV_MODEL_TYPE = detail::NAMES.all.CI_FMS_TV_MODEL_TYPE;
 
-// Feature keys that the library does not read: here so that its users read the same ones.
-inline const std::string& CI_FMS_ECP_SUPPORT = detail::NAMES.all.CI_FMS_ECP_SUPPORT; ///< bool
+/// A feature key that the library does not read: here so that its users read the same one. That of ECP is a bool.
+/// @{
+inline const std::string& CI_FMS_ECP_SUPPORT = detail::NAMES.all.CI_FMS_ECP_SUPPORT;
 inline const std::string& CI_FMS_DECISION_MODE_FULL_FLEX = detail::NAMES.all.CI_FMS_DECISION_MODE_FULL_FLEX;
 inline const std::string& CI_FMS_MENU_SUPPORT = detail::NAMES.all.CI_FMS_MENU_SUPPORT;
 inline const std::string& CI_FMS_B2B_OPTION_SUPPORT = detail::NAMES.all.CI_FMS_B2B_OPTION_SUPPORT;
 inline const std::string& CI_FMS_CANAL_READY_TNT_BIN_PATH = detail::NAMES.all.CI_FMS_CANAL_READY_TNT_BIN_PATH;
 inline const std::string& CI_FMS_IS_ZIGGO = detail::NAMES.all.CI_FMS_IS_ZIGGO;
 inline const std::string& CI_FMS_KEY_IS_PVR_SUPPORTED = detail::NAMES.all.CI_FMS_KEY_IS_PVR_SUPPORTED;
+/// @}
 } // namespace CIM

@@ -30,6 +30,7 @@ struct CIAPI_EXPORT TSCIOperatorProfileData : public TCMarshalable
 {
     /// Leaves profileType unset: assign it before it is read.
     TSCIOperatorProfileData();
+    /// All members.
     TSCIOperatorProfileData(EAntennaMode antennaMode, EServiceMode serviceMode, unsigned char slotId,
                             std::basic_string<unsigned short> profileName,
                             const std::set<EAntennaMode>& supportedAntennaModes, EOpProfileType profileType);
@@ -39,7 +40,7 @@ struct CIAPI_EXPORT TSCIOperatorProfileData : public TCMarshalable
 
     /// All six members are equal.
     bool operator==(const TSCIOperatorProfileData& other) const;
-    bool operator!=(const TSCIOperatorProfileData& other) const;
+    bool operator!=(const TSCIOperatorProfileData& other) const; ///< not ==
     /// Orders by antenna mode, service mode, slot and name (by code units). The supported antenna modes and the type
     /// take no part: profiles that differ only there are unequal, yet neither is less, and a set keeps only one.
     bool operator<(const TSCIOperatorProfileData& other) const;
@@ -47,6 +48,7 @@ struct CIAPI_EXPORT TSCIOperatorProfileData : public TCMarshalable
     /// Appends a profile, or a list of them, to a byte string. An empty list appends nothing.
     /// \return true
     static bool Serialize(const TSCIOperatorProfileData& profile, std::vector<unsigned char>& data);
+    /// As above.
     static bool Serialize(const std::list<TSCIOperatorProfileData>& profiles, std::vector<unsigned char>& data);
 
     /// Reads one profile. Bytes that are missing are no error: from where they end, numbers are 0, the name's
@@ -66,16 +68,16 @@ struct CIAPI_EXPORT TSCIOperatorProfileData : public TCMarshalable
     ///         above; std::bad_alloc when memory is out. The list is then unchanged.
     static bool Deserialize(const std::vector<unsigned char>& data, std::list<TSCIOperatorProfileData>& profiles);
 
-    EAntennaMode antennaMode = ANTENNA_MODE_NONE;
-    EServiceMode serviceMode = SERVICE_MODE_NONE;
-    unsigned char slotId = 0xFF;
+    EAntennaMode antennaMode = ANTENNA_MODE_NONE; ///< the antenna it is for
+    EServiceMode serviceMode = SERVICE_MODE_NONE; ///< the service list it belongs to
+    unsigned char slotId = 0xFF;                  ///< the CI slot; 0xFF: none
     /// 16-bit code units as the CAM sent them.
     std::basic_string<unsigned short> profileName;
-    std::set<EAntennaMode> supportedAntennaModes;
-    EOpProfileType profileType;
+    std::set<EAntennaMode> supportedAntennaModes; ///< every antenna it can be used with
+    EOpProfileType profileType;                   ///< unset until it is assigned
 
 protected:
-    void t_PushTree(TCTreeFormatter& formatter);
+    void t_PushTree(TCTreeFormatter& formatter); ///< the fields, each under its tag
 };
 
 /// One log line's text of a profile: its numbers in hexadecimal, its name in UTF-8. Reentrant.

@@ -9,10 +9,12 @@
 
 namespace CIM
 {
+/// The names of the platform's EProfile.
 template <>
 struct TSEnumNames<EProfile>
 {
-    static constexpr std::string_view type = "EProfile";
+    static constexpr std::string_view type = "EProfile"; ///< the enumeration's name
+    /// Ascending by value.
     static constexpr TSEnumName<EProfile> entries[] = {
         {PROFILE_NONE, "PROFILE_NONE"},
         {PROFILE_MAIN, "PROFILE_MAIN"},
@@ -22,10 +24,12 @@ struct TSEnumNames<EProfile>
     };
 };
 
+/// The names of the platform's EAntennaMode.
 template <>
 struct TSEnumNames<EAntennaMode>
 {
-    static constexpr std::string_view type = "EAntennaMode";
+    static constexpr std::string_view type = "EAntennaMode"; ///< the enumeration's name
+    /// Ascending by value.
     static constexpr TSEnumName<EAntennaMode> entries[] = {
         {ANTENNA_MODE_NONE, "ANTENNA_MODE_NONE"},
         {ANTENNA_MODE_TERRESTRIAL, "ANTENNA_MODE_TERRESTRIAL"},
@@ -34,10 +38,12 @@ struct TSEnumNames<EAntennaMode>
     };
 };
 
+/// The names of the platform's EServiceMode.
 template <>
 struct TSEnumNames<EServiceMode>
 {
-    static constexpr std::string_view type = "EServiceMode";
+    static constexpr std::string_view type = "EServiceMode"; ///< the enumeration's name
+    /// Ascending by value.
     static constexpr TSEnumName<EServiceMode> entries[] = {
         {SERVICE_MODE_NONE, "SERVICE_MODE_NONE"},
         {SERVICE_MODE_GENERIC, "SERVICE_MODE_GENERIC"},
@@ -45,10 +51,12 @@ struct TSEnumNames<EServiceMode>
     };
 };
 
+/// The names of the platform's EStateChange.
 template <>
 struct TSEnumNames<EStateChange>
 {
-    static constexpr std::string_view type = "EStateChange";
+    static constexpr std::string_view type = "EStateChange"; ///< the enumeration's name
+    /// Ascending by value.
     static constexpr TSEnumName<EStateChange> entries[] = {
         {STATE_CHANGE_NONE, "STATE_CHANGE_NONE"},
         {STATE_CHANGE_SERVICE, "STATE_CHANGE_SERVICE"},

@@ -50,23 +50,23 @@ struct CIAPI_EXPORT TSDRMSystemId : public TCMarshalable
 {
     /// An identifier that is not valid: 0xFFFF.
     TSDRMSystemId() = default;
-    explicit TSDRMSystemId(unsigned short systemId);
+    explicit TSDRMSystemId(unsigned short systemId); ///< a CA system id
 
     bool ClassToTree(TCTreeBranch& branch) override;
     bool TreeToClass(TCTreeBranch& branch) override;
 
     /// Every identifier but 0xFFFF is valid.
     bool IsValid() const;
-    operator unsigned short const&() const;
+    operator unsigned short const&() const; ///< the identifier
 
-    bool operator==(const TSDRMSystemId& other) const;
-    bool operator!=(const TSDRMSystemId& other) const;
-    bool operator<(const TSDRMSystemId& other) const;
+    bool operator==(const TSDRMSystemId& other) const; ///< all members are equal
+    bool operator!=(const TSDRMSystemId& other) const; ///< not ==
+    bool operator<(const TSDRMSystemId& other) const;  ///< by number
 
-    unsigned short systemId = 0xFFFF;
+    unsigned short systemId = 0xFFFF; ///< 0xFFFF: not valid
 
 protected:
-    void t_PushTree(TCTreeFormatter& formatter);
+    void t_PushTree(TCTreeFormatter& formatter); ///< the fields, each under its tag
 };
 
 /// The identifier of a DRM system, a key or a content, of 16 bytes.
@@ -89,94 +89,101 @@ struct CIAPI_EXPORT TSDRMUuid : public TCMarshalable
     /// 16 bytes that are not UUID_INVALID. What comes from the daemon can have any size.
     bool IsValid() const;
 
-    bool operator==(const TSDRMUuid& other) const;
-    bool operator!=(const TSDRMUuid& other) const;
+    bool operator==(const TSDRMUuid& other) const; ///< all members are equal
+    bool operator!=(const TSDRMUuid& other) const; ///< not ==
     /// Orders by bytes; the beginning of a longer identifier is less.
     bool operator<(const TSDRMUuid& other) const;
 
-    std::vector<unsigned char> uuid;
+    std::vector<unsigned char> uuid; ///< 16 bytes when it is valid
 
 protected:
-    void t_PushTree(TCTreeFormatter& formatter);
+    void t_PushTree(TCTreeFormatter& formatter); ///< the fields, each under its tag
 };
 
 /// One record of DRM metadata that describes media samples.
 struct CIAPI_EXPORT TSDRMMetadataRecord : public TCMarshalable
 {
-    TSDRMMetadataRecord() = default;
+    TSDRMMetadataRecord() = default; ///< of no source, without bytes
+    /// All members.
     TSDRMMetadataRecord(EDRMMetadataSource source, const TSDRMSystemId& systemId, const TSDRMUuid& uuid,
                         const std::vector<unsigned char>& metadata);
 
     bool ClassToTree(TCTreeBranch& branch) override;
     bool TreeToClass(TCTreeBranch& branch) override;
-    bool operator==(const TSDRMMetadataRecord& other) const;
-    bool operator!=(const TSDRMMetadataRecord& other) const;
+    bool operator==(const TSDRMMetadataRecord& other) const; ///< all members are equal
+    bool operator!=(const TSDRMMetadataRecord& other) const; ///< not ==
 
-    EDRMMetadataSource source = UNDEFINED;
-    TSDRMSystemId systemId;
-    TSDRMUuid uuid;
+    EDRMMetadataSource source = UNDEFINED; ///< where the bytes come from
+    TSDRMSystemId systemId;                ///< the DRM system they are for
+    TSDRMUuid uuid;                        ///< the same, or a key or a content, as the source has it
     /// The raw bytes, in the format that the source uses.
     std::vector<unsigned char> metadata;
 
 protected:
-    void t_PushTree(TCTreeFormatter& formatter);
+    void t_PushTree(TCTreeFormatter& formatter); ///< the fields, each under its tag
 };
 
 /// A track whose samples do not come from a transport stream.
 struct CIAPI_EXPORT TSSampleTrackNonTSFormat : public TCMarshalable
 {
-    TSSampleTrackNonTSFormat() = default;
+    TSSampleTrackNonTSFormat() = default; ///< PID 0, no records
+    /// All members.
     TSSampleTrackNonTSFormat(unsigned short trackPid, const std::vector<TSDRMMetadataRecord>& drmRecords);
 
     bool ClassToTree(TCTreeBranch& branch) override;
     bool TreeToClass(TCTreeBranch& branch) override;
-    bool operator==(const TSSampleTrackNonTSFormat& other) const;
-    bool operator!=(const TSSampleTrackNonTSFormat& other) const;
+    bool operator==(const TSSampleTrackNonTSFormat& other) const; ///< all members are equal
+    bool operator!=(const TSSampleTrackNonTSFormat& other) const; ///< not ==
 
-    unsigned short trackPid = 0;
-    std::vector<TSDRMMetadataRecord> drmRecords;
+    unsigned short trackPid = 0;                 ///< its PID
+    std::vector<TSDRMMetadataRecord> drmRecords; ///< how the samples are protected
 
 protected:
-    void t_PushTree(TCTreeFormatter& formatter);
+    void t_PushTree(TCTreeFormatter& formatter); ///< the fields, each under its tag
 };
 
 /// The DRM systems that a CAM supports.
 struct CIAPI_EXPORT TSDRMSystemsData : public TCMarshalable
 {
-    TSDRMSystemsData() = default;
+    TSDRMSystemsData() = default; ///< none
+    /// All members.
     TSDRMSystemsData(const std::set<TSDRMSystemId>& drmSystemIds, const std::set<TSDRMUuid>& drmUuids);
 
     bool ClassToTree(TCTreeBranch& branch) override;
     bool TreeToClass(TCTreeBranch& branch) override;
-    bool operator==(const TSDRMSystemsData& other) const;
-    bool operator!=(const TSDRMSystemsData& other) const;
+    bool operator==(const TSDRMSystemsData& other) const; ///< all members are equal
+    bool operator!=(const TSDRMSystemsData& other) const; ///< not ==
 
-    std::set<TSDRMSystemId> drmSystemIds;
-    std::set<TSDRMUuid> drmUuids;
+    std::set<TSDRMSystemId> drmSystemIds; ///< those with a CA system id
+    std::set<TSDRMUuid> drmUuids;         ///< those with a UUID
 
 protected:
-    void t_PushTree(TCTreeFormatter& formatter);
+    void t_PushTree(TCTreeFormatter& formatter); ///< the fields, each under its tag
 };
 
 /// How sample decryption goes. Has no tree form of its own.
 struct CIAPI_EXPORT TSSampleDecryptionStatus
 {
-    bool operator==(const TSSampleDecryptionStatus& other) const;
-    bool operator!=(const TSSampleDecryptionStatus& other) const;
+    bool operator==(const TSSampleDecryptionStatus& other) const; ///< all members are equal
+    bool operator!=(const TSSampleDecryptionStatus& other) const; ///< not ==
 
+    /// Whether the CAM takes samples.
     ESampleDecryptionTransmissionStatus transmissionStatus = CI_SD_TX_STATUS_ERROR_OTHER_REASON;
+    /// Whether it can decrypt them.
     ESampleDecryptionDRMStatus drmStatus = CI_SD_DRM_STATUS_STATUS_CURRENTLY_UNDETERMINED;
-    TSDRMSystemId drmSystemId = TSDRMSystemId(0);
-    TSDRMUuid drmUuid;
+    TSDRMSystemId drmSystemId = TSDRMSystemId(0); ///< the system in use
+    TSDRMUuid drmUuid;                            ///< the same as a UUID
     /// The size of the CAM's sample buffer, in the daemon's unit.
     unsigned short bufferSize = 0;
 };
 
-/// Texts for log lines: identifiers in decimal, byte strings as ByteArrayToString gives them. Reentrant.
+/// A text for log lines: identifiers in decimal, byte strings as ByteArrayToString gives them. Reentrant.
+/// @{
 CIAPI_EXPORT std::string ToString(const TSDRMSystemId& systemId);
 CIAPI_EXPORT std::string ToString(const TSDRMUuid& uuid);
 CIAPI_EXPORT std::string ToString(const TSDRMMetadataRecord& record);
 CIAPI_EXPORT std::string ToString(const TSSampleTrackNonTSFormat& track);
 CIAPI_EXPORT std::string ToString(const TSDRMSystemsData& systems);
 CIAPI_EXPORT std::string ToString(const TSSampleDecryptionStatus& status);
+/// @}
 } // namespace CIM

@@ -12,6 +12,7 @@
 #include <ciapi/ICISignalSubscriber.h>
 #include <ciapi/IPvrCip.h>
 
+/// The client library of the CI daemon.
 namespace CIM
 {
 /// The way into the library: one instance of each interface for the whole process, created when it is first asked for.

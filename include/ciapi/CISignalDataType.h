@@ -69,7 +69,7 @@ CIAPI_ENUMERATION(ECISignalType)
 /// What comes with a signal: 8 bytes whose meaning depends on the signal and is agreed between daemon and applications.
 struct TSSignalData
 {
-    unsigned char bytes[8] = {};
+    unsigned char bytes[8] = {}; ///< as they travel
 };
 static_assert(sizeof(TSSignalData) == 8, "signal data travels as eight bytes");
 

@@ -17,11 +17,13 @@ CIAPI_EXPORT std::string ToString(int value);
 /// only the first 100 are shown, and "PRINT LIMITED TO(100) " follows the size.
 CIAPI_EXPORT std::string ByteArrayToString(const std::vector<unsigned char>& bytes);
 
-/// Append an integer to a byte string, the most significant byte first.
+/// Appends an integer to a byte string, the most significant byte first.
+/// @{
 CIAPI_EXPORT void Put8(std::vector<unsigned char>& bytes, std::uint8_t value);
 CIAPI_EXPORT void Put16(std::vector<unsigned char>& bytes, std::uint16_t value);
 CIAPI_EXPORT void Put32(std::vector<unsigned char>& bytes, std::uint32_t value);
 CIAPI_EXPORT void Put64(std::vector<unsigned char>& bytes, std::uint64_t value);
+/// @}
 
 /// Conversions between the CAMs' 16-bit texts and UTF-8.
 class CIAPI_EXPORT TCUnicodeUtils

@@ -18,13 +18,15 @@ CIAPI_ENUMERATION(ESpeedRestriction)
 /// daemon's.
 struct SContentSection
 {
-    std::int64_t firstValue = 0;
-    std::int64_t secondValue = 0;
+    std::int64_t firstValue = 0;  ///< 8 bytes on every machine
+    std::int64_t secondValue = 0; ///< 8 bytes on every machine
 
+    /// Both values are equal.
     friend bool operator==(const SContentSection& a, const SContentSection& b)
     {
         return a.firstValue == b.firstValue && a.secondValue == b.secondValue;
     }
+    /// Not ==.
     friend bool operator!=(const SContentSection& a, const SContentSection& b) { return !(a == b); }
 };
 static_assert(sizeof(SContentSection) == 16, "a section travels as sixteen bytes");

@@ -31,10 +31,10 @@ public:
     virtual bool PushMarshalableClass(unsigned tag, TIMarshalable* object) = 0;
 
 protected:
-    TCTreeBranch& t_branch;
-    bool t_isSound = true;
+    TCTreeBranch& t_branch; ///< what is written to or read from
+    bool t_isSound = true;  ///< no push has failed
 
-    explicit TCTreeFormatter(TCTreeBranch& branch) : t_branch(branch) {}
+    explicit TCTreeFormatter(TCTreeBranch& branch) : t_branch(branch) {} ///< the branch outlives it
     TCTreeFormatter(const TCTreeFormatter&) = delete;
     TCTreeFormatter& operator=(const TCTreeFormatter&) = delete;
 };
@@ -43,7 +43,7 @@ protected:
 class TVPLATFORM_EXPORT TCClassToTreeFormatter final : public TCTreeFormatter
 {
 public:
-    explicit TCClassToTreeFormatter(TCTreeBranch& branch);
+    explicit TCClassToTreeFormatter(TCTreeBranch& branch); ///< children are added to the branch, which outlives it
     ~TCClassToTreeFormatter() override;
 
     bool PushValue(unsigned tag, int typeCode, void* address) override;
@@ -59,7 +59,7 @@ public:
 class TVPLATFORM_EXPORT TCTreeToClassFormatter final : public TCTreeFormatter
 {
 public:
-    explicit TCTreeToClassFormatter(TCTreeBranch& branch);
+    explicit TCTreeToClassFormatter(TCTreeBranch& branch); ///< the branch outlives it
     ~TCTreeToClassFormatter() override;
 
     bool PushValue(unsigned tag, int typeCode, void* address) override;

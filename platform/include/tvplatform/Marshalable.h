@@ -25,6 +25,7 @@ public:
     /// Takes the object's fields from a branch; a field that the branch lacks keeps its value.
     /// \return false when the branch does not hold this kind of object
     virtual bool TreeToClass(TCTreeBranch& branch) = 0;
+    /// How it lies in the tree of what contains it.
     virtual EMarshalableStorageType GetMarshalableStorageType() = 0;
 };
 

@@ -40,10 +40,11 @@ public:
     std::size_t GetArgumentCount() const { return m_count; }
 
 protected:
+    /// What an argument without a fitting node means.
     enum EMissing
     {
-        MISSING_KEEPS_VALUE,
-        MISSING_FAILS,
+        MISSING_KEEPS_VALUE, ///< it stays as it is
+        MISSING_FAILS,       ///< so does the filling
     };
 
     TCMarshallingHelper();
@@ -52,7 +53,7 @@ protected:
 
     /// Writes, or fills, all arguments but those that travel one way only, the other way.
     bool t_Write(TCTreeBranch& branch, EMarshallingDirection leftOut);
-    bool t_Fill(TCTreeBranch& branch, EMarshallingDirection leftOut, EMissing missing);
+    bool t_Fill(TCTreeBranch& branch, EMarshallingDirection leftOut, EMissing missing); ///< as above
 
 private:
     struct TArgument

@@ -39,11 +39,11 @@ public:
 
     /// How many pieces hold the unread bytes, and one of them: for a writer that can send piece by piece.
     std::size_t GetPieceCount() const;
-    const char* GetPiece(std::size_t index, std::size_t& length) const;
+    const char* GetPiece(std::size_t index, std::size_t& length) const; ///< null, length 0: there is none
 
     /// Who sent the message, as a bus name; empty when unknown.
     void SetSender(const char* sender);
-    const std::string& GetSender() const;
+    const std::string& GetSender() const; ///< as above
 
 private:
     // A run of bytes that is not part of one growing store: the buffer's own ones, or somebody else's.

@@ -7,12 +7,12 @@
 /// What a node creator makes nodes of. The values 7 and 8 stand for elements that are containers themselves.
 enum ENodeCreatorType : int
 {
-    NODE_CREATOR_PLAIN = 0,
-    NODE_CREATOR_MARSHALABLE = 1,
-    NODE_CREATOR_STRING = 2,
-    NODE_CREATOR_WIDE_STRING = 3,
-    NODE_CREATOR_ONE_DIMENSION = 7,
-    NODE_CREATOR_TWO_DIMENSION = 8,
+    NODE_CREATOR_PLAIN = 0,         ///< bytes as they lie in memory
+    NODE_CREATOR_MARSHALABLE = 1,   ///< what marshals itself
+    NODE_CREATOR_STRING = 2,        ///< std::string
+    NODE_CREATOR_WIDE_STRING = 3,   ///< strings of 16-bit code units
+    NODE_CREATOR_ONE_DIMENSION = 7, ///< containers
+    NODE_CREATOR_TWO_DIMENSION = 8, ///< containers of pairs
 };
 
 /// Turns one element of a container into a node and back. Reentrant.
@@ -49,12 +49,15 @@ public:
     virtual bool PutNodeDataTo(void* data, unsigned long elementSize, unsigned long byteSize, TCTreeNode& node) = 0;
 
 protected:
+    /// \param[in] type             what NodeCreatorType returns
+    /// \param[in] isArrayData      what IsArrayData returns
+    /// \param[in] isNullizedArray  what IsNullizedArray returns
     explicit TCNodeCreatorProperty(int type, bool isArrayData = false, bool isNullizedArray = false)
         : m_type(type), m_isArrayData(isArrayData), m_isNullizedArray(isNullizedArray)
     {
     }
-    TCNodeCreatorProperty(const TCNodeCreatorProperty&) = default;
-    TCNodeCreatorProperty& operator=(const TCNodeCreatorProperty&) = default;
+    TCNodeCreatorProperty(const TCNodeCreatorProperty&) = default;            ///< for Fork
+    TCNodeCreatorProperty& operator=(const TCNodeCreatorProperty&) = default; ///< for Fork
 
 private:
     int m_type;

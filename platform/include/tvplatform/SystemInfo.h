@@ -11,4 +11,5 @@
 /// \return 0, or a negative errno-style code: -ENOENT no such key, -EINVAL not a value of this type (or a null
 ///         argument), -EIO a key file is there but cannot be read
 extern "C" TVPLATFORM_EXPORT int system_info_get_custom_int(const char* key, int* value);
+/// As above, for a key that is true or false.
 extern "C" TVPLATFORM_EXPORT int system_info_get_custom_bool(const char* key, bool* value);

@@ -56,9 +56,9 @@ public:
     /// Lets the next allocations, up to that many bytes in all, come from one block of exactly this size.
     void Reserve(std::size_t bytes);
 
-    ETreeData data = TREE_DATA_COPIED;
-    bool sizesKnown = false;     ///< the branches' sizes are up to date
-    bool lendsToBuffers = false; ///< some leaf may be referred to by a buffer
+    ETreeData data = TREE_DATA_COPIED; ///< how long bytes given from now on live
+    bool sizesKnown = false;           ///< the branches' sizes are up to date
+    bool lendsToBuffers = false;       ///< some leaf may be referred to by a buffer
 
 private:
     struct TSBlock
@@ -84,9 +84,10 @@ public:
     TCTreeNode(const TCTreeNode&) = delete;
     TCTreeNode& operator=(const TCTreeNode&) = delete;
 
-    ETreeNodeType GetNodeType() const { return m_type; }
-    bool IsLeaf() const { return m_type == TREE_NODE_LEAF; }
-    unsigned GetTag() const { return m_tag; }
+    ETreeNodeType GetNodeType() const { return m_type; }     ///< what it is
+    bool IsLeaf() const { return m_type == TREE_NODE_LEAF; } ///< it holds bytes, no children
+    unsigned GetTag() const { return m_tag; }                ///< tells it from the other children; 16 bits
+    /// Another tag; its low 16 bits count.
     void SetTag(unsigned tag) { m_tag = static_cast<std::uint16_t>(tag); }
 
     /// \return the bytes of a leaf; 0 for a branch
@@ -102,10 +103,10 @@ public:
 
     /// \return this node as a branch; null when it is a leaf
     TCTreeBranch* AsBranch();
-    const TCTreeBranch* AsBranch() const;
+    const TCTreeBranch* AsBranch() const; ///< as above
     /// \return the next child of the same branch; null behind the last
     TCTreeNode* GetNextNode() { return m_next; }
-    const TCTreeNode* GetNextNode() const { return m_next; }
+    const TCTreeNode* GetNextNode() const { return m_next; } ///< as above
 
 protected:
     friend class TCTreeBranch;
@@ -121,24 +122,26 @@ protected:
         FLAG_ROOT = 8,     ///< is a root: stays a list, and is copied when added to another tree
     };
 
+    /// A node that is no child yet. Its memory outlives it; null: it stands alone.
     TCTreeNode(TCTreeMemory* memory, ETreeNodeType type, unsigned tag)
         : m_memory(memory), m_tag(static_cast<std::uint16_t>(tag)), m_type(type)
     {
     }
     ~TCTreeNode() = default;
 
-    TCTreeMemory* m_memory;
-    TCTreeNode* m_next = nullptr;
+    TCTreeMemory* m_memory;       ///< of its tree
+    TCTreeNode* m_next = nullptr; ///< null: the last child, or none
+    /// What a node holds, as m_type and m_flags say.
     union TContent
     {
-        const void* data = nullptr;
-        TCTreeNode* firstChild;
-        unsigned char bytes[8];
-    } m_content;
-    std::uint32_t m_size = 0;
-    std::uint16_t m_tag;
-    ETreeNodeType m_type;
-    std::uint8_t m_flags = 0;
+        const void* data = nullptr; ///< a leaf: its bytes
+        TCTreeNode* firstChild;     ///< a branch; null: empty
+        unsigned char bytes[8];     ///< a leaf with FLAG_INLINE: the bytes themselves
+    } m_content;                    ///< the bytes or the children
+    std::uint32_t m_size = 0;       ///< a leaf: how many bytes; a branch: those of its children, once known
+    std::uint16_t m_tag;            ///< what GetTag returns
+    ETreeNodeType m_type;           ///< what GetNodeType returns
+    std::uint8_t m_flags = 0;       ///< of FLAG_...
 };
 
 /// A node that holds children, in the order in which they were added.
@@ -167,8 +170,8 @@ public:
     /// \return false, adding nothing, for null
     bool AddNode(TCTreeNode* node);
 
-    TCTreeNode* GetFirstNode() { return m_content.firstChild; }
-    const TCTreeNode* GetFirstNode() const { return m_content.firstChild; }
+    TCTreeNode* GetFirstNode() { return m_content.firstChild; }             ///< null: there are no children
+    const TCTreeNode* GetFirstNode() const { return m_content.firstChild; } ///< as above
     /// \return the number of children, by counting them
     std::size_t GetNodeCount() const;
     /// \return the first child with a tag; null when there is none
@@ -181,13 +184,14 @@ protected:
     friend class TCTreeReader;
     friend class TCTreeWriter;
 
+    /// An empty branch that is no child yet.
     TCTreeBranch(TCTreeMemory* memory, ETreeNodeType type, unsigned tag) : TCTreeNode(memory, type, tag)
     {
         m_content.firstChild = nullptr;
     }
     ~TCTreeBranch() = default;
 
-    TCTreeNode* m_lastChild = nullptr;
+    TCTreeNode* m_lastChild = nullptr; ///< where the next child is added
 
 private:
     TCTreeNode* Copy(const TCTreeNode& node);
@@ -200,7 +204,7 @@ class TVPLATFORM_EXPORT TCTreeBranchList : public TCTreeBranch
 public:
     /// An empty tree. \param[in] tag  the root's tag, a method identifier for instance; its low 16 bits count
     explicit TCTreeBranchList(unsigned tag);
-    explicit TCTreeBranchList(int tag) : TCTreeBranchList(static_cast<unsigned>(tag)) {}
+    explicit TCTreeBranchList(int tag) : TCTreeBranchList(static_cast<unsigned>(tag)) {} ///< as above
     /// Reads the tree that the unread bytes of a buffer hold. The leaves refer to the buffer's bytes: it has to outlive
     /// the tree and stay as it is. Nothing is taken from the buffer. Never reads past its end; allocates at most five
     /// times as many bytes as it reads, and nothing for a small tree.

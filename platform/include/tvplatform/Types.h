@@ -57,18 +57,20 @@ enum EStateChange : std::int32_t
 /// A handle of a TV pipeline. Eight bytes: the two filler bytes at its end are part of it and always zero.
 struct TVSHandle
 {
-    EProfile profile = PROFILE_NONE;
-    std::uint16_t handle = 0;
-    std::uint16_t filler = 0;
+    EProfile profile = PROFILE_NONE; ///< whose pipeline it is
+    std::uint16_t handle = 0;        ///< its number among those of the profile
+    std::uint16_t filler = 0;        ///< takes no part in comparing
 
-    TVSHandle() = default;
+    TVSHandle() = default; ///< of no pipeline
+    /// Of this one.
     TVSHandle(EProfile aProfile, std::uint16_t aHandle) : profile(aProfile), handle(aHandle) {}
 
+    /// The same pipeline.
     friend bool operator==(const TVSHandle& a, const TVSHandle& b)
     {
         return a.profile == b.profile && a.handle == b.handle;
     }
-    friend bool operator!=(const TVSHandle& a, const TVSHandle& b) { return !(a == b); }
+    friend bool operator!=(const TVSHandle& a, const TVSHandle& b) { return !(a == b); } ///< not ==
 };
 static_assert(sizeof(TVSHandle) == 8, "a handle travels as eight bytes");
 
@@ -76,7 +78,8 @@ static_assert(sizeof(TVSHandle) == 8, "a handle travels as eight bytes");
 class TVPLATFORM_EXPORT TSTvMode : public TCMarshalable
 {
 public:
-    TSTvMode() = default;
+    TSTvMode() = default; ///< none
+    /// Both members.
     TSTvMode(EAntennaMode aAntennaMode, EServiceMode aServiceMode)
         : antennaMode(aAntennaMode), serviceMode(aServiceMode)
     {
@@ -85,11 +88,14 @@ public:
     bool ClassToTree(TCTreeBranch& branch) override;
     bool TreeToClass(TCTreeBranch& branch) override;
 
-    EAntennaMode antennaMode = ANTENNA_MODE_NONE;
-    EServiceMode serviceMode = SERVICE_MODE_NONE;
+    EAntennaMode antennaMode = ANTENNA_MODE_NONE; ///< how its services reach the set
+    EServiceMode serviceMode = SERVICE_MODE_NONE; ///< which list they are in
 };
 
+/// Compare antenna modes, then service modes.
+/// @{
 TVPLATFORM_EXPORT bool operator==(const TSTvMode& a, const TSTvMode& b);
 TVPLATFORM_EXPORT bool operator!=(const TSTvMode& a, const TSTvMode& b);
 TVPLATFORM_EXPORT bool operator<(const TSTvMode& a, const TSTvMode& b);
+/// @}
 #endif

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+/// What tests of applications need: a simulated daemon, and fakes of the interfaces.
 namespace CIM::test
 {
 /// What kind of set a test runs on. The defaults are a set with CI and the simulator's built-in CAMs.
@@ -45,7 +46,7 @@ struct CIAPI_TESTING_EXPORT TSCall
     std::string fault;     ///< the kind of the failure that met it; empty: none
     std::string program;   ///< the caller's program, when it has said so
     int processId = 0;     ///< the caller's
-    bool isOneWay = false;
+    bool isOneWay = false; ///< it asked for no reply
 
     /// One of the inputs as JSON text: "0", "\"/media/recording.ts\"". Empty when there is no such input.
     std::string Argument(const std::string& name) const;
@@ -134,7 +135,7 @@ public:
     }
     /// The calls of all operations, the latest last. Only the last ten thousand are kept; CallCount counts all.
     std::vector<TSCall> Calls() const;
-    void ClearCalls();
+    void ClearCalls(); ///< from now on they count anew
     /// Waits, as RunUntil does, until an operation was called so often, the calls before this one included. For one-way
     /// calls, and calls of other threads and programs.
     /// \return whether it was
@@ -151,7 +152,7 @@ public:
 
     /// What happens to the set. \throws std::invalid_argument, with the reason, when it cannot happen
     void InsertCam(unsigned slot, const std::string& cam);
-    void RemoveCam(unsigned slot);
+    void RemoveCam(unsigned slot); ///< as above
     /// Anything else that the simulator can be told to do, by name.
     /// \param[in] name       "open-menu", "ask-pin", ...; docs/simulator.md lists them
     /// \param[in] arguments  a JSON object

@@ -46,7 +46,7 @@ public:
     /// \return its exit status: 0, or 3 when the expectations of its scenario were not met; 128 and the signal that
     ///         ended it. The same again when it has ended already.
     int End();
-    pid_t ProcessId() const { return m_process; }
+    pid_t ProcessId() const { return m_process; } ///< also after its end
 
 private:
     pid_t m_process = -1;

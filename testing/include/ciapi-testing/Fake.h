@@ -35,7 +35,7 @@ template <class Interface_>
 class TFake : public Interface_
 {
 public:
-    using Interface = Interface_;
+    using Interface = Interface_; ///< what it stands for
 
     /// Lets a function answer an operation from now on.
     /// \param[in] member  the operation; see Overload for those that share a name

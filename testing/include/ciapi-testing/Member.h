@@ -27,19 +27,22 @@ constexpr Signature Interface::*Overload(Signature Interface::*member)
 /// An operation without its type: the type and the bytes of its member pointer.
 struct TSMemberKey
 {
-    std::type_index type;
-    std::string bytes;
+    std::type_index type; ///< of the member pointer
+    std::string bytes;    ///< of the member pointer
 
+    /// Some order, the same within a process.
     friend bool operator<(const TSMemberKey& a, const TSMemberKey& b)
     {
         return std::tie(a.type, a.bytes) < std::tie(b.type, b.bytes);
     }
+    /// The same operation.
     friend bool operator==(const TSMemberKey& a, const TSMemberKey& b)
     {
         return a.type == b.type && a.bytes == b.bytes;
     }
 };
 
+/// The key of an operation.
 template <class Member>
 TSMemberKey KeyOf(Member member)
 {
