@@ -5,7 +5,9 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <optional>
 
@@ -34,10 +36,18 @@ std::size_t HangingIndent(const std::string& line, std::size_t column)
     return isUsage ? 7 : begin;
 }
 
-template <class T>
-void AddNumber(CLI::App& app, const std::string& name, T& value, const std::string& help)
+/// The parser takes -1 for the greatest number, and a greater one for that, too.
+std::string WhyNoNumber(const std::string& given)
 {
-    app.add_option(name, value, help)->capture_default_str();
+    errno = 0;
+    std::strtoull(given.c_str(), nullptr, 0);
+    return given.starts_with('-') || errno == ERANGE ? given + " is no number from 0 to 18446744073709551615" : "";
+}
+
+template <class T>
+CLI::Option* AddNumber(CLI::App& app, const std::string& name, T& value, const std::string& help)
+{
+    return app.add_option(name, value, help)->capture_default_str();
 }
 
 /// As for any other wrong usage.
@@ -125,12 +135,12 @@ void TCCommandLine::Option(const std::string& name, std::int64_t& value, const s
 
 void TCCommandLine::Option(const std::string& name, std::uint64_t& value, const std::string& help)
 {
-    AddNumber(*m_app, name, value, help);
+    AddNumber(*m_app, name, value, help)->check(WhyNoNumber);
 }
 
 void TCCommandLine::Option(const std::string& name, std::optional<std::uint64_t>& value, const std::string& help)
 {
-    m_app->add_option(name, value, help);
+    m_app->add_option(name, value, help)->check(WhyNoNumber);
 }
 
 void TCCommandLine::Option(const std::string& name, std::string& value, const std::string& help)

@@ -67,7 +67,11 @@ std::string ListCams(TCSimulatedDaemon& daemon)
 std::string AdvanceClock(TCSimulatedDaemon& daemon, std::uint64_t ms)
 {
     constexpr std::uint64_t YEAR = 366ull * 24 * 3600 * 1000;
-    daemon.Clock().Advance(static_cast<TTime>(std::min(ms, YEAR)));
+    if (ms > YEAR)
+    {
+        throw std::runtime_error("not more than 366 days at once");
+    }
+    daemon.Clock().Advance(static_cast<TTime>(ms));
     return std::to_string(daemon.Model().Now());
 }
 

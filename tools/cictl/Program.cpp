@@ -150,7 +150,12 @@ int RunCommandLine(int argc, char** argv, const TCTell& tell)
     {
         status = fail(EXIT_REFUSED, error.what());
     }
-    return IsOutputWritten() ? status : fail(EXIT_REFUSED, "cannot write to standard output");
+    if (!IsOutputWritten())
+    {
+        status = EXIT_REFUSED;
+        tell(EXIT_REFUSED, "cannot write to standard output", false); // where the JSON would have gone
+    }
+    return status;
 }
 
 TCandidates CompleteWords(std::span<const std::string> words)
