@@ -147,8 +147,8 @@ class Signals:
     """Subscriptions to some types of signals, until ``close`` or the end of a ``with`` block.
 
     With a callback, each signal is handed to it, on a thread of the package's own, one at a time; without, they wait
-    here to be taken, by ``get``, ``within`` or a ``for`` loop; ``dropped`` counts those beyond 100,000. What concerns a slot is raised for the profile MAIN and
-    the slot as handle, what concerns a pipeline for that pipeline's.
+    here to be taken, by ``get``, ``within`` or a ``for`` loop; ``dropped`` counts those beyond 100,000. What concerns a
+    slot is raised for the profile MAIN and the slot as handle, what concerns a pipeline for that pipeline's.
     """
 
     def __init__(
@@ -160,6 +160,8 @@ class Signals:
     ) -> None:
         if not types:
             raise TypeError("Signals needs a type of signal at least")
+        if callback is not None and not callable(callback):
+            raise TypeError("callback: a function is needed")
         self._callback = callback
         self._signals: Deque[Signal] = collections.deque()
         self._changed = threading.Condition()

@@ -144,7 +144,8 @@ py::object TPyForm<std::u16string>::To(const std::u16string& value)
 }
 void TPyForm<std::u16string>::From(py::handle given, std::u16string& value)
 {
-    const std::vector<unsigned short> units = UnitsFrom(given);
+    std::vector<unsigned short> units = UnitsFrom(given);
+    const json::TCWipeAtEnd wipe(units);
     value.assign(units.begin(), units.end());
 }
 
@@ -155,7 +156,8 @@ py::object TPyForm<std::basic_string<unsigned short>>::To(const std::basic_strin
 }
 void TPyForm<std::basic_string<unsigned short>>::From(py::handle given, std::basic_string<unsigned short>& value)
 {
-    const std::vector<unsigned short> units = UnitsFrom(given);
+    std::vector<unsigned short> units = UnitsFrom(given);
+    const json::TCWipeAtEnd wipe(units);
     value.assign(units.begin(), units.end());
 }
 

@@ -2,6 +2,7 @@
 
 #include "bus/Handles.h"
 #include "privatebus/Keeper.h"
+#include "simulator/daemon/Verbs.h"
 
 #include <ciapi/CINames.h>
 
@@ -13,9 +14,6 @@ namespace CIM::python
 {
 namespace
 {
-constexpr const char* CONTROL_NAME = "com.kelvora.cisim";
-constexpr const char* CONTROL_OBJECT = "/com/kelvora/cisim";
-constexpr const char* CONTROL_INTERFACE = "com.kelvora.cisim.Control";
 constexpr int SLOTS = 2;
 
 /// The one bus of the process: the library connects once. Never destroyed: a process that does not come to EndBus takes
@@ -74,11 +72,15 @@ void WriteKeys(const std::map<std::string, std::string>& different)
 std::string Ask(const std::string& verb, const std::vector<std::string>& arguments)
 {
     TCDBusError error;
-    const TCMessagePtr call(
-        dbus_message_new_method_call(CONTROL_NAME, CONTROL_OBJECT, CONTROL_INTERFACE, verb.c_str()));
-    if (call == nullptr)
+    if (!dbus_validate_member(verb.c_str(), nullptr))
     {
         throw std::invalid_argument("there is no verb " + verb);
+    }
+    const TCMessagePtr call(
+        dbus_message_new_method_call(sim::CONTROL_NAME, sim::CONTROL_OBJECT, sim::CONTROL_INTERFACE, verb.c_str()));
+    if (call == nullptr)
+    {
+        throw std::bad_alloc();
     }
     DBusMessageIter iterator;
     dbus_message_iter_init_append(call.get(), &iterator);
@@ -101,8 +103,7 @@ std::string Ask(const std::string& verb, const std::vector<std::string>& argumen
     if (reply == nullptr)
     {
         const std::string name = error.Name();
-        if (name == DBUS_ERROR_INVALID_ARGS || name == DBUS_ERROR_UNKNOWN_METHOD ||
-            name.rfind(std::string(CONTROL_NAME) + ".Error.", 0) == 0)
+        if (name == DBUS_ERROR_INVALID_ARGS || name == DBUS_ERROR_UNKNOWN_METHOD || name == sim::CONTROL_REFUSED)
         {
             throw std::invalid_argument(error.Text());
         }

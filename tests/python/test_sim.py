@@ -43,8 +43,13 @@ def test_what_is_wrong_is_said():
         assert "7351" not in str(caught.value)
         with pytest.raises(ValueError, match="handle"):
             ciapi.Signals(ciapi.ECISignalType.SIGNAL_CI_CAM_READY_STATUS_CHANGED, handle=-1)
-        with pytest.raises(ValueError, match="NoSuchVerb"):
-            simulator.ask("NoSuchVerb")
+        with pytest.raises(TypeError, match="callback"):
+            ciapi.Signals(ciapi.ECISignalType.SIGNAL_CI_CAM_READY_STATUS_CHANGED, callback=5)
+        with pytest.raises(ValueError, match="366 days"):
+            simulator.advance(days=400)
+        for verb in ("NoSuchVerb", "no such verb"):
+            with pytest.raises(ValueError, match=verb):
+                simulator.ask(verb)
     with pytest.raises(RuntimeError, match="no simulator answers"):
         simulator.ask("State")
 
