@@ -20,7 +20,8 @@ struct TSKeeperOptions
     /// Runs beside the bus, in a process of its own that inherits the environment; calls ready once it can be used.
     /// May be empty; needs a maker with a single thread. \return the exit status of that process
     std::function<int(const std::function<void()>& ready)> companion;
-    /// Descriptors that the companion needs; of the others it has none but the standard ones.
+    /// Descriptors that the companion needs; of the others it has none but the standard ones. They stay the maker's to
+    /// close; the keeper keeps no copies.
     std::vector<int> handed;
     /// The keeper is nobody's child: a program that waits for its children does not wait for it.
     bool isOrphan = false;

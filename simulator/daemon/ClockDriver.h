@@ -32,4 +32,18 @@ private:
     TTime m_advanced = 0; ///< what Advance added
     TCTimers::TId m_timer = 0;
 };
+
+/// The model may be used while this lives: the clock is brought up to real time before, and settled at the end, also when
+/// somebody throws.
+class TCModelUse
+{
+public:
+    explicit TCModelUse(TCClockDriver& clock) : m_clock(clock) { m_clock.CatchUp(); }
+    ~TCModelUse() { m_clock.Settle(); }
+    TCModelUse(const TCModelUse&) = delete;
+    TCModelUse& operator=(const TCModelUse&) = delete;
+
+private:
+    TCClockDriver& m_clock;
+};
 } // namespace CIM::sim

@@ -2,8 +2,8 @@
 #include "commandline/TerminalWidth.h"
 #include "Commands.h"
 #include "privatebus/BusFolder.h"
+#include "ServeOptions.h"
 #include "simulator/daemon/Sandbox.h"
-#include "simulator/daemon/Serve.h"
 #include "simulator/replay/Replay.h"
 #include "simulator/retelling/SetFromRecording.h"
 #include "simulator/scenario/Junit.h"
@@ -162,13 +162,7 @@ private:
     TSServeOptions ServeOptions(const std::function<void()>& ready)
     {
         TSServeOptions options;
-        options.set = m_scenario.set;
-        options.seed = m_scenario.seed;
-        options.warmUpMs = m_scenario.warmUpMs;
-        options.daemon.seed = m_scenario.seed;
-        options.daemon.isManualClock = m_scenario.isManualClock;
-        options.daemon.namesAfterMs = m_scenario.namesAfterMs;
-        options.daemon.nameStepMs = m_scenario.nameStepMs;
+        TakeScenario(m_scenario, options);
         options.company = [this](TCSimulatedDaemon& daemon, std::function<void(int)> quit)
         {
             m_quit = quit;

@@ -49,13 +49,7 @@ public:
         m_screenOptions.inserted = m_serve.set.inserted;
         if (story != nullptr)
         {
-            m_serve.set = story->set;
-            m_serve.warmUpMs = story->warmUpMs;
-            m_serve.seed = story->seed;
-            m_serve.daemon.seed = story->seed;
-            m_serve.daemon.isManualClock = story->isManualClock;
-            m_serve.daemon.namesAfterMs = story->namesAfterMs;
-            m_serve.daemon.nameStepMs = story->nameStepMs;
+            TakeScenario(*story, m_serve);
         }
         else
         {

@@ -1,6 +1,7 @@
 #include "commandline/Nearest.h"
 #include "Commands.h"
 #include "ServeOptions.h"
+#include "simulator/scenario/Scenario.h"
 #include "simulator/scenario/Tell.h"
 #include "json/Document.h"
 
@@ -105,5 +106,16 @@ std::function<int()> PrepareServe(TCCommandLine line)
         options.onReady = TellServiceManager;
         return Serve(options);
     };
+}
+
+void TakeScenario(const TSScenario& scenario, TSServeOptions& options)
+{
+    options.set = scenario.set;
+    options.seed = scenario.seed;
+    options.warmUpMs = scenario.warmUpMs;
+    options.daemon.seed = scenario.seed;
+    options.daemon.isManualClock = scenario.isManualClock;
+    options.daemon.namesAfterMs = scenario.namesAfterMs;
+    options.daemon.nameStepMs = scenario.nameStepMs;
 }
 } // namespace CIM::sim

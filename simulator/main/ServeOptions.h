@@ -5,6 +5,8 @@
 
 namespace CIM::sim
 {
+struct TSScenario;
+
 /// The options that every command with a simulator takes, as they are given.
 struct TSServeArguments
 {
@@ -16,4 +18,7 @@ struct TSServeArguments
     /// The options once everything is parsed. \throws TCUsageError
     TSServeOptions Take() const;
 };
+
+/// A scenario says by itself what its set, seed, clock and bus names are.
+void TakeScenario(const TSScenario& scenario, TSServeOptions& options);
 } // namespace CIM::sim

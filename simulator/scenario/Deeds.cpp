@@ -66,10 +66,8 @@ struct TSDoer
     }
     TSOutcome operator()(const TSControlStep& step) const
     {
-        daemon.Clock().CatchUp();
-        TSOutcome outcome = RunControl(daemon.Model(), step.name, step.arguments);
-        daemon.Clock().Settle();
-        return outcome;
+        const TCModelUse use(daemon.Clock());
+        return RunControl(daemon.Model(), step.name, step.arguments);
     }
     TSOutcome operator()(const TSFaultStep& step) const
     {

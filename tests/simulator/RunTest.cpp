@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -44,6 +46,10 @@ TEST(SimulatorRun, ExitStatusIsTheCommands)
         EXPECT_EQ(WaitForEnd(StartSimulator(arguments)), status) << command.back();
     }
     EXPECT_EQ(WaitForEnd(StartSimulator({"run"})), 2) << "no command";
+    for (const char* const seed : {"-1", "18446744073709551616", "x"})
+    {
+        EXPECT_EQ(WaitForEnd(StartSimulator({"run", "--seed", seed, "--", "true"})), 2) << seed;
+    }
 
     // A daemon that crashes beside a command that does not mind is told all the same.
     const std::string fault = std::string(SIMULATOR_PATH) + R"( ctl AddFault '{"kind": "crash"}')";
@@ -60,6 +66,50 @@ TEST(SimulatorRun, ExitStatusIsTheCommands)
     const TCEnvironmentVariable variable("TMPDIR", temporary);
     EXPECT_EQ(WaitForEnd(StartSimulator({"run", "--", SIMULATOR_PATH, "ctl", "ListCams"})), 0);
     EXPECT_TRUE(std::filesystem::remove(temporary)) << "not empty";
+}
+
+// The kernel tells a hangup only to who leads the session: what "ssh -t" or "exec" leads to.
+TEST(SimulatorRun, ItsTerminalEndsIt)
+{
+    int terminal = -1;
+    const pid_t leader = forkpty(&terminal, nullptr, nullptr, nullptr);
+    ASSERT_GE(leader, 0);
+    if (leader == 0)
+    {
+        execl(SIMULATOR_PATH, SIMULATOR_PATH, "run", "--", "sh", "-c", "echo begun; exec sleep 1000", nullptr);
+        _exit(127);
+    }
+    std::string said;
+    pollfd waited{terminal, POLLIN, 0};
+    char byte = 0;
+    while (said.find("begun") == said.npos && poll(&waited, 1, 10'000) == 1 && read(terminal, &byte, 1) == 1)
+    {
+        said += byte;
+    }
+    EXPECT_NE(said.find("begun"), said.npos) << said;
+    close(terminal);
+    EXPECT_EQ(WaitForEnd(leader), 128 + SIGHUP);
+    if (privatebus::SendSignal(leader, SIGKILL))
+    {
+        privatebus::WaitForEnd(leader);
+    }
+}
+
+TEST(SimulatorRun, WhatIsMissingAroundItIsNoHarm)
+{
+    TCTempFolder folder;
+    const TCEnvironmentVariable variable("TMPDIR", folder.File("tmp"));
+    ASSERT_TRUE(std::filesystem::create_directory(folder.File("tmp")));
+    const std::string run = std::string(SIMULATOR_PATH) + " run -- ";
+    for (const char* const closed : {"<&-", ">&-", "2>&-", "<&- >&-", "<&- >&- 2>&-"})
+    {
+        const std::string command = run + SIMULATOR_PATH + " ctl ListCams " + closed;
+        EXPECT_EQ(std::system(command.c_str()), 0) << closed;
+    }
+    // A full disk: no byte can be written.
+    const TSOutput full = Shell("trap '' XFSZ; ulimit -f 0; " + run + "true 2>&1 | cat");
+    EXPECT_NE(full.text.find("cannot"), full.text.npos) << full.text;
+    EXPECT_TRUE(Eventually([&] { return std::filesystem::is_empty(folder.File("tmp")); }));
 }
 
 // The result of a fork that failed must reach nobody. Signal 0 would only ask.
