@@ -46,4 +46,11 @@ const TCInterfaceForm* FindInterface(std::string_view name)
     }
     return nullptr;
 }
+
+const TCOperationForm* FindOperation(std::string_view fullName)
+{
+    const std::size_t dot = fullName.find('.');
+    const TCInterfaceForm* const interface = FindInterface(fullName.substr(0, dot));
+    return interface != nullptr && dot != fullName.npos ? interface->Find(fullName.substr(dot + 1)) : nullptr;
+}
 } // namespace CIM::json

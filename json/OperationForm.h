@@ -147,6 +147,9 @@ std::span<const TCInterfaceForm> Interfaces();
 /// An interface by its name ("ICIGeneral", also without its prefix and in any case: "general") or by its bus name.
 /// \return null when there is none
 const TCInterfaceForm* FindInterface(std::string_view name);
+/// The one operation of a full name, "ICIGeneral.EnterMenu"; with its key.
+/// \return null when there is none
+const TCOperationForm* FindOperation(std::string_view fullName);
 /// What to add to an error about a text that names no operation: "; did you mean ICIGeneral.EnterMenu?", or nothing.
 /// \param[in] isSent  one that is never sent is not meant
 std::string DidYouMeanOperation(std::string_view wrong, bool isSent);

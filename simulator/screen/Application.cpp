@@ -23,6 +23,11 @@ namespace
 {
 using json::TJson;
 
+TJson Invoked(const json::TCOperationForm& operation, const TJson& arguments)
+{
+    return operation.Invoke(InstanceOf(*json::FindInterface(operation.InterfaceName())), arguments);
+}
+
 class TCApplication
 {
 public:
@@ -137,9 +142,7 @@ private:
 
     void m_Look(unsigned slot, std::optional<int> status)
     {
-        const auto invoke = [](const json::TCOperationForm& operation, const TJson& arguments)
-        { return operation.Invoke(InstanceOf(*json::FindInterface(operation.InterfaceName())), arguments); };
-        m_lines.Send({{"dialogue", slot}, {"page", ReadDialogue(invoke, slot, status)}});
+        m_lines.Send({{"dialogue", slot}, {"page", ReadDialogue(Invoked, slot, status)}});
     }
 
     void m_Take(TJson line)
@@ -169,18 +172,14 @@ private:
         try
         {
             const std::string name = call.at("call").get<std::string>();
-            const std::size_t dot = name.find('.');
-            const json::TCInterfaceForm* const interface = json::FindInterface(name.substr(0, dot));
-            const json::TCOperationForm* const operation = interface != nullptr && dot != name.npos
-                                                               ? interface->Find(std::string_view(name).substr(dot + 1))
-                                                               : nullptr;
+            const json::TCOperationForm* const operation = json::FindOperation(name);
             if (operation == nullptr)
             {
                 throw std::runtime_error(name + " is no operation");
             }
             operation->Check(call.at("arguments"));
             m_lines.Send({{"calling", name}});
-            answer.update(operation->Invoke(InstanceOf(*interface), call.at("arguments")));
+            answer.update(Invoked(*operation, call.at("arguments")));
             const TSCallOutcome outcome = LastCallOutcome();
             if (!operation->IsLocal() && outcome.outcome > CALL_OUTCOME_SENT)
             {

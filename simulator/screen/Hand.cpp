@@ -59,19 +59,6 @@ bool IsAsking(std::string_view operation)
     return operation.starts_with("Get") || operation.starts_with("Is") || operation.starts_with("Subscribe") ||
            operation.starts_with("Unsubscribe");
 }
-
-/// The clock moves while a verb runs; also one that refuses.
-class TCMoment
-{
-public:
-    explicit TCMoment(TCClockDriver& clock) : m_clock(clock) { m_clock.CatchUp(); }
-    ~TCMoment() { m_clock.Settle(); }
-    TCMoment(const TCMoment&) = delete;
-    TCMoment& operator=(const TCMoment&) = delete;
-
-private:
-    TCClockDriver& m_clock;
-};
 } // namespace
 
 TCHand::TCHand(TCSimulatedDaemon& daemon, const TSScenario* story, std::map<int, std::string> inserted)
@@ -88,7 +75,7 @@ std::string TCHand::Do(const std::string& name, const TJson& arguments)
     {
         throw std::runtime_error(NoSuchVerb(name));
     }
-    const TCMoment moment(m_daemon.Clock());
+    const TCModelUse use(m_daemon.Clock());
     const TTime now = m_Now();
     std::string result = verb->run(m_daemon, arguments, json::TCJsonPath());
     const TJson deed = DeedOf(name, arguments);

@@ -21,7 +21,7 @@ public:
     TCLines(const TCLines&) = delete;
     TCLines& operator=(const TCLines&) = delete;
 
-    /// Between the call and the other end nothing is kept: what may be secret is wiped.
+    /// What has been sent is wiped, it may be secret. An other end that has left 64 MiB unread is given up.
     void Send(const json::TJson& value);
 
 private:

@@ -41,7 +41,8 @@ void Chain(std::function<void(Arguments...)>& hook, Action action)
 struct TCScreen::TSPrivate
 {
     TSPrivate(TCSimulatedDaemon& aDaemon, const TSScreenOptions& options)
-        : daemon(aDaemon), tv(daemon.Model(), options.application), hand(daemon, options.story, options.inserted),
+        : daemon(aDaemon), before(aDaemon.onCall), tv(daemon.Model(), options.application),
+          hand(daemon, options.story, options.inserted),
           traffic([this](const std::string& name) { return daemon.Clients().ProgramOf(name); }), timers(nullptr),
           server(*options.address, options.listener,
                  {[this](std::unique_ptr<TCPageSocket> socket) { OnPage(std::move(socket)); },
@@ -56,6 +57,7 @@ struct TCScreen::TSPrivate
         }
         Chain(daemon.onCall, [this](const TSJournalEntry& call) { hand.OnCall(call); });
     }
+    ~TSPrivate() { daemon.onCall = std::move(before); }
 
     void OnPage(std::unique_ptr<TCPageSocket> socket)
     {
@@ -113,9 +115,11 @@ struct TCScreen::TSPrivate
 
     TJson State()
     {
-        daemon.Clock().CatchUp();
-        TJson set = daemon.State();
-        daemon.Clock().Settle();
+        TJson set;
+        {
+            const TCModelUse use(daemon.Clock());
+            set = daemon.State();
+        }
         set.erase("debug");
         set.erase("subscriptions");
         set["ca"].erase("history");
@@ -197,6 +201,7 @@ struct TCScreen::TSPrivate
     }
 
     TCSimulatedDaemon& daemon;
+    std::function<void(const TSJournalEntry&)> before; ///< who heard of calls already
     TCTv tv;
     TCHand hand;
     TCTraffic traffic;

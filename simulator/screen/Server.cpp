@@ -2,6 +2,7 @@
 
 #include <libsoup/soup.h>
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 #include <string_view>
@@ -158,13 +159,13 @@ struct TCScreenServer::TSPrivate
     /// The part of a path behind the token. \return nothing when there is no token, or a wrong one
     std::optional<std::string> NameIn(const char* path) const
     {
-        const std::string text = path;
-        const std::size_t slash = text.find('/', 1);
-        if (slash == text.npos || !IsSameSecret(text.substr(1, slash - 1), address.Token()))
+        const std::string_view text = path;
+        const std::size_t slash = std::min(text.find('/', 1), text.size());
+        if (text.empty() || !IsSameSecret(std::string(text.substr(1, slash - 1)), address.Token()))
         {
             return std::nullopt;
         }
-        return text.substr(slash + 1);
+        return std::string(text.substr(std::min(slash + 1, text.size())));
     }
 
     /// \return why a request is refused, null when it is not
@@ -218,6 +219,12 @@ struct TCScreenServer::TSPrivate
     {
         auto& screen = *static_cast<TSPrivate*>(self);
         const std::string name = screen.NameIn(path).value_or(std::string());
+        if (name.empty() && !std::string_view(path).ends_with('/'))
+        {
+            // What the page asks for stands beside it.
+            soup_server_message_set_redirect(message, SOUP_STATUS_MOVED_PERMANENTLY, (std::string(path) + '/').c_str());
+            return;
+        }
         const std::string file = name.empty() ? "index.html" : name;
         GBytes* const page = g_resource_lookup_data(ci_screen_page_get_resource(), ("/page/" + file).c_str(),
                                                     G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr);

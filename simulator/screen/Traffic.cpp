@@ -38,7 +38,8 @@ void BecomeMonitor(DBusConnection* connection)
 {
     const TCMessagePtr call = traffic::MakeMonitorRequest();
     TCDBusError error;
-    const TCMessagePtr reply(dbus_connection_send_with_reply_and_block(connection, call.get(), -1, error.Get()));
+    const TCMessagePtr reply(call ? dbus_connection_send_with_reply_and_block(connection, call.get(), -1, error.Get())
+                                  : nullptr);
     if (reply == nullptr)
     {
         throw std::runtime_error(std::string("the bus does not let its messages be seen: ") + error.Text());
@@ -85,10 +86,7 @@ TJson Carried(DBusMessage* message, const TJson& brief)
     else
     {
         const traffic::TSReply reply = traffic::ReadReply(message);
-        const std::string name = brief.at("name").get<std::string>();
-        const json::TCInterfaceForm* const interface = json::FindInterface(name.substr(0, name.find('.')));
-        const json::TCOperationForm* const operation =
-            interface != nullptr ? interface->Find(std::string_view(name).substr(name.find('.') + 1)) : nullptr;
+        const json::TCOperationForm* const operation = json::FindOperation(brief.at("name").get<std::string>());
         error = reply.errorName.empty() ? reply.error : reply.errorName + ": " + reply.errorText;
         if (reply.errorName.empty())
         {
