@@ -364,8 +364,10 @@ void TCSimulatedDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entr
 
 void TCSimulatedDaemon::m_Give(DBusMessage* message, const TSJournalEntry& entry, TSGivenAnswer answer)
 {
+    const std::function<void()> before = answer.before ? std::move(answer.before) : [] {};
     if (entry.isOneWay || m_isLeaving || answer.reply == nullptr)
     {
+        before();
         return;
     }
     dbus_message_set_sender(answer.reply.get(), nullptr);
@@ -374,7 +376,19 @@ void TCSimulatedDaemon::m_Give(DBusMessage* message, const TSJournalEntry& entry
     {
         throw std::bad_alloc();
     }
-    m_SendAfter(answer.afterMs, std::move(answer.reply));
+    if (answer.afterMs == 0)
+    {
+        before();
+        m_port.Send(answer.reply.get());
+        return;
+    }
+    const std::shared_ptr<DBusMessage> late(answer.reply.release(), TSMessageRelease());
+    m_timers.After(answer.afterMs,
+                   [this, late, before]
+                   {
+                       before();
+                       m_port.Send(late.get());
+                   });
 }
 
 void TCSimulatedDaemon::m_SendAfter(unsigned ms, TCMessagePtr reply)

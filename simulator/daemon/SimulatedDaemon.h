@@ -34,8 +34,9 @@ struct TSSimulatedDaemonOptions
 /// An answer that somebody gives in the model's place.
 struct TSGivenAnswer
 {
-    TCMessagePtr reply;   ///< without serial numbers and receiver; null: none is given
-    unsigned afterMs = 0; ///< real milliseconds
+    TCMessagePtr reply;                ///< without serial numbers and receiver; null: none is given
+    unsigned afterMs = 0;              ///< real milliseconds
+    std::function<void()> before = {}; ///< called right before it is sent, or is not; may be empty
 };
 
 /// The CI daemon on the system bus, over a model: owns the interfaces' names, answers calls, sends signals, goes wrong

@@ -172,10 +172,18 @@ std::optional<TSGivenAnswer> TCReplay::m_AnswerOf(std::size_t call, bool isOneWa
     {
         return TSGivenAnswer{CopyOf(recorded.reply), 0};
     }
-    const auto& events = m_recording.events;
-    const unsigned after = ToMs(events[m_replies[call]].at - events[m_matcher.PlaceOf(call)].at);
-    const bool isBehindSignal = m_matcher.NextSignal() < m_replies[call]; // that is sent in the same millisecond
-    return TSGivenAnswer{CopyOf(recorded.reply), after + (isBehindSignal ? 1 : 0)};
+    const std::size_t place = m_replies[call];
+    const unsigned after = ToMs(m_recording.events[place].at - m_recording.events[m_matcher.PlaceOf(call)].at);
+    TSGivenAnswer answer{CopyOf(recorded.reply), after};
+    // Timers that are late do not come in the order of their times.
+    m_late.insert(place);
+    answer.before = [this, place]
+    {
+        m_late.erase(place);
+        m_SendSignals(place, true);
+        m_timers.Soon([this] { m_Proceed(); });
+    };
+    return answer;
 }
 
 void TCReplay::m_Proceed()
@@ -192,7 +200,7 @@ void TCReplay::m_Proceed()
     m_timer = 0;
     m_SendSignals(m_recording.events.size());
     const bool isSignalWaiting = m_timer != 0; // for its time
-    if (isSignalWaiting || m_isOver)
+    if (isSignalWaiting || !m_late.empty() || m_isOver)
     {
         return;
     }
@@ -212,11 +220,12 @@ void TCReplay::m_Proceed()
     }
 }
 
-void TCReplay::m_SendSignals(std::size_t until)
+void TCReplay::m_SendSignals(std::size_t until, bool isTime)
 {
+    until = m_late.empty() ? until : std::min(until, *m_late.begin());
     while (m_matcher.HasSignal() && m_matcher.NextSignal() < until && m_matcher.IsSignalDue())
     {
-        const std::int64_t left = m_wishes.isRealTime ? m_NanosecondsTo(m_matcher.NextSignal()) : 0;
+        const std::int64_t left = m_wishes.isRealTime && !isTime ? m_NanosecondsTo(m_matcher.NextSignal()) : 0;
         if (left >= NS_PER_MS)
         {
             m_ProceedAfter(left);

@@ -3,6 +3,8 @@
 #include "Matcher.h"
 #include "simulator/scenario/Play.h"
 
+#include <set>
+
 namespace CIM::sim
 {
 /// How a recording is played.
@@ -43,8 +45,9 @@ private:
     std::optional<std::size_t> m_TakeNearest(const TSRequest& request);
     /// \return nothing when the model is to answer
     std::optional<TSGivenAnswer> m_AnswerOf(std::size_t call, bool isOneWay);
-    /// Sends the signals whose turn it is, up to an event of the recording.
-    void m_SendSignals(std::size_t until);
+    /// Sends the signals whose turn it is, up to an event of the recording or a reply that is late.
+    /// \param[in] isTime  also where their time has not come
+    void m_SendSignals(std::size_t until, bool isTime = false);
     void m_SendSignal();
     /// Waits for the calls that come next.
     void m_AwaitCalls();
@@ -63,6 +66,7 @@ private:
     TSReplayOptions m_wishes;
     TCTimers::TId m_timer = 0;
     std::vector<std::size_t> m_replies; ///< of the calls: places in the events; their number when there is none
+    std::set<std::size_t> m_late;       ///< the replies that wait for their time: places in the events
     std::size_t m_reached = 0;          ///< the event that was played last
     std::int64_t m_reachedAt = 0;       ///< ... and when: nanoseconds of a clock that does not jump; 0: not begun
     bool m_isHeard = false;             ///< there was time for what came last

@@ -116,7 +116,7 @@ class Desk:
                 r"answered by the model: the recording has no such operation\n.*GetCamModes", "0 of 10 calls",
                 "1 answered by the model"]),
             # Its signals come though the calls before them do not.
-            (file, ["--step-timeout", "0.2"], [cictl, "wait", "signal=CI_MMI_STATUS_CHANGED", "--timeout", "10"], 0, [
+            (file, ["--step-timeout", "2"], [cictl, "wait", "signal=CI_MMI_STATUS_CHANGED", "--timeout", "10"], 0, [
                 "makes no more calls of the recording: the play goes on with SIGNAL_CI_MMI_STATUS_CHANGED slot 0: "
                 "CI_MMI_STATUS_MENU_RECEIVED, 4 entries without 1 call\n"]),
             (str(cut), ["--end"], [osd, "1", "", "4"], 0, ["the file ends within a block", "is played: "]),
