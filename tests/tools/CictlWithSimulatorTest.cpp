@@ -125,8 +125,9 @@ TEST(CictlWithSimulator, ExitsWithWhatFailed)
         {faulty(R"("kind": "restart", "ms": 300)", "--json"), 3,
          R"({"version":1,"error":{"status":3,"name":"no-daemon",)"},
         {"cictl wait daemon --timeout 20", 0, ""},
-        {"(until " SIMULATOR_PATH " ctl Journal | grep -q GetMmiMenu; do :; done; " SIMULATOR_PATH
-         " ctl Restart 5000 >/dev/null; echo 1) | cictl menu 0 2>&1",
+        {"f=$(mktemp); (until " SIMULATOR_PATH " ctl Journal | grep -q GetMmiMenu; do :; done; " SIMULATOR_PATH
+         " ctl Restart 5000 >/dev/null; until grep -q 'is gone' $f; do :; done; echo 1) | cictl menu 0 >$f 2>&1; "
+         "s=$?; cat $f; rm $f; (exit $s)",
          3, "the CI daemon is gone: nobody owns com.kelvora.ciapi.ICIGeneral any more\n"},
     };
     RunCases(cases);
