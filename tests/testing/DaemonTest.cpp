@@ -95,9 +95,11 @@ TEST(TestDaemon, RefusesToComeBehindTheLibrarysFirstUse)
 {
     const auto comeLate = []
     {
-        const TCFeatureKeys keys{{CI_FMS_NUM_OF_CI, "0"}};
-        TCCIService::IsCIOperable();
-        std::fprintf(stderr, "%s\n", Refusal([] { TCDaemon late; }).c_str());
+        {
+            const TCFeatureKeys keys{{CI_FMS_NUM_OF_CI, "0"}}; // whose file exit() would leave behind
+            TCCIService::IsCIOperable();
+            std::fprintf(stderr, "%s\n", Refusal([] { TCDaemon late; }).c_str());
+        }
         std::exit(7);
     };
     testing::FLAGS_gtest_death_test_style = "threadsafe";
