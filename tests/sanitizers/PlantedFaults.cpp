@@ -20,6 +20,7 @@ namespace
 std::mutex g_first;
 std::mutex g_second;
 int g_plain = 0;
+std::atomic<bool> g_areSent{false};
 std::atomic<int> g_signals{0};
 constexpr int SIGNALS = 50;
 const char* g_fault = "";
@@ -64,6 +65,11 @@ int main(int argumentCount, char** arguments)
     std::thread receiver(
         []
         {
+            // Until then the sender uses libdbus, whose mutexes would order a quick receiver's callbacks before its own access.
+            while (!g_areSent.load(std::memory_order_relaxed))
+            {
+                std::this_thread::yield();
+            }
             while (g_signals.load(std::memory_order_relaxed) < SIGNALS)
             {
                 g_main_context_iteration(nullptr, TRUE);
@@ -75,13 +81,14 @@ int main(int argumentCount, char** arguments)
         dbus_message_set_destination(signal.get(), connection.GetReceiverId().c_str());
         daemon.Send(signal);
     }
+    g_areSent.store(true, std::memory_order_relaxed);
     while (g_signals.load(std::memory_order_relaxed) < SIGNALS)
     {
-        if (IsPlanted("race"))
-        {
-            ++g_plain;
-        }
         std::this_thread::yield();
+    }
+    if (IsPlanted("race"))
+    {
+        ++g_plain;
     }
     receiver.join();
     std::printf("%d signal(s)\n", g_signals.load());
