@@ -36,12 +36,13 @@ std::size_t HangingIndent(const std::string& line, std::size_t column)
     return isUsage ? 7 : begin;
 }
 
-/// The parser takes -1 for the greatest number, and a greater one for that, too.
+/// The parser takes -1, also behind a blank, for the greatest number, and a greater one for that, too.
 std::string WhyNoNumber(const std::string& given)
 {
     errno = 0;
     std::strtoull(given.c_str(), nullptr, 0);
-    return given.starts_with('-') || errno == ERANGE ? given + " is no number from 0 to 18446744073709551615" : "";
+    const bool begins = !given.empty() && given.front() >= '0' && given.front() <= '9';
+    return !begins || errno == ERANGE ? given + " is no number from 0 to 18446744073709551615" : "";
 }
 
 template <class T>

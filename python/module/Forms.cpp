@@ -136,18 +136,25 @@ void TPyForm<std::string>::From(py::handle given, std::string& value)
     value = Encoded(given, "utf-8", "surrogateescape");
 }
 
+namespace
+{
+/// A text into a string of UTF-16 code units; it may be secret.
+template <class String>
+void AssignUnits(py::handle given, String& value)
+{
+    std::vector<unsigned short> units = UnitsFrom(given);
+    const json::TCWipeAtEnd wipe(units);
+    value.assign(units.begin(), units.end());
+}
+} // namespace
+
 TSAnnotation TPyForm<std::u16string>::Annotation() { return Plain("str"); }
 py::object TPyForm<std::u16string>::To(const std::u16string& value)
 {
     const std::vector<unsigned short> units(value.begin(), value.end());
     return TextFromUnits(units.data(), units.size());
 }
-void TPyForm<std::u16string>::From(py::handle given, std::u16string& value)
-{
-    std::vector<unsigned short> units = UnitsFrom(given);
-    const json::TCWipeAtEnd wipe(units);
-    value.assign(units.begin(), units.end());
-}
+void TPyForm<std::u16string>::From(py::handle given, std::u16string& value) { AssignUnits(given, value); }
 
 TSAnnotation TPyForm<std::basic_string<unsigned short>>::Annotation() { return Plain("str"); }
 py::object TPyForm<std::basic_string<unsigned short>>::To(const std::basic_string<unsigned short>& value)
@@ -156,9 +163,7 @@ py::object TPyForm<std::basic_string<unsigned short>>::To(const std::basic_strin
 }
 void TPyForm<std::basic_string<unsigned short>>::From(py::handle given, std::basic_string<unsigned short>& value)
 {
-    std::vector<unsigned short> units = UnitsFrom(given);
-    const json::TCWipeAtEnd wipe(units);
-    value.assign(units.begin(), units.end());
+    AssignUnits(given, value);
 }
 
 TSAnnotation TPyForm<TCIText>::Annotation() { return Plain("str"); }

@@ -34,12 +34,12 @@ private:
 };
 
 /// The model may be used while this lives: the clock is brought up to real time before, and settled at the end, also when
-/// somebody throws.
+/// somebody throws. What settling throws comes from the destructor.
 class TCModelUse
 {
 public:
     explicit TCModelUse(TCClockDriver& clock) : m_clock(clock) { m_clock.CatchUp(); }
-    ~TCModelUse() { m_clock.Settle(); }
+    ~TCModelUse() noexcept(false) { m_clock.Settle(); }
     TCModelUse(const TCModelUse&) = delete;
     TCModelUse& operator=(const TCModelUse&) = delete;
 

@@ -226,7 +226,7 @@ void TCSimulatedDaemon::m_OnCall(DBusMessage* message)
     {
         return;
     }
-    m_clock.CatchUp();
+    const TCModelUse use(m_clock);
     if (IsControlCall(message) && m_options.hasControl)
     {
         const TCMessagePtr reply = AnswerControl(*this, message);
@@ -246,7 +246,6 @@ void TCSimulatedDaemon::m_OnCall(DBusMessage* message)
                               std::string("calls go to ") + protocol::CALL_MEMBER + " of " + protocol::CALL_OBJECT_PATH)
                         .get());
     }
-    m_clock.Settle();
 }
 
 void TCSimulatedDaemon::m_OnInterfaceCall(DBusMessage* message)
@@ -364,10 +363,12 @@ void TCSimulatedDaemon::m_Reply(DBusMessage* message, const TSJournalEntry& entr
 
 void TCSimulatedDaemon::m_Give(DBusMessage* message, const TSJournalEntry& entry, TSGivenAnswer answer)
 {
-    const std::function<void()> before = answer.before ? std::move(answer.before) : [] {};
     if (entry.isOneWay || m_isLeaving || answer.reply == nullptr)
     {
-        before();
+        if (answer.before)
+        {
+            answer.before();
+        }
         return;
     }
     dbus_message_set_sender(answer.reply.get(), nullptr);
@@ -376,30 +377,22 @@ void TCSimulatedDaemon::m_Give(DBusMessage* message, const TSJournalEntry& entry
     {
         throw std::bad_alloc();
     }
-    if (answer.afterMs == 0)
-    {
-        before();
-        m_port.Send(answer.reply.get());
-        return;
-    }
-    const std::shared_ptr<DBusMessage> late(answer.reply.release(), TSMessageRelease());
-    m_timers.After(answer.afterMs,
-                   [this, late, before]
-                   {
-                       before();
-                       m_port.Send(late.get());
-                   });
+    m_SendAfter(answer.afterMs, std::move(answer.reply), std::move(answer.before));
 }
 
-void TCSimulatedDaemon::m_SendAfter(unsigned ms, TCMessagePtr reply)
+void TCSimulatedDaemon::m_SendAfter(unsigned ms, TCMessagePtr reply, std::function<void()> before)
 {
-    if (ms == 0)
+    if (ms != 0)
     {
-        m_port.Send(reply.get());
+        m_timers.After(ms, [this, late = std::make_shared<TCMessagePtr>(std::move(reply)), before = std::move(before)]
+                       { m_SendAfter(0, std::move(*late), before); });
         return;
     }
-    const std::shared_ptr<DBusMessage> late(reply.release(), TSMessageRelease());
-    m_timers.After(ms, [this, late] { m_port.Send(late.get()); });
+    if (before)
+    {
+        before();
+    }
+    m_port.Send(reply.get());
 }
 
 void TCSimulatedDaemon::m_Happen(const TSFault& fault)

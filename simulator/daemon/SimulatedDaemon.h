@@ -99,7 +99,8 @@ private:
     void m_AskModel(const TSCall& call, TSJournalEntry& entry);
     void m_Reply(DBusMessage* message, const TSJournalEntry& entry, const std::optional<TSFault>& fault);
     void m_Give(DBusMessage* message, const TSJournalEntry& entry, TSGivenAnswer answer);
-    void m_SendAfter(unsigned ms, TCMessagePtr reply);
+    /// \param[in] before  called right before it is sent; may be empty
+    void m_SendAfter(unsigned ms, TCMessagePtr reply, std::function<void()> before = {});
     void m_Happen(const TSFault& fault);
     void m_Restart(const TSFault& fault);
     void m_LoseName(const TSFault& fault);

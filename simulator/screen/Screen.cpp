@@ -22,26 +22,12 @@ using json::TJson;
 
 constexpr unsigned FRAME_MS = 50;
 constexpr std::size_t MOST_VIEWERS = 16;
-
-/// Calls something behind what a hook did before.
-template <class... Arguments, class Action>
-void Chain(std::function<void(Arguments...)>& hook, Action action)
-{
-    hook = [before = std::move(hook), action](Arguments... arguments)
-    {
-        if (before)
-        {
-            before(arguments...);
-        }
-        action(arguments...);
-    };
-}
 } // namespace
 
 struct TCScreen::TSPrivate
 {
     TSPrivate(TCSimulatedDaemon& aDaemon, const TSScreenOptions& options)
-        : daemon(aDaemon), before(aDaemon.onCall), tv(daemon.Model(), options.application),
+        : daemon(aDaemon), before(std::move(aDaemon.onCall)), tv(daemon.Model(), options.application),
           hand(daemon, options.story, options.inserted),
           traffic([this](const std::string& name) { return daemon.Clients().ProgramOf(name); }), timers(nullptr),
           server(*options.address, options.listener,
@@ -55,7 +41,14 @@ struct TCScreen::TSPrivate
                      {"step", ""},
                      {"over", nullptr}};
         }
-        Chain(daemon.onCall, [this](const TSJournalEntry& call) { hand.OnCall(call); });
+        daemon.onCall = [this](const TSJournalEntry& call)
+        {
+            if (before)
+            {
+                before(call);
+            }
+            hand.OnCall(call);
+        };
     }
     ~TSPrivate() { daemon.onCall = std::move(before); }
 
@@ -201,7 +194,7 @@ struct TCScreen::TSPrivate
     }
 
     TCSimulatedDaemon& daemon;
-    std::function<void(const TSJournalEntry&)> before; ///< who heard of calls already
+    std::function<void(const TSJournalEntry&)> before; ///< who heard of calls already; they are heard first
     TCTv tv;
     TCHand hand;
     TCTraffic traffic;

@@ -137,9 +137,8 @@ struct TCDaemon::TSImpl
         thread.Run(
             [&]
             {
-                daemon->Clock().CatchUp();
+                const sim::TCModelUse use(daemon->Clock());
                 change();
-                daemon->Clock().Settle();
             });
     }
 };

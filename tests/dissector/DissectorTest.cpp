@@ -260,10 +260,7 @@ TEST(Dissector, TellsOfEveryOperationWhatCictlTells)
         }
         if (isReply)
         {
-            const std::string name = told[i]["operation"];
-            const std::size_t dot = name.find('.');
-            const json::TCOperationForm* const form =
-                json::FindInterface(name.substr(0, dot))->Find(name.substr(dot + 1));
+            const json::TCOperationForm* const form = json::FindOperation(told[i]["operation"].get<std::string>());
             EXPECT_EQ(layer.dump().find("ciapi.refused") != std::string::npos, form->IsRefusal(told[i]["result"]));
             ExpectSame("result", told[i]["result"], layer.value("ciapi.result", TJson("nothing")));
             EXPECT_EQ(layer.value("ciapi.request_in", ""), std::to_string(i));
