@@ -32,13 +32,12 @@ std::atomic<long> g_longestUs{0};
 /// A call with one in-argument, the slot, as tag `tag`; or with none.
 std::vector<unsigned char> Request(short method, bool hasSlot)
 {
-    std::vector<unsigned char> bytes = {1, 0, 0, 0, 2, 0, static_cast<unsigned char>(method), 0, 0, 0, 0, 0};
+    const auto id = static_cast<unsigned char>(method);
     if (hasSlot)
     {
-        bytes[8] = 9;
-        bytes.insert(bytes.end(), {1, 0, 1, 0, 1, 0, 0, 0, 0});
+        return {1, 0, 0, 0, 2, 0, id, 0, 9, 0, 0, 0, 1, 0, 1, 0, 1, 0, 0, 0, 0};
     }
-    return bytes;
+    return {1, 0, 0, 0, 2, 0, id, 0, 0, 0, 0, 0};
 }
 
 bool Call(DBusConnection* bus, short method, bool hasSlot)
