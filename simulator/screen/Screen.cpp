@@ -27,7 +27,7 @@ constexpr std::size_t MOST_VIEWERS = 16;
 struct TCScreen::TSPrivate
 {
     TSPrivate(TCSimulatedDaemon& aDaemon, const TSScreenOptions& options)
-        : daemon(aDaemon), before(std::move(aDaemon.onCall)), tv(daemon.Model(), options.application),
+        : daemon(aDaemon), before(aDaemon.onCall), tv(daemon.Model(), options.application),
           hand(daemon, options.story, options.inserted),
           traffic([this](const std::string& name) { return daemon.Clients().ProgramOf(name); }), timers(nullptr),
           server(*options.address, options.listener,
